@@ -1,0 +1,57 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tavo {
+
+/// The horizontal white space of Unicode: general category Zs, and the tab.
+bool isWhitespace(char32_t character);
+
+/// isWhitespace(), and every newline: U+000A to U+000D, U+0085, U+2028 and U+2029.
+bool isWhitespaceOrNewline(char32_t character);
+
+/// Replaces every malformed sequence by U+FFFD, so that the result is valid UTF-8. Never fails.
+std::string repairUTF8(std::string_view bytes);
+
+/// Takes white space and newlines off both ends. The view points into `text`, which is UTF-8.
+std::string_view trimWhitespaceAndNewlines(std::string_view text);
+
+/// Takes horizontal white space off both ends. The view points into `text`, which is UTF-8.
+std::string_view trimWhitespace(std::string_view text);
+
+/// Splits at every newline character; empty lines are left out. The views point into `text`, which is UTF-8.
+std::vector<std::string_view> splitLines(std::string_view text);
+
+/// The length in bytes of the first `count` characters (extended grapheme clusters, Unicode Standard Annex 29) of `text`,
+/// or of the whole text when it has fewer.
+std::size_t prefixLength(std::string_view text, std::size_t count);
+
+/// Makes control characters visible, so that text from outside cannot steer a terminal: C0 and DEL as caret notation
+/// ("^[", "^?"), C1, line and paragraph separators and the bidirectional controls as "\u{202e}".
+std::string visibleControls(std::string_view text);
+
+/// A text folded so that neither case nor diacritics count: two texts are alike when their folded forms are equal.
+///
+/// Folding is Unicode's full case folding over the canonical decomposition, without the combining marks that modify a
+/// letter (accents, vowel points). Marks that make another letter (nukta, virama, kana voicing) stay.
+std::string foldedForComparison(std::string_view text);
+
+/// Compares texts with one query many times. The query is folded once, and ASCII text is compared without folding a copy.
+class FoldedQuery {
+public:
+    explicit FoldedQuery(std::string_view query);
+
+    /// Whether `text` holds the query somewhere. An empty query is nowhere to be found.
+    bool isContainedIn(std::string_view text) const;
+
+    /// Whether `text` is the query from end to end.
+    bool equals(std::string_view text) const;
+
+private:
+    std::string folded;
+    bool foldedIsAscii;
+};
+
+} // namespace tavo

@@ -1,0 +1,94 @@
+#include "base/Text.h"
+
+#include <gtest/gtest.h>
+
+namespace tavo {
+namespace {
+
+TEST(Text, TrimmingTakesUnicodeWhiteSpaceOffBothEndsAndLeavesTheMiddle) {
+    EXPECT_EQ(trimWhitespaceAndNewlines("  hello\n\n"), "hello");
+    EXPECT_EQ(trimWhitespaceAndNewlines("\u00A0\u2003\u2028a b\u3000\u0085\t"), "a b");
+    EXPECT_EQ(trimWhitespaceAndNewlines(" \r\n\v\f "), "");
+    EXPECT_EQ(trimWhitespaceAndNewlines(""), "");
+    EXPECT_EQ(trimWhitespaceAndNewlines("é"), "é");
+}
+
+TEST(Text, HorizontalTrimmingLeavesNewlines) {
+    EXPECT_EQ(trimWhitespace(" \t\u2003\na\n "), "\na\n");
+}
+
+TEST(Text, LinesEndAtEveryNewlineCharacterAndEmptyOnesAreLeftOut) {
+    EXPECT_EQ(splitLines("a\nb\v\fc\r\nd\u0085e\u2028f\u2029"),
+              (std::vector<std::string_view>{"a", "b", "c", "d", "e", "f"}));
+    EXPECT_TRUE(splitLines("\n\n").empty());
+    EXPECT_TRUE(splitLines("").empty());
+}
+
+TEST(Text, MalformedUTF8BecomesReplacementCharacters) {
+    EXPECT_EQ(repairUTF8("plain"), "plain");
+    EXPECT_EQ(repairUTF8("a\xFFz"), "a\uFFFDz");
+    EXPECT_EQ(repairUTF8("\xE2\x82"), "\uFFFD");
+    EXPECT_EQ(repairUTF8("\xF0\x9F\x98"
+                         "x"),
+              "\uFFFDx");
+    EXPECT_EQ(repairUTF8("\xED\xA0\x80"), "\uFFFD\uFFFD\uFFFD");
+    EXPECT_EQ(repairUTF8("\xC0\xAF"), "\uFFFD\uFFFD");
+    EXPECT_EQ(repairUTF8("\xF4\x90\x80\x80"), "\uFFFD\uFFFD\uFFFD\uFFFD");
+    EXPECT_EQ(repairUTF8("é€😀"), "é€😀");
+}
+
+TEST(Text, WidthIsCountedInGraphemeClusters) {
+    EXPECT_EQ(prefixLength("abc", 2), 2U);
+    EXPECT_EQ(prefixLength("abc", 9), 3U);
+    EXPECT_EQ(prefixLength("", 3), 0U);
+    EXPECT_EQ(prefixLength("e\u0301x", 1), 3U);
+    const std::string family = "👩\u200D👩\u200D👧";
+    EXPECT_EQ(prefixLength(family + "x", 1), family.size());
+    const std::string flags = "🇩🇪🇫🇷";
+    EXPECT_EQ(prefixLength(flags, 1), flags.size() / 2);
+}
+
+TEST(Text, ControlCharactersBecomeVisible) {
+    EXPECT_EQ(visibleControls("a\x1B[31mb\x7F\n"), "a^[[31mb^?^J");
+    EXPECT_EQ(visibleControls("\u009B2J \u202Eabc \u2028"), "\\u{9b}2J \\u{202e}abc \\u{2028}");
+    EXPECT_EQ(visibleControls("schön ✓"), "schön ✓");
+    EXPECT_EQ(visibleControls("\xFF"), "\uFFFD");
+}
+
+TEST(FoldedQuery, CaseDoesNotCount) {
+    EXPECT_TRUE(FoldedQuery("CODEX").isContainedIn("/usr/local/bin/codex --full-auto"));
+    EXPECT_TRUE(FoldedQuery("cursor").equals("Cursor"));
+    EXPECT_FALSE(FoldedQuery("cursor").equals("Cursor Helper"));
+    EXPECT_TRUE(FoldedQuery("straße").equals("STRASSE"));
+    EXPECT_TRUE(FoldedQuery("ΣΊΣΥΦΟΣ").equals("σίσυφος"));
+}
+
+TEST(FoldedQuery, DiacriticsDoNotCount) {
+    EXPECT_TRUE(FoldedQuery("resume").isContainedIn("open Résumé.txt"));
+    EXPECT_TRUE(FoldedQuery("RÉSUMÉ").isContainedIn("open resume.txt"));
+    EXPECT_TRUE(FoldedQuery("re\u0301sume").equals("résumé"));
+}
+
+TEST(FoldedQuery, MarksThatMakeAnotherLetterCount) {
+    EXPECT_FALSE(FoldedQuery("か").equals("が"));
+    EXPECT_FALSE(FoldedQuery("क").equals("क्"));
+}
+
+TEST(FoldedQuery, AnEmptyQueryIsNowhere) {
+    EXPECT_FALSE(FoldedQuery("").isContainedIn("anything"));
+    EXPECT_FALSE(FoldedQuery("").isContainedIn(""));
+    EXPECT_FALSE(FoldedQuery("\u0301").isContainedIn("é"));
+}
+
+TEST(FoldedQuery, ANonAsciiQueryIsNotInAsciiText) {
+    EXPECT_FALSE(FoldedQuery("日本").isContainedIn("nihon"));
+    EXPECT_FALSE(FoldedQuery("日本").equals("nihon"));
+    EXPECT_TRUE(FoldedQuery("日本").isContainedIn("/opt/日本語/bin"));
+}
+
+TEST(FoldedQuery, MalformedTextIsCompared) {
+    EXPECT_TRUE(FoldedQuery("codex").isContainedIn("\xFF/codex"));
+}
+
+} // namespace
+} // namespace tavo

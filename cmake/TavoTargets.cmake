@@ -1,0 +1,39 @@
+# What every target of the project shares: the language level, the warnings, the sanitizers, and where programs land.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
+set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
+
+# A room is a sibling folder of another; its platform half is linux/ or macos/ inside it.
+if(APPLE)
+    set(TAVO_PLATFORM macos)
+else()
+    set(TAVO_PLATFORM linux)
+endif()
+
+add_library(tavo_options INTERFACE)
+target_compile_options(tavo_options INTERFACE -Wall -Wextra -Wpedantic -Wnon-virtual-dtor -Wold-style-cast
+                                              -Wconversion -Wsign-conversion
+                                              $<IF:$<CXX_COMPILER_ID:GNU>,-Wshadow=local,-Wshadow>)
+if(TAVO_WARNINGS_AS_ERRORS)
+    target_compile_options(tavo_options INTERFACE -Werror)
+endif()
+if(TAVO_SANITIZE)
+    target_compile_options(tavo_options INTERFACE -fsanitize=${TAVO_SANITIZE} -fno-omit-frame-pointer
+                                                  -fno-sanitize-recover=all)
+    target_link_options(tavo_options INTERFACE -fsanitize=${TAVO_SANITIZE})
+endif()
+
+# tavo_library(NAME SOURCES... [PLATFORM_SOURCES...] [LINKS...]) makes the static library tavo_NAME of one room.
+# PLATFORM_SOURCES are looked up in the room's own platform folder.
+function(tavo_library name)
+    cmake_parse_arguments(arg "" "" "SOURCES;PLATFORM_SOURCES;LINKS;PRIVATE_LINKS" ${ARGN})
+    list(TRANSFORM arg_PLATFORM_SOURCES PREPEND "${TAVO_PLATFORM}/")
+    add_library(tavo_${name} STATIC ${arg_SOURCES} ${arg_PLATFORM_SOURCES})
+    target_include_directories(tavo_${name} PUBLIC "${PROJECT_SOURCE_DIR}/Sources/TavoApp")
+    target_link_libraries(tavo_${name} PUBLIC ${arg_LINKS} PRIVATE tavo_options ${arg_PRIVATE_LINKS})
+endfunction()
