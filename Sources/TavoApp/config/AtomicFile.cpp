@@ -1,0 +1,141 @@
+#include "config/AtomicFile.h"
+
+#include "base/FileDescriptor.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <system_error>
+
+namespace tavo {
+
+namespace {
+
+[[noreturn]] void throwErrno(const std::string& what, const std::filesystem::path& path) {
+    throw std::system_error(errno, std::generic_category(), what + " " + path.string());
+}
+
+void writeAll(const FileDescriptor& file, std::string_view content, const std::filesystem::path& path) {
+    while (!content.empty()) {
+        const auto written = write(file.get(), content.data(), content.size());
+        if (written < 0 && errno == EINTR) {
+            continue;
+        }
+        if (written < 0) {
+            throwErrno("could not write", path);
+        }
+        content.remove_prefix(static_cast<std::size_t>(written));
+    }
+}
+
+/// A file in the folder of its target, which goes with the object unless it was moved into the target's place.
+class TemporaryFile {
+public:
+    explicit TemporaryFile(const std::filesystem::path& target) : target(target), name(target.string() + ".XXXXXX") {
+        file = FileDescriptor(mkostemp(name.data(), O_CLOEXEC));
+        if (!file) {
+            throwErrno("could not write a temporary file beside", target);
+        }
+    }
+    TemporaryFile(const TemporaryFile&) = delete;
+    TemporaryFile& operator=(const TemporaryFile&) = delete;
+    ~TemporaryFile() {
+        if (!isMoved) {
+            unlink(name.c_str());
+        }
+    }
+
+    void fill(std::string_view content) {
+        writeAll(file, content, target);
+        if (fsync(file.get()) != 0) {
+            throwErrno("could not flush to the disk", target);
+        }
+    }
+
+    void moveIntoPlace() {
+        if (rename(name.c_str(), target.c_str()) != 0) {
+            throwErrno("could not replace", target);
+        }
+        isMoved = true;
+    }
+
+private:
+    std::filesystem::path target;
+    std::string name;
+    FileDescriptor file;
+    bool isMoved = false;
+};
+
+/// Where a link leads, also when the file that it names is not there yet.
+std::filesystem::path resolvedLink(const std::filesystem::path& path) {
+    std::error_code ignored; // a link that cannot be followed is replaced by the file itself
+    if (!std::filesystem::is_symlink(path, ignored)) {
+        return path;
+    }
+    const auto resolved = std::filesystem::weakly_canonical(path, ignored);
+    return ignored ? path : resolved;
+}
+
+/// Makes the rename last through a power cut. A file system that cannot flush a folder has done its best already.
+void flushFolder(const std::filesystem::path& folder) {
+    const FileDescriptor descriptor(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (descriptor) {
+        fsync(descriptor.get());
+    }
+}
+
+} // namespace
+
+std::string readWholeFile(const std::filesystem::path& path) {
+    // Without O_NONBLOCK a pipe in the file's place would hold the caller for ever.
+    const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    struct stat status {};
+    if (!file || fstat(file.get(), &status) != 0) {
+        throwErrno("could not read", path);
+    }
+    if (!S_ISREG(status.st_mode)) {
+        errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
+        throwErrno("could not read", path);
+    }
+    std::string content;
+    constexpr std::size_t chunk = 65536;
+    for (;;) {
+        const auto before = content.size();
+        content.resize(before + chunk);
+        const auto count = read(file.get(), content.data() + before, chunk);
+        content.resize(before + static_cast<std::size_t>(count > 0 ? count : 0));
+        if (count == 0) {
+            return content;
+        }
+        if (count < 0 && errno != EINTR) {
+            throwErrno("could not read", path);
+        }
+    }
+}
+
+void replaceFileAtomically(const std::filesystem::path& path, std::string_view content) {
+    const auto target = resolvedLink(path);
+    TemporaryFile temporary(target);
+    temporary.fill(content);
+    temporary.moveIntoPlace();
+    flushFolder(target.parent_path());
+}
+
+void ensureDirectoryExists(const std::filesystem::path& directory) {
+    std::error_code ignored; // what stat cannot tell, mkdir does
+    if (directory.empty() || std::filesystem::is_directory(directory, ignored)) {
+        return;
+    }
+    if (directory.has_parent_path() && directory.parent_path() != directory) {
+        ensureDirectoryExists(directory.parent_path());
+    }
+    if (mkdir(directory.c_str(), S_IRWXU) != 0 &&
+        !(errno == EEXIST && std::filesystem::is_directory(directory, ignored))) {
+        throwErrno("could not create the folder", directory);
+    }
+}
+
+} // namespace tavo

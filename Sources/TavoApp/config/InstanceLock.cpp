@@ -1,0 +1,60 @@
+#include "config/InstanceLock.h"
+
+#include "config/AtomicFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <string>
+#include <system_error>
+
+namespace tavo {
+
+namespace {
+
+struct flock wholeFile(short type) {
+    struct flock lock {};
+    lock.l_type = type;
+    lock.l_whence = SEEK_SET;
+    return lock;
+}
+
+[[noreturn]] void throwErrno(const std::filesystem::path& path) {
+    throw std::system_error(errno, std::generic_category(), "could not lock " + path.string());
+}
+
+} // namespace
+
+std::optional<InstanceLock> InstanceLock::acquire(const std::filesystem::path& path) {
+    ensureDirectoryExists(path.parent_path());
+    FileDescriptor file(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR));
+    if (!file) {
+        throwErrno(path);
+    }
+    auto lock = wholeFile(F_WRLCK);
+    if (fcntl(file.get(), F_SETLK, &lock) != 0) {
+        if (errno == EACCES || errno == EAGAIN) {
+            return std::nullopt;
+        }
+        throwErrno(path);
+    }
+    const auto content = std::to_string(getpid()) + "\n";
+    if (ftruncate(file.get(), 0) != 0 ||
+        pwrite(file.get(), content.data(), content.size(), 0) != static_cast<ssize_t>(content.size())) {
+        throwErrno(path);
+    }
+    return InstanceLock(std::move(file));
+}
+
+std::optional<pid_t> InstanceLock::holder(const std::filesystem::path& path) {
+    const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    auto lock = wholeFile(F_WRLCK);
+    if (!file || fcntl(file.get(), F_GETLK, &lock) != 0 || lock.l_type == F_UNLCK || lock.l_pid <= 0) {
+        return std::nullopt;
+    }
+    return lock.l_pid;
+}
+
+} // namespace tavo

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "base/FileDescriptor.h"
+
+#include <sys/types.h>
+
+#include <filesystem>
+#include <optional>
+
+namespace tavo {
+
+/// The lock of the one Tavo of a user: a file that holds the process id, and is locked for the life of the process.
+///
+/// The lock is a record lock of fcntl(2): it goes with its process however that ends, no child inherits it, and the kernel
+/// tells who holds it, so that the number in the file, which a killed process leaves behind, is never believed.
+class InstanceLock {
+public:
+    /// Takes the lock and writes the process id into the file, whose folder is made when it is missing.
+    /// @return nothing when another process holds the lock. Within one process only one may be made.
+    /// @throws std::system_error naming the path.
+    static std::optional<InstanceLock> acquire(const std::filesystem::path& path);
+
+    /// The process that holds the lock now; nothing when nobody does, or when the file cannot be read. Not for the process
+    /// that holds it: a record lock ends as soon as its process closes any descriptor of the file.
+    static std::optional<pid_t> holder(const std::filesystem::path& path);
+
+private:
+    explicit InstanceLock(FileDescriptor file) : file(std::move(file)) {}
+
+    FileDescriptor file;
+};
+
+} // namespace tavo

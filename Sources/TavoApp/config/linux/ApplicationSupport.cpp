@@ -1,0 +1,16 @@
+#include "config/TavoPaths.h"
+
+#include <cstdlib>
+
+namespace tavo {
+
+std::vector<std::filesystem::path> SystemUserDirectories::applicationSupportDirectories() const {
+    // A relative path in the variable is to be ignored, says the XDG Base Directory Specification.
+    if (const char* configHome = std::getenv("XDG_CONFIG_HOME"); configHome != nullptr && configHome[0] == '/') {
+        return {configHome};
+    }
+    const auto home = homeDirectory();
+    return home.empty() ? std::vector<std::filesystem::path>{} : std::vector{home / ".config"};
+}
+
+} // namespace tavo

@@ -1,0 +1,64 @@
+#pragma once
+
+#include "base/RuntimeRecords.h"
+#include "config/TriggerRule.h"
+#include "runtime/ProcessTreeIndex.h"
+#include "system/ProcessSnapshot.h"
+
+#include <cstdint>
+#include <memory>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+namespace tavo {
+
+/// What one rule found at one moment.
+struct ProcessWatchResult {
+    /// One per matching process, in the order of the snapshot. Each has its command line.
+    std::vector<MatchedProcessSnapshot> matchedProcesses;
+
+    /// The matched processes that count as active, in the same order.
+    std::vector<std::int32_t> activeProcessIDs;
+
+    /// In seconds: by how much the CPU time of the matched processes' trees grew since the last evaluation, summed. A
+    /// process seen for the first time counts with all of the time it has ever used.
+    double totalCPUTimeDelta = 0;
+
+    bool isMatchFound() const { return !matchedProcesses.empty(); }
+    bool hasActivity() const { return !activeProcessIDs.empty(); }
+
+    bool operator==(const ProcessWatchResult&) const = default;
+};
+
+/// Finds the processes that a rule watches, and tells which of them are busy. Used by one thread at a time.
+class ProcessWatcher {
+public:
+    /// @param activityThreshold  in seconds of CPU time; a tree is active that has used more than this since the last time.
+    /// @param ignoredPIDs  processes whose whole trees are never matched.
+    explicit ProcessWatcher(std::shared_ptr<ProcessSnapshotProviding> snapshotProvider, double activityThreshold = 0.1,
+                            std::unordered_set<std::int32_t> ignoredPIDs = {});
+
+    /// Takes a snapshot and measures. The mode of the rule is not looked at: a watcher always matches.
+    /// @throws whatever the snapshot throws; nothing is remembered or forgotten then.
+    ProcessWatchResult evaluate(const TriggerRule& rule, TimePoint at);
+
+private:
+    struct ProcessTreeActivityBaseline {
+        double totalCPUTime = 0; ///< seconds, over the whole tree
+        std::unordered_set<std::int32_t> processIDs;
+
+        bool operator==(const ProcessTreeActivityBaseline&) const = default;
+    };
+
+    bool countsAsActive(const TriggerRule& rule, const ProcessTreeActivityBaseline* previous,
+                        const ProcessTreeActivityBaseline& current, double delta) const;
+    std::unordered_set<std::int32_t> ignoredProcessTreePIDs(const ProcessTreeIndex& index) const;
+
+    std::shared_ptr<ProcessSnapshotProviding> snapshotProvider;
+    double activityThreshold;
+    std::unordered_set<std::int32_t> ignoredPIDs;
+    std::unordered_map<std::int32_t, ProcessTreeActivityBaseline> previousBaselines;
+};
+
+} // namespace tavo

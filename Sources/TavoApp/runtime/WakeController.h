@@ -1,0 +1,54 @@
+#pragma once
+
+#include "helper/PrivilegedSleepControlling.h"
+#include "runtime/WakePlan.h"
+#include "system/CommandRunning.h"
+
+#include <memory>
+#include <optional>
+
+namespace tavo {
+
+struct WakeControllerStatus {
+    bool isActive = false;
+    bool usesClosedLidOverride = false;
+
+    bool operator==(const WakeControllerStatus&) const = default;
+};
+
+/// Makes what runs match what has to run: the assertion's child, and the closed-lid override.
+///
+/// Used by one thread at a time. Destroying it does not deactivate: the owner does, before letting go of it.
+class WakeController {
+public:
+    /// @param privilegedSleepController  null when this process cannot have the closed lid covered.
+    WakeController(std::shared_ptr<CommandRunning> runner,
+                   std::shared_ptr<PrivilegedSleepControlling> privilegedSleepController, WakePlanBuilder builder = {});
+
+    /// Brings the plan for `config` and `powerStatus` into force; does nothing when it is in force already. Blocks while
+    /// the assertion is taken and while the sleep controller works.
+    /// @throws WakeControlError, std::system_error and the sleep controller's errors. When the plan cannot be made, what
+    ///         ran before still runs; after any other failure nothing is held, save an override that could not be ended.
+    void activate(const AppConfig& config, const PowerStatus& powerStatus);
+
+    /// Lets go of everything. @throws the sleep controller's error; the next call tries the same scope again.
+    void deactivate();
+
+    WakeControllerStatus status() const;
+
+private:
+    bool isInForce(const WakePlan& plan) const;
+    void beginOverride(PMSetScope scope, RunningCommand& assertion);
+
+    std::shared_ptr<CommandRunning> runner;
+    std::shared_ptr<PrivilegedSleepControlling> privilegedSleepController;
+    WakePlanBuilder builder;
+    std::shared_ptr<RunningCommand> standardAssertionProcess;
+    std::optional<WakePlan> activePlan;
+
+    /// The scope for which sleep is disabled: present for as long as the override is believed to be in force, that is also
+    /// after a failed attempt to end it.
+    std::optional<PMSetScope> activeClosedLidScope;
+};
+
+} // namespace tavo

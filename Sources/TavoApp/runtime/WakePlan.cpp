@@ -1,0 +1,31 @@
+#include "runtime/WakePlan.h"
+
+#include "runtime/WakeControlError.h"
+
+namespace tavo {
+
+namespace {
+
+std::optional<PMSetScope> closedLidScope(const AppConfig& config, bool supportsClosedLidOverride) {
+    if (config.watchMode == WatchMode::open) {
+        return std::nullopt;
+    }
+    if (!supportsClosedLidOverride) {
+        throw WakeControlError::closedLidRequiresPrivilege();
+    }
+    return pmsetScope(config.powerSourcePolicy);
+}
+
+} // namespace
+
+WakePlan WakePlanBuilder::buildPlan(const AppConfig& config, const PowerStatus& powerStatus,
+                                    bool supportsClosedLidOverride) const {
+    WakePlan plan{.standardAssertionCommand = {.executableURL = assertionExecutable, .arguments = {"-i"}},
+                  .closedLidScope = closedLidScope(config, supportsClosedLidOverride)};
+    if (powerStatus.source == CurrentPowerSource::ac) {
+        plan.standardAssertionCommand.arguments.emplace_back("-s");
+    }
+    return plan;
+}
+
+} // namespace tavo

@@ -1,0 +1,72 @@
+#pragma once
+
+#include "base/FileDescriptor.h"
+#include "system/ShellCommand.h"
+
+#include <spawn.h>
+#include <sys/types.h>
+
+#include <array>
+#include <chrono>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <optional>
+
+namespace tavo {
+
+/// What becomes of a child's standard input. Output and error are always pipes.
+enum class ChildInput { inherited, pipe };
+
+/// A child that was just launched, with the parent's ends of its pipes (close-on-exec).
+struct SpawnedChild {
+    pid_t pid = -1;
+    FileDescriptor input; ///< holds nothing when the input was inherited
+    FileDescriptor output;
+    FileDescriptor error;
+};
+
+/// Launches a child with an empty signal mask, the environment and working directory of the caller, and no descriptor
+/// beyond the three standard ones, posix_spawn(3). The caller has to reap it: see ReapedChild and waitForExit().
+/// @throws std::system_error naming the program, with the system's own code.
+SpawnedChild spawnChild(const ShellCommand& command, ChildInput input);
+
+/// Waits for a child and reaps it. Gives its exit status, or the number of the signal that ended it.
+/// @throws std::system_error when it is no child of this process (any more).
+std::int32_t waitForExit(pid_t pid);
+
+/// Makes a pipe whose ends close on exec; each system has its own means. Gives false and sets errno on failure.
+bool makeClosingPipe(std::array<int, 2>& ends);
+
+/// Has the spawned child start without the parent's descriptors from 3 up; each system has its own means.
+void closeOtherDescriptors(posix_spawn_file_actions_t& actions, posix_spawnattr_t& attributes);
+
+/// A child that a thread of its own waits for and reaps, so that it never stays a zombie, whoever still holds this object.
+/// Every member may be called from any thread.
+class ReapedChild {
+public:
+    /// Takes over a child. @throws std::system_error when no thread can be started; the child is ended and reaped then.
+    static std::shared_ptr<ReapedChild> adopt(pid_t pid);
+
+    bool isRunning() const;
+
+    /// Sends SIGTERM while the child runs; the process id cannot have passed to another process by then, since it is
+    /// reaped under the same lock.
+    void terminate() noexcept;
+
+    /// Waits until the child has ended, at most `bound`. Gives what waitForExit() gives, or nothing when it still runs.
+    std::optional<std::int32_t> waitForExit(std::chrono::milliseconds bound) const;
+
+    pid_t pid() const { return processID; }
+
+private:
+    explicit ReapedChild(pid_t pid) : processID(pid) {}
+    void reapAtExit();
+
+    const pid_t processID;
+    mutable std::mutex mutex;
+    mutable std::condition_variable ended;
+    std::optional<std::int32_t> exitCode;
+};
+
+} // namespace tavo

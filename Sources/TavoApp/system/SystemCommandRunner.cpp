@@ -1,0 +1,73 @@
+#include "system/SystemCommandRunner.h"
+
+#include "base/Text.h"
+
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <future>
+
+namespace tavo {
+
+namespace {
+
+/// Ends and reaps a child whose readers could not be started.
+class ChildGuard {
+public:
+    explicit ChildGuard(pid_t pid) : pid(pid) {}
+    ChildGuard(const ChildGuard&) = delete;
+    ChildGuard& operator=(const ChildGuard&) = delete;
+    ~ChildGuard() {
+        if (pid > 0) {
+            kill(pid, SIGKILL);
+            waitForExit(pid);
+        }
+    }
+    std::int32_t wait() { return waitForExit(std::exchange(pid, -1)); }
+
+private:
+    pid_t pid;
+};
+
+std::string asText(const std::string& bytes) {
+    return std::string(trimWhitespaceAndNewlines(repairUTF8(bytes)));
+}
+
+} // namespace
+
+std::string readToEnd(const FileDescriptor& descriptor) {
+    std::string content;
+    std::array<char, 65536> chunk{};
+    for (;;) {
+        const auto count = read(descriptor.get(), chunk.data(), chunk.size());
+        if (count > 0) {
+            content.append(chunk.data(), static_cast<std::size_t>(count));
+        } else if (count == 0 || errno != EINTR) {
+            return content;
+        }
+    }
+}
+
+ProcessRunningCommand::ProcessRunningCommand(SpawnedChild child)
+    : output(std::move(child.output)), error(std::move(child.error)), process(ReapedChild::adopt(child.pid)) {}
+
+bool SystemCommandRunner::defaultSupportsPrivilegedCommands() {
+    return geteuid() == 0;
+}
+
+ShellCommandResult SystemCommandRunner::run(const ShellCommand& command) {
+    const auto child = spawnChild(command, ChildInput::inherited);
+    ChildGuard guard(child.pid);
+    auto output = std::async(std::launch::async, [&child] { return readToEnd(child.output); });
+    auto error = std::async(std::launch::async, [&child] { return readToEnd(child.error); });
+    const auto exitCode = guard.wait();
+    return {.exitCode = exitCode, .standardOutput = asText(output.get()), .standardError = asText(error.get())};
+}
+
+std::shared_ptr<RunningCommand> SystemCommandRunner::start(const ShellCommand& command) {
+    return std::make_shared<ProcessRunningCommand>(spawnChild(command, ChildInput::inherited));
+}
+
+} // namespace tavo
