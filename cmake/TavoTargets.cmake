@@ -17,7 +17,7 @@ endif()
 
 add_library(tavo_options INTERFACE)
 target_compile_options(tavo_options INTERFACE -Wall -Wextra -Wpedantic -Wnon-virtual-dtor -Wold-style-cast
-                                              -Wconversion -Wsign-conversion
+                                              -Wconversion -Wsign-conversion -Wno-missing-field-initializers
                                               $<IF:$<CXX_COMPILER_ID:GNU>,-Wshadow=local,-Wshadow>)
 if(TAVO_WARNINGS_AS_ERRORS)
     target_compile_options(tavo_options INTERFACE -Werror)

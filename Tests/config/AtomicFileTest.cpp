@@ -1,0 +1,173 @@
+#include "config/AtomicFile.h"
+
+#include "Support/TemporaryDirectory.h"
+
+#include <gtest/gtest.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <system_error>
+
+namespace tavo {
+namespace {
+
+mode_t permissions(const std::filesystem::path& path) {
+    struct stat status {};
+    EXPECT_EQ(stat(path.c_str(), &status), 0) << path;
+    return status.st_mode & 07777U;
+}
+
+std::size_t entriesIn(const std::filesystem::path& folder) {
+    return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder), {}));
+}
+
+TEST(AtomicFile, ANewFileIsTheUsersAlone) {
+    const TemporaryDirectory folder;
+    const auto path = folder.path() / "file";
+    replaceFileAtomically(path, "content");
+    EXPECT_EQ(fileContent(path), "content");
+    EXPECT_EQ(permissions(path), 0600U);
+}
+
+TEST(AtomicFile, AReplacedFileBecomesTheUsersAloneAndNothingElseIsLeft) {
+    const TemporaryDirectory folder;
+    const auto path = folder.write("file", "old");
+    chmod(path.c_str(), 0644);
+    replaceFileAtomically(path, "new");
+    EXPECT_EQ(fileContent(path), "new");
+    EXPECT_EQ(permissions(path), 0600U);
+    EXPECT_EQ(entriesIn(folder.path()), 1U);
+}
+
+TEST(AtomicFile, AReaderOfTheOldFileReadsItWhole) {
+    const TemporaryDirectory folder;
+    const auto path = folder.write("file", "old content");
+    std::ifstream reader(path);
+    replaceFileAtomically(path, "new");
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(reader), {}), "old content");
+}
+
+TEST(AtomicFile, ALinkStaysALink) {
+    const TemporaryDirectory folder;
+    const auto target = folder.write("elsewhere/file", "old");
+    const auto link = folder.path() / "link";
+    std::filesystem::create_symlink(target, link);
+    replaceFileAtomically(link, "new");
+    EXPECT_TRUE(std::filesystem::is_symlink(link));
+    EXPECT_EQ(fileContent(target), "new");
+}
+
+TEST(AtomicFile, AFolderInTheFilesPlaceIsAnErrorAndLeavesNoTemporaryFile) {
+    const TemporaryDirectory folder;
+    std::filesystem::create_directory(folder.path() / "file");
+    EXPECT_THROW(replaceFileAtomically(folder.path() / "file", "new"), std::system_error);
+    EXPECT_EQ(entriesIn(folder.path()), 1U);
+}
+
+TEST(AtomicFile, AFolderThatDoesNotExistIsNamed) {
+    const TemporaryDirectory folder;
+    const auto path = folder.path() / "missing" / "file";
+    try {
+        replaceFileAtomically(path, "new");
+        FAIL() << "written into a missing folder";
+    } catch (const std::system_error& error) {
+        EXPECT_EQ(error.code(), std::errc::no_such_file_or_directory);
+        EXPECT_NE(std::string(error.what()).find(path.string()), std::string::npos) << error.what();
+    }
+}
+
+/// Runs a piece of a test in a child with a mount namespace of its own. Gives the child's exit status.
+template <typename Body>
+int inOwnMountNamespace(Body body) {
+    const auto child = fork();
+    if (child == 0) {
+        constexpr int noPrivilege = 77;
+        if (unshare(CLONE_NEWNS) != 0 || mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
+            _exit(noPrivilege);
+        }
+        _exit(body());
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+TEST(AtomicFile, OnAFullDiskTheOldFileStaysWhole) {
+    const TemporaryDirectory folder;
+    const int status = inOwnMountNamespace([&] {
+        if (mount("tmpfs", folder.path().c_str(), "tmpfs", 0, "size=16k") != 0) {
+            return 1;
+        }
+        const auto path = folder.path() / "file";
+        replaceFileAtomically(path, "old");
+        try {
+            replaceFileAtomically(path, std::string(std::size_t{1} << 20U, 'x'));
+            return 2;
+        } catch (const std::system_error& error) {
+            if (error.code() != std::errc::no_space_on_device) {
+                return 3;
+            }
+        }
+        return fileContent(path) == "old" && entriesIn(folder.path()) == 1 ? 0 : 4;
+    });
+    if (status == 77) {
+        GTEST_SKIP() << "needs root, to make a small file system";
+    }
+    EXPECT_EQ(status, 0);
+}
+
+TEST(AtomicFile, InAReadOnlyFolderTheOldFileStaysWhole) {
+    const TemporaryDirectory folder;
+    const int status = inOwnMountNamespace([&] {
+        const auto path = folder.path() / "file";
+        replaceFileAtomically(path, "old");
+        const auto* name = folder.path().c_str();
+        if (mount(name, name, nullptr, MS_BIND, nullptr) != 0 ||
+            mount(nullptr, name, nullptr, MS_BIND | MS_REMOUNT | MS_RDONLY, nullptr) != 0) {
+            return 1;
+        }
+        try {
+            replaceFileAtomically(path, "new");
+            return 2;
+        } catch (const std::system_error& error) {
+            if (error.code() != std::errc::read_only_file_system) {
+                return 3;
+            }
+        }
+        return fileContent(path) == "old" && entriesIn(folder.path()) == 1 ? 0 : 4;
+    });
+    if (status == 77) {
+        GTEST_SKIP() << "needs root, to make a folder read-only for root too";
+    }
+    EXPECT_EQ(status, 0);
+}
+
+TEST(AtomicFile, MissingFoldersAreMadeForTheUserAlone) {
+    const TemporaryDirectory folder;
+    ensureDirectoryExists(folder.path() / "a" / "b" / "c");
+    EXPECT_EQ(permissions(folder.path() / "a"), 0700U);
+    EXPECT_EQ(permissions(folder.path() / "a" / "b" / "c"), 0700U);
+    EXPECT_NO_THROW(ensureDirectoryExists(folder.path() / "a" / "b" / "c"));
+    EXPECT_NO_THROW(ensureDirectoryExists(folder.path() / "a" / "d" / ""));
+}
+
+TEST(AtomicFile, AFileInTheFoldersPlaceIsAnError) {
+    const TemporaryDirectory folder;
+    folder.write("file", "");
+    EXPECT_THROW(ensureDirectoryExists(folder.path() / "file"), std::system_error);
+    EXPECT_THROW(ensureDirectoryExists(folder.path() / "file" / "below"), std::system_error);
+}
+
+TEST(AtomicFile, WhatIsNoFileCannotBeReadAndBlocksNobody) {
+    const TemporaryDirectory folder;
+    EXPECT_THROW(readWholeFile(folder.path()), std::system_error);
+    EXPECT_THROW(readWholeFile(folder.path() / "missing"), std::system_error);
+    const auto fifo = folder.path() / "fifo";
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    EXPECT_THROW(readWholeFile(fifo), std::system_error);
+}
+
+} // namespace
+} // namespace tavo

@@ -1,0 +1,91 @@
+#include "config/InstanceLock.h"
+
+#include "Support/TemporaryDirectory.h"
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <csignal>
+
+namespace tavo {
+namespace {
+
+/// A child that takes the lock, says so, and holds it until it is killed.
+class HoldingChild {
+public:
+    explicit HoldingChild(const std::filesystem::path& path) {
+        std::array<int, 2> ends{};
+        EXPECT_EQ(pipe(ends.data()), 0);
+        pid = fork();
+        if (pid == 0) {
+            const auto lock = InstanceLock::acquire(path);
+            const char answer = lock ? 'y' : 'n';
+            if (write(ends[1], &answer, 1) != 1) {
+                _exit(1);
+            }
+            for (;;) {
+                pause();
+            }
+        }
+        close(ends[1]);
+        char answer = 0;
+        holds = read(ends[0], &answer, 1) == 1 && answer == 'y';
+        close(ends[0]);
+    }
+    HoldingChild(const HoldingChild&) = delete;
+    HoldingChild& operator=(const HoldingChild&) = delete;
+    ~HoldingChild() { end(); }
+
+    void end() {
+        if (pid > 0) {
+            kill(pid, SIGKILL);
+            waitpid(pid, nullptr, 0);
+            pid = -1;
+        }
+    }
+
+    pid_t pid = -1;
+    bool holds = false;
+};
+
+TEST(InstanceLock, NobodyHoldsALockThatWasNeverTaken) {
+    const TemporaryDirectory folder;
+    EXPECT_EQ(InstanceLock::holder(folder.path() / "tavo.lock"), std::nullopt);
+    folder.write("tavo.lock", "1\n");
+    EXPECT_EQ(InstanceLock::holder(folder.path() / "tavo.lock"), std::nullopt);
+}
+
+TEST(InstanceLock, TheKernelTellsWhoHoldsIt) {
+    const TemporaryDirectory folder;
+    const auto path = folder.path() / "below" / "tavo.lock";
+    const HoldingChild child(path);
+    ASSERT_TRUE(child.holds);
+    EXPECT_EQ(InstanceLock::holder(path), child.pid);
+    EXPECT_EQ(fileContent(path), std::to_string(child.pid) + "\n");
+}
+
+TEST(InstanceLock, ASecondProcessDoesNotGetIt) {
+    const TemporaryDirectory folder;
+    const auto path = folder.path() / "tavo.lock";
+    const HoldingChild first(path);
+    EXPECT_FALSE(InstanceLock::acquire(path).has_value());
+    EXPECT_EQ(InstanceLock::holder(path), first.pid);
+    EXPECT_EQ(fileContent(path), std::to_string(first.pid) + "\n");
+}
+
+TEST(InstanceLock, TheLockOfAKilledProcessBlocksNobody) {
+    const TemporaryDirectory folder;
+    const auto path = folder.path() / "tavo.lock";
+    HoldingChild first(path);
+    ASSERT_TRUE(first.holds);
+    first.end();
+    EXPECT_EQ(InstanceLock::holder(path), std::nullopt);
+    const HoldingChild second(path);
+    EXPECT_TRUE(second.holds);
+    EXPECT_EQ(InstanceLock::holder(path), second.pid);
+}
+
+} // namespace
+} // namespace tavo

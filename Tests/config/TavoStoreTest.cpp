@@ -1,0 +1,178 @@
+#include "config/TavoStore.h"
+
+#include "Support/TemporaryDirectory.h"
+#include "config/TavoValidationError.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <system_error>
+
+namespace tavo {
+namespace {
+
+class TavoStoreTest : public testing::Test {
+protected:
+    TemporaryDirectory folder;
+    TavoStore store{TavoPaths{folder.path() / "a" / "Tavo"}};
+    std::filesystem::path root = folder.path() / "a" / "Tavo";
+
+    void writeConfig(const std::string& text) const { folder.write("a/Tavo/config.json", text); }
+    std::string configText() const { return fileContent(root / "config.json"); }
+};
+
+RuntimeSnapshot fullSnapshot() {
+    return {.isEnabled = true,
+            .isWakeAssertionActive = true,
+            .lastEvaluationDate = parseISO8601("2026-01-31T09:05:00Z"),
+            .lastDecisionReason = RuntimeDecisionReason::error,
+            .matchedProcesses = {{.pid = 7, .executableName = "codex", .commandLine = "codex --yes"},
+                                 {.pid = 8, .executableName = "ghost", .commandLine = {}}},
+            .lastError = "something failed."};
+}
+
+TEST_F(TavoStoreTest, AFreshRootGivesDefaultsAndIsNotCreated) {
+    EXPECT_EQ(store.loadConfig(), AppConfig::defaultConfig());
+    EXPECT_EQ(store.loadRuntimeSnapshot(), RuntimeSnapshot::idle());
+    EXPECT_FALSE(std::filesystem::exists(folder.path() / "a"));
+}
+
+TEST_F(TavoStoreTest, SavingMakesTheFoldersAndReadsBackEqual) {
+    AppConfig config;
+    config.isEnabled = true;
+    config.watchMode = WatchMode::both;
+    config.batteryCutoffPercent = std::nullopt;
+    config.trigger = defaultRule(TriggerPreset::claudeCode);
+    store.saveConfig(config);
+    EXPECT_EQ(store.loadConfig(), config);
+}
+
+TEST_F(TavoStoreTest, AnAbsentCutoffIsWrittenBackAsNull) {
+    writeConfig(R"({"isEnabled": false, "watchMode": "open", "powerSourcePolicy": "any", "maxAwakeDuration": "none",
+                    "batteryCutoffPercent": null, "pollIntervalSeconds": 60, "trigger": {"preset": "always"},
+                    "launchAtLoginEnabled": false})");
+    const auto config = store.loadConfig();
+    EXPECT_EQ(config.batteryCutoffPercent, std::nullopt);
+    EXPECT_TRUE(config.closedLidPermissionGranted);
+    store.saveConfig(config);
+    EXPECT_NE(configText().find("\"batteryCutoffPercent\": null"), std::string::npos) << configText();
+}
+
+TEST_F(TavoStoreTest, APollIntervalOfTenIsSavedAsSixty) {
+    AppConfig config;
+    config.pollIntervalSeconds = 10;
+    store.saveConfig(config);
+    EXPECT_EQ(parseJson(configText()).at("pollIntervalSeconds"), 60);
+}
+
+TEST_F(TavoStoreTest, WhatIsInvalidIsNotSavedAndTheFileStays) {
+    store.saveConfig({});
+    const auto before = configText();
+    AppConfig config;
+    config.batteryCutoffPercent = 101;
+    EXPECT_THROW(store.saveConfig(config), TavoValidationError);
+    EXPECT_EQ(configText(), before);
+}
+
+TEST_F(TavoStoreTest, WhatIsInvalidMakesNoFolder) {
+    AppConfig config;
+    config.trigger = {.mode = TriggerMode::process};
+    EXPECT_THROW(store.saveConfig(config), TavoValidationError);
+    EXPECT_FALSE(std::filesystem::exists(folder.path() / "a"));
+}
+
+TEST_F(TavoStoreTest, ABadFileIsADecodingErrorAndStaysAsItIs) {
+    for (const auto* text : {"[]", "", "{", "{}", "null", "\"config\"", "{\"isEnabled\": tru}", "\xFF\xFE",
+                             "{} trailing", "[[[[[[[[", "{\"isEnabled\": 99999999999999999999999}"}) {
+        writeConfig(text);
+        EXPECT_THROW(store.loadConfig(), DecodingError) << text;
+        EXPECT_EQ(configText(), text);
+    }
+}
+
+TEST_F(TavoStoreTest, TheErrorOfAnArrayNamesWhatWasExpected) {
+    writeConfig("[]");
+    try {
+        store.loadConfig();
+        FAIL() << "an array passed";
+    } catch (const DecodingError& error) {
+        EXPECT_EQ(error.kind(), DecodingError::Kind::typeMismatch);
+        EXPECT_EQ(error.description(), "expected an object but found an array.");
+    }
+}
+
+TEST_F(TavoStoreTest, TextThatIsNoJsonIsLocated) {
+    writeConfig("{\n  \"isEnabled\": maybe\n}");
+    try {
+        store.loadConfig();
+        FAIL() << "no JSON passed";
+    } catch (const DecodingError& error) {
+        EXPECT_NE(error.description().find("line 2, column 16"), std::string::npos) << error.description();
+    }
+}
+
+TEST_F(TavoStoreTest, AnInvalidFileIsAValidationError) {
+    AppConfig config;
+    Json json(config);
+    json["batteryCutoffPercent"] = 0;
+    writeConfig(json.dump());
+    EXPECT_THROW(store.loadConfig(), TavoValidationError);
+}
+
+TEST_F(TavoStoreTest, AFolderInTheFilesPlaceIsAReadError) {
+    std::filesystem::create_directories(root / "config.json");
+    std::filesystem::create_directories(root / "state.json");
+    EXPECT_THROW(store.loadConfig(), std::system_error);
+    EXPECT_THROW(store.loadRuntimeSnapshot(), std::system_error);
+}
+
+TEST_F(TavoStoreTest, ASnapshotReadsBackEqual) {
+    store.saveRuntimeSnapshot(fullSnapshot());
+    EXPECT_EQ(store.loadRuntimeSnapshot(), fullSnapshot());
+}
+
+TEST_F(TavoStoreTest, FilesListTheirKeysSortedAndDatesAsISO8601) {
+    store.saveRuntimeSnapshot(fullSnapshot());
+    EXPECT_EQ(fileContent(root / "state.json"), R"({
+  "isEnabled": true,
+  "isWakeAssertionActive": true,
+  "lastDecisionReason": "error",
+  "lastError": "something failed.",
+  "lastEvaluationDate": "2026-01-31T09:05:00Z",
+  "matchedProcesses": [
+    {
+      "commandLine": "codex --yes",
+      "executableName": "codex",
+      "pid": 7
+    },
+    {
+      "executableName": "ghost",
+      "pid": 8
+    }
+  ]
+}
+)");
+}
+
+TEST_F(TavoStoreTest, MalformedBytesInACommandLineAreWrittenAsReplacementCharacters) {
+    auto snapshot = fullSnapshot();
+    snapshot.matchedProcesses = {{.pid = 1, .executableName = "a", .commandLine = "a \xFF"}};
+    store.saveRuntimeSnapshot(snapshot);
+    EXPECT_EQ(store.loadRuntimeSnapshot().matchedProcesses.at(0).commandLine, "a \uFFFD");
+}
+
+TEST_F(TavoStoreTest, FilesAndFolderAreTheUsersAlone) {
+    store.saveConfig({});
+    store.saveRuntimeSnapshot({});
+    const auto permissions = [](const std::filesystem::path& path) {
+        struct stat status {};
+        EXPECT_EQ(stat(path.c_str(), &status), 0);
+        return status.st_mode & 0777U;
+    };
+    EXPECT_EQ(permissions(root), 0700U);
+    EXPECT_EQ(permissions(root / "config.json"), 0600U);
+    EXPECT_EQ(permissions(root / "state.json"), 0600U);
+}
+
+} // namespace
+} // namespace tavo
