@@ -20,8 +20,9 @@ std::optional<PMSetScope> closedLidScope(const AppConfig& config, bool supportsC
 
 WakePlan WakePlanBuilder::buildPlan(const AppConfig& config, const PowerStatus& powerStatus,
                                     bool supportsClosedLidOverride) const {
+    const auto scope = closedLidScope(config, supportsClosedLidOverride);
     WakePlan plan{.standardAssertionCommand = {.executableURL = assertionExecutable, .arguments = {"-i"}},
-                  .closedLidScope = closedLidScope(config, supportsClosedLidOverride)};
+                  .closedLidScope = scope};
     if (powerStatus.source == CurrentPowerSource::ac) {
         plan.standardAssertionCommand.arguments.emplace_back("-s");
     }

@@ -1,0 +1,212 @@
+#include "system/SystemCommandRunner.h"
+
+#include "Support/TemporaryDirectory.h"
+#include "Support/WaitUntil.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <system_error>
+#include <thread>
+#include <vector>
+
+namespace tavo {
+namespace {
+
+ShellCommand testChild(std::vector<std::string> arguments) {
+    return {.executableURL = TAVO_TEST_CHILD, .arguments = std::move(arguments)};
+}
+
+/// Whether this process still has the child, running or as a zombie.
+bool isChild(pid_t pid) {
+    siginfo_t info{};
+    return waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOHANG | WNOWAIT) == 0;
+}
+
+class SystemCommandRunnerTest : public testing::Test {
+protected:
+    SystemCommandRunner runner;
+
+    std::shared_ptr<ProcessRunningCommand> start(std::vector<std::string> arguments) {
+        return std::dynamic_pointer_cast<ProcessRunningCommand>(runner.start(testChild(std::move(arguments))));
+    }
+};
+
+TEST_F(SystemCommandRunnerTest, MegabytesOnBothStreamsComeBackWhole) {
+    constexpr std::size_t bytes = 5000000;
+    const auto result = runner.run(testChild({"flood", std::to_string(bytes)}));
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.standardOutput, std::string(bytes, 'x'));
+    EXPECT_EQ(result.standardError, std::string(bytes, 'x'));
+}
+
+TEST_F(SystemCommandRunnerTest, OutputIsTrimmed) {
+    EXPECT_EQ(runner.run(testChild({"print", "  hello\n\n"})).standardOutput, "hello");
+    EXPECT_EQ(runner.run(testChild({"print", " \n\t\u2003 \n"})).standardOutput, "");
+}
+
+TEST_F(SystemCommandRunnerTest, MalformedOutputIsReplaced) {
+    EXPECT_EQ(runner.run(testChild({"print", "a\xFFz"})).standardOutput, "a\uFFFDz");
+}
+
+TEST_F(SystemCommandRunnerTest, ArgumentsArriveAsTheyStand) {
+    EXPECT_EQ(runner.run(testChild({"arguments", "a b", "", "$HOME", "'\"`", "é\n"})).standardOutput,
+              "[a b][][$HOME]['\"`][é\n]");
+}
+
+TEST_F(SystemCommandRunnerTest, ANonZeroStatusIsAResult) {
+    const auto result = runner.run(testChild({"exit", "3"}));
+    EXPECT_EQ(result, (ShellCommandResult{.exitCode = 3}));
+}
+
+TEST_F(SystemCommandRunnerTest, AChildEndedByASignalIsAResult) {
+    EXPECT_EQ(runner.run(testChild({"die", std::to_string(SIGKILL)})).exitCode, SIGKILL);
+}
+
+TEST_F(SystemCommandRunnerTest, APathThatDoesNotExistThrowsTheSystemsError) {
+    const ShellCommand command{.executableURL = "/nonexistent/program"};
+    for (const bool isRun : {true, false}) {
+        try {
+            isRun ? static_cast<void>(runner.run(command)) : static_cast<void>(runner.start(command));
+            FAIL() << "a program that does not exist ran";
+        } catch (const std::system_error& error) {
+            EXPECT_EQ(error.code(), std::errc::no_such_file_or_directory);
+            EXPECT_NE(std::string(error.what()).find("/nonexistent/program"), std::string::npos);
+        }
+    }
+}
+
+TEST_F(SystemCommandRunnerTest, AFileThatIsNoProgramThrowsTheSystemsError) {
+    const TemporaryDirectory folder;
+    const ShellCommand command{.executableURL = folder.write("file", "text")};
+    EXPECT_THROW(runner.run(command), std::system_error);
+    EXPECT_THROW(runner.start(command), std::system_error);
+}
+
+TEST_F(SystemCommandRunnerTest, AChildHasTheThreeStandardDescriptorsAndNoOther) {
+    // One that closes on exec and one that does not, beside whatever the test program holds.
+    const FileDescriptor closing(open("/dev/null", O_RDONLY | O_CLOEXEC));
+    const FileDescriptor leaking(open("/dev/null", O_RDONLY));
+    const auto held = start({"wait"});
+    EXPECT_EQ(runner.run(testChild({"descriptors"})).standardOutput, "0 1 2");
+    held->stop();
+}
+
+TEST_F(SystemCommandRunnerTest, AChildStartsWithACleanSignalMask) {
+    sigset_t blocked;
+    sigset_t before;
+    sigemptyset(&blocked);
+    sigaddset(&blocked, SIGTERM);
+    sigaddset(&blocked, SIGUSR1);
+    ASSERT_EQ(pthread_sigmask(SIG_BLOCK, &blocked, &before), 0);
+    const auto handlerBefore = std::signal(SIGPIPE, SIG_IGN);
+    const auto result = runner.run(testChild({"signals"}));
+    std::signal(SIGPIPE, handlerBefore);
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    EXPECT_EQ(result.standardOutput, "pipe-default");
+}
+
+TEST_F(SystemCommandRunnerTest, AStartedChildRunsUntilItIsStopped) {
+    const auto child = start({"wait"});
+    EXPECT_TRUE(child->isRunning());
+    child->stop();
+    EXPECT_TRUE(waitUntil([&] { return !child->isRunning(); }));
+}
+
+TEST_F(SystemCommandRunnerTest, AChildThatDiedIsNoticed) {
+    const auto child = start({"wait"});
+    kill(child->pid(), SIGKILL);
+    EXPECT_TRUE(waitUntil([&] { return !child->isRunning(); }));
+}
+
+TEST_F(SystemCommandRunnerTest, StoppingAChildThatHasEndedDoesNothing) {
+    const auto child = start({"exit", "0"});
+    ASSERT_TRUE(waitUntil([&] { return !child->isRunning(); }));
+    EXPECT_NO_THROW(child->stop());
+    ASSERT_TRUE(waitUntil([&] { return !isChild(child->pid()); }));
+    EXPECT_NO_THROW(child->stop());
+    EXPECT_FALSE(child->isRunning());
+}
+
+TEST_F(SystemCommandRunnerTest, NoZombieIsLeftWhenAChildEnds) {
+    const auto child = start({"exit", "0"});
+    EXPECT_TRUE(waitUntil([&] { return !isChild(child->pid()); }));
+}
+
+TEST_F(SystemCommandRunnerTest, ADroppedHandleLeavesTheChildRunningAndNoZombieAfterIt) {
+    auto child = start({"wait"});
+    const auto pid = child->pid();
+    child.reset();
+    EXPECT_TRUE(isChild(pid));
+    kill(pid, SIGTERM);
+    EXPECT_TRUE(waitUntil([&] { return !isChild(pid); }));
+}
+
+TEST_F(SystemCommandRunnerTest, HandlesAreSafeFromManyThreads) {
+    for (int round = 0; round < 20; ++round) {
+        const auto child = start({"wait"});
+        std::vector<std::thread> threads;
+        for (int index = 0; index < 4; ++index) {
+            threads.emplace_back([&child, index] {
+                if (index % 2 == 0) {
+                    child->stop();
+                }
+                EXPECT_TRUE(waitUntil([&] { return !child->isRunning(); }));
+                child->stop();
+            });
+        }
+        for (auto& thread : threads) {
+            thread.join();
+        }
+        EXPECT_TRUE(waitUntil([&] { return !isChild(child->pid()); }));
+    }
+}
+
+TEST_F(SystemCommandRunnerTest, RunLeavesNoDescriptorOpen) {
+    const auto lowestFree = [] { return FileDescriptor(open("/dev/null", O_RDONLY | O_CLOEXEC)).get(); };
+    const int before = lowestFree();
+    for (int round = 0; round < 10; ++round) {
+        runner.run(testChild({"exit", "0"}));
+        EXPECT_THROW(runner.run({.executableURL = "/nonexistent"}), std::system_error);
+    }
+    EXPECT_EQ(lowestFree(), before);
+}
+
+TEST_F(SystemCommandRunnerTest, AParentWithoutStandardStreamsGetsItsOutputAllTheSame) {
+    const auto child = fork();
+    if (child == 0) {
+        close(STDIN_FILENO);
+        close(STDOUT_FILENO);
+        close(STDERR_FILENO);
+        const auto result = SystemCommandRunner().run(testChild({"flood", "100000"}));
+        const std::string expected(100000, 'x');
+        _exit(result.standardOutput == expected && result.standardError == expected ? 0 : 1);
+    }
+    EXPECT_EQ(waitForExit(child), 0);
+}
+
+TEST(SystemCommandRunner, PrivilegeIsTheEffectiveUsers) {
+    EXPECT_EQ(SystemCommandRunner::defaultSupportsPrivilegedCommands(), geteuid() == 0);
+    EXPECT_TRUE(SystemCommandRunner(true).supportsPrivilegedCommands());
+    EXPECT_FALSE(SystemCommandRunner(false).supportsPrivilegedCommands());
+}
+
+TEST(SystemCommandRunner, AnOrdinaryUserHasNoPrivilege) {
+    if (geteuid() != 0) {
+        EXPECT_FALSE(SystemCommandRunner::defaultSupportsPrivilegedCommands());
+        return;
+    }
+    const auto child = fork();
+    if (child == 0) {
+        constexpr uid_t nobody = 65534;
+        _exit(setuid(nobody) == 0 && !SystemCommandRunner::defaultSupportsPrivilegedCommands() ? 0 : 1);
+    }
+    EXPECT_EQ(waitForExit(child), 0);
+}
+
+} // namespace
+} // namespace tavo
