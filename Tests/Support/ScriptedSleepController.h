@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Support/EventLog.h"
+#include "base/WakeControlError.h"
 #include "helper/PrivilegedSleepControlling.h"
-#include "runtime/WakeControlError.h"
 
 #include <memory>
 #include <optional>

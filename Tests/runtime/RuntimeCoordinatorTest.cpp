@@ -22,7 +22,7 @@ using Reason = RuntimeDecisionReason;
 class RuntimeCoordinatorTest : public testing::Test {
 protected:
     TemporaryDirectory folder;
-    TavoStore store{TavoPaths{folder.path() / "Tavo"}};
+    std::shared_ptr<TavoStore> store = std::make_shared<TavoStore>(TavoPaths{folder.path() / "Tavo"});
     std::shared_ptr<EventLog> log = std::make_shared<EventLog>();
     std::shared_ptr<FixedPowerEnvironment> power = std::make_shared<FixedPowerEnvironment>();
     std::shared_ptr<ScriptedProcessTable> table = std::make_shared<ScriptedProcessTable>();
@@ -40,7 +40,7 @@ protected:
     }
 
     static TimePoint at(int seconds) { return TimePoint{std::chrono::hours{24 * 365} + std::chrono::seconds{seconds}}; }
-    RuntimeSnapshot saved() const { return store.loadRuntimeSnapshot(); }
+    RuntimeSnapshot saved() const { return store->loadRuntimeSnapshot(); }
     bool isHeld() const { return coordinator.wakeStatus().isActive; }
 
     void runCodex(double cpuTime = 1) {
@@ -193,7 +193,7 @@ TEST_F(RuntimeCoordinatorTest, ValidationFixesTheSessionLimitAndTheActivityRequi
 
 TEST_F(RuntimeCoordinatorTest, WithoutAStoreNothingIsWritten) {
     RuntimeCoordinator forgetful(power, std::make_shared<ProcessWatcher>(table),
-                                 std::make_shared<WakeController>(runner, sleep), std::nullopt);
+                                 std::make_shared<WakeController>(runner, sleep), nullptr);
     EXPECT_EQ(forgetful.evaluate(always, at(0)).snapshot.lastDecisionReason, Reason::active);
     EXPECT_EQ(forgetful.stop(at(1)).snapshot.lastDecisionReason, Reason::disabled);
     EXPECT_FALSE(std::filesystem::exists(folder.path() / "Tavo"));

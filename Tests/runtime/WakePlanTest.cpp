@@ -1,6 +1,6 @@
 #include "runtime/WakePlan.h"
 
-#include "runtime/WakeControlError.h"
+#include "base/WakeControlError.h"
 
 #include <gtest/gtest.h>
 

@@ -6,28 +6,39 @@
 
 namespace tavo {
 
-/// Reads and writes "config.json" and "state.json": UTF-8, pretty-printed, keys sorted, dates in ISO 8601. The files and
-/// the folder are the user's alone (0600, 0700), since command lines can hold secrets. Neither file is ever deleted.
-class TavoStore {
-public:
-    explicit TavoStore(TavoPaths paths) : filePaths(std::move(paths)) {}
+/// Keeps the configuration and the last runtime snapshot.
+struct TavoStoring {
+    virtual ~TavoStoring() = default;
 
-    const TavoPaths& paths() const { return filePaths; }
+    virtual const TavoPaths& paths() const = 0;
 
     /// The validated configuration of the file, or the default one when there is no file (nothing is written then).
     /// @throws std::system_error when the file cannot be read, DecodingError naming the key, TavoValidationError.
-    AppConfig loadConfig() const;
+    virtual AppConfig loadConfig() const = 0;
 
     /// Writes the validated form of `config`.
     /// @throws TavoValidationError before anything is written; std::system_error, with the previous file whole.
-    void saveConfig(const AppConfig& config) const;
+    virtual void saveConfig(const AppConfig& config) const = 0;
 
     /// The snapshot of the file, or the idle one when there is no file.
     /// @throws std::system_error when the file cannot be read, DecodingError naming the key.
-    RuntimeSnapshot loadRuntimeSnapshot() const;
+    virtual RuntimeSnapshot loadRuntimeSnapshot() const = 0;
 
     /// @throws std::system_error, with the previous file whole.
-    void saveRuntimeSnapshot(const RuntimeSnapshot& snapshot) const;
+    virtual void saveRuntimeSnapshot(const RuntimeSnapshot& snapshot) const = 0;
+};
+
+/// Reads and writes "config.json" and "state.json": UTF-8, pretty-printed, keys sorted, dates in ISO 8601. The files and
+/// the folder are the user's alone (0600, 0700), since command lines can hold secrets. Neither file is ever deleted.
+class TavoStore final : public TavoStoring {
+public:
+    explicit TavoStore(TavoPaths paths) : filePaths(std::move(paths)) {}
+
+    const TavoPaths& paths() const override { return filePaths; }
+    AppConfig loadConfig() const override;
+    void saveConfig(const AppConfig& config) const override;
+    RuntimeSnapshot loadRuntimeSnapshot() const override;
+    void saveRuntimeSnapshot(const RuntimeSnapshot& snapshot) const override;
 
 private:
     void ensureBaseDirectoryExists() const;

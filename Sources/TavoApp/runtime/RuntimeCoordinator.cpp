@@ -36,7 +36,8 @@ double secondsBetween(TimePoint start, TimePoint end) {
 
 RuntimeCoordinator::RuntimeCoordinator(std::shared_ptr<PowerEnvironmentProviding> powerEnvironment,
                                        std::shared_ptr<ProcessWatcher> processWatcher,
-                                       std::shared_ptr<WakeController> wakeController, std::optional<TavoStore> store)
+                                       std::shared_ptr<WakeController> wakeController,
+                                       std::shared_ptr<const TavoStoring> store)
     : powerEnvironment(std::move(powerEnvironment)), processWatcher(std::move(processWatcher)),
       wakeController(std::move(wakeController)), store(std::move(store)) {}
 

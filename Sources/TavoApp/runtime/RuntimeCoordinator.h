@@ -18,10 +18,10 @@ namespace tavo {
 /// calls stop() first.
 class RuntimeCoordinator {
 public:
-    /// @param store  where snapshots are kept; nothing is written without one.
+    /// @param store  where snapshots are kept; nothing is written when it is null.
     RuntimeCoordinator(std::shared_ptr<PowerEnvironmentProviding> powerEnvironment,
                        std::shared_ptr<ProcessWatcher> processWatcher, std::shared_ptr<WakeController> wakeController,
-                       std::optional<TavoStore> store);
+                       std::shared_ptr<const TavoStoring> store);
 
     /// One evaluation of the validated form of `config`: master switch, power-source policy, battery cutoff, trigger.
     /// @throws TavoValidationError before anything else happens; errors of the process table, the wake controller and the
@@ -51,7 +51,7 @@ private:
     std::shared_ptr<PowerEnvironmentProviding> powerEnvironment;
     std::shared_ptr<ProcessWatcher> processWatcher;
     std::shared_ptr<WakeController> wakeController;
-    std::optional<TavoStore> store;
+    std::shared_ptr<const TavoStoring> store;
 
     /// When the current continuous awake session began.
     std::optional<TimePoint> activeSessionStartedAt;
