@@ -1,0 +1,113 @@
+#include "TavoInhibit/CommandLine.h"
+
+#include "TavoInhibit/Wording.h"
+
+#include <string_view>
+
+namespace tavo {
+namespace {
+
+CommandLine rejected(std::string problem) {
+    CommandLine line;
+    line.problem = std::move(problem).append("; try tavo-inhibit --help");
+    return line;
+}
+
+CommandLine showing(CommandLine::Action action) {
+    CommandLine line;
+    line.action = action;
+    return line;
+}
+
+} // namespace
+
+CommandLine parseCommandLine(int argc, char** argv) {
+    auto idle = false;
+    CommandLine line;
+    for (auto index = 1; index < argc; ++index) {
+        const std::string_view argument = argv[index];
+        if (argument == "--help") {
+            return showing(CommandLine::Action::showHelp);
+        }
+        if (argument == "--version") {
+            return showing(CommandLine::Action::showVersion);
+        }
+        if (argument.size() < 2 || argument[0] != '-' ||
+            argument.find_first_not_of("is", 1) != std::string_view::npos) {
+            return rejected("\"" + shortened(withoutControls(argument), 100) + "\" is not understood");
+        }
+        idle = idle || argument.find('i') != std::string_view::npos;
+        line.sleep = line.sleep || argument.find('s') != std::string_view::npos;
+    }
+    if (!idle) {
+        return rejected(line.sleep ? "-s adds to -i and does not stand alone" : "-i is needed to hold anything");
+    }
+    line.action = CommandLine::Action::hold;
+    return line;
+}
+
+std::string helpText() {
+    return R"(NAME
+    tavo-inhibit - keep this computer awake until standard input ends
+
+USAGE
+    tavo-inhibit -i [-s]
+    tavo-inhibit --help
+    tavo-inhibit --version
+
+DESCRIPTION
+    Takes a lock from logind, says on standard output what it got, and holds it
+    until standard input ends or a signal (TERM, INT, HUP) comes. The lock ends
+    with the program, however it ends.
+
+    Because many desktops decide for themselves when to suspend, it then asks
+    the desktop too, where one runs: org.gnome.SessionManager and
+    org.freedesktop.PowerManagement, and only where neither holds the computer
+    awake the portal, org.freedesktop.portal.Desktop. It starts none of them.
+    One that appears later is asked then, and a session bus that ends is
+    waited for.
+
+    tavo and tavoctl start it. To try it by hand: tavo-inhibit -i -s, and
+    Ctrl-D to let go.
+
+OPTIONS
+    -i          Do not suspend because nobody uses the computer (idle).
+    -s          Nor because somebody asks for it (sleep). Adds to -i.
+    --help      Show this text.
+    --version   Show the version.
+
+OUTPUT
+    One line for each event, the first one logind's:
+
+        SERVICE STATE WHAT[; NOTICE]
+
+    SERVICE     logind, gnome, power-management or portal
+    STATE       held     it is held
+                asked    the portal was asked; it does not say what it does
+                refused  the service answered with an error, or not in time
+                lost     the service or its bus went away
+    WHAT        idle or idle:sleep from logind, suspend from the others
+    NOTICE      what is held less than was asked, and what to do about it
+
+EXIT STATUS
+    0           Standard input ended, or a signal came.
+    64          Wrong usage.
+    69          logind's lock could not be held; standard error says why.
+    70          Something failed inside; standard error says what.
+
+ENVIRONMENT
+    DBUS_SESSION_BUS_ADDRESS, XDG_RUNTIME_DIR
+                Where the session bus is. Having none is no error.
+    DBUS_SYSTEM_BUS_ADDRESS
+                Where the system bus is, if not at its usual place.
+
+SEE ALSO
+    tavo(1), tavoctl(1), systemd-inhibit(1)
+)";
+}
+
+std::string versionText() {
+    return "tavo-inhibit " TAVO_VERSION "\n";
+}
+
+} // namespace tavo

@@ -1,0 +1,152 @@
+#include "TavoInhibit/DesktopInhibitor.h"
+
+#include "TavoInhibit/Wording.h"
+
+#include <cstring>
+
+namespace tavo {
+
+DesktopInhibitor::DesktopInhibitor(sd_bus& bus, const DesktopService& service, Report& report,
+                                   std::function<void()> changed)
+    : bus(bus), service(service), report(report), changed(std::move(changed)) {
+    follow();
+}
+
+void DesktopInhibitor::follow() {
+    // Only this name's changes: the bus announces every client that comes and goes, and each would wake us.
+    const auto rule = std::string("type='signal',sender='org.freedesktop.DBus',path='/org/freedesktop/DBus',"
+                                  "interface='org.freedesktop.DBus',member='NameOwnerChanged',arg0='") +
+                      service.name + "'";
+    checked(sd_bus_add_match_async(&bus, Receive(ownerChanges), rule.c_str(), onOwnerChanged, nullptr, this),
+            "watch a name on the session bus");
+    // After the match, so that no owner comes or goes unseen in between.
+    checked(sd_bus_call_method_async(&bus, Receive(ownerReply), "org.freedesktop.DBus", "/org/freedesktop/DBus",
+                                     "org.freedesktop.DBus", "GetNameOwner", onOwner, this, "s", service.name),
+            "ask who owns a name on the session bus");
+}
+
+int DesktopInhibitor::onOwner(sd_bus_message* reply, void* self, sd_bus_error*) noexcept {
+    const char* owner = nullptr;
+    // An error says that there is no owner, which is what was assumed.
+    if (sd_bus_message_is_method_error(reply, nullptr) == 0 && sd_bus_message_read(reply, "s", &owner) > 0) {
+        static_cast<DesktopInhibitor*>(self)->ownerIs(owner);
+    }
+    return 0;
+}
+
+int DesktopInhibitor::onOwnerChanged(sd_bus_message* signal, void* self, sd_bus_error*) noexcept {
+    const char* name = nullptr;
+    const char* oldOwner = nullptr;
+    const char* newOwner = nullptr;
+    auto& inhibitor = *static_cast<DesktopInhibitor*>(self);
+    if (sd_bus_message_read(signal, "sss", &name, &oldOwner, &newOwner) > 0 &&
+        std::strcmp(name, inhibitor.service.name) == 0) {
+        inhibitor.ownerIs(newOwner);
+    }
+    return 0;
+}
+
+void DesktopInhibitor::ownerIs(const char* newOwner) {
+    if (owner == newOwner) {
+        return;
+    }
+    // What the old owner may still answer means nothing any more.
+    pendingAnswer.reset();
+    if (current == State::holding) {
+        post(InhibitState::lost);
+    }
+    owner = newOwner;
+    current = owner.empty() ? State::absent : State::present;
+    changed();
+}
+
+void DesktopInhibitor::ask() {
+    wanted = true;
+    if (current != State::present) {
+        return;
+    }
+    current = State::pending;
+    const auto result = sendRequest();
+    if (result < 0) {
+        refuse(quotedError(-result));
+    }
+}
+
+int DesktopInhibitor::sendRequest() {
+    BusMessage call;
+    auto result =
+        sd_bus_message_new_method_call(&bus, Receive(call), owner.c_str(), service.path, service.interface, "Inhibit");
+    if (result >= 0) {
+        result = service.appendRequest(call.get());
+    }
+    if (result >= 0) {
+        // A unique name starts nobody as it is; the flag makes sure that no service acts on our behalf either.
+        result = sd_bus_message_set_auto_start(call.get(), 0);
+    }
+    if (result >= 0) {
+        result =
+            sd_bus_call_async(&bus, Receive(pendingAnswer), call.get(), onAnswer, this, service.answerMicroseconds);
+    }
+    return result;
+}
+
+int DesktopInhibitor::onAnswer(sd_bus_message* reply, void* self, sd_bus_error*) noexcept {
+    auto& inhibitor = *static_cast<DesktopInhibitor*>(self);
+    // A connection that ends answers every open call with an error of its own making; busEnded() follows.
+    if (sd_bus_is_open(&inhibitor.bus) > 0) {
+        inhibitor.answer(*reply);
+    }
+    return 0;
+}
+
+void DesktopInhibitor::answer(sd_bus_message& reply) {
+    const auto* error = sd_bus_message_get_error(&reply);
+    if (error != nullptr) {
+        const auto hasMessage = error->message != nullptr && std::strlen(error->message) > 0;
+        refuse(quotedMessage(hasMessage ? error->message : error->name));
+    } else if (service.readToken(&reply, token) <= 0) {
+        refuse("its answer is not understood");
+    } else if (!wanted) {
+        sendRelease();
+        current = State::present;
+    } else {
+        current = State::holding;
+        post(service.accepted);
+    }
+    changed();
+}
+
+void DesktopInhibitor::refuse(const std::string& reason) {
+    current = State::refused;
+    post(InhibitState::refused, refusedByDesktopNotice(service, reason));
+}
+
+void DesktopInhibitor::release() {
+    wanted = false;
+    if (current == State::holding) {
+        sendRelease();
+        current = State::present;
+    }
+}
+
+void DesktopInhibitor::sendRelease() {
+    BusMessage call;
+    // Nothing to do about a failure: the request ends with the connection or with its owner at the latest.
+    if (service.makeRelease(bus, owner.c_str(), service, token, call) >= 0 &&
+        sd_bus_message_set_expect_reply(call.get(), 0) >= 0 && sd_bus_message_set_auto_start(call.get(), 0) >= 0) {
+        sd_bus_send(&bus, call.get(), nullptr);
+    }
+}
+
+void DesktopInhibitor::busEnded() {
+    if (current == State::holding) {
+        post(InhibitState::lost);
+    }
+    current = State::absent;
+}
+
+void DesktopInhibitor::post(InhibitState state, std::string notice) {
+    report.post({service.service, state, "suspend", std::move(notice)});
+}
+
+} // namespace tavo

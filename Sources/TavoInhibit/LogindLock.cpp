@@ -1,0 +1,125 @@
+#include "TavoInhibit/LogindLock.h"
+
+#include "TavoInhibit/LogindWording.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <ctime>
+
+namespace tavo {
+namespace {
+
+constexpr auto serviceName = "org.freedesktop.login1";
+constexpr auto managerPath = "/org/freedesktop/login1";
+constexpr auto managerInterface = "org.freedesktop.login1.Manager";
+
+// The parent takes 2 seconds of silence for a failure; our own words must be there before.
+constexpr std::uint64_t answerMicroseconds = 1'500'000;
+// sd-event's own choice would be 250 ms.
+constexpr std::uint64_t accuracyMicroseconds = 1'000;
+
+} // namespace
+
+LogindLock::LogindLock(sd_event& event, bool sleep, std::function<void(const Outcome&)> answered)
+    : answered(std::move(answered)), asksForSleep(sleep) {
+    checked(sd_event_add_time_relative(&event, Receive(deadline), CLOCK_MONOTONIC, answerMicroseconds,
+                                       accuracyMicroseconds, onDeadline, this),
+            "set the deadline for logind");
+    // From the event loop even when there is no bus at all, so that the caller is always ready for the answer.
+    checked(sd_event_add_defer(&event, Receive(start), onStart, this), "schedule the call to logind");
+}
+
+LogindLock::~LogindLock() {
+    if (lock >= 0) {
+        ::close(lock);
+    }
+}
+
+int LogindLock::connect(sd_event& event) {
+    auto result = sd_bus_open_system_with_description(Receive(bus), "tavo");
+    if (result >= 0) {
+        // The default would flush at exit, and wait for a bus that does not read.
+        result = sd_bus_set_close_on_exit(bus.get(), 0);
+    }
+    if (result >= 0) {
+        result = sd_bus_attach_event(bus.get(), &event, SD_EVENT_PRIORITY_NORMAL);
+    }
+    return result;
+}
+
+int LogindLock::ask() {
+    return sd_bus_call_method_async(bus.get(), Receive(pendingReply), serviceName, managerPath, managerInterface,
+                                    "Inhibit", onReply, this, "ssss", asksForSleep ? "idle:sleep" : "idle", "tavo",
+                                    "keeping the computer awake as the user asked", "block");
+}
+
+int LogindLock::onStart(sd_event_source* source, void* self) noexcept {
+    auto& asker = *static_cast<LogindLock*>(self);
+    auto result = asker.connect(*sd_event_source_get_event(source));
+    if (result >= 0) {
+        result = asker.ask();
+    }
+    if (result < 0) {
+        asker.finish({}, unreachableSystemBusSentence(-result));
+    }
+    return 0;
+}
+
+int LogindLock::onReply(sd_bus_message* reply, void* self, sd_bus_error*) noexcept {
+    auto& asker = *static_cast<LogindLock*>(self);
+    if (sd_bus_is_open(asker.bus.get()) <= 0) {
+        asker.finish({}, lostSystemBusSentence());
+        return 0;
+    }
+    const auto* error = sd_bus_message_get_error(reply);
+    if (error == nullptr) {
+        asker.takeLock(*reply);
+        return 0;
+    }
+    if (asker.asksForSleep && isAccessDenied(*error)) {
+        asker.asksForSleep = false;
+        asker.sleepWasRefused = true;
+        const auto result = asker.ask();
+        if (result < 0) {
+            asker.finish({}, unreachableSystemBusSentence(-result));
+        }
+        return 0;
+    }
+    asker.finish({}, refusalSentence(*error));
+    return 0;
+}
+
+void LogindLock::takeLock(sd_bus_message& reply) {
+    auto descriptor = -1;
+    auto result = sd_bus_message_read(&reply, "h", &descriptor);
+    if (result >= 0) {
+        // The message keeps its own.
+        lock = ::fcntl(descriptor, F_DUPFD_CLOEXEC, 3);
+        result = lock < 0 ? -errno : 0;
+    }
+    if (result < 0) {
+        sd_bus_error error{};
+        sd_bus_error_set_errno(&error, -result);
+        finish({}, refusalSentence(error));
+        sd_bus_error_free(&error);
+        return;
+    }
+    finish(asksForSleep ? "idle:sleep" : "idle", sleepWasRefused ? sleepRefusedNotice() : std::string{});
+}
+
+int LogindLock::onDeadline(sd_event_source*, std::uint64_t, void* self) noexcept {
+    static_cast<LogindLock*>(self)->finish({}, silentLogindSentence());
+    return 0;
+}
+
+void LogindLock::finish(std::string held, std::string text) {
+    start.reset();
+    deadline.reset();
+    pendingReply.reset();
+    bus.reset();
+    answered({std::move(held), std::move(text)});
+}
+
+} // namespace tavo

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "TavoInhibit/SessionBusAddress.h"
+#include "TavoInhibit/SocketWatch.h"
+
+#include <memory>
+
+namespace tavo {
+
+/// Whoever has something to do on the session bus.
+struct SessionBusClient {
+    virtual ~SessionBusClient() = default;
+
+    /// The bus let us in. The connection lives until busEnded() or until the watch is destroyed.
+    virtual void busConnected(sd_bus& bus) = 0;
+
+    /// The connection ended; nothing of it may be used after this call.
+    virtual void busEnded() = 0;
+};
+
+/// Keeps a connection to the session bus, over and over: a bus that is not there, or that ends, is waited for.
+///
+/// Waiting costs nothing until the bus's socket shows a sign of life. Because a socket exists before its server listens,
+/// and a server before it lets anybody in, a failed connection is tried again a few times, at growing distances, and then
+/// not until the next sign.
+class SessionBusWatch {
+public:
+    /// Starts at once. `client` outlives the watch.
+    SessionBusWatch(sd_event& event, SessionBusAddress address, SessionBusClient& client);
+    SessionBusWatch(const SessionBusWatch&) = delete;
+    SessionBusWatch& operator=(const SessionBusWatch&) = delete;
+
+private:
+    void waitForSocket();
+    void startTrying();
+    void tryConnecting();
+    void tryLater();
+    int open();
+    static int onConnected(sd_bus_message* signal, void* self, sd_bus_error* ignored) noexcept;
+    static int onDisconnected(sd_bus_message* signal, void* self, sd_bus_error* ignored) noexcept;
+    static int onRetry(sd_event_source* source, std::uint64_t now, void* self) noexcept;
+
+    sd_event& event;
+    SessionBusAddress address;
+    SessionBusClient& client;
+    Bus bus;
+    BusSlot connectedSignal;
+    BusSlot disconnectedSignal;
+    bool isConnected = false;
+    int failedAttempts = 0;
+    EventSource retry;
+    std::unique_ptr<SocketWatch> socketWatch;
+};
+
+} // namespace tavo

@@ -1,0 +1,44 @@
+#include "TavoInhibit/CommandLine.h"
+#include "TavoInhibit/InhibitProgram.h"
+#include "TavoInhibit/Wording.h"
+
+#include <sysexits.h>
+
+#include <csignal>
+#include <iostream>
+
+namespace {
+
+int hold(bool sleep) {
+    // A parent that closed our output is told nothing more; it lets go by closing our input.
+    std::signal(SIGPIPE, SIG_IGN);
+    tavo::InhibitProgram::blockEndingSignals();
+    return tavo::InhibitProgram(sleep).run();
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    using Action = tavo::CommandLine::Action;
+    tavo::occupyStandardDescriptors();
+    const auto line = tavo::parseCommandLine(argc, argv);
+    switch (line.action) {
+    case Action::showHelp:
+        std::cout << tavo::helpText();
+        return EX_OK;
+    case Action::showVersion:
+        std::cout << tavo::versionText();
+        return EX_OK;
+    case Action::rejectUsage:
+        std::cerr << line.problem << '\n';
+        return EX_USAGE;
+    case Action::hold:
+        break;
+    }
+    try {
+        return hold(line.sleep);
+    } catch (const std::system_error& error) {
+        std::cerr << "the computer is not kept awake: " << tavo::quotedMessage(error.what()) << '\n';
+        return EX_SOFTWARE;
+    }
+}
