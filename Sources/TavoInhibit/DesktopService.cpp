@@ -4,7 +4,7 @@ namespace tavo {
 namespace {
 
 constexpr auto applicationName = "tavo";
-constexpr auto reason = "Keeping the computer awake as you asked";
+constexpr auto requestReason = "Keeping the computer awake as you asked";
 
 // gnome-session: 4 inhibits suspending; 8, marking the session idle, would keep the screen lit as well.
 constexpr std::uint32_t gnomeSuspend = 4;
@@ -16,15 +16,15 @@ constexpr std::uint64_t answerMicroseconds = 25'000'000;
 
 int appendGnomeRequest(sd_bus_message* call) {
     // The second argument is a window of ours on X11; there is none.
-    return sd_bus_message_append(call, "susu", applicationName, std::uint32_t{0}, reason, gnomeSuspend);
+    return sd_bus_message_append(call, "susu", applicationName, std::uint32_t{0}, requestReason, gnomeSuspend);
 }
 
 int appendPowerManagementRequest(sd_bus_message* call) {
-    return sd_bus_message_append(call, "ss", applicationName, reason);
+    return sd_bus_message_append(call, "ss", applicationName, requestReason);
 }
 
 int appendPortalRequest(sd_bus_message* call) {
-    return sd_bus_message_append(call, "sua{sv}", "", portalSuspend, 1, "reason", "s", reason);
+    return sd_bus_message_append(call, "sua{sv}", "", portalSuspend, 1, "reason", "s", requestReason);
 }
 
 int readCookie(sd_bus_message* reply, InhibitToken& token) {
