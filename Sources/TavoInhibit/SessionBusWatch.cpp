@@ -6,9 +6,9 @@
 namespace tavo {
 namespace {
 
-// 10 ms, doubled each time: ten attempts spread over 10 seconds.
+// 10 ms, doubled each time: eight attempts spread over two and a half seconds.
 constexpr std::uint64_t firstRetryMicroseconds = 10'000;
-constexpr auto maximumAttempts = 10;
+constexpr auto maximumAttempts = 8;
 
 int matchLocal(sd_bus& bus, BusSlot& slot, const char* member, sd_bus_message_handler_t handler, void* self) {
     // Signals that sd-bus makes itself, about the connection: sd_bus_set_connected_signal(3).

@@ -187,6 +187,17 @@ TEST_F(InhibitProgramTest, NothingButAnEventWakesItWithoutASessionBus) {
     EXPECT_TRUE(pump.until([this] { return timedWakeUps() == ""; })) << timedWakeUps().value_or("");
 }
 
+TEST_F(InhibitProgramTest, NothingButAnEventWakesItOnceItGaveUpOnADeadSocket) {
+    sessionBus.start();
+    sessionBus.stop(SIGKILL);
+    ASSERT_TRUE(std::filesystem::exists(sessionBus.socket()));
+    startHolding();
+    if (!timedWakeUps()) {
+        GTEST_SKIP() << "this kernel does not show what a process waits in (/proc/PID/syscall)";
+    }
+    EXPECT_TRUE(pump.until([this] { return timedWakeUps() == ""; })) << timedWakeUps().value_or("");
+}
+
 TEST_F(InhibitProgramTest, WrongUsageIsExplainedOnStandardError) {
     startInhibit({"-s"});
     EXPECT_EQ(waitForExit(), 64);

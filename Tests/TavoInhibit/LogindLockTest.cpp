@@ -1,10 +1,7 @@
+#include "Support/BareListener.h"
 #include "TavoInhibit/InhibitTest.h"
 
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
-
-#include <cstring>
+#include <cctype>
 
 namespace tavo {
 namespace {
@@ -122,15 +119,9 @@ TEST_F(LogindLockTest, ASilentLogindIsAFailureBeforeTheParentGivesUp) {
 
 TEST_F(LogindLockTest, ASystemBusThatLetsNobodyInIsAFailure) {
     systemBus.stop(SIGTERM);
-    const auto listener = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    std::strncpy(address.sun_path, systemBus.socket().c_str(), sizeof address.sun_path - 1);
-    ASSERT_EQ(::bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-    ASSERT_EQ(::listen(listener, 5), 0);
+    const BareListener bus(systemBus.socket());
     startInhibit();
     expectFailureSaying("logind gave no answer in time");
-    ::close(listener);
 }
 
 TEST_F(LogindLockTest, ASystemBusThatEndsBeforeTheAnswerIsAFailure) {

@@ -1,10 +1,14 @@
+#include "Support/BareListener.h"
 #include "TavoInhibit/InhibitTest.h"
 
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
 
+#include <cerrno>
 #include <cstring>
+#include <fstream>
+#include <sstream>
 
 namespace tavo {
 namespace {
@@ -21,6 +25,26 @@ protected:
     }
 
     std::filesystem::path busFolder() const { return sessionBus.socket().parent_path(); }
+
+    /// Whether the program watches this folder: proc(5), /proc/[pid]/fdinfo, names the inodes of its inotify instances.
+    bool watches(const std::filesystem::path& folder) const {
+        struct stat status {};
+        if (::stat(folder.c_str(), &status) != 0) {
+            return false;
+        }
+        std::stringstream inode;
+        inode << " ino:" << std::hex << status.st_ino << ' ';
+        const auto descriptors = "/proc/" + std::to_string(program->pid()) + "/fdinfo";
+        for (const auto& entry : std::filesystem::directory_iterator(descriptors)) {
+            std::ifstream info(entry.path());
+            for (std::string line; std::getline(info, line);) {
+                if (line.starts_with("inotify ") && line.find(inode.str()) != std::string::npos) {
+                    return true;
+                }
+            }
+        }
+        return false;
+    }
 };
 
 TEST_F(SessionBusWatchTest, NoSessionBusAtAllIsSilent) {
@@ -91,37 +115,42 @@ TEST_F(SessionBusWatchTest, ABusThatReturnsWithAnotherIdIsRecognised) {
     ASSERT_TRUE(waitForLine("gnome held suspend", 2));
 }
 
-TEST_F(SessionBusWatchTest, ABusThatNeverLetsUsInDelaysNothing) {
-    const auto listener = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    std::strncpy(address.sun_path, sessionBus.socket().c_str(), sizeof address.sun_path - 1);
-    ASSERT_EQ(::bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-    ASSERT_EQ(::listen(listener, 5), 0);
+TEST_F(SessionBusWatchTest, ABusThatNeverLetsItInDelaysNothing) {
+    BareListener bus(sessionBus.socket());
     startHolding();
-    const auto connection = ::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
-    ASSERT_GE(connection, 0);
+    ASSERT_TRUE(pump.until([&] { return bus.accept(); }));
     expectReleaseAtEndOfInput();
-    ::close(connection);
-    ::close(listener);
 }
 
-TEST_F(SessionBusWatchTest, ASocketThatNobodyListensOnYetIsTriedAgain) {
+TEST_F(SessionBusWatchTest, ABusThatTurnsItAwayIsTriedAgainWithoutASignFromTheFileSystem) {
+    BareListener bus(sessionBus.socket());
     startHolding();
-    const auto server = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    std::strncpy(address.sun_path, sessionBus.socket().c_str(), sizeof address.sun_path - 1);
-    ASSERT_EQ(::bind(server, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-    ASSERT_EQ(::listen(server, 5), 0);
-    const auto connection = ::accept4(server, nullptr, nullptr, SOCK_CLOEXEC);
-    ASSERT_GE(connection, 0);
-    // Turned away at the door, it comes back without any sign from the file system.
-    ::close(connection);
-    const auto next = ::accept4(server, nullptr, nullptr, SOCK_CLOEXEC);
-    EXPECT_GE(next, 0);
-    ::close(next);
-    ::close(server);
+    for (auto attempt = 0; attempt < 3; ++attempt) {
+        EXPECT_TRUE(pump.until([&] { return bus.accept(); }));
+        bus.turnAway();
+    }
+    expectReleaseAtEndOfInput();
+}
+
+TEST_F(SessionBusWatchTest, ABusInAFolderThatIsMountedOverTheOneThatWasMadeForItIsFound) {
+    if (::unshare(CLONE_NEWNS) != 0 || ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
+        GTEST_SKIP() << "mounting needs root: " << std::strerror(errno);
+    }
+    const auto made = sessionBus.folder() / "made";
+    sessionBusAddress = "unix:path=" + (made / "run" / "bus").string();
+    startHolding();
+    std::filesystem::create_directory(made);
+    // Only a watch on the folder underneath makes the mount go unseen.
+    ASSERT_TRUE(pump.until([&] { return watches(made); }));
+    ASSERT_EQ(::mount("none", made.c_str(), "tmpfs", 0, nullptr), 0) << std::strerror(errno);
+    std::filesystem::create_directory(made / "run");
+    ASSERT_EQ(::mount(busFolder().c_str(), (made / "run").c_str(), nullptr, MS_BIND, nullptr), 0);
+    sessionBus.start();
+    const auto gnome = makeGnome();
+    EXPECT_TRUE(waitForLine("gnome held suspend"));
+    expectReleaseAtEndOfInput();
+    EXPECT_EQ(::umount2((made / "run").c_str(), MNT_DETACH), 0);
+    EXPECT_EQ(::umount2(made.c_str(), MNT_DETACH), 0);
 }
 
 TEST_F(SessionBusWatchTest, AnAddressThatCannotBeUsedIsSilent) {
