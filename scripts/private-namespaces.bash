@@ -3,6 +3,9 @@
 # What runs there has a process and a mount namespace and a /run of its own. The kernel ends every process of a process
 # namespace with its first one, so nothing is left behind even when these scripts are killed outright.
 
+# shellcheck source=scripts/waiting.bash
+. "$(dirname "${BASH_SOURCE[0]}")/waiting.bash"
+
 # Their exit status when they cannot do their work at all; ctest takes the one for a missing privilege as "skipped".
 readonly cannotRun=125 notRoot=77
 
@@ -23,22 +26,13 @@ requirePrograms() {
     done
 }
 
-# waitUntil SECONDS COMMAND...: tries COMMAND every 20 ms; fails when it still fails after SECONDS.
-waitUntil() {
-    local deadline=$((${EPOCHREALTIME/./} + $1 * 1000000))
-    shift
-    until "$@"; do
-        [ "${EPOCHREALTIME/./}" -lt "$deadline" ] || return 1
-        sleep 0.02
-    done
-}
-
-endPrivateInit() {
+# Ends the place and waits for it: its first process is gone, or a zombie, only after all the others.
+endPrivately() {
     local init
-    # Killing the first process, and not only the one that waits for it, so that all have ended before this script does.
-    if init=$(pgrep -P "$privateParent"); then kill -KILL "$init"
-    else kill -KILL "$privateParent"; fi 2>/dev/null
-    wait "$privateParent" 2>/dev/null
+    init=$(pgrep -P "$privateParent") || true
+    kill -KILL "$privateParent" ${init:+"$init"} 2>/dev/null || true
+    wait "$privateParent" 2>/dev/null || true
+    [ -z "$init" ] || waitUntil 10 hasEnded "$init" || complain "process $init does not end"
 }
 
 # runPrivately COMMAND...: runs COMMAND as the first process of such a place and returns its exit status; on SIGINT, SIGTERM
@@ -49,9 +43,9 @@ runPrivately() {
     env --default-signal=INT,QUIT setpriv --pdeathsig KILL \
         unshare --mount --pid --fork --kill-child=KILL --mount-proc -- "$@" <&0 &
     privateParent=$!
-    trap 'endPrivateInit; finishPrivately 129' HUP
-    trap 'endPrivateInit; finishPrivately 130' INT
-    trap 'endPrivateInit; finishPrivately 143' TERM
+    trap 'endPrivately; finishPrivately 129' HUP
+    trap 'endPrivately; finishPrivately 130' INT
+    trap 'endPrivately; finishPrivately 143' TERM
     wait "$privateParent" || status=$?
     finishPrivately "$status"
 }
@@ -64,7 +58,8 @@ finishPrivately() {
 
 # To be called first inside: a /run that nobody else sees.
 makePrivateRun() {
-    mount -t tmpfs -o mode=0755,nosuid,nodev tmpfs /run
+    # Without --no-mtab, mount makes its own folder in the /run that is not private yet.
+    mount --no-mtab -t tmpfs -o mode=0755,nosuid,nodev tmpfs /run
     mkdir -m 1777 /run/lock
     # These would lead clients past the buses and folders made here.
     unset DBUS_SYSTEM_BUS_ADDRESS DBUS_SESSION_BUS_ADDRESS XDG_RUNTIME_DIR XDG_SESSION_ID XDG_SEAT XDG_VTNR
