@@ -1,0 +1,34 @@
+#include "system/PowerSourceFunctions.h"
+
+#include <dlfcn.h>
+
+#include <type_traits>
+
+namespace tavo {
+
+std::optional<PowerSourceFunctions> PowerSourceFunctions::load(const char* path) {
+    void* const library = dlopen(path, RTLD_LAZY | RTLD_LOCAL);
+    if (library == nullptr) {
+        return std::nullopt;
+    }
+    const auto find = [library](auto*& function, const char* name) {
+        function = reinterpret_cast<std::remove_reference_t<decltype(function)>>(dlsym(library, name));
+        return function != nullptr;
+    };
+    PowerSourceFunctions functions{};
+    const bool isComplete =
+        find(functions.copyPowerSourcesInfo, "IOPSCopyPowerSourcesInfo") &&
+        find(functions.getProvidingPowerSourceType, "IOPSGetProvidingPowerSourceType") &&
+        find(functions.copyPowerSourcesList, "IOPSCopyPowerSourcesList") &&
+        find(functions.getPowerSourceDescription, "IOPSGetPowerSourceDescription") &&
+        find(functions.createString, "CFStringCreateWithCString") && find(functions.equal, "CFEqual") &&
+        find(functions.arrayGetCount, "CFArrayGetCount") &&
+        find(functions.arrayGetValueAtIndex, "CFArrayGetValueAtIndex") &&
+        find(functions.dictionaryGetValue, "CFDictionaryGetValue") && find(functions.getTypeID, "CFGetTypeID") &&
+        find(functions.booleanGetTypeID, "CFBooleanGetTypeID") &&
+        find(functions.booleanGetValue, "CFBooleanGetValue") && find(functions.numberGetTypeID, "CFNumberGetTypeID") &&
+        find(functions.numberGetValue, "CFNumberGetValue") && find(functions.release, "CFRelease");
+    return isComplete ? std::optional(functions) : std::nullopt;
+}
+
+} // namespace tavo

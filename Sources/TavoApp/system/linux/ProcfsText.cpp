@@ -1,0 +1,107 @@
+#include "system/linux/ProcfsText.h"
+
+#include "base/Text.h"
+
+#include <algorithm>
+#include <charconv>
+#include <utility>
+
+namespace tavo {
+
+namespace {
+
+constexpr std::size_t longestKernelName = 15; // TASK_COMM_LEN without its NUL
+
+template <typename Number>
+std::optional<Number> wholeNumber(std::string_view text) {
+    Number number = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, number);
+    return error == std::errc() && stop == end ? std::optional(number) : std::nullopt;
+}
+
+/// Takes the first field and the space after it. Absent when no space follows: the field may have been cut.
+std::optional<std::string_view> takeField(std::string_view& text) {
+    const auto end = text.find(' ');
+    if (end == std::string_view::npos) {
+        return std::nullopt;
+    }
+    const auto field = text.substr(0, end);
+    text.remove_prefix(end + 1);
+    return field;
+}
+
+template <typename Number>
+std::optional<Number> takeNumber(std::string_view& text) {
+    const auto field = takeField(text);
+    return field ? wholeNumber<Number>(*field) : std::nullopt;
+}
+
+/// The arguments without the NULs at the end, which processes that shorten their title leave behind.
+std::string_view withoutPadding(std::string_view cmdline) {
+    return cmdline.substr(0, cmdline.find_last_not_of('\0') + 1);
+}
+
+/// Where the word that begins at `start` ends.
+std::size_t wordEnd(std::string_view argument, std::size_t start, bool isOnlyArgument) {
+    return isOnlyArgument ? std::min(argument.find(' ', start + longestKernelName), argument.size()) : argument.size();
+}
+
+/// The base name in the first argument that begins with the cut name; the cut name itself where there is none.
+std::string_view completed(std::string_view name, std::string_view cmdline) {
+    const auto arguments = withoutPadding(cmdline);
+    const auto argument = arguments.substr(0, arguments.find('\0'));
+    const bool isOnlyArgument = argument.size() == arguments.size();
+    for (auto start = argument.find(name); start != std::string_view::npos; start = argument.find(name, start + 1)) {
+        const auto word = argument.substr(start, wordEnd(argument, start, isOnlyArgument) - start);
+        const bool startsComponent = start == 0 || argument[start - 1] == '/';
+        if (startsComponent && word.find('/') == std::string_view::npos) {
+            return word;
+        }
+    }
+    return name;
+}
+
+} // namespace
+
+std::optional<ProcfsStat> parseProcfsStat(std::string_view text) {
+    const auto nameStart = text.find(" (");
+    // The name may itself hold ')' and spaces, so the fixed fields start after the last one.
+    const auto nameEnd = text.rfind(") ");
+    if (nameStart == std::string_view::npos || nameEnd == std::string_view::npos || nameEnd < nameStart + 2) {
+        return std::nullopt;
+    }
+    const auto pid = wholeNumber<std::int32_t>(text.substr(0, nameStart));
+    auto rest = text.substr(nameEnd + 2);
+    const auto state = takeField(rest);
+    const auto parentPID = takeNumber<std::int32_t>(rest);
+    // From the process group up to the page faults of waited-for children.
+    constexpr int fieldsBetween = 9;
+    for (int field = 0; field < fieldsBetween; ++field) {
+        takeField(rest);
+    }
+    const auto userTicks = takeNumber<std::uint64_t>(rest);
+    const auto systemTicks = takeNumber<std::uint64_t>(rest);
+    if (!pid || *pid <= 0 || !state || state->size() != 1 || !parentPID || !userTicks || !systemTicks) {
+        return std::nullopt;
+    }
+    return ProcfsStat{.pid = *pid,
+                      .parentPID = *parentPID,
+                      .userTicks = *userTicks,
+                      .systemTicks = *systemTicks,
+                      .name = text.substr(nameStart + 2, nameEnd - nameStart - 2)};
+}
+
+std::string procfsCommandLine(std::string_view cmdline) {
+    auto joined = repairUTF8(withoutPadding(cmdline));
+    std::replace(joined.begin(), joined.end(), '\0', ' ');
+    const auto trimmed = trimWhitespace(joined);
+    return trimmed.size() == joined.size() ? std::move(joined) : std::string(trimmed);
+}
+
+std::string procfsExecutableName(std::string_view name, std::string_view cmdline) {
+    const auto whole = name.size() == longestKernelName ? completed(name, cmdline) : name;
+    return std::string(trimWhitespace(repairUTF8(whole)));
+}
+
+} // namespace tavo

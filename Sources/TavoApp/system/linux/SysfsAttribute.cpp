@@ -1,0 +1,44 @@
+#include "system/linux/SysfsAttribute.h"
+
+#include "base/Text.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <charconv>
+
+namespace tavo {
+
+std::optional<std::string> readAttribute(const std::filesystem::path& file) {
+    // Non-blocking, so that whatever else bears the name (a FIFO) cannot hold the caller up.
+    const int descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (descriptor < 0) {
+        return std::nullopt;
+    }
+    std::array<char, 4097> buffer{};
+    ssize_t length = 0;
+    do {
+        length = read(descriptor, buffer.data(), buffer.size());
+    } while (length < 0 && errno == EINTR);
+    close(descriptor);
+    if (length <= 0 || static_cast<std::size_t>(length) == buffer.size()) {
+        return std::nullopt;
+    }
+    const auto text = trimWhitespaceAndNewlines({buffer.data(), static_cast<std::size_t>(length)});
+    return text.empty() ? std::nullopt : std::optional<std::string>(text);
+}
+
+std::optional<std::int64_t> readNumber(const std::filesystem::path& file) {
+    const auto text = readAttribute(file);
+    if (!text) {
+        return std::nullopt;
+    }
+    std::int64_t number = 0;
+    const char* const end = text->data() + text->size();
+    const auto [stop, error] = std::from_chars(text->data(), end, number);
+    return error == std::errc() && stop == end ? std::optional(number) : std::nullopt;
+}
+
+} // namespace tavo

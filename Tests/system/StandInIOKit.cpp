@@ -1,0 +1,88 @@
+#include "system/FakePowerSources.h"
+
+// The names and the C interface of IOKit and CoreFoundation, as the library that is loaded in their place has them.
+// NOLINTBEGIN(readability-identifier-naming)
+
+using tavo::CoreFoundationRef;
+using Functions = tavo::PowerSourceFunctions;
+
+namespace {
+
+const Functions& fake() {
+    static const Functions functions = tavo::FakePowerSources::functions();
+    return functions;
+}
+
+} // namespace
+
+extern "C" {
+
+/// The power sources of this library, for the test that loads it.
+tavo::FakePowerSources* standInPowerSources() {
+    return &tavo::FakePowerSources::current();
+}
+
+CoreFoundationRef IOPSCopyPowerSourcesInfo() {
+    return fake().copyPowerSourcesInfo();
+}
+
+CoreFoundationRef IOPSGetProvidingPowerSourceType(CoreFoundationRef info) {
+    return fake().getProvidingPowerSourceType(info);
+}
+
+CoreFoundationRef IOPSCopyPowerSourcesList(CoreFoundationRef info) {
+    return fake().copyPowerSourcesList(info);
+}
+
+CoreFoundationRef IOPSGetPowerSourceDescription(CoreFoundationRef info, CoreFoundationRef source) {
+    return fake().getPowerSourceDescription(info, source);
+}
+
+CoreFoundationRef CFStringCreateWithCString(CoreFoundationRef allocator, const char* text,
+                                            Functions::StringEncoding encoding) {
+    return fake().createString(allocator, text, encoding);
+}
+
+Functions::Boolean CFEqual(CoreFoundationRef left, CoreFoundationRef right) {
+    return fake().equal(left, right);
+}
+
+Functions::Index CFArrayGetCount(CoreFoundationRef array) {
+    return fake().arrayGetCount(array);
+}
+
+CoreFoundationRef CFArrayGetValueAtIndex(CoreFoundationRef array, Functions::Index index) {
+    return fake().arrayGetValueAtIndex(array, index);
+}
+
+CoreFoundationRef CFDictionaryGetValue(CoreFoundationRef dictionary, CoreFoundationRef key) {
+    return fake().dictionaryGetValue(dictionary, key);
+}
+
+Functions::TypeID CFGetTypeID(CoreFoundationRef object) {
+    return fake().getTypeID(object);
+}
+
+Functions::TypeID CFBooleanGetTypeID() {
+    return fake().booleanGetTypeID();
+}
+
+Functions::Boolean CFBooleanGetValue(CoreFoundationRef boolean) {
+    return fake().booleanGetValue(boolean);
+}
+
+Functions::TypeID CFNumberGetTypeID() {
+    return fake().numberGetTypeID();
+}
+
+Functions::Boolean CFNumberGetValue(CoreFoundationRef number, Functions::NumberType type, void* value) {
+    return fake().numberGetValue(number, type, value);
+}
+
+void CFRelease(CoreFoundationRef object) {
+    fake().release(object);
+}
+
+} // extern "C"
+
+// NOLINTEND(readability-identifier-naming)
