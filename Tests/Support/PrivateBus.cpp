@@ -1,34 +1,22 @@
 #include "Support/PrivateBus.h"
 
+#include "Support/BusPump.h"
+
 #include <cerrno>
-#include <chrono>
 #include <cstdlib>
 #include <fstream>
-#include <functional>
 #include <stdexcept>
 #include <system_error>
-#include <thread>
 
 namespace tavo {
 namespace {
 
 std::filesystem::path makeTemporaryFolder() {
-    auto name = (std::filesystem::temp_directory_path() / "tavo-bus-XXXXXX").string();
+    auto name = (std::filesystem::temp_directory_path() / ("tavo-bus-" + std::string(6, 'X'))).string();
     if (::mkdtemp(name.data()) == nullptr) {
         throw std::system_error(errno, std::generic_category(), "make a temporary folder");
     }
     return name;
-}
-
-bool waitUntil(const std::function<bool()>& happened) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (!happened()) {
-        if (std::chrono::steady_clock::now() > deadline) {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    return true;
 }
 
 } // namespace
@@ -69,7 +57,8 @@ void PrivateBus::start() {
     options.environment = {"PATH=/usr/bin:/bin"};
     daemon = std::make_unique<SpawnedProgram>("dbus-daemon", options);
     // The address is printed once the bus listens.
-    if (!waitUntil([this] { return !daemon->lines().empty() || daemon->exitStatus(); }) || daemon->lines().empty()) {
+    if (!BusPump().until([this] { return !daemon->lines().empty() || daemon->exitStatus(); }) ||
+        daemon->lines().empty()) {
         throw std::runtime_error("the private bus did not start: " + daemon->errorsSoFar());
     }
     printedAddress = daemon->lines().front();
@@ -77,7 +66,7 @@ void PrivateBus::start() {
 
 void PrivateBus::stop(int signal) {
     daemon->signal(signal);
-    if (!waitUntil([this] { return daemon->exitStatus().has_value(); })) {
+    if (!BusPump().until([this] { return daemon->exitStatus().has_value(); })) {
         throw std::runtime_error("the private bus did not stop");
     }
 }

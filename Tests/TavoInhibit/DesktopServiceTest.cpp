@@ -75,7 +75,6 @@ protected:
         return service;
     }
 
-    /// With another service's line read, everything before it was done: calls are served in order.
     void waitUntilAsked(const ScriptedBusService& service) {
         ASSERT_TRUE(pump.until([&] { return !service.calls().empty(); }));
     }

@@ -86,9 +86,7 @@ TEST_F(InhibitProgramTest, DataOnStandardInputIsIgnored) {
     startHolding();
     program->writeInput("anything\n");
     sessionBus.start();
-    ScriptedBusService gnome(pump, sessionBus.address());
-    gnome.answer("Inhibit", ScriptedBusService::withCookie(1));
-    gnome.own("org.gnome.SessionManager");
+    const auto gnome = makeGnome();
     ASSERT_TRUE(waitForLine("gnome held suspend"));
     EXPECT_EQ(logind->heldLocks(), 1U);
     expectReleaseAtEndOfInput();
@@ -168,9 +166,7 @@ TEST_F(InhibitProgramTest, AKilledParentLeavesNoLockBehind) {
 
 TEST_F(InhibitProgramTest, NothingButAnEventWakesItOnceItHolds) {
     sessionBus.start();
-    ScriptedBusService gnome(pump, sessionBus.address());
-    gnome.answer("Inhibit", ScriptedBusService::withCookie(1));
-    gnome.own("org.gnome.SessionManager");
+    const auto gnome = makeGnome();
     startHolding();
     ASSERT_TRUE(waitForLine("gnome held suspend"));
     if (!timedWakeUps()) {

@@ -6,7 +6,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <csignal>
+#include <memory>
 #include <optional>
 
 namespace tavo {
@@ -50,6 +52,14 @@ protected:
     std::optional<int> waitForExit() {
         pump.until([this] { return program->exitStatus().has_value(); });
         return program->exitStatus();
+    }
+
+    /// A session manager on the session bus that accepts what it is asked for.
+    std::unique_ptr<ScriptedBusService> makeGnome() {
+        auto gnome = std::make_unique<ScriptedBusService>(pump, sessionBus.address());
+        gnome->answer("Inhibit", ScriptedBusService::withCookie(1));
+        gnome->own("org.gnome.SessionManager");
+        return gnome;
     }
 
     /// Ends the input and expects the program to let go.

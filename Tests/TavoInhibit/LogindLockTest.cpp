@@ -138,9 +138,7 @@ TEST_F(LogindLockTest, TheLockOutlivesTheSystemBus) {
     EXPECT_EQ(logind->heldLocks(), 1U);
     // Asking the desktop is something it can only do while it runs on.
     sessionBus.start();
-    ScriptedBusService gnome(pump, sessionBus.address());
-    gnome.answer("Inhibit", ScriptedBusService::withCookie(1));
-    gnome.own("org.gnome.SessionManager");
+    const auto gnome = makeGnome();
     ASSERT_TRUE(waitForLine("gnome held suspend"));
     EXPECT_EQ(logind->heldLocks(), 1U);
     expectReleaseAtEndOfInput();

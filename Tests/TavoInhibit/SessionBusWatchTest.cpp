@@ -17,13 +17,6 @@ using ::testing::ElementsAre;
 
 class SessionBusWatchTest : public InhibitTest {
 protected:
-    std::unique_ptr<ScriptedBusService> makeGnome() {
-        auto gnome = std::make_unique<ScriptedBusService>(pump, sessionBus.address());
-        gnome->answer("Inhibit", ScriptedBusService::withCookie(1));
-        gnome->own("org.gnome.SessionManager");
-        return gnome;
-    }
-
     std::filesystem::path busFolder() const { return sessionBus.socket().parent_path(); }
 
     /// Whether the program watches this folder: proc(5), /proc/[pid]/fdinfo, names the inodes of its inotify instances.
