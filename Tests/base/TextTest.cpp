@@ -48,6 +48,11 @@ TEST(Text, WidthIsCountedInGraphemeClusters) {
     EXPECT_EQ(prefixLength(flags, 1), flags.size() / 2);
 }
 
+TEST(Text, LettersOfEveryScriptBecomeLowerCase) {
+    EXPECT_EQ(lowercased("Codex ÉCOLE ΣΊΓΜΑ 日本"), "codex école σίγμα 日本");
+    EXPECT_EQ(lowercased(""), "");
+}
+
 TEST(Text, ControlCharactersBecomeVisible) {
     EXPECT_EQ(visibleControls("a\x1B[31mb\x7F\n"), "a^[[31mb^?^J");
     EXPECT_EQ(visibleControls("\u009B2J \u202Eabc \u2028"), "\\u{9b}2J \\u{202e}abc \\u{2028}");

@@ -189,6 +189,17 @@ std::size_t prefixLength(std::string_view text, std::size_t count) {
     return position;
 }
 
+std::string lowercased(std::string_view text) {
+    std::string lower;
+    lower.reserve(text.size());
+    while (!text.empty()) {
+        const auto next = decodeFirst(text);
+        append(lower, static_cast<char32_t>(utf8proc_tolower(static_cast<utf8proc_int32_t>(next.character))));
+        text.remove_prefix(next.length);
+    }
+    return lower;
+}
+
 std::string visibleControls(std::string_view text) {
     std::string visible;
     visible.reserve(text.size());

@@ -28,6 +28,9 @@ std::vector<std::string_view> splitLines(std::string_view text);
 /// or of the whole text when it has fewer.
 std::size_t prefixLength(std::string_view text, std::size_t count);
 
+/// The text in lower case, letter by letter (Unicode's simple case mapping, the same in every language).
+std::string lowercased(std::string_view text);
+
 /// Makes control characters visible, so that text from outside cannot steer a terminal: C0 and DEL as caret notation
 /// ("^[", "^?"), C1, line and paragraph separators and the bidirectional controls as "\u{202e}".
 std::string visibleControls(std::string_view text);

@@ -1,0 +1,97 @@
+#include "app/AsioMainLoop.h"
+
+#include <asio/executor_work_guard.hpp>
+#include <asio/io_context.hpp>
+#include <asio/post.hpp>
+#include <asio/signal_set.hpp>
+#include <asio/steady_timer.hpp>
+#include <asio/thread_pool.hpp>
+
+#include <utility>
+
+namespace tavo {
+
+namespace {
+
+class AsioTimer final : public MainLoopTimer {
+public:
+    AsioTimer(asio::io_context& context, double seconds, std::function<void()> work)
+        : timer(context, std::chrono::duration_cast<std::chrono::steady_clock::duration>(
+                             std::chrono::duration<double>(seconds))) {
+        timer.async_wait([isCalledOff = calledOff, work = std::move(work)](const asio::error_code& error) {
+            // A timer that has already fired can no longer be cancelled, only told not to run.
+            if (!error && !*isCalledOff) {
+                work();
+            }
+        });
+    }
+    AsioTimer(const AsioTimer&) = delete;
+    AsioTimer& operator=(const AsioTimer&) = delete;
+    ~AsioTimer() override { *calledOff = true; }
+
+private:
+    std::shared_ptr<bool> calledOff = std::make_shared<bool>(false);
+    asio::steady_timer timer;
+};
+
+} // namespace
+
+struct AsioMainLoop::Implementation {
+    asio::io_context context{1};
+    asio::executor_work_guard<asio::io_context::executor_type> keepRunning{context.get_executor()};
+    asio::thread_pool background{1};
+    std::vector<std::unique_ptr<asio::signal_set>> signalSets;
+
+    void waitForSignal(asio::signal_set& signals, const std::function<void(int)>& handler) {
+        signals.async_wait([this, &signals, handler](const asio::error_code& error, int signal) {
+            if (!error) {
+                waitForSignal(signals, handler);
+                handler(signal);
+            }
+        });
+    }
+};
+
+AsioMainLoop::AsioMainLoop() : implementation(std::make_unique<Implementation>()) {}
+
+AsioMainLoop::~AsioMainLoop() {
+    implementation->background.join();
+}
+
+void AsioMainLoop::run() {
+    implementation->context.run();
+}
+
+void AsioMainLoop::stop() {
+    implementation->context.stop();
+}
+
+void AsioMainLoop::handleSignals(const std::vector<int>& signals, std::function<void(int)> handler) {
+    auto set = std::make_unique<asio::signal_set>(implementation->context);
+    for (const int signal : signals) {
+        set->add(signal);
+    }
+    implementation->waitForSignal(*set, handler);
+    implementation->signalSets.push_back(std::move(set));
+}
+
+TimePoint AsioMainLoop::now() const {
+    return std::chrono::system_clock::now();
+}
+
+void AsioMainLoop::post(std::function<void()> work) {
+    asio::post(implementation->context, std::move(work));
+}
+
+std::unique_ptr<MainLoopTimer> AsioMainLoop::startTimer(double seconds, std::function<void()> work) {
+    return std::make_unique<AsioTimer>(implementation->context, seconds, std::move(work));
+}
+
+void AsioMainLoop::runInBackground(std::function<void()> work, std::function<void()> then) {
+    asio::post(implementation->background, [this, work = std::move(work), then = std::move(then)]() mutable {
+        work();
+        post(std::move(then));
+    });
+}
+
+} // namespace tavo

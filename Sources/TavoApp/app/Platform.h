@@ -1,0 +1,48 @@
+#pragma once
+
+#include "runtime/AssertionBoard.h"
+#include "runtime/WakePlan.h"
+#include "system/CommandRunning.h"
+#include "system/HeldAssertionsProviding.h"
+#include "system/PowerEnvironmentProviding.h"
+#include "system/ProcessSnapshot.h"
+
+#include <filesystem>
+#include <memory>
+#include <string>
+
+namespace tavo {
+
+/// What the engine needs of this system.
+struct Platform {
+    std::shared_ptr<PowerEnvironmentProviding> powerEnvironment;
+
+    /// Without Tavo's own programs: they never count as a match.
+    std::shared_ptr<ProcessSnapshotProviding> processes;
+
+    /// Runs ordinary commands.
+    std::shared_ptr<CommandRunning> commandRunner;
+
+    /// Starts the assertion's child. start() returns when the assertion is held.
+    std::shared_ptr<CommandRunning> assertionRunner;
+
+    /// What the assertion's child says it holds; stays empty where the system's own tool holds it and says nothing.
+    std::shared_ptr<AssertionBoard> assertionBoard;
+
+    /// What is said to be held where the assertion's child says nothing of it; empty where it does.
+    std::string silentAssertionHolder;
+
+    /// What the system itself says is held.
+    std::shared_ptr<HeldAssertionsProviding> heldAssertions;
+
+    WakePlanBuilder wakePlanBuilder;
+
+    /// What the machine is called in status texts.
+    std::string machineNoun;
+};
+
+/// Assembles the collaborators of the system that this program was built for: the one place that knows which it is.
+/// @param programPath  the running program's file, beside which the others lie.
+Platform makePlatform(const std::filesystem::path& programPath);
+
+} // namespace tavo

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "base/PowerStatus.h"
+#include "base/RuntimeRecords.h"
+#include "config/AppConfig.h"
+
+#include <string>
+#include <string_view>
+
+namespace tavo {
+
+/// The short name of a trigger in status texts: "always on", "codex", or a custom rule's query in lower case.
+std::string shortDisplayName(const TriggerRule& rule);
+
+/// Source and charge in two words: "battery 80%".
+std::string summaryText(const PowerStatus& status);
+
+/// What Tavo is doing, in a title and a detail line, all lower case. Never fails: every combination yields a text.
+struct RuntimeStatusCopy {
+    std::string title;
+    std::string detail;
+
+    bool operator==(const RuntimeStatusCopy&) const = default;
+
+    /// @param config  the applied configuration, never a draft.
+    /// @param machineNoun  what the machine is called: "mac" or "computer".
+    static RuntimeStatusCopy make(const AppConfig& config, const RuntimeSnapshot& snapshot,
+                                  const PowerStatus& powerStatus, std::string_view machineNoun = "mac");
+};
+
+} // namespace tavo

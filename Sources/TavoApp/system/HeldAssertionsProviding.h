@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace tavo {
+
+/// One thing that holds off sleep, as the system itself lists it.
+struct HeldAssertion {
+    /// The name by which the holder introduced itself.
+    std::string who;
+
+    /// What is held off, in the system's own words: "sleep:idle" on Linux, an assertion's type on macOS.
+    std::string what;
+    std::int32_t pid = 0;
+
+    bool operator==(const HeldAssertion&) const = default;
+};
+
+/// Asks the system what is really held, whoever holds it.
+struct HeldAssertionsProviding {
+    virtual ~HeldAssertionsProviding() = default;
+
+    /// Only what blocks sleep; what merely delays it is left out.
+    /// @throws DescribedError or std::system_error when the system cannot be asked.
+    virtual std::vector<HeldAssertion> heldAssertions() = 0;
+};
+
+} // namespace tavo

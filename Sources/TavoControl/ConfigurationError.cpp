@@ -1,0 +1,21 @@
+#include "ConfigurationError.h"
+
+#include <fmt/format.h>
+
+namespace tavo {
+
+AppConfig loadConfigOrExplain(const TavoStoring& store) {
+    try {
+        return store.loadConfig();
+    } catch (const std::exception& error) {
+        std::string reason = error.what();
+        while (reason.ends_with('.')) {
+            reason.pop_back();
+        }
+        throw ConfigurationError(fmt::format("the configuration {} cannot be used: {}; mend it, or move the file away "
+                                             "to start from the defaults.",
+                                             store.paths().configURL().string(), reason));
+    }
+}
+
+} // namespace tavo

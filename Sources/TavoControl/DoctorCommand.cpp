@@ -1,0 +1,67 @@
+#include "DoctorCommand.h"
+
+#include "Console.h"
+#include "base/JsonCoding.h"
+#include "base/Text.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+namespace tavo {
+
+namespace {
+
+Emphasis emphasisOf(CheckVerdict verdict) {
+    switch (verdict) {
+    case CheckVerdict::fine:
+        return Emphasis::good;
+    case CheckVerdict::limited:
+        return Emphasis::warning;
+    default:
+        return Emphasis::bad;
+    }
+}
+
+Json asJson(const SystemCheck& check) {
+    return {{"subject", check.subject},
+            {"verdict", rawValue(check.verdict)},
+            {"finding", check.finding},
+            {"advice", check.advice}};
+}
+
+void printCheck(const SystemCheck& check, const Console& console) {
+    // Padded before it is styled: the codes have no width on the screen.
+    const auto verdict = fmt::format("{:<12}", rawValue(check.verdict));
+    console.print(fmt::format("{} {:<16} {}", console.styled(verdict, emphasisOf(check.verdict)), check.subject,
+                              visibleControls(check.finding)));
+    if (!check.advice.empty()) {
+        console.print(fmt::format("{:29} {}", "", check.advice));
+    }
+}
+
+} // namespace
+
+ExitStatus printChecks(const DoctorOptions& options, const std::vector<SystemCheck>& checks) {
+    const Console console(stdout);
+    if (options.json) {
+        auto list = Json::array();
+        for (const auto& check : checks) {
+            list.push_back(asJson(check));
+        }
+        console.print(list.dump(2, ' ', false, Json::error_handler_t::replace));
+    } else {
+        for (const auto& check : checks) {
+            printCheck(check, console);
+        }
+    }
+    const auto has = [&](CheckVerdict verdict) {
+        return std::any_of(checks.begin(), checks.end(), [&](const auto& check) { return check.verdict == verdict; });
+    };
+    if (has(CheckVerdict::unavailable)) {
+        return ExitStatus::systemUnavailable;
+    }
+    return has(CheckVerdict::broken) ? ExitStatus::failure : ExitStatus::success;
+}
+
+} // namespace tavo

@@ -1,0 +1,12 @@
+#pragma once
+
+#include "CommandLine.h"
+#include "ExitStatus.h"
+#include "SystemChecks.h"
+
+namespace tavo {
+
+/// Prints each thing that Tavo needs, whether it is there, and what to do if not. The status says what is amiss most.
+ExitStatus printChecks(const DoctorOptions& options, const std::vector<SystemCheck>& checks);
+
+} // namespace tavo

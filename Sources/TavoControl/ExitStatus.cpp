@@ -1,0 +1,24 @@
+#include "ExitStatus.h"
+
+#include "ConfigurationError.h"
+#include "base/WakeControlError.h"
+#include "config/TavoValidationError.h"
+
+namespace tavo {
+
+ExitStatus exitStatusOf(const std::exception_ptr& failure) {
+    try {
+        std::rethrow_exception(failure);
+    } catch (const WakeControlError& error) {
+        return error.kind() == WakeControlError::Kind::systemUnavailable ? ExitStatus::systemUnavailable
+                                                                         : ExitStatus::failure;
+    } catch (const ConfigurationError&) {
+        return ExitStatus::invalidConfiguration;
+    } catch (const TavoValidationError&) {
+        return ExitStatus::invalidConfiguration;
+    } catch (...) {
+        return ExitStatus::failure;
+    }
+}
+
+} // namespace tavo

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <exception>
+
+namespace tavo {
+
+/// What tavoctl's exit status says; the numbers are those of sysexits.h.
+enum class ExitStatus : int {
+    success = 0,
+    failure = 1,
+    wrongUsage = 64,
+    systemUnavailable = 69,    ///< the system offers no means to stay awake, or refuses them
+    alreadyRunning = 75,       ///< another Tavo of this user runs
+    invalidConfiguration = 78, ///< the configuration cannot be read, or is invalid
+};
+
+/// The status that says what a failure of the engine was.
+ExitStatus exitStatusOf(const std::exception_ptr& failure);
+
+} // namespace tavo

@@ -1,0 +1,163 @@
+#include "RunCommand.h"
+
+#include "ConfigurationError.h"
+#include "RunReport.h"
+#include "app/AsioMainLoop.h"
+#include "app/TavoAppModel.h"
+#include "config/InstanceLock.h"
+
+#include <fmt/format.h>
+
+#include <csignal>
+#include <cstdio>
+
+namespace tavo {
+
+namespace {
+
+/// Blocks signals until they can be handled: one that comes in before may otherwise end the process without letting go.
+class BlockedSignals {
+public:
+    explicit BlockedSignals(const std::vector<int>& signals) {
+        sigset_t set;
+        sigemptyset(&set);
+        for (const int signal : signals) {
+            sigaddset(&set, signal);
+        }
+        pthread_sigmask(SIG_BLOCK, &set, &before);
+    }
+    BlockedSignals(const BlockedSignals&) = delete;
+    BlockedSignals& operator=(const BlockedSignals&) = delete;
+    ~BlockedSignals() { pthread_sigmask(SIG_SETMASK, &before, nullptr); }
+
+private:
+    sigset_t before{};
+};
+
+/// What was ignored when the program started, as under nohup(1), stays ignored.
+std::vector<int> quittingSignals() {
+    struct sigaction hangUp {};
+    sigaction(SIGHUP, nullptr, &hangUp);
+    return hangUp.sa_handler == SIG_IGN ? std::vector{SIGTERM, SIGINT} : std::vector{SIGTERM, SIGINT, SIGHUP};
+}
+
+/// One run of the evaluations.
+class ForegroundRun {
+public:
+    ForegroundRun(const RunOptions& options, std::shared_ptr<const TavoStoring> store, Platform platform)
+        : store(std::make_shared<OverridingStore>(std::move(store), options.overrides)), board(platform.assertionBoard),
+          silentHolder(platform.silentAssertionHolder), report(Console(stdout), options.json),
+          model(TavoAppModel::make(loop, this->store, std::move(platform))) {}
+
+    ExitStatus run() {
+        model->onChange([this](ModelChanges) { show(); });
+        loop->post([this] { evaluate(); });
+        loop->run();
+        return status;
+    }
+
+    void handleSignals() {
+        loop->handleSignals(quittingSignals(), [this](int) { quit(); });
+        // There is no window to show here, so the request for one is taken and dropped.
+        loop->handleSignals({SIGUSR1, SIGUSR2}, [this](int signal) {
+            if (signal == SIGUSR1) {
+                evaluate();
+            }
+        });
+    }
+
+private:
+    void evaluate() { model->evaluateNow(); }
+
+    void show() {
+        if (hasEnded) {
+            return;
+        }
+        if (model->evaluationFailure()) {
+            fail();
+            return;
+        }
+        const auto& snapshot = model->runtimeSnapshot();
+        const auto held = heldSummary();
+        // Between the end of the assertion's child and the evaluation that starts a new one, nothing keeps awake.
+        const auto copy = snapshot.isWakeAssertionActive && held.empty()
+                              ? RuntimeStatusCopy{"not awake", "the lock was lost and is being taken again"}
+                              : model->runtimeStatusCopy();
+        const RunLine line{.reason = snapshot.lastDecisionReason,
+                           .title = copy.title,
+                           .detail = copy.detail,
+                           .held = held,
+                           .matchedProcesses = snapshot.matchedProcesses,
+                           .notice = model->assertionNotice()};
+        if (!report.update(line, model->configFileError(), loop->now())) {
+            quit();
+        }
+    }
+
+    std::string heldSummary() const {
+        const auto summary = board->summary();
+        return summary.empty() && model->runtimeSnapshot().isWakeAssertionActive ? silentHolder : summary;
+    }
+
+    void quit() {
+        if (hasEnded || isQuitting) {
+            return;
+        }
+        isQuitting = true;
+        model->quit();
+        hasEnded = true;
+        loop->stop();
+    }
+
+    /// Lets go of everything, and leaves the failure on record for whoever looks at the state later.
+    void fail() {
+        hasEnded = true;
+        const auto failure = model->evaluationFailure();
+        auto failed = model->runtimeSnapshot();
+        status = exitStatusOf(failure);
+        model->quit();
+        failed.isWakeAssertionActive = false;
+        try {
+            store->saveRuntimeSnapshot(failed);
+        } catch (const std::exception&) {
+            // What is to be said follows, on standard error.
+        }
+        fmt::print(stderr, "tavoctl: {}\n", failed.lastError.value_or("the evaluation failed."));
+        loop->stop();
+    }
+
+    std::shared_ptr<AsioMainLoop> loop = std::make_shared<AsioMainLoop>();
+    std::shared_ptr<const TavoStoring> store;
+    std::shared_ptr<AssertionBoard> board;
+    std::string silentHolder;
+    RunReport report;
+    std::shared_ptr<TavoAppModel> model;
+    ExitStatus status = ExitStatus::success;
+    bool isQuitting = false;
+    bool hasEnded = false;
+};
+
+} // namespace
+
+ExitStatus runInForeground(const RunOptions& options, std::shared_ptr<const TavoStoring> store, Platform platform) {
+    loadConfigOrExplain(*store);
+    // Nobody may find the process id in the lock file and signal it before the signals are handled.
+    std::optional<BlockedSignals> blocked(std::in_place, std::vector{SIGTERM, SIGINT, SIGHUP, SIGUSR1, SIGUSR2});
+    const auto lock = InstanceLock::acquire(store->paths().lockURL());
+    if (!lock) {
+        const auto holder = InstanceLock::holder(store->paths().lockURL());
+        fmt::print(
+            stderr,
+            "tavoctl: another tavo is running{}; end it first, or give this one a folder of its own with --root.\n",
+            holder ? fmt::format(" (process id {})", *holder) : "");
+        return ExitStatus::alreadyRunning;
+    }
+    // A reader that has gone is noticed where the line is written.
+    std::signal(SIGPIPE, SIG_IGN);
+    ForegroundRun run(options, std::move(store), std::move(platform));
+    run.handleSignals();
+    blocked.reset();
+    return run.run();
+}
+
+} // namespace tavo

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "CommandLine.h"
+#include "ExitStatus.h"
+#include "app/Platform.h"
+
+namespace tavo {
+
+/// Runs the evaluations in the foreground until a signal or a failure ends them, and prints a line for every change.
+/// @throws ConfigurationError when the configuration cannot be used at the start, std::system_error.
+ExitStatus runInForeground(const RunOptions& options, std::shared_ptr<const TavoStoring> store, Platform platform);
+
+} // namespace tavo

@@ -1,0 +1,39 @@
+#include "RunOverrides.h"
+
+namespace tavo {
+
+AppConfig RunOverrides::appliedTo(AppConfig config) const {
+    if (trigger) {
+        config.trigger = *trigger;
+        config.isEnabled = true;
+    }
+    config.powerSourcePolicy = powerSourcePolicy.value_or(config.powerSourcePolicy);
+    config.batteryCutoffPercent = batteryCutoffPercent.value_or(config.batteryCutoffPercent);
+    config.watchMode = watchMode.value_or(config.watchMode);
+    return config;
+}
+
+bool RunOverrides::isEmpty() const {
+    return !trigger && !powerSourcePolicy && !batteryCutoffPercent && !watchMode;
+}
+
+void OverridingStore::saveConfig(const AppConfig& config) const {
+    const auto inFile = store->loadConfig();
+    auto toSave = config;
+    if (overrides.trigger) {
+        toSave.trigger = inFile.trigger;
+        toSave.isEnabled = inFile.isEnabled;
+    }
+    if (overrides.powerSourcePolicy) {
+        toSave.powerSourcePolicy = inFile.powerSourcePolicy;
+    }
+    if (overrides.batteryCutoffPercent) {
+        toSave.batteryCutoffPercent = inFile.batteryCutoffPercent;
+    }
+    if (overrides.watchMode) {
+        toSave.watchMode = inFile.watchMode;
+    }
+    store->saveConfig(toSave);
+}
+
+} // namespace tavo

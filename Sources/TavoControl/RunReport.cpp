@@ -1,0 +1,85 @@
+#include "RunReport.h"
+
+#include "base/Text.h"
+
+#include <fmt/chrono.h>
+#include <fmt/format.h>
+
+namespace tavo {
+
+namespace {
+
+std::string clockTime(TimePoint at) {
+    return fmt::format("{:%H:%M:%S}", fmt::localtime(std::chrono::system_clock::to_time_t(at)));
+}
+
+Emphasis emphasisOf(RuntimeDecisionReason reason) {
+    switch (reason) {
+    case RuntimeDecisionReason::active:
+        return Emphasis::good;
+    case RuntimeDecisionReason::error:
+        return Emphasis::bad;
+    default:
+        return Emphasis::strong;
+    }
+}
+
+/// Which process it is for: the first one, and how many more there are.
+std::string processNote(const std::vector<MatchedProcessSnapshot>& processes) {
+    if (processes.empty()) {
+        return {};
+    }
+    const auto others = processes.size() > 1 ? fmt::format(" and {} more", processes.size() - 1) : std::string();
+    return fmt::format(" (process id {}{})", processes.front().pid, others);
+}
+
+} // namespace
+
+Json RunLine::json(TimePoint at) const {
+    Json object{{"time", formatISO8601(at)},
+                {"decision", rawValue(reason)},
+                {"title", title},
+                {"detail", detail},
+                {"held", held},
+                {"matchedProcesses", matchedProcesses}};
+    if (notice) {
+        object["notice"] = *notice;
+    }
+    return object;
+}
+
+std::string RunLine::text(TimePoint at, const Console& console) const {
+    return fmt::format("{}  {}: {}{}; holding {}", clockTime(at), console.styled(title, emphasisOf(reason)),
+                       visibleControls(detail), processNote(matchedProcesses), held.empty() ? "nothing" : held);
+}
+
+bool RunReport::update(const RunLine& line, const std::optional<std::string>& configFileError, TimePoint at) {
+    bool isRead = true;
+    if (line != lastLine) {
+        isRead = console.print(json ? line.json(at).dump(-1, ' ', false, Json::error_handler_t::replace)
+                                    : line.text(at, console));
+        lastLine = line;
+    }
+    if (!json && line.notice && line.notice != lastNotice) {
+        isRead = printNotice(*line.notice, at) && isRead;
+        lastNotice = line.notice;
+    }
+    if (configFileError && configFileError != lastConfigFileError) {
+        isRead =
+            printNotice("config.json cannot be used, so what it said before stays in force: " + *configFileError, at) &&
+            isRead;
+    }
+    lastConfigFileError = configFileError;
+    return isRead;
+}
+
+bool RunReport::printNotice(const std::string& notice, TimePoint at) const {
+    if (json) {
+        return console.print(
+            Json{{"time", formatISO8601(at)}, {"notice", notice}}.dump(-1, ' ', false, Json::error_handler_t::replace));
+    }
+    return console.print(
+        fmt::format("{}  {}: {}", clockTime(at), console.styled("notice", Emphasis::warning), visibleControls(notice)));
+}
+
+} // namespace tavo

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "Console.h"
+#include "app/TavoAppModel.h"
+
+#include <optional>
+#include <string>
+
+namespace tavo {
+
+/// What one line of a run says.
+struct RunLine {
+    RuntimeDecisionReason reason = RuntimeDecisionReason::idle;
+    std::string title;
+    std::string detail;
+
+    /// What is held, in one line; empty when nothing is.
+    std::string held;
+    std::vector<MatchedProcessSnapshot> matchedProcesses;
+    std::optional<std::string> notice;
+
+    bool operator==(const RunLine&) const = default;
+
+    Json json(TimePoint at) const;
+
+    /// @param at  shown in the local time zone.
+    std::string text(TimePoint at, const Console& console) const;
+};
+
+/// Prints a line whenever what the model says has changed. A notice is said once, on a line of its own (with JSON, in the
+/// object).
+class RunReport {
+public:
+    RunReport(Console console, bool json) : console(console), json(json) {}
+
+    /// Gives false when nobody reads any more.
+    bool update(const RunLine& line, const std::optional<std::string>& configFileError, TimePoint at);
+
+private:
+    bool printNotice(const std::string& notice, TimePoint at) const;
+
+    Console console;
+    bool json;
+    std::optional<RunLine> lastLine;
+    std::optional<std::string> lastNotice;
+    std::optional<std::string> lastConfigFileError;
+};
+
+} // namespace tavo

@@ -1,0 +1,177 @@
+#include "StatusReport.h"
+
+#include "base/Text.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <algorithm>
+#include <array>
+
+namespace tavo {
+
+namespace {
+
+std::vector<std::string> splitWhat(const std::string& what) {
+    std::vector<std::string> words;
+    for (std::size_t start = 0; start <= what.size() && !what.empty();) {
+        const auto end = std::min(what.find(':', start), what.size());
+        words.push_back(what.substr(start, end - start));
+        start = end + 1;
+    }
+    return words;
+}
+
+constexpr std::string_view listEntry = "{} (process id {})";
+
+} // namespace
+
+std::string spokenDuration(std::int64_t seconds) {
+    constexpr std::array<std::pair<std::int64_t, const char*>, 4> units{
+        {{86400, "day"}, {3600, "hour"}, {60, "minute"}, {1, "second"}}};
+    for (const auto& [length, name] : units) {
+        if (seconds >= length) {
+            const auto count = seconds / length;
+            return fmt::format("{} {}{}", count, name, count == 1 ? "" : "s");
+        }
+    }
+    return "0 seconds";
+}
+
+bool StatusReport::isKeepingAwake() const {
+    return isPlanned() && facts.held && !facts.held->empty();
+}
+
+RuntimeStatusCopy StatusReport::currentCopy() const {
+    if (!facts.runningProcessID) {
+        return {"not running", fmt::format("tavo does not keep this {} awake", facts.machineNoun)};
+    }
+    if (facts.snapshot.isWakeAssertionActive && facts.held && facts.held->empty()) {
+        return {"not awake", "the last evaluation wanted this " + facts.machineNoun + " awake, but nothing is held"};
+    }
+    return RuntimeStatusCopy::make(facts.config, facts.snapshot, facts.power, facts.machineNoun);
+}
+
+std::string StatusReport::plannedWhat() const {
+    if (!isPlanned()) {
+        return {};
+    }
+    return facts.power.source == CurrentPowerSource::ac ? "idle:sleep" : "idle";
+}
+
+std::vector<std::string> StatusReport::missing() const {
+    std::vector<std::string> held;
+    for (const auto& assertion : facts.held.value_or(std::vector<HeldAssertion>())) {
+        const auto words = splitWhat(assertion.what);
+        held.insert(held.end(), words.begin(), words.end());
+    }
+    // macOS lists assertion types, which cover what they say and are not compared word by word.
+    if (std::any_of(held.begin(), held.end(), [](const auto& word) { return word.starts_with("Prevent"); })) {
+        return {};
+    }
+    auto lacking = splitWhat(plannedWhat());
+    std::erase_if(lacking, [&](const auto& word) { return std::find(held.begin(), held.end(), word) != held.end(); });
+    return lacking;
+}
+
+std::string StatusReport::discrepancy() const {
+    if (!facts.held) {
+        return {};
+    }
+    const auto lacking = missing();
+    if (facts.held->empty()) {
+        return isPlanned() ? "the lock is gone: the next evaluation takes a new one, within a minute." : "";
+    }
+    if (!isPlanned()) {
+        return facts.runningProcessID ? "more is held than the last evaluation wanted; it is being let go of."
+                                      : "no tavo is running, yet a lock of its is held: end the process that holds it.";
+    }
+    if (lacking.empty()) {
+        return {};
+    }
+    return fmt::format("less is held than planned: {} was refused, so the {} may still be put to sleep by others; "
+                       "run sudo tavoctl run to hold it too.",
+                       fmt::join(lacking, " and "), facts.machineNoun);
+}
+
+std::string StatusReport::heldText() const {
+    if (!facts.held) {
+        return "unknown: " + facts.heldError;
+    }
+    std::vector<std::string> entries;
+    for (const auto& assertion : *facts.held) {
+        entries.push_back(fmt::format(listEntry, assertion.what, assertion.pid));
+    }
+    const auto list = entries.empty() ? "nothing" : fmt::format("{}", fmt::join(entries, ", "));
+    const bool isAsPlanned = discrepancy().empty();
+    return list + (isAsPlanned ? ", as planned" : "");
+}
+
+std::optional<std::int64_t> StatusReport::ageInSeconds() const {
+    if (!facts.snapshot.lastEvaluationDate) {
+        return std::nullopt;
+    }
+    const auto age = std::chrono::duration_cast<std::chrono::seconds>(facts.now - *facts.snapshot.lastEvaluationDate);
+    return std::max<std::int64_t>(age.count(), 0);
+}
+
+Json StatusReport::json() const {
+    const auto copy = currentCopy();
+    Json object{{"running", facts.runningProcessID.has_value()},
+                {"keepingAwake", isKeepingAwake()},
+                {"title", copy.title},
+                {"detail", copy.detail},
+                {"snapshot", facts.snapshot},
+                {"power", facts.power},
+                {"planned", plannedWhat()}};
+    if (facts.runningProcessID) {
+        object["processID"] = *facts.runningProcessID;
+    }
+    if (const auto age = ageInSeconds()) {
+        object["ageSeconds"] = *age;
+    }
+    if (facts.held) {
+        object["held"] = Json::array();
+        for (const auto& assertion : *facts.held) {
+            object["held"].push_back({{"who", assertion.who}, {"what", assertion.what}, {"pid", assertion.pid}});
+        }
+    } else {
+        object["heldError"] = facts.heldError;
+    }
+    if (const auto notice = discrepancy(); !notice.empty()) {
+        object["notice"] = notice;
+    }
+    return object;
+}
+
+std::vector<std::string> StatusReport::lines(const Console& console) const {
+    const auto copy = currentCopy();
+    std::vector<std::string> result;
+    result.push_back(fmt::format("{}: {}",
+                                 console.styled(copy.title, isKeepingAwake() ? Emphasis::good : Emphasis::strong),
+                                 visibleControls(copy.detail)));
+    const auto add = [&](std::string_view name, const std::string& text) {
+        result.push_back(fmt::format("  {:<10} {}", name, visibleControls(text)));
+    };
+    add("tavo",
+        facts.runningProcessID ? fmt::format("running (process id {})", *facts.runningProcessID) : "not running");
+    for (const auto& process : facts.snapshot.matchedProcesses) {
+        if (facts.runningProcessID) {
+            add("watches", fmt::format(listEntry, process.commandLine.value_or(process.executableName), process.pid));
+        }
+    }
+    const auto age = ageInSeconds();
+    add("evaluated", age ? spokenDuration(*age) + " ago" : "never");
+    if (!facts.runningProcessID && age) {
+        const auto last = RuntimeStatusCopy::make(facts.config, facts.snapshot, facts.power, facts.machineNoun);
+        add("last said", last.title + ": " + last.detail);
+    }
+    add("held", heldText());
+    add("power", summaryText(facts.power));
+    if (const auto notice = discrepancy(); !notice.empty()) {
+        result.push_back(fmt::format("  {:<10} {}", console.styled("notice", Emphasis::warning), notice));
+    }
+    return result;
+}
+
+} // namespace tavo

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "Console.h"
+#include "app/StatusCopy.h"
+#include "base/PowerStatus.h"
+#include "base/RuntimeRecords.h"
+#include "runtime/WakePlan.h"
+#include "system/HeldAssertionsProviding.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tavo {
+
+/// Everything that "tavoctl status" knows.
+struct StatusFacts {
+    TimePoint now;
+    AppConfig config;
+    RuntimeSnapshot snapshot;
+    PowerStatus power;
+
+    /// The Tavo that holds the lock file.
+    std::optional<std::int32_t> runningProcessID;
+
+    /// What the system lists for that Tavo or, when none runs, for any Tavo of this user; absent when it cannot be asked.
+    std::optional<std::vector<HeldAssertion>> held;
+
+    /// Why it cannot be asked.
+    std::string heldError;
+    std::string machineNoun;
+};
+
+/// What is really held against what ought to be, in words for the user.
+class StatusReport {
+public:
+    explicit StatusReport(StatusFacts facts) : facts(std::move(facts)) {}
+
+    /// Whether the machine is being kept awake now by a running Tavo, as far as the system's own list tells.
+    bool isKeepingAwake() const;
+
+    Json json() const;
+    std::vector<std::string> lines(const Console& console) const;
+
+private:
+    RuntimeStatusCopy currentCopy() const;
+    bool isPlanned() const { return facts.runningProcessID && facts.snapshot.isWakeAssertionActive; }
+
+    /// What ought to be held now, in logind's words: "idle" or "idle:sleep"; empty for nothing.
+    std::string plannedWhat() const;
+
+    /// The part of plannedWhat() that is not held.
+    std::vector<std::string> missing() const;
+
+    /// What differs between plan and truth, as a sentence; empty when nothing does.
+    std::string discrepancy() const;
+    std::string heldText() const;
+    std::optional<std::int64_t> ageInSeconds() const;
+
+    StatusFacts facts;
+};
+
+/// A length of time as one would say it: "12 seconds", "3 minutes", "2 days".
+std::string spokenDuration(std::int64_t seconds);
+
+} // namespace tavo

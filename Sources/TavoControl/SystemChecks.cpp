@@ -1,0 +1,74 @@
+#include "SystemChecks.h"
+
+#include "ConfigurationError.h"
+#include "app/StatusCopy.h"
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+namespace tavo {
+
+namespace {
+
+SystemCheck checkProcesses(ProcessSnapshotProviding& processes) {
+    try {
+        const auto count = processes.snapshot(std::chrono::system_clock::now()).processes.size();
+        return {.subject = "process table", .finding = fmt::format("{} processes can be seen", count)};
+    } catch (const std::exception& error) {
+        return {.subject = "process table",
+                .verdict = CheckVerdict::broken,
+                .finding = error.what(),
+                .advice = "watching a program needs the process table; see that it can be read."};
+    }
+}
+
+SystemCheck checkPower(const PowerStatus& status) {
+    if (status.source == CurrentPowerSource::unknown) {
+        return {.subject = "power",
+                .verdict = CheckVerdict::limited,
+                .finding = "the power source is unknown",
+                .advice = "a policy of ac or battery only does not allow an unknown source; use any."};
+    }
+    return {.subject = "power", .finding = summaryText(status)};
+}
+
+SystemCheck checkConfiguration(const TavoStoring& store) {
+    const auto path = store.paths().configURL().string();
+    try {
+        loadConfigOrExplain(store);
+    } catch (const ConfigurationError& error) {
+        return {.subject = "configuration",
+                .verdict = CheckVerdict::broken,
+                .finding = error.what(),
+                .advice = "tavo does not touch a file that it cannot read."};
+    }
+    std::error_code ignored; // a file that cannot be looked at was an error above
+    return {.subject = "configuration",
+            .finding =
+                std::filesystem::exists(path, ignored) ? path + " can be used" : "no file yet, the defaults hold"};
+}
+
+/// The nearest folder that exists has to be writable: the missing ones are made in it.
+SystemCheck checkFolder(const std::filesystem::path& root) {
+    auto folder = root;
+    std::error_code ignored; // what cannot be looked at counts as missing
+    while (!std::filesystem::exists(folder, ignored) && folder.has_relative_path()) {
+        folder = folder.parent_path();
+    }
+    if (access(folder.c_str(), W_OK | X_OK) == 0) {
+        return {.subject = "folder", .finding = root.string() + " can be written"};
+    }
+    return {.subject = "folder",
+            .verdict = CheckVerdict::broken,
+            .finding = folder.string() + " cannot be written",
+            .advice = "make it writable, or name another folder with --root."};
+}
+
+} // namespace
+
+std::vector<SystemCheck> checkSurroundings(const Platform& platform, const TavoStoring& store) {
+    return {checkProcesses(*platform.processes), checkPower(platform.powerEnvironment->currentStatus()),
+            checkConfiguration(store), checkFolder(store.paths().rootDirectory)};
+}
+
+} // namespace tavo

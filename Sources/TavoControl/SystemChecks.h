@@ -1,0 +1,45 @@
+#pragma once
+
+#include "app/Platform.h"
+#include "config/TavoStore.h"
+
+#include <string>
+#include <vector>
+
+namespace tavo {
+
+/// How much it matters what a check found.
+enum class CheckVerdict {
+    fine,
+    limited,     ///< Tavo works, with less than it could do
+    broken,      ///< Tavo cannot do what it is asked for until this is mended
+    unavailable, ///< the system offers no means to stay awake, or refuses them
+};
+
+template <>
+struct RawValues<CheckVerdict> {
+    static constexpr RawValueTable<CheckVerdict, 4> table{{
+        {CheckVerdict::fine, "ok"},
+        {CheckVerdict::limited, "limited"},
+        {CheckVerdict::broken, "broken"},
+        {CheckVerdict::unavailable, "unavailable"},
+    }};
+};
+
+/// One thing that Tavo needs, and whether it is there.
+struct SystemCheck {
+    std::string subject;
+    CheckVerdict verdict = CheckVerdict::fine;
+    std::string finding;
+
+    /// What the user can do; empty when all is well.
+    std::string advice;
+};
+
+/// The checks that only this system has: its means to stay awake. Each system has its own implementation.
+std::vector<SystemCheck> checkMeansToStayAwake(const Platform& platform);
+
+/// The checks that every system has: processes, power, configuration.
+std::vector<SystemCheck> checkSurroundings(const Platform& platform, const TavoStoring& store);
+
+} // namespace tavo

@@ -1,0 +1,75 @@
+#include "CommandLine.h"
+#include "ConfigurationError.h"
+#include "DoctorCommand.h"
+#include "ExitStatus.h"
+#include "ProcessesCommand.h"
+#include "RunCommand.h"
+#include "StatusCommand.h"
+#include "base/Text.h"
+
+#include <fmt/format.h>
+
+#include <csignal>
+#include <cstdio>
+#include <type_traits>
+
+namespace tavo {
+namespace {
+
+/// The running program's file; as it was called where the system does not tell.
+std::filesystem::path programPath(const char* calledAs) {
+    std::error_code ignored; // there is no such link on macOS, where the folder is found by the name it was called by
+    const auto linked = std::filesystem::read_symlink("/proc/self/exe", ignored);
+    return ignored ? std::filesystem::absolute(calledAs) : linked;
+}
+
+ExitStatus carryOut(const Invocation& invocation, const char* calledAs) {
+    const auto paths = invocation.root ? TavoPaths{*invocation.root} : TavoPaths::defaultPaths();
+    const auto store = std::make_shared<TavoStore>(paths);
+    auto platform = makePlatform(programPath(calledAs));
+    return std::visit(
+        [&](const auto& options) {
+            using Options = std::decay_t<decltype(options)>;
+            if constexpr (std::is_same_v<Options, RunOptions>) {
+                return runInForeground(options, store, std::move(platform));
+            } else if constexpr (std::is_same_v<Options, StatusOptions>) {
+                return printStatus(options, *store, platform);
+            } else if constexpr (std::is_same_v<Options, ProcessesOptions>) {
+                return printProcesses(options, *store, platform);
+            } else {
+                auto checks = checkMeansToStayAwake(platform);
+                for (auto& check : checkSurroundings(platform, *store)) {
+                    checks.push_back(std::move(check));
+                }
+                return printChecks(options, checks);
+            }
+        },
+        invocation.command);
+}
+
+ExitStatus runProgram(int count, const char* const* values) {
+    // A parent that ignores this signal would have the kernel reap our children before we can ask how they ended.
+    std::signal(SIGCHLD, SIG_DFL);
+    const auto parsed = parseCommandLine(count, values);
+    if (const auto* usage = std::get_if<UsageReply>(&parsed)) {
+        if (usage->isError) {
+            fmt::print(stderr, "tavoctl: {}\n", visibleControls(usage->text));
+            return ExitStatus::wrongUsage;
+        }
+        fmt::print("{}", usage->text);
+        return ExitStatus::success;
+    }
+    try {
+        return carryOut(std::get<Invocation>(parsed), values[0]);
+    } catch (const std::exception& error) {
+        fmt::print(stderr, "tavoctl: {}\n", visibleControls(error.what()));
+        return exitStatusOf(std::current_exception());
+    }
+}
+
+} // namespace
+} // namespace tavo
+
+int main(int count, char** values) {
+    return static_cast<int>(tavo::runProgram(count, values));
+}
