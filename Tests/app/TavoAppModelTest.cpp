@@ -1,0 +1,215 @@
+#include "app/TavoAppModel.h"
+
+#include "Support/FixedPowerEnvironment.h"
+#include "Support/ManualMainLoop.h"
+#include "Support/ScriptedCommandRunner.h"
+#include "Support/ScriptedProcessTable.h"
+#include "Support/TemporaryDirectory.h"
+#include "base/WakeControlError.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace tavo {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using Reason = RuntimeDecisionReason;
+
+constexpr bool has(ModelChanges changes, ModelProperty property) {
+    return (changes & static_cast<ModelChanges>(property)) != 0;
+}
+
+class TavoAppModelTest : public testing::Test {
+protected:
+    TemporaryDirectory folder;
+    std::shared_ptr<TavoStore> store = std::make_shared<TavoStore>(TavoPaths{folder.path()});
+    std::shared_ptr<ManualMainLoop> loop = std::make_shared<ManualMainLoop>(*parseISO8601("2026-01-31T09:00:00Z"));
+    std::shared_ptr<FixedPowerEnvironment> power = std::make_shared<FixedPowerEnvironment>();
+    std::shared_ptr<ScriptedProcessTable> table = std::make_shared<ScriptedProcessTable>();
+    std::shared_ptr<ScriptedCommandRunner> runner = std::make_shared<ScriptedCommandRunner>();
+    std::shared_ptr<AssertionBoard> board = std::make_shared<AssertionBoard>();
+    std::vector<ModelChanges> changes;
+    std::shared_ptr<TavoAppModel> model;
+
+    void make() {
+        model = TavoAppModel::make(loop, store,
+                                   {.powerEnvironment = power,
+                                    .processes = table,
+                                    .commandRunner = runner,
+                                    .assertionRunner = runner,
+                                    .assertionBoard = board,
+                                    .machineNoun = "computer"});
+        model->onChange([this](ModelChanges changed) { changes.push_back(changed); });
+    }
+
+    static AppConfig enabled() {
+        AppConfig config;
+        config.isEnabled = true;
+        return config;
+    }
+
+    void startWith(const AppConfig& config) {
+        store->saveConfig(config);
+        make();
+        model->start();
+        loop->runPosted();
+    }
+
+    RuntimeSnapshot saved() const { return store->loadRuntimeSnapshot(); }
+};
+
+TEST_F(TavoAppModelTest, SwitchedOffItEvaluatesNothingAndArmsOneTimer) {
+    startWith({});
+    EXPECT_EQ(model->runtimeSnapshot(), RuntimeSnapshot::idle());
+    EXPECT_FALSE(std::filesystem::exists(store->paths().stateURL()));
+    EXPECT_EQ(loop->armedTimers(), 1U);
+    loop->advance(std::chrono::seconds{60});
+    EXPECT_EQ(saved().lastDecisionReason, Reason::disabled);
+}
+
+TEST_F(TavoAppModelTest, SwitchedOnItEvaluatesAtOnce) {
+    startWith(enabled());
+    EXPECT_EQ(model->runtimeSnapshot().lastDecisionReason, Reason::active);
+    EXPECT_EQ(model->runtimeStatusCopy(), (RuntimeStatusCopy{"keeping computer awake", "always on"}));
+    EXPECT_EQ(saved(), model->runtimeSnapshot());
+    EXPECT_EQ(loop->armedTimers(), 1U);
+}
+
+TEST_F(TavoAppModelTest, AnHourOfEvaluationsIsOneAMinute) {
+    auto config = enabled();
+    config.trigger = defaultRule(TriggerPreset::codex);
+    startWith(config);
+    loop->advance(std::chrono::hours{1});
+    EXPECT_EQ(table->timesRead, 61);
+    EXPECT_EQ(loop->armedTimers(), 1U);
+}
+
+TEST_F(TavoAppModelTest, AnEvaluationPicksUpAnEditedConfiguration) {
+    startWith({});
+    store->saveConfig(enabled());
+    loop->advance(std::chrono::seconds{60});
+    EXPECT_TRUE(model->config().isEnabled);
+    EXPECT_EQ(model->runtimeSnapshot().lastDecisionReason, Reason::active);
+    EXPECT_TRUE(has(changes.back(), ModelProperty::config));
+}
+
+TEST_F(TavoAppModelTest, ABrokenConfigurationLeavesTheOldOneInForceUntilItIsReadAgain) {
+    startWith(enabled());
+    folder.write("config.json", "{");
+    loop->advance(std::chrono::seconds{60});
+    EXPECT_EQ(model->config(), enabled());
+    EXPECT_EQ(model->runtimeSnapshot().lastDecisionReason, Reason::active);
+    ASSERT_TRUE(model->configFileError());
+    EXPECT_EQ(model->lastError(), std::nullopt);
+    EXPECT_EQ(fileContent(store->paths().configURL()), "{");
+    store->saveConfig({});
+    loop->advance(std::chrono::seconds{60});
+    EXPECT_EQ(model->configFileError(), std::nullopt);
+    EXPECT_FALSE(model->config().isEnabled);
+}
+
+TEST_F(TavoAppModelTest, ABrokenConfigurationAtTheStartMeansSwitchedOff) {
+    folder.write("config.json", R"({"isEnabled": 1})");
+    make();
+    EXPECT_EQ(model->config(), AppConfig::defaultConfig());
+    EXPECT_EQ(model->configFileError(), "isEnabled: expected true or false but found a number.");
+    EXPECT_EQ(fileContent(store->paths().configURL()), R"({"isEnabled": 1})");
+}
+
+TEST_F(TavoAppModelTest, ABrokenStateFileIsReplaced) {
+    folder.write("state.json", "nonsense");
+    startWith(enabled());
+    EXPECT_EQ(model->lastError(), std::nullopt);
+    EXPECT_EQ(saved().lastDecisionReason, Reason::active);
+}
+
+TEST_F(TavoAppModelTest, AFailedEvaluationStopsTheLoopAndIsRecorded) {
+    auto config = enabled();
+    config.trigger = defaultRule(TriggerPreset::codex);
+    table->processes = {{.pid = 7, .executableName = "codex", .commandLine = "codex"}};
+    startWith(config);
+    table->failure = std::make_exception_ptr(ProcessWatcherError::malformedTimeValue("x"));
+    loop->advance(std::chrono::seconds{60});
+    const std::string text = "could not parse cpu time value: x";
+    EXPECT_EQ(loop->armedTimers(), 0U);
+    EXPECT_EQ(model->lastError(), text);
+    EXPECT_TRUE(model->evaluationFailure());
+    EXPECT_EQ(model->runtimeSnapshot(),
+              (RuntimeSnapshot{.isEnabled = true,
+                               .isWakeAssertionActive = true,
+                               .lastEvaluationDate = loop->now(),
+                               .lastDecisionReason = Reason::error,
+                               .matchedProcesses = {{.pid = 7, .executableName = "codex", .commandLine = "codex"}},
+                               .lastError = text}));
+    EXPECT_EQ(saved(), model->runtimeSnapshot());
+}
+
+TEST_F(TavoAppModelTest, TheNextEvaluationStartsAStoppedLoopAgain) {
+    runner->failure = std::make_exception_ptr(WakeControlError::systemUnavailable("no means."));
+    startWith(enabled());
+    EXPECT_EQ(model->runtimeStatusCopy(), (RuntimeStatusCopy{"needs attention", "no means."}));
+    EXPECT_EQ(loop->armedTimers(), 0U);
+    runner->failure = nullptr;
+    model->evaluateNow();
+    EXPECT_EQ(model->lastError(), std::nullopt);
+    EXPECT_FALSE(model->evaluationFailure());
+    EXPECT_EQ(loop->armedTimers(), 1U);
+}
+
+TEST_F(TavoAppModelTest, OneNotificationSaysAllThatChanged) {
+    startWith(enabled());
+    ASSERT_EQ(changes.size(), 1U);
+    EXPECT_TRUE(has(changes[0], ModelProperty::runtimeSnapshot));
+    EXPECT_FALSE(has(changes[0], ModelProperty::config));
+    EXPECT_FALSE(has(changes[0], ModelProperty::lastError));
+    power->status = {.source = CurrentPowerSource::battery, .batteryPercent = 50};
+    loop->advance(std::chrono::seconds{60});
+    ASSERT_EQ(changes.size(), 2U);
+    EXPECT_TRUE(has(changes[1], ModelProperty::powerStatus));
+}
+
+TEST_F(TavoAppModelTest, ANoticeOfTheAssertionIsAnnounced) {
+    startWith(enabled());
+    const auto token = board->open();
+    board->record(token, {.service = "logind", .what = "idle", .notice = "sleep was refused."});
+    loop->runPosted();
+    EXPECT_EQ(model->assertionNotice(), "sleep was refused.");
+    EXPECT_TRUE(has(changes.back(), ModelProperty::assertionNotice));
+}
+
+TEST_F(TavoAppModelTest, AnAssertionThatEndedUnaskedIsTakenAgainAfterASecond) {
+    startWith(enabled());
+    const auto token = board->open();
+    board->record(token, {.service = "logind", .what = "idle:sleep"});
+    loop->advance(std::chrono::seconds{5});
+    runner->children.back()->dieFromOutside();
+    board->close(token);
+    EXPECT_EQ(runner->children.size(), 1U);
+    loop->advance(std::chrono::seconds{1});
+    EXPECT_EQ(runner->children.size(), 2U);
+    EXPECT_EQ(loop->armedTimers(), 1U);
+}
+
+TEST_F(TavoAppModelTest, QuittingLetsGoAndArmsNothing) {
+    startWith(enabled());
+    model->quit();
+    EXPECT_THAT(*runner->log, ElementsAre("start /usr/bin/caffeinate -i -s", "stop"));
+    EXPECT_EQ(saved().lastDecisionReason, Reason::disabled);
+    EXPECT_FALSE(saved().isWakeAssertionActive);
+    EXPECT_EQ(loop->armedTimers(), 0U);
+    EXPECT_TRUE(store->loadConfig().isEnabled);
+}
+
+TEST_F(TavoAppModelTest, WhatWasPostedForAModelThatIsGoneDoesNothing) {
+    store->saveConfig(enabled());
+    make();
+    model->start();
+    model.reset();
+    loop->advance(std::chrono::hours{1});
+    EXPECT_THAT(*runner->log, IsEmpty());
+}
+
+} // namespace
+} // namespace tavo
