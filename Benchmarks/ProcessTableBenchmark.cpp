@@ -26,7 +26,7 @@ void countProcesses(benchmark::State& state, std::size_t processes) {
 void snapshot(benchmark::State& state, const std::filesystem::path& root) {
     ProcfsProcessSnapshotProvider provider(root);
     std::size_t processes = 0;
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         const auto table = provider.snapshot({});
         processes = table.processes.size();
         benchmark::DoNotOptimize(table.processes.data());
@@ -58,7 +58,7 @@ void realTableByProcfs(benchmark::State& state) {
 
 void realTableByPS(benchmark::State& state) {
     std::size_t processes = 0;
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         const auto output = repairUTF8(runPS());
         const auto table = PSProcessSnapshotProvider::parse(trimWhitespaceAndNewlines(output), {});
         processes = table.processes.size();
@@ -84,7 +84,7 @@ void psTextOfManyProcesses(benchmark::State& state) {
         output += std::to_string(pid) + " 1 1-02:03:04 " + name + " /usr/bin/process --some --ordinary --arguments\n";
     }
     std::size_t processes = 0;
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         const auto table = PSProcessSnapshotProvider::parse(output, {});
         processes = table.processes.size();
         benchmark::DoNotOptimize(table.processes.data());
