@@ -88,10 +88,19 @@ private:
                            .detail = copy.detail,
                            .held = held,
                            .matchedProcesses = snapshot.matchedProcesses,
-                           .notice = model->assertionNotice()};
+                           .notice = notice()};
         if (!report.update(line, model->configFileError(), loop->now())) {
             quit();
         }
+    }
+
+    std::optional<std::string> notice() const {
+        // Somebody who starts this by hand wants something kept awake.
+        if (!isQuitting && model->runtimeSnapshot().lastDecisionReason == RuntimeDecisionReason::disabled) {
+            return "config.json has keeping awake switched off (isEnabled); switch it on there, or name a trigger for "
+                   "this run, as in tavoctl run --always";
+        }
+        return model->assertionNotice();
     }
 
     std::string heldSummary() const {
