@@ -110,6 +110,17 @@ TEST_F(SystemCommandRunnerTest, AChildStartsWithACleanSignalMask) {
     EXPECT_EQ(result.standardOutput, "pipe-default");
 }
 
+TEST_F(SystemCommandRunnerTest, AChildLeadsAProcessGroupOfItsOwnWhereTheCommandSaysSo) {
+    auto command = testChild({"wait"});
+    const auto inOurs = std::dynamic_pointer_cast<ProcessRunningCommand>(runner.start(command));
+    command.startsOwnProcessGroup = true;
+    const auto inItsOwn = std::dynamic_pointer_cast<ProcessRunningCommand>(runner.start(command));
+    EXPECT_EQ(getpgid(inOurs->pid()), getpgrp());
+    EXPECT_EQ(getpgid(inItsOwn->pid()), inItsOwn->pid());
+    inOurs->stop();
+    inItsOwn->stop();
+}
+
 TEST_F(SystemCommandRunnerTest, AStartedChildRunsUntilItIsStopped) {
     const auto child = start({"wait"});
     EXPECT_TRUE(child->isRunning());

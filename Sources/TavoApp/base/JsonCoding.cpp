@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cmath>
 
 namespace tavo {
@@ -12,6 +13,15 @@ std::string describeFailure(const std::string& path, const std::string& debugDes
     return path.empty() ? debugDescription : fmt::format("{}: {}", path, debugDescription);
 }
 
+[[noreturn]] void throwUnexpectedInput(std::string_view text, std::size_t offset) {
+    const auto consumed = text.substr(0, offset);
+    const auto line = 1 + std::count(consumed.begin(), consumed.end(), '\n');
+    const auto lineStart = consumed.rfind('\n') + 1; // npos + 1 is 0: the first line has no newline before it
+    throw DecodingError(DecodingError::Kind::dataCorrupted, {},
+                        fmt::format("the text is not valid json: unexpected input at line {}, column {}.", line,
+                                    consumed.size() - lineStart + 1));
+}
+
 } // namespace
 
 DecodingError::DecodingError(Kind kind, std::string path, std::string debugDescription)
@@ -19,15 +29,18 @@ DecodingError::DecodingError(Kind kind, std::string path, std::string debugDescr
       debugText(std::move(debugDescription)) {}
 
 Json parseJson(std::string_view text) {
+    // The library takes this byte for the end of the text and would not look at what follows.
+    const auto terminator = text.find('\0');
+    if (terminator != std::string_view::npos) {
+        throwUnexpectedInput(text, terminator);
+    }
     try {
         return Json::parse(text);
     } catch (const Json::parse_error& error) {
-        const auto consumed = text.substr(0, std::min(error.byte == 0 ? 0 : error.byte - 1, text.size()));
-        const auto line = 1 + std::count(consumed.begin(), consumed.end(), '\n');
-        const auto lineStart = consumed.rfind('\n') + 1; // npos + 1 is 0: the first line has no newline before it
-        throw DecodingError(DecodingError::Kind::dataCorrupted, {},
-                            fmt::format("the text is not valid json: unexpected input at line {}, column {}.", line,
-                                        consumed.size() - lineStart + 1));
+        throwUnexpectedInput(text, std::min(error.byte == 0 ? 0 : error.byte - 1, text.size()));
+    } catch (const Json::out_of_range&) {
+        // JSON sets no limit to a number, but nothing here can hold one past the largest double.
+        throw DecodingError(DecodingError::Kind::dataCorrupted, {}, "the text holds a number that is too large.");
     }
 }
 

@@ -76,14 +76,23 @@ struct SpawnSettings {
         sigemptyset(&defaulted);
         sigaddset(&defaulted, SIGPIPE);
         check(posix_spawnattr_setsigdefault(&attributes, &defaulted), "could not prepare a child");
-        short flags = 0;
-        check(posix_spawnattr_getflags(&attributes, &flags), "could not prepare a child");
-        flags = static_cast<short>(flags | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
-        check(posix_spawnattr_setflags(&attributes, flags), "could not prepare a child");
+        addFlags(POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+    }
+
+    void startOwnProcessGroup() {
+        check(posix_spawnattr_setpgroup(&attributes, 0), "could not prepare a child");
+        addFlags(POSIX_SPAWN_SETPGROUP);
     }
 
     posix_spawn_file_actions_t actions{};
     posix_spawnattr_t attributes{};
+
+private:
+    void addFlags(int added) {
+        short flags = 0;
+        check(posix_spawnattr_getflags(&attributes, &flags), "could not prepare a child");
+        check(posix_spawnattr_setflags(&attributes, static_cast<short>(flags | added)), "could not prepare a child");
+    }
 };
 
 std::vector<char*> argumentVector(const ShellCommand& command) {
@@ -118,6 +127,9 @@ SpawnedChild spawnChild(const ShellCommand& command, ChildInput input) {
     settings.place(output.writing, STDOUT_FILENO);
     settings.place(error.writing, STDERR_FILENO);
     settings.resetSignals();
+    if (command.startsOwnProcessGroup) {
+        settings.startOwnProcessGroup();
+    }
     closeOtherDescriptors(settings.actions, settings.attributes);
 
     auto arguments = argumentVector(command);

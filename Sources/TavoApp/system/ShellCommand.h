@@ -19,6 +19,10 @@ struct ShellCommand {
     /// CommandRunning::supportsPrivilegedCommands() first.
     bool requiresPrivilege = false;
 
+    /// Has the child lead a process group of its own, so that it outlives whoever ends the caller's group: launchd(8) does
+    /// that to a job that it boots out. Such a child cannot read from the caller's terminal.
+    bool startsOwnProcessGroup = false;
+
     bool operator==(const ShellCommand&) const = default;
 };
 

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "system/ShellCommand.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+
+namespace tavo {
+
+/// How the helper becomes a service of the system's, and ceases to be one. Each service manager has its own; what installer
+/// and self-resetter do around it is the same everywhere.
+struct HelperServiceSetup {
+    virtual ~HelperServiceSetup() = default;
+
+    /// Where the helper is installed.
+    virtual std::filesystem::path helperExecutable() const = 0;
+
+    /// Where the file lies that describes the service to its manager.
+    virtual std::filesystem::path serviceDefinition() const = 0;
+
+    /// What that file holds. @throws DescribedError when it cannot be written down.
+    virtual std::string serviceDefinitionContent() const = 0;
+
+    /// What root's shell runs to install both files and to start the service.
+    /// @param source            the helper to install; exists.
+    /// @param stagedDefinition  a file with serviceDefinitionContent().
+    /// @throws std::system_error when a file cannot be read that the script is made from.
+    virtual std::string installScript(const std::filesystem::path& source,
+                                      const std::filesystem::path& stagedDefinition) const = 0;
+
+    /// What root's shell runs to end the service and to remove both files.
+    virtual std::string uninstallScript() const = 0;
+
+    /// What the helper itself runs to be removed `delaySeconds` later. The command ends at once, and what it leaves behind
+    /// survives the end of the service.
+    virtual ShellCommand deferredUninstallCommand(std::int64_t delaySeconds) const = 0;
+};
+
+} // namespace tavo

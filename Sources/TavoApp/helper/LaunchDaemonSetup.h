@@ -1,0 +1,51 @@
+#pragma once
+
+#include "helper/HelperServiceSetup.h"
+#include "helper/PrivilegedHelperInstallLayout.h"
+#include "system/PropertyList.h"
+
+#include <string>
+
+namespace tavo {
+
+/// What launchd is told about the helper.
+struct PrivilegedHelperLaunchDaemonDefinition {
+    std::string label;
+    std::string machServiceName;
+    std::string executablePath;
+
+    bool operator==(const PrivilegedHelperLaunchDaemonDefinition&) const = default;
+
+    /// Keys of launchd.plist(5). launchd starts the helper with the system and whenever it has ended.
+    PropertyListValue propertyList() const;
+};
+
+/// The helper as a system daemon of launchd's.
+class LaunchDaemonSetup final : public HelperServiceSetup {
+public:
+    explicit LaunchDaemonSetup(PrivilegedHelperInstallLayout layout = PrivilegedHelperInstallLayout::systemDefault())
+        : layout(std::move(layout)) {}
+
+    std::filesystem::path helperExecutable() const override { return layout.helperExecutableURL; }
+    std::filesystem::path serviceDefinition() const override { return layout.launchDaemonPlistURL; }
+
+    /// A property list in the XML format. @throws PropertyListError when XML cannot carry a path.
+    std::string serviceDefinitionContent() const override;
+
+    /// Ten lines without a newline at the end. The first two calls of launchctl may fail, any other line ends the script.
+    std::string installScript(const std::filesystem::path& source,
+                              const std::filesystem::path& stagedDefinition) const override;
+
+    std::string uninstallScript() const override;
+
+    /// A shell that leaves the removal to a shell in the background, which sleeps first. It leads a process group of its
+    /// own, since launchd ends the group of a job that it boots out.
+    ShellCommand deferredUninstallCommand(std::int64_t delaySeconds) const override;
+
+private:
+    std::string deferredUninstallScript(std::int64_t delaySeconds) const;
+
+    PrivilegedHelperInstallLayout layout;
+};
+
+} // namespace tavo

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "base/DescribedError.h"
+#include "helper/PrivilegedHelperCommand.h"
+#include "helper/PrivilegedHelperResponse.h"
+
+#include <string>
+
+namespace tavo {
+
+/// The helper could not be asked, or its answer could not be used.
+class PrivilegedHelperClientError final : public DescribedError {
+public:
+    enum class Kind { transportError, invalidResponse, timeout };
+
+    /// @param message  shown as it stands.
+    static PrivilegedHelperClientError transportError(const std::string& message) {
+        return {Kind::transportError, message};
+    }
+    static PrivilegedHelperClientError invalidResponse() {
+        return {Kind::invalidResponse, "the privileged helper returned an invalid response."};
+    }
+    static PrivilegedHelperClientError timeout() {
+        return {Kind::timeout, "timed out waiting for the privileged helper."};
+    }
+
+    /// The connection gave nothing that commands could be sent to.
+    static PrivilegedHelperClientError noProxy() {
+        return transportError("failed to create a proxy for the privileged helper.");
+    }
+
+    Kind kind() const { return errorKind; }
+
+    bool operator==(const PrivilegedHelperClientError& other) const {
+        return errorKind == other.errorKind && description() == other.description();
+    }
+
+private:
+    PrivilegedHelperClientError(Kind kind, const std::string& description)
+        : DescribedError(description), errorKind(kind) {}
+
+    Kind errorKind;
+};
+
+/// Asks the helper. Keeps no connection between calls.
+struct PrivilegedHelperClient {
+    virtual ~PrivilegedHelperClient() = default;
+
+    /// Sends one command and waits for the one reply, 5 seconds at most. A response `error` is returned, not thrown.
+    /// @throws PrivilegedHelperClientError, DecodingError for a reply that is no response, and the connection's own error
+    ///         when nobody listens.
+    virtual PrivilegedHelperResponse send(const PrivilegedHelperCommand& command) = 0;
+};
+
+} // namespace tavo

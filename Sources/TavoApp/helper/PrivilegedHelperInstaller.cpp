@@ -1,0 +1,126 @@
+#include "helper/PrivilegedHelperInstaller.h"
+
+#include "config/AtomicFile.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <system_error>
+#include <thread>
+
+namespace tavo {
+
+namespace {
+
+/// What cannot be asked about does not exist for the caller.
+bool fileExists(const std::filesystem::path& path) {
+    std::error_code ignored;
+    return std::filesystem::exists(path, ignored);
+}
+
+/// Removes a folder with all that it holds when the scope ends.
+class RemovedAtEnd {
+public:
+    explicit RemovedAtEnd(std::filesystem::path folder) : folder(std::move(folder)) {}
+    RemovedAtEnd(const RemovedAtEnd&) = delete;
+    RemovedAtEnd& operator=(const RemovedAtEnd&) = delete;
+    ~RemovedAtEnd() {
+        std::error_code ignored; // a leftover does no harm, and the outcome of the installation is what counts
+        std::filesystem::remove_all(folder, ignored);
+    }
+
+private:
+    std::filesystem::path folder;
+};
+
+std::string messageOf(const ShellCommandResult& result, const char* otherwise) {
+    return result.standardError.empty() ? otherwise : result.standardError;
+}
+
+} // namespace
+
+PrivilegedHelperInstaller::PrivilegedHelperInstaller(TavoPaths paths, std::shared_ptr<CommandRunning> runner,
+                                                     std::shared_ptr<PrivilegedHelperClient> client,
+                                                     std::shared_ptr<const HelperServiceSetup> setup,
+                                                     HelperReachabilityWait reachabilityWait, Sleeper sleeper)
+    : paths(std::move(paths)), runner(std::move(runner)), client(std::move(client)), setup(std::move(setup)),
+      reachabilityWait(reachabilityWait), sleeper(std::move(sleeper)) {
+    if (!this->sleeper) {
+        this->sleeper = [](std::chrono::microseconds delay) { std::this_thread::sleep_for(delay); };
+    }
+}
+
+PrivilegedHelperInstaller::PrivilegedHelperInstaller(std::shared_ptr<CommandRunning> runner,
+                                                     std::shared_ptr<PrivilegedHelperClient> client,
+                                                     std::shared_ptr<const HelperServiceSetup> setup,
+                                                     HelperReachabilityWait reachabilityWait, Sleeper sleeper)
+    : PrivilegedHelperInstaller(TavoPaths::defaultPaths(), std::move(runner), std::move(client), std::move(setup),
+                                reachabilityWait, std::move(sleeper)) {}
+
+PrivilegedHelperInstallState PrivilegedHelperInstaller::currentState() const {
+    if (!fileExists(setup->helperExecutable()) || !fileExists(setup->serviceDefinition())) {
+        return PrivilegedHelperInstallState::notInstalled;
+    }
+    return answersPing() ? PrivilegedHelperInstallState::ready : PrivilegedHelperInstallState::installedUnreachable;
+}
+
+PrivilegedHelperInstallState
+PrivilegedHelperInstaller::install(const std::filesystem::path& helperExecutableSourceURL) const {
+    if (!fileExists(helperExecutableSourceURL)) {
+        throw PrivilegedHelperInstallerError::missingHelperExecutable(helperExecutableSourceURL.string());
+    }
+    const auto stagingDirectory = paths.rootDirectory / "helper-installer";
+    const auto stagedDefinition = stagingDirectory / setup->serviceDefinition().filename();
+    ensureDirectoryExists(stagingDirectory);
+    replaceFileAtomically(stagedDefinition, setup->serviceDefinitionContent());
+    const RemovedAtEnd staging(stagingDirectory);
+
+    const auto result = runAsRoot(setup->installScript(helperExecutableSourceURL, stagedDefinition));
+    if (result.exitCode != 0) {
+        throw PrivilegedHelperInstallerError::installFailed(
+            messageOf(result, "failed to install the privileged helper."));
+    }
+    if (!waitForReachability()) {
+        throw PrivilegedHelperInstallerError::helperNotReachable();
+    }
+    return currentState();
+}
+
+PrivilegedHelperInstallState PrivilegedHelperInstaller::uninstall() const {
+    const auto result = runAsRoot(setup->uninstallScript());
+    if (result.exitCode != 0) {
+        throw PrivilegedHelperInstallerError::uninstallFailed(
+            messageOf(result, "failed to reset the privileged helper."));
+    }
+    return currentState();
+}
+
+bool PrivilegedHelperInstaller::waitForReachability() const {
+    if (reachabilityWait.retries < 0) {
+        std::fputs("a negative number of retries was asked for.\n", stderr);
+        std::abort();
+    }
+    for (std::int64_t attempt = 1; attempt <= reachabilityWait.retries; ++attempt) {
+        if (answersPing()) {
+            return true;
+        }
+        if (attempt < reachabilityWait.retries && reachabilityWait.delayMicroseconds != 0) {
+            sleeper(std::chrono::microseconds{reachabilityWait.delayMicroseconds});
+        }
+    }
+    return false;
+}
+
+ShellCommandResult PrivilegedHelperInstaller::runAsRoot(const std::string& script) const {
+    return runner->run({.executableURL = "/bin/sh", .arguments = {"-c", script}, .requiresPrivilege = true});
+}
+
+bool PrivilegedHelperInstaller::answersPing() const {
+    try {
+        return client->send(PrivilegedHelperCommand::ping()) == PrivilegedHelperResponse::pong();
+    } catch (...) {
+        // Whatever keeps the pong away, the helper is out of reach; the next ping may find it started.
+        return false;
+    }
+}
+
+} // namespace tavo
