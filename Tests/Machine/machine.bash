@@ -163,3 +163,35 @@ presentPowerSupplies() {
     requireMachine presentPowerSupplies
     mount --bind "$1" /sys/class/power_supply
 }
+
+# How long, in seconds, what has to happen at once may take on a busy machine.
+soon=3
+
+# beginRun ROOT ARGUMENTS...: starts "tavoctl run" in the background, with its files in the folder ROOT. Its process id is in
+# $run; what it prints goes to ROOT.out and ROOT.err.
+beginRun() {
+    local root=$1
+    shift
+    "$TAVO_BIN/tavoctl" --root "$root" run "$@" >"$root.out" 2>"$root.err" </dev/null &
+    run=$!
+}
+
+# endRun SIGNAL: ends $run, which must end properly.
+endRun() {
+    kill -s "$1" "$run"
+    local status=0
+    wait "$run" || status=$?
+    expectEqual 0 "$status" "exit status after SIG$1"
+}
+
+# reevaluate: has $run evaluate at once.
+reevaluate() { kill -s USR1 "$run"; }
+
+# stateSays ROOT REASON: whether the last decision in ROOT/state.json is REASON.
+stateSays() { grep -q "\"lastDecisionReason\": \"$2\"" "$1/state.json" 2>/dev/null; }
+
+# inhibitorOf PID: the process that holds the lock for PID.
+inhibitorOf() { ps -o pid= --ppid "$1" | tr -d ' '; }
+
+# expectHeld LOCKS: exactly LOCKS are held by Tavo before long; none when LOCKS is empty.
+expectHeld() { expectWithin "$soon" holds tavo "$1"; }
