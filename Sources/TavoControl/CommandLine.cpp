@@ -2,12 +2,15 @@
 
 #include "Version.h"
 #include "config/TavoValidationError.h"
+#include "system/DecimalText.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include <algorithm>
 #include <cctype>
+#include <stdexcept>
 
 namespace tavo {
 
@@ -24,6 +27,11 @@ struct RawOptions {
     std::string cutoff;
     std::string lid;
     bool json = false;
+};
+
+/// What is wrong with the arguments, as the start of a sentence.
+struct UsageError : std::runtime_error {
+    using std::runtime_error::runtime_error;
 };
 
 /// Names on the command line with what they stand for.
@@ -55,7 +63,7 @@ std::optional<Value> choose(const Choices<Value>& choices, const std::string& op
         }
         names.push_back(name);
     }
-    throw CLI::ValidationError(fmt::format("{} takes one of {}, not \"{}\"", option, fmt::join(names, ", "), given));
+    throw UsageError(fmt::format("{} takes one of {}, not \"{}\"", option, fmt::join(names, ", "), given));
 }
 
 std::optional<std::optional<std::int64_t>> chooseCutoff(const std::string& given) {
@@ -66,22 +74,22 @@ std::optional<std::optional<std::int64_t>> chooseCutoff(const std::string& given
         return std::optional<std::int64_t>();
     }
     AppConfig config;
-    config.batteryCutoffPercent = 0;
-    if (!CLI::detail::lexical_cast(given, *config.batteryCutoffPercent)) {
-        throw CLI::ValidationError(fmt::format("--cutoff takes a percentage from 1 to 100 or none, not \"{}\"", given));
-    }
+    config.batteryCutoffPercent = parseInt32(given);
     try {
-        return config.validated().batteryCutoffPercent;
-    } catch (const TavoValidationError& error) {
-        throw CLI::ValidationError(error.description());
+        if (config.batteryCutoffPercent) {
+            return config.validated().batteryCutoffPercent;
+        }
+    } catch (const TavoValidationError&) {
+        // Said below in the words of this option.
     }
+    throw UsageError(fmt::format("--cutoff takes a percentage from 1 to 100 or none, not \"{}\"", given));
 }
 
 std::optional<TriggerRule> chooseTrigger(const RawOptions& raw) {
     const int given = (raw.always ? 1 : 0) + (raw.preset.empty() ? 0 : 1) + (raw.executable.empty() ? 0 : 1) +
                       (raw.command.empty() ? 0 : 1);
     if (given > 1) {
-        throw CLI::ValidationError("only one of --always, --preset, --executable and --command can be the trigger");
+        throw UsageError("only one of --always, --preset, --executable and --command can be the trigger");
     }
     if (raw.always) {
         return defaultRule(TriggerPreset::always);
@@ -89,77 +97,85 @@ std::optional<TriggerRule> chooseTrigger(const RawOptions& raw) {
     if (const auto preset = choose(presetChoices(), "--preset", raw.preset)) {
         return defaultRule(*preset);
     }
-    const auto rule = [](TriggerMatchStrategy strategy, const std::string& query) {
+    const auto rule = [](TriggerMatchStrategy strategy, const std::string& option, const std::string& query) {
         try {
             return TriggerRule{.mode = TriggerMode::process, .matchStrategy = strategy, .query = query}.validated();
-        } catch (const TavoValidationError& error) {
-            throw CLI::ValidationError(error.description());
+        } catch (const TavoValidationError&) {
+            throw UsageError(option + " needs more than white space");
         }
     };
     if (!raw.executable.empty()) {
-        return rule(TriggerMatchStrategy::executableName, raw.executable);
+        return rule(TriggerMatchStrategy::executableName, "--executable", raw.executable);
     }
     if (!raw.command.empty()) {
-        return rule(TriggerMatchStrategy::commandLineContains, raw.command);
+        return rule(TriggerMatchStrategy::commandLineContains, "--command", raw.command);
     }
     return std::nullopt;
 }
 
-void rejectEmpty(CLI::Option* option) {
-    option->check([name = option->get_name()](const std::string& value) {
-        return value.empty() ? fmt::format("{} must not be empty", name) : std::string();
+CLI::Option* addOption(CLI::App& command, const std::string& name, std::string& value, const std::string& description,
+                       const std::string& valueName) {
+    auto* option = command.add_option(name, value, description)->type_name(valueName);
+    option->each([name](const std::string& given) {
+        if (given.empty()) {
+            // An unset variable of a script: the default would not be what was meant.
+            throw UsageError(name + " must not be empty");
+        }
     });
+    return option;
 }
 
 void addTriggerOptions(CLI::App& command, RawOptions& raw, bool withAlways) {
-    constexpr const char* group = "Trigger, at most one of them";
+    const std::string group = "Trigger, at most one of them";
     if (withAlways) {
-        command.add_flag("--always", raw.always, "always")->group(group);
+        command.add_flag("--always", raw.always, "always")->disable_flag_override()->group(group);
     }
-    rejectEmpty(
-        command.add_option("--preset", raw.preset, "while the preset's program runs: codex, claudeCode, cursor")
-            ->type_name("NAME")
-            ->group(group));
-    rejectEmpty(command.add_option("--executable", raw.executable, "while an executable of this name runs")
-                    ->type_name("NAME")
-                    ->group(group));
-    rejectEmpty(command.add_option("--command", raw.command, "while a process runs whose command line holds this text")
-                    ->type_name("TEXT")
-                    ->group(group));
+    const std::string presets = withAlways ? "codex, claudeCode, cursor, or always" : "codex, claudeCode, cursor";
+    addOption(command, "--preset", raw.preset, "while the preset's program runs: " + presets, "NAME")->group(group);
+    addOption(command, "--executable", raw.executable, "while an executable of this name runs", "NAME")->group(group);
+    addOption(command, "--command", raw.command, "while a process runs whose command line holds this text", "TEXT")
+        ->group(group);
 }
 
-/// A sentence for the user out of what the parser says: lower case, one line, a full stop.
+/// A sentence for the user: lower case, one line, a full stop.
 std::string asSentence(std::string text) {
     std::replace(text.begin(), text.end(), '\n', ' ');
-    // An option's name or an abbreviation at the start stays as it is.
-    if (text.size() > 1 && std::isupper(static_cast<unsigned char>(text[1])) == 0) {
-        text[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(text[0])));
-    }
-    while (text.ends_with('.') || text.ends_with(' ')) {
-        text.pop_back();
-    }
+    // An option's name at the start stays as it is.
+    text[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(text[0])));
     return text + "; tavoctl --help lists what there is.";
+}
+
+/// The parser counts the values of an option and says so in its own terms.
+std::string explained(const CLI::ArgumentMismatch& error) {
+    const std::string text = error.what();
+    const auto name = text.substr(0, text.find_first_of(": "));
+    if (text.ends_with(" missing")) {
+        return name + " needs a value";
+    }
+    // Of a flag the name comes without its hyphens.
+    return name.starts_with("--") ? name + " may be given only once" : "--" + name + " takes no value";
 }
 
 class Parser {
 public:
     Parser() {
-        app.set_version_flag("--version", std::string("tavoctl ") + tavoVersion);
-        app.add_option("--root", raw.root, "the folder of config.json and state.json, in place of the default one")
-            ->type_name("DIR");
+        app.set_help_flag("-h,--help", "print this help");
+        app.set_version_flag("--version", std::string("tavoctl ") + tavoVersion, "print the version");
         app.require_subcommand(1);
-        app.fallthrough();
 
         addTriggerOptions(*run, raw, true);
-        rejectEmpty(run->add_option("--power", raw.power, "the power source to stay awake on: any, ac, battery")
-                        ->type_name("SOURCE"));
-        rejectEmpty(run->add_option("--cutoff", raw.cutoff, "let go at this battery percentage: 1 to 100, or none")
-                        ->type_name("PERCENT"));
-        rejectEmpty(
-            run->add_option("--lid", raw.lid, "stay awake with the lid open, closed, or both")->type_name("STATE"));
+        addOption(*run, "--power", raw.power, "the power source to stay awake on: any, ac, battery", "SOURCE");
+        addOption(*run, "--cutoff", raw.cutoff, "let go at this battery percentage: 1 to 100, or none", "PERCENT");
+        addOption(*run, "--lid", raw.lid, "stay awake with the lid open, closed, or both", "STATE");
         addTriggerOptions(*processes, raw, false);
         for (auto* command : {run, status, processes, doctor}) {
-            command->add_flag("--json", raw.json, "print JSON");
+            command->set_help_flag("-h,--help", "print this help");
+            command->add_flag("--json", raw.json, "print JSON")->disable_flag_override();
+        }
+        for (auto* command : {&app, run, status, processes, doctor}) {
+            rootOptions.push_back(addOption(*command, "--root", raw.root,
+                                            "the folder of config.json and state.json, in place of the default one",
+                                            "DIR"));
         }
     }
 
@@ -171,14 +187,29 @@ public:
             return UsageReply{.text = std::string(request.what()) + "\n"};
         } catch (const CLI::CallForHelp&) {
             return UsageReply{.text = app.help()};
+        } catch (const CLI::RequiredError&) {
+            const auto rest = app.remaining();
+            return refusal(rest.empty() || rest.front().starts_with('-')
+                               ? "name a command: run, status, processes or doctor"
+                               : fmt::format("there is no command \"{}\"", rest.front()));
+        } catch (const CLI::ArgumentMismatch& error) {
+            return refusal(explained(error));
         } catch (const CLI::ParseError& error) {
-            return UsageReply{.text = asSentence(error.what()), .isError = true};
+            return refusal(error.what());
+        } catch (const UsageError& error) {
+            return refusal(error.what());
         }
     }
 
 private:
+    static UsageReply refusal(const std::string& text) { return {.text = asSentence(text), .isError = true}; }
+
     Invocation understood() const {
         Invocation invocation;
+        if (std::count_if(rootOptions.begin(), rootOptions.end(), [](auto* option) { return option->count() > 0; }) >
+            1) {
+            throw UsageError("--root may be given only once");
+        }
         if (!raw.root.empty()) {
             invocation.root = std::filesystem::absolute(raw.root);
         }
@@ -200,7 +231,8 @@ private:
     }
 
     RawOptions raw;
-    CLI::App app{"Keeps this computer awake on your terms.", "tavoctl"};
+    std::vector<CLI::Option*> rootOptions;
+    CLI::App app{"keeps this computer awake on your terms", "tavoctl"};
     CLI::App* run = app.add_subcommand("run", "keep awake, in the foreground, until interrupted");
     CLI::App* status = app.add_subcommand("status", "tell what the running tavo does, and what is really held");
     CLI::App* processes = app.add_subcommand("processes", "list the processes that match now");

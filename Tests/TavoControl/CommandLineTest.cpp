@@ -1,0 +1,245 @@
+#include "CommandLine.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cctype>
+
+namespace tavo {
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+using Arguments = std::vector<std::string>;
+
+std::variant<Invocation, UsageReply> parse(const Arguments& arguments) {
+    std::vector<const char*> values{"tavoctl"};
+    for (const auto& argument : arguments) {
+        values.push_back(argument.c_str());
+    }
+    return parseCommandLine(static_cast<int>(values.size()), values.data());
+}
+
+/// @throws std::runtime_error with the sentence when the arguments are refused.
+Invocation invocation(const Arguments& arguments) {
+    auto parsed = parse(arguments);
+    if (const auto* reply = std::get_if<UsageReply>(&parsed)) {
+        throw std::runtime_error(reply->text);
+    }
+    return std::get<Invocation>(std::move(parsed));
+}
+
+RunOptions run(Arguments arguments) {
+    arguments.insert(arguments.begin(), "run");
+    return std::get<RunOptions>(invocation(arguments).command);
+}
+
+ProcessesOptions processes(Arguments arguments) {
+    arguments.insert(arguments.begin(), "processes");
+    return std::get<ProcessesOptions>(invocation(arguments).command);
+}
+
+UsageReply reply(const Arguments& arguments) {
+    return std::get<UsageReply>(parse(arguments));
+}
+
+TriggerRule custom(TriggerMatchStrategy strategy, const std::string& query) {
+    return {.mode = TriggerMode::process, .matchStrategy = strategy, .query = query};
+}
+
+TEST(CommandLine, RunWithoutOptionsOverridesNothing) {
+    const auto options = run({});
+    EXPECT_TRUE(options.overrides.isEmpty());
+    EXPECT_FALSE(options.json);
+    EXPECT_FALSE(invocation({"run"}).root.has_value());
+}
+
+TEST(CommandLine, EveryTriggerOptionMakesItsRule) {
+    EXPECT_EQ(run({"--always"}).overrides.trigger, defaultRule(TriggerPreset::always));
+    EXPECT_EQ(run({"--preset", "always"}).overrides.trigger, defaultRule(TriggerPreset::always));
+    EXPECT_EQ(run({"--preset", "codex"}).overrides.trigger, defaultRule(TriggerPreset::codex));
+    EXPECT_EQ(run({"--preset", "claudeCode"}).overrides.trigger, defaultRule(TriggerPreset::claudeCode));
+    EXPECT_EQ(run({"--preset=cursor"}).overrides.trigger, defaultRule(TriggerPreset::cursor));
+    EXPECT_EQ(run({"--executable", "rsync"}).overrides.trigger, custom(TriggerMatchStrategy::executableName, "rsync"));
+    EXPECT_EQ(run({"--command", " make -j 2 "}).overrides.trigger,
+              custom(TriggerMatchStrategy::commandLineContains, "make -j 2"));
+}
+
+TEST(CommandLine, EveryPowerSourceIsUnderstood) {
+    EXPECT_EQ(run({"--power", "any"}).overrides.powerSourcePolicy, PowerSourcePolicy::any);
+    EXPECT_EQ(run({"--power", "ac"}).overrides.powerSourcePolicy, PowerSourcePolicy::acOnly);
+    EXPECT_EQ(run({"--power", "battery"}).overrides.powerSourcePolicy, PowerSourcePolicy::batteryOnly);
+}
+
+TEST(CommandLine, EveryLidStateIsUnderstood) {
+    EXPECT_EQ(run({"--lid", "open"}).overrides.watchMode, WatchMode::open);
+    EXPECT_EQ(run({"--lid", "closed"}).overrides.watchMode, WatchMode::closed);
+    EXPECT_EQ(run({"--lid", "both"}).overrides.watchMode, WatchMode::both);
+}
+
+TEST(CommandLine, TheCutoffIsAPercentageOrNone) {
+    using Override = std::optional<std::optional<std::int64_t>>;
+    EXPECT_EQ(run({"--cutoff", "1"}).overrides.batteryCutoffPercent, Override(1));
+    EXPECT_EQ(run({"--cutoff", "100"}).overrides.batteryCutoffPercent, Override(100));
+    EXPECT_EQ(run({"--cutoff", "none"}).overrides.batteryCutoffPercent, Override(std::in_place));
+    EXPECT_FALSE(run({"--always"}).overrides.batteryCutoffPercent.has_value());
+}
+
+TEST(CommandLine, OptionsOfOneRunGoTogether) {
+    const auto options = run({"--json", "--command", "codex", "--power", "ac", "--cutoff", "none", "--lid", "both"});
+    EXPECT_TRUE(options.json);
+    EXPECT_TRUE(options.overrides.trigger && options.overrides.powerSourcePolicy &&
+                options.overrides.batteryCutoffPercent && options.overrides.watchMode);
+}
+
+TEST(CommandLine, ProcessesTakesARuleOrNone) {
+    EXPECT_EQ(processes({}).rule, std::nullopt);
+    EXPECT_EQ(processes({"--preset", "codex"}).rule, defaultRule(TriggerPreset::codex));
+    EXPECT_EQ(processes({"--executable", "rsync"}).rule, custom(TriggerMatchStrategy::executableName, "rsync"));
+    EXPECT_EQ(processes({"--command", "codex"}).rule, custom(TriggerMatchStrategy::commandLineContains, "codex"));
+}
+
+TEST(CommandLine, EveryCommandPrintsJsonWhenAsked) {
+    EXPECT_TRUE(run({"--json"}).json);
+    EXPECT_TRUE(processes({"--json"}).json);
+    EXPECT_TRUE(std::get<StatusOptions>(invocation({"status", "--json"}).command).json);
+    EXPECT_TRUE(std::get<DoctorOptions>(invocation({"doctor", "--json"}).command).json);
+    EXPECT_FALSE(std::get<StatusOptions>(invocation({"status"}).command).json);
+    EXPECT_FALSE(std::get<DoctorOptions>(invocation({"doctor"}).command).json);
+}
+
+TEST(CommandLine, TheRootMayStandBeforeAndAfterEveryCommand) {
+    for (const auto* command : {"run", "status", "processes", "doctor"}) {
+        EXPECT_EQ(invocation({"--root", "/some/where", command}).root, "/some/where") << command;
+        EXPECT_EQ(invocation({command, "--root", "/some/where"}).root, "/some/where") << command;
+        EXPECT_EQ(invocation({command, "--root=/some/where", "--json"}).root, "/some/where") << command;
+    }
+}
+
+TEST(CommandLine, ARelativeRootIsTakenFromTheWorkingFolder) {
+    EXPECT_EQ(invocation({"--root", "here", "status"}).root, std::filesystem::current_path() / "here");
+}
+
+TEST(CommandLine, HelpIsNoErrorAndListsTheCommands) {
+    for (const auto* flag : {"--help", "-h"}) {
+        const auto help = reply({flag});
+        EXPECT_FALSE(help.isError);
+        EXPECT_TRUE(help.text.ends_with("\n"));
+        for (const auto* word : {"run", "status", "processes", "doctor", "--root DIR", "--version"}) {
+            EXPECT_THAT(help.text, HasSubstr(word));
+        }
+    }
+}
+
+TEST(CommandLine, TheHelpOfACommandListsItsOwnOptions) {
+    const auto help = reply({"run", "--help"});
+    EXPECT_FALSE(help.isError);
+    for (const auto* word : {"tavoctl run", "--always", "--preset NAME", "--executable NAME", "--command TEXT",
+                             "--power SOURCE", "--cutoff PERCENT", "--lid STATE", "--json", "--root DIR"}) {
+        EXPECT_THAT(help.text, HasSubstr(word));
+    }
+    EXPECT_THAT(reply({"processes", "-h"}).text, Not(HasSubstr("--always")));
+    EXPECT_THAT(reply({"status", "--help"}).text, Not(HasSubstr("--preset")));
+    EXPECT_THAT(reply({"doctor", "--help"}).text, HasSubstr("--root DIR"));
+}
+
+TEST(CommandLine, TheHelpNamesEveryPresetThatIsAccepted) {
+    for (const auto preset : allCases<TriggerPreset>()) {
+        EXPECT_THAT(reply({"run", "--help"}).text, HasSubstr(std::string(rawValue(preset))));
+    }
+}
+
+TEST(CommandLine, TheVersionIsNoError) {
+    const auto version = reply({"--version"});
+    EXPECT_FALSE(version.isError);
+    EXPECT_THAT(version.text, ::testing::MatchesRegex("tavoctl [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+}
+
+struct WrongUsage {
+    Arguments arguments;
+    /// What the sentence says before it names the help.
+    std::string sentence;
+};
+
+const std::vector<WrongUsage> wrongUsages{
+    {{}, "name a command: run, status, processes or doctor"},
+    {{"--bogus"}, "name a command: run, status, processes or doctor"},
+    {{"foo"}, "there is no command \"foo\""},
+    {{"Run"}, "there is no command \"Run\""},
+    {{"run", "status"}, "the following argument was not expected: status"},
+    {{"status", "extra"}, "the following argument was not expected: extra"},
+    {{"status", "--always"}, "the following argument was not expected: --always"},
+    {{"processes", "--always"}, "the following argument was not expected: --always"},
+    {{"run", "--bogus"}, "the following argument was not expected: --bogus"},
+    {{"run", "a\nb"}, "the following argument was not expected: a b"},
+    {{"run", "--preset"}, "--preset needs a value"},
+    {{"run", "--preset", ""}, "--preset must not be empty"},
+    {{"run", "--preset="}, "--preset needs a value"},
+    {{"run", "--preset", "Codex"}, "--preset takes one of always, codex, claudeCode, cursor, not \"Codex\""},
+    {{"run", "--preset", "codex", "--preset", "cursor"}, "--preset may be given only once"},
+    {{"run", "--executable"}, "--executable needs a value"},
+    {{"run", "--executable", ""}, "--executable must not be empty"},
+    {{"run", "--executable", " \t"}, "--executable needs more than white space"},
+    {{"run", "--command"}, "--command needs a value"},
+    {{"run", "--command", ""}, "--command must not be empty"},
+    {{"processes", "--command", "\n"}, "--command needs more than white space"},
+    {{"run", "--power"}, "--power needs a value"},
+    {{"run", "--power", ""}, "--power must not be empty"},
+    {{"run", "--power", "acOnly"}, "--power takes one of any, ac, battery, not \"acOnly\""},
+    {{"run", "--power", "a: b"}, "--power takes one of any, ac, battery, not \"a: b\""},
+    {{"run", "--lid"}, "--lid needs a value"},
+    {{"run", "--lid", ""}, "--lid must not be empty"},
+    {{"run", "--lid", "shut"}, "--lid takes one of open, closed, both, not \"shut\""},
+    {{"run", "--cutoff"}, "--cutoff needs a value"},
+    {{"run", "--cutoff", ""}, "--cutoff must not be empty"},
+    {{"run", "--always=5"}, "--always takes no value"},
+    {{"run", "--json=maybe"}, "--json takes no value"},
+    {{"--root"}, "--root needs a value"},
+    {{"status", "--root"}, "--root needs a value"},
+    {{"--root", "", "status"}, "--root must not be empty"},
+    {{"status", "--root", ""}, "--root must not be empty"},
+    {{"status", "--root", "/a", "--root", "/b"}, "--root may be given only once"},
+    {{"--root", "/a", "status", "--root", "/b"}, "--root may be given only once"},
+};
+
+TEST(CommandLine, EveryWrongUsageIsSaidInOneLowerCaseLine) {
+    for (const auto& wrong : wrongUsages) {
+        SCOPED_TRACE(::testing::PrintToString(wrong.arguments));
+        const auto parsed = parse(wrong.arguments);
+        const auto* refusal = std::get_if<UsageReply>(&parsed);
+        ASSERT_NE(refusal, nullptr);
+        EXPECT_TRUE(refusal->isError);
+        EXPECT_EQ(refusal->text, wrong.sentence + "; tavoctl --help lists what there is.");
+        EXPECT_THAT(refusal->text, Not(HasSubstr("\n")));
+        EXPECT_EQ(std::isupper(static_cast<unsigned char>(refusal->text[0])), 0);
+    }
+}
+
+TEST(CommandLine, ACutoffThatIsNoPercentageIsRefused) {
+    for (const auto* given : {"0", "101", "-5", "+-5", "abc", "None", "5.5", "1e1", "0x20", " 20", "20 ", "20%",
+                              "2147483648", "99999999999999999999"}) {
+        const auto refusal = reply({"run", std::string("--cutoff=") + given});
+        EXPECT_TRUE(refusal.isError);
+        EXPECT_THAT(refusal.text,
+                    HasSubstr(std::string("--cutoff takes a percentage from 1 to 100 or none, not \"") + given + "\""));
+    }
+}
+
+TEST(CommandLine, TwoTriggersAreRefusedWhicheverTheyAre) {
+    const std::vector<Arguments> triggers{
+        {"--always"}, {"--preset", "codex"}, {"--executable", "codex"}, {"--command", "codex"}};
+    for (std::size_t first = 0; first < triggers.size(); ++first) {
+        for (std::size_t second = first + 1; second < triggers.size(); ++second) {
+            Arguments arguments{"run"};
+            arguments.insert(arguments.end(), triggers[first].begin(), triggers[first].end());
+            arguments.insert(arguments.end(), triggers[second].begin(), triggers[second].end());
+            const auto refusal = reply(arguments);
+            EXPECT_TRUE(refusal.isError);
+            EXPECT_THAT(refusal.text, HasSubstr("only one of --always, --preset, --executable and --command"));
+        }
+    }
+}
+
+} // namespace
+} // namespace tavo
