@@ -41,6 +41,11 @@ std::vector<int> quittingSignals() {
     return hangUp.sa_handler == SIG_IGN ? std::vector{SIGTERM, SIGINT} : std::vector{SIGTERM, SIGINT, SIGHUP};
 }
 
+/// For the status command: the file that it reads does not say what this run puts in its place.
+std::string noteOf(const RunOverrides& overrides) {
+    return overrides.isEmpty() ? "" : overrides.json().dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
 /// One run of the evaluations.
 class ForegroundRun {
 public:
@@ -152,7 +157,7 @@ ExitStatus runInForeground(const RunOptions& options, std::shared_ptr<const Tavo
     loadConfigOrExplain(*store);
     // Nobody may find the process id in the lock file and signal it before the signals are handled.
     std::optional<BlockedSignals> blocked(std::in_place, std::vector{SIGTERM, SIGINT, SIGHUP, SIGUSR1, SIGUSR2});
-    const auto lock = InstanceLock::acquire(store->paths().lockURL());
+    const auto lock = InstanceLock::acquire(store->paths().lockURL(), noteOf(options.overrides));
     if (!lock) {
         const auto holder = InstanceLock::holder(store->paths().lockURL());
         fmt::print(

@@ -17,6 +17,35 @@ bool RunOverrides::isEmpty() const {
     return !trigger && !powerSourcePolicy && !batteryCutoffPercent && !watchMode;
 }
 
+Json RunOverrides::json() const {
+    auto object = Json::object();
+    if (trigger) {
+        object["trigger"] = *trigger;
+    }
+    if (powerSourcePolicy) {
+        object["powerSourcePolicy"] = rawValue(*powerSourcePolicy);
+    }
+    if (batteryCutoffPercent) {
+        object["batteryCutoffPercent"] = *batteryCutoffPercent ? Json(**batteryCutoffPercent) : Json();
+    }
+    if (watchMode) {
+        object["watchMode"] = rawValue(*watchMode);
+    }
+    return object;
+}
+
+RunOverrides RunOverrides::fromJson(const Json& value, const std::string& path) {
+    const JsonObjectReader reader(value, path);
+    RunOverrides overrides;
+    overrides.trigger = reader.optional<TriggerRule>("trigger");
+    overrides.powerSourcePolicy = reader.optional<PowerSourcePolicy>("powerSourcePolicy");
+    if (reader.contains("batteryCutoffPercent")) {
+        overrides.batteryCutoffPercent = reader.optional<std::int64_t>("batteryCutoffPercent");
+    }
+    overrides.watchMode = reader.optional<WatchMode>("watchMode");
+    return overrides;
+}
+
 void OverridingStore::saveConfig(const AppConfig& config) const {
     const auto inFile = store->loadConfig();
     auto toSave = config;

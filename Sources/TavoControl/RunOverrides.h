@@ -19,10 +19,18 @@ struct RunOverrides {
     std::optional<std::optional<std::int64_t>> batteryCutoffPercent;
     std::optional<WatchMode> watchMode;
 
+    bool operator==(const RunOverrides&) const = default;
+
     /// The configuration with what is present here in the place of what it holds.
     AppConfig appliedTo(AppConfig config) const;
 
     bool isEmpty() const;
+
+    /// What is present, under the keys of the configuration; a null cutoff is none.
+    Json json() const;
+
+    /// Reads what json() gives. @throws DecodingError naming the key.
+    static RunOverrides fromJson(const Json& value, const std::string& path = {});
 };
 
 /// Applies the overrides of one run at every load, and saves none of them.

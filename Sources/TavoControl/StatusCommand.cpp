@@ -45,6 +45,17 @@ RuntimeSnapshot lastSnapshot(const TavoStoring& store) {
     }
 }
 
+/// What the running Tavo puts in the place of the file's configuration.
+RunOverrides overridesOfRunning(const TavoStoring& store) {
+    try {
+        const auto note = InstanceLock::noteOfHolder(store.paths().lockURL());
+        return note.empty() ? RunOverrides() : RunOverrides::fromJson(parseJson(note));
+    } catch (const std::exception&) {
+        // Another version wrote the note; the file's configuration is the best guess then.
+        return {};
+    }
+}
+
 } // namespace
 
 ExitStatus printStatus(const StatusOptions& options, const TavoStoring& store, const Platform& platform) {
@@ -61,7 +72,7 @@ ExitStatus printStatus(const StatusOptions& options, const TavoStoring& store, c
     }
     std::exception_ptr configurationFailure;
     try {
-        facts.config = loadConfigOrExplain(store);
+        facts.config = overridesOfRunning(store).appliedTo(loadConfigOrExplain(store));
     } catch (const ConfigurationError&) {
         configurationFailure = std::current_exception();
     }

@@ -7,6 +7,7 @@ needle=needle-of-this-test
 beginRun "$root" --command "$needle"
 expectWithin "$soon" stateSays "$root" noMatchingProcess
 holds tavo '' || fail "held without a process"
+expectContains "$("$TAVO_BIN/tavoctl" --root "$root" status)" "waiting for $needle" "status of a run with a trigger of its own"
 
 bash -c 'exec -a "$0" sleep infinity' "$needle" &
 watched=$!
@@ -33,7 +34,7 @@ startWrapped() {
     wrapper=$!
     isLocked() { [[ $("$TAVO_BIN/tavoctl" --root "$root" status) == *"running (process id"* ]]; }
     expectWithin "$soon" isLocked
-    run=$(tr -d '\n' <"$root/tavo.lock")
+    run=$(head -n 1 "$root/tavo.lock")
 }
 for wrapped in shell script; do
     rm -f "$root/state.json"

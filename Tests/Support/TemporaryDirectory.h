@@ -30,7 +30,7 @@ public:
 
     /// Writes a file, making the folders that it lies in.
     std::filesystem::path write(const std::filesystem::path& name, const std::string& content) const {
-        const auto path = folder / name;
+        auto path = folder / name;
         std::filesystem::create_directories(path.parent_path());
         std::ofstream(path, std::ios::binary) << content;
         return path;

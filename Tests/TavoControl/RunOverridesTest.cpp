@@ -33,6 +33,18 @@ TEST(RunOverrides, ACutoffOfNoneIsAnOverrideToo) {
     EXPECT_EQ(none.appliedTo({}).batteryCutoffPercent, std::nullopt);
 }
 
+TEST(RunOverrides, TheyReadBackAsTheyWereWritten) {
+    const RunOverrides all{.trigger = defaultRule(TriggerPreset::cursor),
+                           .powerSourcePolicy = PowerSourcePolicy::acOnly,
+                           .batteryCutoffPercent = std::optional<std::int64_t>{30},
+                           .watchMode = WatchMode::both};
+    const RunOverrides noCutoff{.batteryCutoffPercent = std::optional<std::int64_t>{}};
+    for (const auto& overrides : {all, noCutoff, RunOverrides{}}) {
+        EXPECT_EQ(RunOverrides::fromJson(overrides.json()), overrides);
+    }
+    EXPECT_THROW(RunOverrides::fromJson(parseJson(R"({"watchMode": "ajar"})")), DecodingError);
+}
+
 class OverridingStoreTest : public testing::Test {
 protected:
     TemporaryDirectory folder;

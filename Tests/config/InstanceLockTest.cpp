@@ -15,12 +15,12 @@ namespace {
 /// A child that takes the lock, says so, and holds it until it is killed.
 class HoldingChild {
 public:
-    explicit HoldingChild(const std::filesystem::path& path) {
+    explicit HoldingChild(const std::filesystem::path& path, const std::string& note = {}) {
         std::array<int, 2> ends{};
         EXPECT_EQ(pipe(ends.data()), 0);
         pid = fork();
         if (pid == 0) {
-            const auto lock = InstanceLock::acquire(path);
+            const auto lock = InstanceLock::acquire(path, note);
             const char answer = lock ? 'y' : 'n';
             if (write(ends[1], &answer, 1) != 1) {
                 _exit(1);
@@ -64,6 +64,17 @@ TEST(InstanceLock, TheKernelTellsWhoHoldsIt) {
     ASSERT_TRUE(child.holds);
     EXPECT_EQ(InstanceLock::holder(path), child.pid);
     EXPECT_EQ(fileContent(path), std::to_string(child.pid) + "\n");
+}
+
+TEST(InstanceLock, ANoteIsReadForAsLongAsItsWriterHoldsTheLock) {
+    const TemporaryDirectory folder;
+    const auto path = folder.path() / "tavo.lock";
+    HoldingChild child(path, R"({"note": 1})");
+    EXPECT_EQ(InstanceLock::noteOfHolder(path), R"({"note": 1})");
+    child.end();
+    EXPECT_EQ(InstanceLock::noteOfHolder(path), "");
+    const HoldingChild silent(path);
+    EXPECT_EQ(InstanceLock::noteOfHolder(path), "");
 }
 
 TEST(InstanceLock, ASecondProcessDoesNotGetIt) {

@@ -27,7 +27,7 @@ struct flock wholeFile(short type) {
 
 } // namespace
 
-std::optional<InstanceLock> InstanceLock::acquire(const std::filesystem::path& path) {
+std::optional<InstanceLock> InstanceLock::acquire(const std::filesystem::path& path, const std::string& note) {
     ensureDirectoryExists(path.parent_path());
     FileDescriptor file(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR));
     if (!file) {
@@ -40,7 +40,7 @@ std::optional<InstanceLock> InstanceLock::acquire(const std::filesystem::path& p
         }
         throwErrno(path);
     }
-    const auto content = std::to_string(getpid()) + "\n";
+    const auto content = std::to_string(getpid()) + "\n" + (note.empty() ? "" : note + "\n");
     if (ftruncate(file.get(), 0) != 0 ||
         pwrite(file.get(), content.data(), content.size(), 0) != static_cast<ssize_t>(content.size())) {
         throwErrno(path);
@@ -55,6 +55,24 @@ std::optional<pid_t> InstanceLock::holder(const std::filesystem::path& path) {
         return std::nullopt;
     }
     return lock.l_pid;
+}
+
+std::string InstanceLock::noteOfHolder(const std::filesystem::path& path) {
+    // A lock that changes hands in between has a new process id: the note of another holder is not passed off as this one's.
+    const auto before = holder(path);
+    if (!before) {
+        return {};
+    }
+    const auto content = readWholeFile(path);
+    const auto lineEnd = content.find('\n');
+    if (lineEnd == std::string::npos || content.substr(0, lineEnd) != std::to_string(*before)) {
+        return {};
+    }
+    auto note = content.substr(lineEnd + 1);
+    while (note.ends_with('\n')) {
+        note.pop_back();
+    }
+    return note;
 }
 
 } // namespace tavo

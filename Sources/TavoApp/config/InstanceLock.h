@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <optional>
+#include <string>
 
 namespace tavo {
 
@@ -15,14 +16,18 @@ namespace tavo {
 /// tells who holds it, so that the number in the file, which a killed process leaves behind, is never believed.
 class InstanceLock {
 public:
-    /// Takes the lock and writes the process id into the file, whose folder is made when it is missing.
+    /// Takes the lock and writes the process id into the first line of the file, whose folder is made when it is missing.
+    /// @param note  what the holder has to tell about itself; goes into the lines below.
     /// @return nothing when another process holds the lock. Within one process only one may be made.
     /// @throws std::system_error naming the path.
-    static std::optional<InstanceLock> acquire(const std::filesystem::path& path);
+    static std::optional<InstanceLock> acquire(const std::filesystem::path& path, const std::string& note = {});
 
     /// The process that holds the lock now; nothing when nobody does, or when the file cannot be read. Not for the process
     /// that holds it: a record lock ends as soon as its process closes any descriptor of the file.
     static std::optional<pid_t> holder(const std::filesystem::path& path);
+
+    /// The note of the process that holds the lock now; empty when nobody does. The same restriction as for holder().
+    static std::string noteOfHolder(const std::filesystem::path& path);
 
 private:
     explicit InstanceLock(FileDescriptor file) : file(std::move(file)) {}
