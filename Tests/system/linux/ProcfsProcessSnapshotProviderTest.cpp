@@ -157,8 +157,10 @@ private:
 TEST(ProcfsProcessSnapshotProvider, ATableWithHolesForLackOfDescriptorsIsAnError) {
     const FolderTree tree;
     addProcess(tree, "11", "x", "");
-    const OneDescriptorLeft limit;
+    ASSERT_EQ(processesIn(tree).size(), 1U);
     try {
+        // Over before the error is looked at: a sanitizer's first check of an object takes descriptors of its own.
+        const OneDescriptorLeft limit;
         processesIn(tree);
         FAIL() << "nothing was thrown";
     } catch (const std::system_error& error) {
