@@ -1,5 +1,7 @@
 #include "ConfigurationError.h"
 
+#include "ErrorSentence.h"
+
 #include <fmt/format.h>
 
 namespace tavo {
@@ -8,13 +10,9 @@ AppConfig loadConfigOrExplain(const TavoStoring& store) {
     try {
         return store.loadConfig();
     } catch (const std::exception& error) {
-        std::string reason = error.what();
-        while (reason.ends_with('.')) {
-            reason.pop_back();
-        }
         throw ConfigurationError(fmt::format("the configuration {} cannot be used: {}; mend it, or move the file away "
                                              "to start from the defaults.",
-                                             store.paths().configURL().string(), reason));
+                                             store.paths().configURL().string(), errorClause(error)));
     }
 }
 

@@ -1,6 +1,7 @@
 #include "CommandLine.h"
 #include "ConfigurationError.h"
 #include "DoctorCommand.h"
+#include "ErrorSentence.h"
 #include "ExitStatus.h"
 #include "ProcessesCommand.h"
 #include "RunCommand.h"
@@ -62,7 +63,7 @@ ExitStatus runProgram(int count, const char* const* values) {
     try {
         return carryOut(std::get<Invocation>(parsed), values[0]);
     } catch (const std::exception& error) {
-        fmt::print(stderr, "tavoctl: {}\n", visibleControls(error.what()));
+        fmt::print(stderr, "tavoctl: {}\n", visibleControls(errorSentence(error)));
         return exitStatusOf(std::current_exception());
     }
 }
