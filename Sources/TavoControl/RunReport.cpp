@@ -13,6 +13,10 @@ std::string clockTime(TimePoint at) {
     return fmt::format("{:%H:%M:%S}", fmt::localtime(std::chrono::system_clock::to_time_t(at)));
 }
 
+std::string dumped(const Json& object) {
+    return object.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
 Emphasis emphasisOf(RuntimeDecisionReason reason) {
     switch (reason) {
     case RuntimeDecisionReason::active:
@@ -48,18 +52,24 @@ Json RunLine::json(TimePoint at) const {
     return object;
 }
 
-std::string RunLine::text(TimePoint at, const Console& console) const {
-    return fmt::format("{}  {}: {}{}; holding {}", clockTime(at), console.styled(title, emphasisOf(reason)),
-                       visibleControls(detail), processNote(matchedProcesses), held.empty() ? "nothing" : held);
+std::string RunLine::text(const Console& console) const {
+    return fmt::format("{}: {}{}; holding {}", console.styled(visibleControls(title), emphasisOf(reason)),
+                       visibleControls(detail), processNote(matchedProcesses),
+                       held.empty() ? "nothing" : visibleControls(held));
+}
+
+bool RunReport::printLine(const RunLine& line, TimePoint at) {
+    // Compared as printed: words show less of the processes than JSON does.
+    const auto content = json ? dumped(line.json(TimePoint())) : line.text(console);
+    if (content == lastLine) {
+        return true;
+    }
+    lastLine = content;
+    return console.print(json ? dumped(line.json(at)) : clockTime(at) + "  " + content);
 }
 
 bool RunReport::update(const RunLine& line, const std::optional<std::string>& configFileError, TimePoint at) {
-    bool isRead = true;
-    if (line != lastLine) {
-        isRead = console.print(json ? line.json(at).dump(-1, ' ', false, Json::error_handler_t::replace)
-                                    : line.text(at, console));
-        lastLine = line;
-    }
+    bool isRead = printLine(line, at);
     if (!json && line.notice && line.notice != lastNotice) {
         isRead = printNotice(*line.notice, at) && isRead;
         lastNotice = line.notice;
@@ -75,8 +85,7 @@ bool RunReport::update(const RunLine& line, const std::optional<std::string>& co
 
 bool RunReport::printNotice(const std::string& notice, TimePoint at) const {
     if (json) {
-        return console.print(
-            Json{{"time", formatISO8601(at)}, {"notice", notice}}.dump(-1, ' ', false, Json::error_handler_t::replace));
+        return console.print(dumped({{"time", formatISO8601(at)}, {"notice", notice}}));
     }
     return console.print(
         fmt::format("{}  {}: {}", clockTime(at), console.styled("notice", Emphasis::warning), visibleControls(notice)));

@@ -23,11 +23,11 @@ struct RunLine {
 
     Json json(TimePoint at) const;
 
-    /// @param at  shown in the local time zone.
-    std::string text(TimePoint at, const Console& console) const;
+    /// Without the time.
+    std::string text(const Console& console) const;
 };
 
-/// Prints a line whenever what the model says has changed. A notice is said once, on a line of its own (with JSON, in the
+/// Prints a line whenever what it says has changed. A notice is said once, on a line of its own (with JSON, in the
 /// object).
 class RunReport {
 public:
@@ -37,11 +37,13 @@ public:
     bool update(const RunLine& line, const std::optional<std::string>& configFileError, TimePoint at);
 
 private:
+    bool printLine(const RunLine& line, TimePoint at);
     bool printNotice(const std::string& notice, TimePoint at) const;
 
     Console console;
     bool json;
-    std::optional<RunLine> lastLine;
+    /// What was printed last, without its time.
+    std::optional<std::string> lastLine;
     std::optional<std::string> lastNotice;
     std::optional<std::string> lastConfigFileError;
 };
