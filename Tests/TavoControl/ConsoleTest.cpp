@@ -1,64 +1,141 @@
-#include "Console.h"
-
-#include "Support/CapturedStream.h"
+#include "TavoControl/PrintedLines.h"
 
 #include <fcntl.h>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <cstdlib>
+#include <optional>
 
 namespace tavo {
 namespace {
 
-/// The far end of a pseudo-terminal, pty(7).
-class Terminal {
+using ::testing::ElementsAre;
+
+/// NO_COLOR as the test wants it, and afterwards as it was.
+class NoColour {
 public:
-    Terminal() : master(posix_openpt(O_RDWR | O_NOCTTY)) {
-        EXPECT_EQ(grantpt(master), 0);
-        EXPECT_EQ(unlockpt(master), 0);
-        stream = std::fopen(ptsname(master), "w"); // NOLINT(concurrency-mt-unsafe): the test has one thread
+    explicit NoColour(const char* value) {
+        if (const char* now = std::getenv("NO_COLOR")) {
+            before = now;
+        }
+        set(value);
     }
-    Terminal(const Terminal&) = delete;
-    Terminal& operator=(const Terminal&) = delete;
-    ~Terminal() {
-        std::fclose(stream);
+    NoColour(const NoColour&) = delete;
+    NoColour& operator=(const NoColour&) = delete;
+    ~NoColour() { set(before ? before->c_str() : nullptr); }
+
+private:
+    static void set(const char* value) {
+        if (value == nullptr) {
+            unsetenv("NO_COLOR");
+        } else {
+            setenv("NO_COLOR", value, 1);
+        }
+    }
+
+    std::optional<std::string> before;
+};
+
+/// A terminal whose other side the test reads.
+class PseudoTerminal {
+public:
+    PseudoTerminal() : master(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC)) {
+        if (master < 0 || grantpt(master) != 0 || unlockpt(master) != 0) {
+            throw std::runtime_error("no pseudo-terminal can be had");
+        }
+        terminal = std::fopen(ptsname(master), "we");
+        if (terminal == nullptr) {
+            throw std::runtime_error("the pseudo-terminal cannot be opened");
+        }
+        termios settings{};
+        tcgetattr(fileno(terminal), &settings);
+        settings.c_oflag &= ~static_cast<tcflag_t>(OPOST);
+        tcsetattr(fileno(terminal), TCSANOW, &settings);
+    }
+    PseudoTerminal(const PseudoTerminal&) = delete;
+    PseudoTerminal& operator=(const PseudoTerminal&) = delete;
+    ~PseudoTerminal() {
+        std::fclose(terminal);
         close(master);
     }
 
-    int master;
-    std::FILE* stream = nullptr;
+    std::FILE* stream() const { return terminal; }
+
+    /// Waits for a whole line.
+    std::string line() const {
+        std::string text;
+        char unit = 0;
+        while (!text.ends_with('\n') && read(master, &unit, 1) == 1) {
+            text += unit;
+        }
+        return text;
+    }
+
+private:
+    int master = -1;
+    std::FILE* terminal = nullptr;
 };
 
+constexpr std::array emphases{Emphasis::strong, Emphasis::good, Emphasis::warning, Emphasis::bad};
+
 TEST(Console, AFileGetsNoColour) {
-    const CapturedStream file;
-    EXPECT_EQ(Console(file.get()).styled("text", Emphasis::bad), "text");
-}
-
-TEST(Console, ATerminalGetsColourUnlessTheUserWantsNone) {
-    const Terminal terminal;
-    unsetenv("NO_COLOR");
-    EXPECT_EQ(Console(terminal.stream).styled("text", Emphasis::bad), "\x1B[31mtext\x1B[0m");
-    EXPECT_EQ(Console(terminal.stream).styled("text", Emphasis::none), "text");
-    setenv("NO_COLOR", "", 1);
-    EXPECT_NE(Console(terminal.stream).styled("text", Emphasis::bad), "text");
-    setenv("NO_COLOR", "1", 1);
-    EXPECT_EQ(Console(terminal.stream).styled("text", Emphasis::bad), "text");
-    unsetenv("NO_COLOR");
-}
-
-TEST(Console, ALineIsWrittenWhole) {
-    const CapturedStream file;
-    EXPECT_TRUE(Console(file.get()).print("one"));
-    EXPECT_EQ(file.text(), "one\n");
-}
-
-TEST(Console, ALineThatCannotBeWrittenIsNoticed) {
-    std::FILE* full = std::fopen("/dev/full", "w");
-    if (full == nullptr) {
-        GTEST_SKIP() << "needs /dev/full";
+    const NoColour unset(nullptr);
+    const PrintedLines printed;
+    for (const auto emphasis : emphases) {
+        EXPECT_EQ(printed.console().styled("held", emphasis), "held");
     }
-    EXPECT_FALSE(Console(full).print("one"));
+}
+
+TEST(Console, ATerminalGetsADifferentColourForEveryEmphasis) {
+    const NoColour unset(nullptr);
+    const PseudoTerminal terminal;
+    const Console console(terminal.stream());
+    EXPECT_EQ(console.styled("held", Emphasis::strong), "\x1B[1mheld\x1B[0m");
+    EXPECT_EQ(console.styled("held", Emphasis::good), "\x1B[32mheld\x1B[0m");
+    EXPECT_EQ(console.styled("held", Emphasis::warning), "\x1B[33mheld\x1B[0m");
+    EXPECT_EQ(console.styled("held", Emphasis::bad), "\x1B[31mheld\x1B[0m");
+    EXPECT_EQ(console.styled("held", Emphasis::none), "held");
+}
+
+TEST(Console, WhatIsPrintedReachesTheTerminalAtOnce) {
+    const NoColour unset(nullptr);
+    const PseudoTerminal terminal;
+    const Console console(terminal.stream());
+    EXPECT_TRUE(console.print(console.styled("awake", Emphasis::good)));
+    EXPECT_EQ(terminal.line(), "\x1B[32mawake\x1B[0m\n");
+}
+
+TEST(Console, NoColorTakesTheColourAwayOnATerminal) {
+    const PseudoTerminal terminal;
+    const NoColour set("1");
+    for (const auto emphasis : emphases) {
+        EXPECT_EQ(Console(terminal.stream()).styled("held", emphasis), "held");
+    }
+}
+
+TEST(Console, AnEmptyNoColorDoesNotCount) {
+    const PseudoTerminal terminal;
+    const NoColour empty("");
+    EXPECT_EQ(Console(terminal.stream()).styled("held", Emphasis::strong), "\x1B[1mheld\x1B[0m");
+}
+
+TEST(Console, EveryLineIsInTheFileOnceItIsPrinted) {
+    PrintedLines printed;
+    EXPECT_TRUE(printed.console().print("one"));
+    EXPECT_TRUE(printed.console().print(""));
+    EXPECT_TRUE(printed.console().print("three"));
+    EXPECT_THAT(printed.take(), ElementsAre("one", "", "three"));
+}
+
+TEST(Console, AFullDiskIsNoticed) {
+    std::FILE* full = std::fopen("/dev/full", "we");
+    if (full == nullptr) {
+        GTEST_SKIP() << "this system has no /dev/full";
+    }
+    EXPECT_FALSE(Console(full).print("line"));
     std::fclose(full);
 }
 

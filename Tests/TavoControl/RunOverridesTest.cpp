@@ -8,29 +8,66 @@
 namespace tavo {
 namespace {
 
-TEST(RunOverrides, NothingIsOverriddenByNothing) {
+AppConfig unusualConfig() {
     AppConfig config;
-    config.watchMode = WatchMode::closed;
-    EXPECT_TRUE(RunOverrides{}.isEmpty());
-    EXPECT_EQ(RunOverrides{}.appliedTo(config), config);
+    config.isEnabled = false;
+    config.watchMode = WatchMode::both;
+    config.powerSourcePolicy = PowerSourcePolicy::batteryOnly;
+    config.batteryCutoffPercent = 35;
+    config.trigger = defaultRule(TriggerPreset::cursor);
+    config.launchAtLoginEnabled = true;
+    return config;
 }
 
-TEST(RunOverrides, ATriggerSwitchesOnAndNothingElseDoes) {
-    EXPECT_TRUE(RunOverrides{.trigger = defaultRule(TriggerPreset::codex)}.appliedTo({}).isEnabled);
-    const RunOverrides others{.powerSourcePolicy = PowerSourcePolicy::acOnly,
-                              .batteryCutoffPercent = std::optional<std::int64_t>{5},
-                              .watchMode = WatchMode::both};
-    const auto config = others.appliedTo({});
-    EXPECT_FALSE(config.isEnabled);
-    EXPECT_EQ(config.powerSourcePolicy, PowerSourcePolicy::acOnly);
-    EXPECT_EQ(config.batteryCutoffPercent, 5);
-    EXPECT_EQ(config.watchMode, WatchMode::both);
+RunOverrides allOverrides() {
+    return {.trigger = defaultRule(TriggerPreset::codex),
+            .powerSourcePolicy = PowerSourcePolicy::acOnly,
+            .batteryCutoffPercent = std::optional<std::int64_t>(50),
+            .watchMode = WatchMode::open};
 }
 
-TEST(RunOverrides, ACutoffOfNoneIsAnOverrideToo) {
-    const RunOverrides none{.batteryCutoffPercent = std::optional<std::int64_t>{}};
+class OverridingStoreTest : public ::testing::Test {
+protected:
+    OverridingStore overriding(RunOverrides overrides) const { return {store, std::move(overrides)}; }
+    std::string configText() const { return fileContent(store->paths().configURL()); }
+
+    TemporaryDirectory folder;
+    std::shared_ptr<TavoStore> store = std::make_shared<TavoStore>(TavoPaths{folder.path()});
+};
+
+TEST(RunOverrides, NothingGivenChangesNothing) {
+    EXPECT_TRUE(RunOverrides().isEmpty());
+    EXPECT_EQ(RunOverrides().appliedTo(unusualConfig()), unusualConfig());
+}
+
+TEST(RunOverrides, ATriggerAlsoSwitchesOn) {
+    auto expected = unusualConfig();
+    expected.trigger = defaultRule(TriggerPreset::codex);
+    expected.isEnabled = true;
+    EXPECT_EQ((RunOverrides{.trigger = defaultRule(TriggerPreset::codex)}).appliedTo(unusualConfig()), expected);
+}
+
+TEST(RunOverrides, OptionsOtherThanATriggerLeaveTheMasterSwitchAlone) {
+    auto overrides = allOverrides();
+    overrides.trigger.reset();
+    auto expected = unusualConfig();
+    expected.powerSourcePolicy = PowerSourcePolicy::acOnly;
+    expected.batteryCutoffPercent = 50;
+    expected.watchMode = WatchMode::open;
+    EXPECT_EQ(overrides.appliedTo(unusualConfig()), expected);
+    EXPECT_FALSE(expected.isEnabled);
+}
+
+TEST(RunOverrides, NoCutoffIsSomethingElseThanNoOverride) {
+    const RunOverrides none{.batteryCutoffPercent = std::optional<std::int64_t>()};
     EXPECT_FALSE(none.isEmpty());
-    EXPECT_EQ(none.appliedTo({}).batteryCutoffPercent, std::nullopt);
+    EXPECT_EQ(none.appliedTo(unusualConfig()).batteryCutoffPercent, std::nullopt);
+}
+
+TEST(RunOverrides, EachOneAloneIsNotEmpty) {
+    EXPECT_FALSE((RunOverrides{.trigger = defaultRule(TriggerPreset::always)}).isEmpty());
+    EXPECT_FALSE((RunOverrides{.powerSourcePolicy = PowerSourcePolicy::any}).isEmpty());
+    EXPECT_FALSE((RunOverrides{.watchMode = WatchMode::open}).isEmpty());
 }
 
 TEST(RunOverrides, TheyReadBackAsTheyWereWritten) {
@@ -45,52 +82,63 @@ TEST(RunOverrides, TheyReadBackAsTheyWereWritten) {
     EXPECT_THROW(RunOverrides::fromJson(parseJson(R"({"watchMode": "ajar"})")), DecodingError);
 }
 
-class OverridingStoreTest : public testing::Test {
-protected:
-    TemporaryDirectory folder;
-    std::shared_ptr<TavoStore> file = std::make_shared<TavoStore>(TavoPaths{folder.path()});
-    OverridingStore store{file,
-                          {.trigger = defaultRule(TriggerPreset::cursor),
-                           .powerSourcePolicy = PowerSourcePolicy::batteryOnly,
-                           .batteryCutoffPercent = std::optional<std::int64_t>{},
-                           .watchMode = WatchMode::closed}};
-};
-
-TEST_F(OverridingStoreTest, EveryLoadIsOverriddenAnew) {
-    EXPECT_EQ(store.loadConfig().trigger, defaultRule(TriggerPreset::cursor));
-    AppConfig edited;
-    edited.launchAtLoginEnabled = true;
-    file->saveConfig(edited);
-    const auto config = store.loadConfig();
-    EXPECT_TRUE(config.isEnabled);
-    EXPECT_TRUE(config.launchAtLoginEnabled);
-    EXPECT_EQ(config.watchMode, WatchMode::closed);
+TEST_F(OverridingStoreTest, TheOverridesHoldAtEveryLoadWhateverTheFileSays) {
+    const auto run = overriding(allOverrides());
+    EXPECT_EQ(run.loadConfig().trigger, defaultRule(TriggerPreset::codex));
+    store->saveConfig(unusualConfig());
+    const auto loaded = run.loadConfig();
+    EXPECT_EQ(loaded, allOverrides().appliedTo(unusualConfig()));
+    EXPECT_TRUE(loaded.launchAtLoginEnabled) << "what is not overridden comes from the file of this moment";
+    EXPECT_EQ(run.loadConfig(), loaded);
 }
 
-TEST_F(OverridingStoreTest, WhatIsOverriddenIsNeverSaved) {
-    AppConfig inFile;
-    inFile.trigger = defaultRule(TriggerPreset::codex);
-    inFile.batteryCutoffPercent = 40;
-    file->saveConfig(inFile);
-    auto config = store.loadConfig();
-    config.launchAtLoginEnabled = true;
-    store.saveConfig(config);
-    inFile.launchAtLoginEnabled = true;
-    EXPECT_EQ(file->loadConfig(), inFile);
+TEST_F(OverridingStoreTest, LoadingWritesNothing) {
+    overriding(allOverrides()).loadConfig();
+    EXPECT_FALSE(std::filesystem::exists(store->paths().configURL()));
+    store->saveConfig(unusualConfig());
+    const auto before = configText();
+    overriding(allOverrides()).loadConfig();
+    EXPECT_EQ(configText(), before);
 }
 
-TEST_F(OverridingStoreTest, StateIsTheStores) {
+TEST_F(OverridingStoreTest, SavingKeepsWhatTheFileHoldsOfEverythingOverridden) {
+    store->saveConfig(unusualConfig());
+    const auto run = overriding(allOverrides());
+    auto changed = run.loadConfig();
+    changed.launchAtLoginEnabled = false;
+    changed.closedLidPermissionGranted = true;
+    run.saveConfig(changed);
+    auto expected = unusualConfig();
+    expected.launchAtLoginEnabled = false;
+    expected.closedLidPermissionGranted = true;
+    EXPECT_EQ(store->loadConfig(), expected);
+}
+
+TEST_F(OverridingStoreTest, SavingWithoutOverridesSavesEverything) {
+    auto changed = unusualConfig();
+    changed.isEnabled = true;
+    overriding({}).saveConfig(changed);
+    EXPECT_EQ(store->loadConfig(), changed);
+}
+
+TEST_F(OverridingStoreTest, AnInvalidFileIsStillRefused) {
+    folder.write("config.json", "{}");
+    EXPECT_THROW(overriding(allOverrides()).loadConfig(), DecodingError);
+    EXPECT_EQ(configText(), "{}");
+}
+
+TEST_F(OverridingStoreTest, AnOverrideThatCannotBeObeyedIsRefused) {
+    EXPECT_THROW(overriding({.trigger = TriggerRule{.mode = TriggerMode::process}}).loadConfig(), TavoValidationError);
+}
+
+TEST_F(OverridingStoreTest, TheSnapshotIsPassedThrough) {
+    const auto run = overriding(allOverrides());
     RuntimeSnapshot snapshot;
-    snapshot.isEnabled = true;
-    store.saveRuntimeSnapshot(snapshot);
-    EXPECT_EQ(file->loadRuntimeSnapshot(), snapshot);
-    EXPECT_EQ(store.loadRuntimeSnapshot(), snapshot);
-    EXPECT_EQ(store.paths(), file->paths());
-}
-
-TEST_F(OverridingStoreTest, AnOverrideThatCannotBeObeyedIsAnError) {
-    const OverridingStore bad(file, {.batteryCutoffPercent = std::optional<std::int64_t>{0}});
-    EXPECT_THROW(bad.loadConfig(), TavoValidationError);
+    snapshot.lastDecisionReason = RuntimeDecisionReason::noMatchingProcess;
+    run.saveRuntimeSnapshot(snapshot);
+    EXPECT_EQ(store->loadRuntimeSnapshot(), snapshot);
+    EXPECT_EQ(run.loadRuntimeSnapshot(), snapshot);
+    EXPECT_EQ(run.paths(), store->paths());
 }
 
 } // namespace

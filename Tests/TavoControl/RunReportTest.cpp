@@ -1,100 +1,191 @@
 #include "RunReport.h"
 
-#include "Support/CapturedStream.h"
+#include "TavoControl/PrintedLines.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-
 namespace tavo {
 namespace {
 
-class RunReportTest : public testing::Test {
-protected:
-    CapturedStream stream;
-    TimePoint at = *parseISO8601("2026-01-31T09:05:00Z");
-    RunLine active{.reason = RuntimeDecisionReason::active,
-                   .title = "keeping computer awake",
-                   .detail = "codex is running",
-                   .held = "idle:sleep (logind)",
-                   .matchedProcesses = {{.pid = 7, .executableName = "codex", .commandLine = "codex"},
-                                        {.pid = 8, .executableName = "node", .commandLine = "node codex"}}};
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
 
-    static void SetUpTestSuite() {
-        setenv("TZ", "UTC", 1);
-        tzset();
+const TimePoint start = *parseISO8601("2026-01-31T09:05:00Z");
+
+RunLine waiting() {
+    return {.reason = RuntimeDecisionReason::noMatchingProcess,
+            .title = "waiting for codex",
+            .detail = "starts when codex runs"};
+}
+
+RunLine active() {
+    return {.reason = RuntimeDecisionReason::active,
+            .title = "keeping computer awake",
+            .detail = "codex is running",
+            .held = "idle:sleep (logind)",
+            .matchedProcesses = {{.pid = 4242, .executableName = "codex", .commandLine = "codex --yolo"}}};
+}
+
+class RunReportTest : public ::testing::Test {
+protected:
+    RunReport report(bool json = false) const { return {printed.console(), json}; }
+
+    /// Without the clock, which is local time: "HH:MM:SS  ".
+    std::vector<std::string> takeWords() {
+        auto lines = printed.take();
+        for (auto& line : lines) {
+            EXPECT_THAT(line, ::testing::ContainsRegex("^[0-9][0-9]:[0-9][0-9]:[0-9][0-9]  "));
+            line.erase(0, 10);
+        }
+        return lines;
     }
+
+    std::vector<Json> takeObjects() {
+        std::vector<Json> objects;
+        for (const auto& line : printed.take()) {
+            objects.push_back(parseJson(line));
+        }
+        return objects;
+    }
+
+    PrintedLines printed;
 };
 
-TEST_F(RunReportTest, ALineSaysWhenWhatWhyForWhomAndWhatIsHeld) {
-    RunReport report(Console(stream.get()), false);
-    EXPECT_TRUE(report.update(active, std::nullopt, at));
-    EXPECT_EQ(stream.text(), "09:05:00  keeping computer awake: codex is running (process id 7 and 1 more); holding "
-                             "idle:sleep (logind)\n");
+TEST_F(RunReportTest, EveryChangeIsOneLineAndTheSameAgainIsNone) {
+    auto lines = report();
+    EXPECT_TRUE(lines.update(waiting(), std::nullopt, start));
+    EXPECT_TRUE(lines.update(waiting(), std::nullopt, start + std::chrono::seconds(60)));
+    EXPECT_TRUE(lines.update(active(), std::nullopt, start + std::chrono::seconds(120)));
+    EXPECT_TRUE(lines.update(waiting(), std::nullopt, start + std::chrono::seconds(180)));
+    EXPECT_THAT(takeWords(),
+                ElementsAre("waiting for codex: starts when codex runs; holding nothing",
+                            "keeping computer awake: codex is running (process id 4242); holding idle:sleep (logind)",
+                            "waiting for codex: starts when codex runs; holding nothing"));
 }
 
-TEST_F(RunReportTest, OnlyAChangeIsPrinted) {
-    RunReport report(Console(stream.get()), false);
-    report.update(active, std::nullopt, at);
-    report.update(active, std::nullopt, at + std::chrono::minutes{1});
-    auto released = active;
-    released = {.reason = RuntimeDecisionReason::noMatchingProcess,
-                .title = "waiting for codex",
-                .detail = "starts when codex runs"};
-    report.update(released, std::nullopt, at + std::chrono::minutes{2});
-    EXPECT_EQ(stream.text(), "09:05:00  keeping computer awake: codex is running (process id 7 and 1 more); holding "
-                             "idle:sleep (logind)\n"
-                             "09:07:00  waiting for codex: starts when codex runs; holding nothing\n");
+TEST_F(RunReportTest, TheTimeIsTheLocalClockOfTheChange) {
+    setenv("TZ", "UTC0", 1);
+    tzset();
+    report().update(waiting(), std::nullopt, start + std::chrono::seconds(7));
+    EXPECT_THAT(printed.take(), ElementsAre(::testing::StartsWith("09:05:07  waiting")));
+    unsetenv("TZ");
+    tzset();
 }
 
-TEST_F(RunReportTest, ANoticeIsSaidOnce) {
-    RunReport report(Console(stream.get()), false);
-    active.matchedProcesses.clear();
-    active.notice = "sleep was refused";
-    report.update(active, std::nullopt, at);
-    active.detail = "always on";
-    report.update(active, std::nullopt, at);
-    EXPECT_EQ(stream.text(), "09:05:00  keeping computer awake: codex is running; holding idle:sleep (logind)\n"
-                             "09:05:00  notice: sleep was refused\n"
-                             "09:05:00  keeping computer awake: always on; holding idle:sleep (logind)\n");
+TEST_F(RunReportTest, FurtherProcessesAreCounted) {
+    auto line = active();
+    line.matchedProcesses.push_back({.pid = 5, .executableName = "codex"});
+    line.matchedProcesses.push_back({.pid = 6, .executableName = "codex"});
+    report().update(line, std::nullopt, start);
+    EXPECT_THAT(takeWords(), ElementsAre(::testing::HasSubstr("(process id 4242 and 2 more)")));
 }
 
-TEST_F(RunReportTest, ABrokenConfigurationIsSaidOnceUntilItIsMended) {
-    RunReport report(Console(stream.get()), false);
-    report.update(active, std::nullopt, at);
-    const auto before = stream.text();
-    report.update(active, "isEnabled: bad.", at);
-    report.update(active, "isEnabled: bad.", at);
-    const std::string line =
-        "09:05:00  notice: config.json cannot be used, so what it said before stays in force: isEnabled: bad.\n";
-    EXPECT_EQ(stream.text(), before + line);
-    report.update(active, std::nullopt, at);
-    report.update(active, "isEnabled: bad.", at);
-    EXPECT_EQ(stream.text(), before + line + line);
+TEST_F(RunReportTest, WhatALineDoesNotShowMakesNoSecondLine) {
+    auto line = active();
+    auto lines = report();
+    lines.update(line, std::nullopt, start);
+    line.matchedProcesses[0].commandLine = "codex resume";
+    lines.update(line, std::nullopt, start);
+    EXPECT_THAT(takeWords(), SizeIs(1));
+}
+
+TEST_F(RunReportTest, ANoticeIsSaidOnceOnALineOfItsOwn) {
+    auto line = active();
+    auto lines = report();
+    lines.update(line, std::nullopt, start);
+    line.notice = "sleep was refused.";
+    lines.update(line, std::nullopt, start);
+    lines.update(line, std::nullopt, start);
+    lines.update(waiting(), std::nullopt, start);
+    lines.update(line, std::nullopt, start);
+    EXPECT_THAT(takeWords(), ElementsAre(::testing::StartsWith("keeping"), "notice: sleep was refused.",
+                                         ::testing::StartsWith("waiting"), ::testing::StartsWith("keeping")));
+}
+
+TEST_F(RunReportTest, AnUnusableConfigurationIsSaidOnceUntilItWasUsableAgain) {
+    auto lines = report();
+    lines.update(waiting(), "isEnabled is missing", start);
+    lines.update(waiting(), "isEnabled is missing", start);
+    lines.update(waiting(), std::nullopt, start);
+    lines.update(waiting(), "isEnabled is missing", start);
+    const auto* const notice =
+        "notice: config.json cannot be used, so what it said before stays in force: isEnabled is missing";
+    EXPECT_THAT(takeWords(), ElementsAre(::testing::StartsWith("waiting"), notice, notice));
+}
+
+TEST_F(RunReportTest, WithJsonEveryLineIsAnObject) {
+    auto lines = report(true);
+    lines.update(waiting(), std::nullopt, start);
+    lines.update(waiting(), std::nullopt, start + std::chrono::seconds(60));
+    auto line = active();
+    line.notice = "sleep was refused.";
+    lines.update(line, std::nullopt, start + std::chrono::seconds(61));
+    const auto objects = takeObjects();
+    ASSERT_THAT(objects, SizeIs(2));
+    EXPECT_EQ(objects[0], Json({{"time", "2026-01-31T09:05:00Z"},
+                                {"decision", "noMatchingProcess"},
+                                {"title", "waiting for codex"},
+                                {"detail", "starts when codex runs"},
+                                {"held", ""},
+                                {"matchedProcesses", Json::array()}}));
+    EXPECT_EQ(objects[1]["time"], "2026-01-31T09:06:01Z");
+    EXPECT_EQ(objects[1]["held"], "idle:sleep (logind)");
+    EXPECT_EQ(objects[1]["notice"], "sleep was refused.");
+    EXPECT_EQ(objects[1]["matchedProcesses"],
+              Json::parse(R"([{"pid": 4242, "executableName": "codex", "commandLine": "codex --yolo"}])"));
+}
+
+TEST_F(RunReportTest, WithJsonAChangeOfTheCommandLineCounts) {
+    auto line = active();
+    auto lines = report(true);
+    lines.update(line, std::nullopt, start);
+    line.matchedProcesses[0].commandLine = "codex resume";
+    lines.update(line, std::nullopt, start);
+    EXPECT_THAT(takeObjects(), SizeIs(2));
+}
+
+TEST_F(RunReportTest, WithJsonAnUnusableConfigurationIsAnObjectToo) {
+    auto lines = report(true);
+    lines.update(waiting(), "isEnabled is missing", start);
+    const auto objects = takeObjects();
+    ASSERT_THAT(objects, SizeIs(2));
+    EXPECT_EQ(objects[1]["notice"],
+              "config.json cannot be used, so what it said before stays in force: isEnabled is missing");
 }
 
 TEST_F(RunReportTest, ControlCharactersFromOutsideAreVisible) {
-    RunReport report(Console(stream.get()), false);
-    active.detail = "\x1B]0;evil\x07 is running";
-    report.update(active, std::nullopt, at);
-    EXPECT_THAT(stream.text(), testing::HasSubstr("^[]0;evil^G is running"));
+    auto line = active();
+    line.title = "waiting for a\x1B[31mb";
+    line.detail = "starts when c\nd runs";
+    line.held = "idle\x07";
+    line.notice = "odd\x1B]0;title\x07";
+    report().update(line, std::nullopt, start);
+    EXPECT_THAT(takeWords(),
+                ElementsAre("waiting for a^[[31mb: starts when c^Jd runs (process id 4242); holding idle^G",
+                            "notice: odd^[]0;title^G"));
 }
 
-TEST_F(RunReportTest, JsonIsOneObjectALine) {
-    RunReport report(Console(stream.get()), true);
-    active.notice = "sleep was refused";
-    active.matchedProcesses = {{.pid = 7, .executableName = "codex", .commandLine = "co\ndex \xFF"}};
-    report.update(active, "isEnabled: bad.", at);
-    const auto text = stream.text();
-    ASSERT_EQ(std::count(text.begin(), text.end(), '\n'), 2);
-    const auto end = text.find('\n');
-    EXPECT_EQ(parseJson(text.substr(0, end)),
-              parseJson(R"json({"time": "2026-01-31T09:05:00Z", "decision": "active", "title": "keeping computer awake",
-                            "detail": "codex is running", "held": "idle:sleep (logind)", "notice": "sleep was refused",
-                            "matchedProcesses": [{"pid": 7, "executableName": "codex", "commandLine": "co\ndex \ufffd"}]
-})json"));
-    EXPECT_TRUE(parseJson(text.substr(end)).contains("notice"));
+TEST_F(RunReportTest, WithJsonControlCharactersAndMalformedTextStayValidJson) {
+    auto line = active();
+    line.detail = "a\x1B[31m\n\xFF";
+    report(true).update(line, std::nullopt, start);
+    const auto lines = printed.take();
+    ASSERT_THAT(lines, SizeIs(1));
+    EXPECT_EQ(parseJson(lines[0])["detail"], "a\x1B[31m\n\uFFFD");
+    EXPECT_EQ(lines[0].find('\x1B'), std::string::npos);
+}
+
+TEST_F(RunReportTest, AReaderThatHasGoneIsNoticed) {
+    std::FILE* full = std::fopen("/dev/full", "we");
+    if (full == nullptr) {
+        GTEST_SKIP() << "this system has no /dev/full";
+    }
+    EXPECT_FALSE(RunReport(Console(full), false).update(waiting(), std::nullopt, start));
+    EXPECT_FALSE(RunReport(Console(full), true).update(waiting(), std::nullopt, start));
+    std::fclose(full);
+    EXPECT_THAT(printed.take(), IsEmpty());
 }
 
 } // namespace
