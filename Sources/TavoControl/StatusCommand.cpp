@@ -1,6 +1,7 @@
 #include "StatusCommand.h"
 
 #include "ConfigurationError.h"
+#include "ErrorSentence.h"
 #include "StatusReport.h"
 #include "config/InstanceLock.h"
 
@@ -65,10 +66,11 @@ ExitStatus printStatus(const StatusOptions& options, const TavoStoring& store, c
                       .runningProcessID = InstanceLock::holder(store.paths().lockURL()),
                       .machineNoun = platform.machineNoun};
     try {
-        facts.held = platform.heldAssertions->heldAssertions();
-        keepOwn(*facts.held, facts.runningProcessID, *platform.processes, facts.now);
+        auto held = platform.heldAssertions->heldAssertions();
+        keepOwn(held, facts.runningProcessID, *platform.processes, facts.now);
+        facts.held = std::move(held);
     } catch (const std::exception& error) {
-        facts.heldError = error.what();
+        facts.heldError = errorSentence(error);
     }
     std::exception_ptr configurationFailure;
     try {

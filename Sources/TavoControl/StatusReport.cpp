@@ -46,7 +46,11 @@ RuntimeStatusCopy StatusReport::currentCopy() const {
     if (!facts.runningProcessID) {
         return {"not running", fmt::format("tavo does not keep this {} awake", facts.machineNoun)};
     }
-    if (facts.snapshot.isWakeAssertionActive && facts.held && facts.held->empty()) {
+    if (isPlanned() && !facts.held) {
+        return {"uncertain", "tavo means to keep this " + facts.machineNoun +
+                                 " awake, but the system cannot be asked whether anything is held"};
+    }
+    if (isPlanned() && facts.held->empty()) {
         return {"not awake", "the last evaluation wanted this " + facts.machineNoun + " awake, but nothing is held"};
     }
     return RuntimeStatusCopy::make(facts.config, facts.snapshot, facts.power, facts.machineNoun);
@@ -83,8 +87,9 @@ std::string StatusReport::discrepancy() const {
         return isPlanned() ? "the lock is gone: the next evaluation takes a new one, within a minute." : "";
     }
     if (!isPlanned()) {
-        return facts.runningProcessID ? "more is held than the last evaluation wanted; it is being let go of."
-                                      : "no tavo is running, yet a lock of its is held: end the process that holds it.";
+        return facts.runningProcessID
+                   ? "more is held than the last evaluation wanted; it is being let go of."
+                   : "no tavo is running, yet a lock of tavo is still held: end the process that holds it.";
     }
     if (lacking.empty()) {
         return {};
@@ -147,9 +152,9 @@ Json StatusReport::json() const {
 std::vector<std::string> StatusReport::lines(const Console& console) const {
     const auto copy = currentCopy();
     std::vector<std::string> result;
-    result.push_back(fmt::format("{}: {}",
-                                 console.styled(copy.title, isKeepingAwake() ? Emphasis::good : Emphasis::strong),
-                                 visibleControls(copy.detail)));
+    result.push_back(fmt::format(
+        "{}: {}", console.styled(visibleControls(copy.title), isKeepingAwake() ? Emphasis::good : Emphasis::strong),
+        visibleControls(copy.detail)));
     const auto add = [&](std::string_view name, const std::string& text) {
         result.push_back(fmt::format("  {:<10} {}", name, visibleControls(text)));
     };
@@ -167,7 +172,8 @@ std::vector<std::string> StatusReport::lines(const Console& console) const {
         add("last said", last.title + ": " + last.detail);
     }
     add("held", heldText());
-    add("power", summaryText(facts.power));
+    const bool isPowerKnown = facts.power.source != CurrentPowerSource::unknown || facts.power.batteryPercent;
+    add("power", isPowerKnown ? summaryText(facts.power) : "unknown");
     if (const auto notice = discrepancy(); !notice.empty()) {
         result.push_back(fmt::format("  {:<10} {}", console.styled("notice", Emphasis::warning), notice));
     }
