@@ -1,6 +1,7 @@
 #include "SystemChecks.h"
 
 #include "ConfigurationError.h"
+#include "ErrorSentence.h"
 #include "app/StatusCopy.h"
 
 #include <fmt/format.h>
@@ -17,7 +18,7 @@ SystemCheck checkProcesses(ProcessSnapshotProviding& processes) {
     } catch (const std::exception& error) {
         return {.subject = "process table",
                 .verdict = CheckVerdict::broken,
-                .finding = error.what(),
+                .finding = errorClause(error),
                 .advice = "watching a program needs the process table; see that it can be read."};
     }
 }
@@ -27,7 +28,7 @@ SystemCheck checkPower(const PowerStatus& status) {
         return {.subject = "power",
                 .verdict = CheckVerdict::limited,
                 .finding = "the power source is unknown",
-                .advice = "a policy of ac or battery only does not allow an unknown source; use any."};
+                .advice = "while it is unknown, a policy of ac only or battery only never keeps awake; use any."};
     }
     return {.subject = "power", .finding = summaryText(status)};
 }
@@ -51,17 +52,19 @@ SystemCheck checkConfiguration(const TavoStoring& store) {
 /// The nearest folder that exists has to be writable: the missing ones are made in it.
 SystemCheck checkFolder(const std::filesystem::path& root) {
     auto folder = root;
-    std::error_code ignored; // what cannot be looked at counts as missing
-    while (!std::filesystem::exists(folder, ignored) && folder.has_relative_path()) {
+    std::error_code ignored; // what cannot be looked at is there, and cannot be written either
+    while (std::filesystem::status(folder, ignored).type() == std::filesystem::file_type::not_found &&
+           folder.has_relative_path()) {
         folder = folder.parent_path();
     }
-    if (access(folder.c_str(), W_OK | X_OK) == 0) {
+    const bool isFolder = std::filesystem::is_directory(folder, ignored);
+    if (isFolder && access(folder.c_str(), W_OK | X_OK) == 0) {
         return {.subject = "folder", .finding = root.string() + " can be written"};
     }
     return {.subject = "folder",
             .verdict = CheckVerdict::broken,
-            .finding = folder.string() + " cannot be written",
-            .advice = "make it writable, or name another folder with --root."};
+            .finding = folder.string() + (isFolder || ignored ? " cannot be written" : " is not a folder"),
+            .advice = "make it a folder that you may write to, or name another folder with --root."};
 }
 
 } // namespace
