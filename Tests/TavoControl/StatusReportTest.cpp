@@ -1,126 +1,224 @@
 #include "StatusReport.h"
 
-#include "Support/CapturedStream.h"
+#include "TavoControl/PrintedLines.h"
 
-#include <fmt/format.h>
-#include <fmt/ranges.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <algorithm>
 
 namespace tavo {
 namespace {
 
-using testing::HasSubstr;
-using testing::Not;
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 
-class StatusReportTest : public testing::Test {
-protected:
-    CapturedStream stream;
+using Held = std::vector<HeldAssertion>;
+
+/// Tavo runs, keeps awake on AC power because codex runs, and holds what it planned.
+StatusFacts heldAsPlanned() {
     StatusFacts facts;
+    facts.now = *parseISO8601("2026-01-31T09:05:42Z");
+    facts.config.isEnabled = true;
+    facts.config.trigger = defaultRule(TriggerPreset::codex);
+    facts.snapshot = {.isEnabled = true,
+                      .isWakeAssertionActive = true,
+                      .lastEvaluationDate = parseISO8601("2026-01-31T09:05:30Z"),
+                      .lastDecisionReason = RuntimeDecisionReason::active,
+                      .matchedProcesses = {{.pid = 77, .executableName = "codex", .commandLine = "codex exec"}}};
+    facts.power = {.source = CurrentPowerSource::ac, .batteryPercent = 80};
+    facts.runningProcessID = 4242;
+    facts.held = Held{{.who = "tavo", .what = "sleep:idle", .pid = 4243}};
+    facts.machineNoun = "computer";
+    return facts;
+}
 
-    StatusReportTest() {
-        facts.now = *parseISO8601("2026-01-31T09:05:12Z");
-        facts.config.isEnabled = true;
-        facts.snapshot = {.isEnabled = true,
-                          .isWakeAssertionActive = true,
-                          .lastEvaluationDate = parseISO8601("2026-01-31T09:05:00Z"),
-                          .lastDecisionReason = RuntimeDecisionReason::active};
-        facts.power = {.source = CurrentPowerSource::ac, .batteryPercent = 80};
-        facts.runningProcessID = 100;
-        facts.held = {{{.who = "tavo", .what = "sleep:idle", .pid = 101}}};
-        facts.machineNoun = "computer";
-    }
+std::vector<std::string> lines(StatusFacts facts) {
+    return StatusReport(std::move(facts)).lines(PrintedLines().console());
+}
 
-    std::string text() const {
-        return fmt::format("{}", fmt::join(StatusReport(facts).lines(Console(stream.get())), "\n"));
-    }
-    Json json() const { return StatusReport(facts).json(); }
+Json json(StatusFacts facts) {
+    return StatusReport(std::move(facts)).json();
+}
+
+TEST(StatusReport, WhatIsHeldAsPlannedIsSaidInFull) {
+    EXPECT_THAT(lines(heldAsPlanned()),
+                ElementsAre("keeping computer awake: codex is running", "  tavo       running (process id 4242)",
+                            "  watches    codex exec (process id 77)", "  evaluated  12 seconds ago",
+                            "  held       sleep:idle (process id 4243), as planned", "  power      ac 80%"));
+}
+
+TEST(StatusReport, HasTheseKeysWhenHeldAsPlanned) {
+    const auto facts = heldAsPlanned();
+    EXPECT_EQ(json(facts), Json({{"running", true},
+                                 {"processID", 4242},
+                                 {"keepingAwake", true},
+                                 {"title", "keeping computer awake"},
+                                 {"detail", "codex is running"},
+                                 {"snapshot", facts.snapshot},
+                                 {"power", {{"source", "ac"}, {"batteryPercent", 80}}},
+                                 {"planned", "idle:sleep"},
+                                 {"ageSeconds", 12},
+                                 {"held", {{{"who", "tavo"}, {"what", "sleep:idle"}, {"pid", 4243}}}}}));
+}
+
+struct Comparison {
+    std::string name;
+    CurrentPowerSource source;
+    bool isRunning;
+    bool isActive;
+    Held held;
+    bool keepsAwake;
+    std::string title;
+    std::string planned;
+    /// Empty for none.
+    std::string notice;
 };
 
-TEST_F(StatusReportTest, WhatIsHeldAsPlannedIsSaid) {
-    EXPECT_EQ(text(), "keeping computer awake: always on\n"
-                      "  tavo       running (process id 100)\n"
-                      "  evaluated  12 seconds ago\n"
-                      "  held       sleep:idle (process id 101), as planned\n"
-                      "  power      ac 80%");
-    EXPECT_TRUE(StatusReport(facts).isKeepingAwake());
-    EXPECT_EQ(json().at("planned"), "idle:sleep");
-    EXPECT_EQ(json().at("ageSeconds"), 12);
-    EXPECT_FALSE(json().contains("notice"));
+Held lock(const std::string& what) {
+    return {{.who = "tavo", .what = what, .pid = 4243}};
 }
 
-TEST_F(StatusReportTest, LessThanPlannedIsSaidWithWhatHelps) {
-    facts.held->front().what = "idle";
-    EXPECT_THAT(text(), HasSubstr("less is held than planned: sleep was refused"));
-    EXPECT_THAT(text(), HasSubstr("sudo tavoctl run"));
-    EXPECT_THAT(text(), Not(HasSubstr("as planned")));
+const std::string awake = "keeping computer awake";
+const std::string lacksSleep =
+    "less is held than planned: sleep was refused, so the computer may still be put to sleep "
+    "by others; run sudo tavoctl run to hold it too.";
+constexpr auto ac = CurrentPowerSource::ac;
+constexpr auto battery = CurrentPowerSource::battery;
+constexpr auto unknown = CurrentPowerSource::unknown;
+
+const std::vector<Comparison> comparisons{
+    {"both on ac", ac, true, true, lock("sleep:idle"), true, awake, "idle:sleep", ""},
+    {"both in two locks", ac, true, true, {lock("idle")[0], lock("sleep")[0]}, true, awake, "idle:sleep", ""},
+    {"more words than planned", ac, true, true, lock("shutdown:sleep:idle"), true, awake, "idle:sleep", ""},
+    {"idle on battery", battery, true, true, lock("idle"), true, awake, "idle", ""},
+    {"idle on unknown power", unknown, true, true, lock("idle"), true, awake, "idle", ""},
+    {"more than needed on battery", battery, true, true, lock("sleep:idle"), true, awake, "idle", ""},
+    {"a type of macOS", ac, true, true, lock("PreventUserIdleSystemSleep"), true, awake, "idle:sleep", ""},
+    {"sleep refused", ac, true, true, lock("idle"), true, awake, "idle:sleep", lacksSleep},
+    {"lock gone",
+     ac,
+     true,
+     true,
+     {},
+     false,
+     "not awake",
+     "idle:sleep",
+     "the lock is gone: the next evaluation takes a new one, within a minute."},
+    {"nothing wanted, nothing held", ac, true, false, {}, false, "waiting for codex", "", ""},
+    {"nothing wanted, yet held", ac, true, false, lock("idle"), false, "waiting for codex", "",
+     "more is held than the last evaluation wanted; it is being let go of."},
+    {"not running", ac, false, false, {}, false, "not running", "", ""},
+    {"killed while awake", ac, false, true, {}, false, "not running", "", ""},
+    {"left over", ac, false, true, lock("idle"), false, "not running", "",
+     "no tavo is running, yet a lock of tavo is still held: end the process that holds it."},
+};
+
+TEST(StatusReport, ComparesWhatIsHeldWithWhatWasPlanned) {
+    for (const auto& row : comparisons) {
+        SCOPED_TRACE(row.name);
+        auto facts = heldAsPlanned();
+        facts.power = {.source = row.source};
+        facts.snapshot.isWakeAssertionActive = row.isActive;
+        if (!row.isActive) {
+            facts.snapshot.lastDecisionReason = RuntimeDecisionReason::noMatchingProcess;
+            facts.snapshot.matchedProcesses.clear();
+        }
+        facts.held = row.held;
+        if (!row.isRunning) {
+            facts.runningProcessID.reset();
+        }
+        EXPECT_EQ(StatusReport(facts).isKeepingAwake(), row.keepsAwake);
+        const auto object = json(facts);
+        EXPECT_EQ(object["keepingAwake"], row.keepsAwake);
+        EXPECT_EQ(object["title"], row.title);
+        EXPECT_EQ(object["planned"], row.planned);
+        EXPECT_EQ(object.value("notice", ""), row.notice);
+        EXPECT_EQ(object.contains("processID"), row.isRunning);
+        const auto text = lines(facts);
+        EXPECT_TRUE(text.front().starts_with(row.title + ": ")) << text.front();
+        EXPECT_EQ(text.back().starts_with("  notice "), !row.notice.empty()) << text.back();
+        const auto heldLine =
+            std::find_if(text.begin(), text.end(), [](const auto& line) { return line.starts_with("  held "); });
+        ASSERT_NE(heldLine, text.end());
+        EXPECT_EQ(heldLine->ends_with(", as planned"), row.notice.empty()) << *heldLine;
+        if (row.held.empty()) {
+            EXPECT_THAT(text, Contains(HasSubstr("  held       nothing")));
+        }
+    }
 }
 
-TEST_F(StatusReportTest, OnBatteryIdleAloneIsThePlan) {
-    facts.power.source = CurrentPowerSource::battery;
-    facts.held->front().what = "idle";
-    EXPECT_THAT(text(), HasSubstr("idle (process id 101), as planned"));
-    EXPECT_EQ(json().at("planned"), "idle");
+TEST(StatusReport, ALostLockIsNotCalledAwake) {
+    auto facts = heldAsPlanned();
+    facts.held = Held();
+    EXPECT_EQ(lines(facts).front(), "not awake: the last evaluation wanted this computer awake, but nothing is held");
 }
 
-TEST_F(StatusReportTest, ALostLockIsNotCalledAwake) {
-    facts.held->clear();
-    EXPECT_FALSE(StatusReport(facts).isKeepingAwake());
-    EXPECT_THAT(text(), testing::StartsWith("not awake: "));
-    EXPECT_THAT(text(), HasSubstr("the lock is gone"));
-    EXPECT_EQ(json().at("keepingAwake"), false);
-}
-
-TEST_F(StatusReportTest, WithoutARunningTavoNothingIsClaimed) {
-    facts.runningProcessID.reset();
-    facts.held->clear();
-    EXPECT_THAT(text(), testing::StartsWith("not running: tavo does not keep this computer awake"));
-    EXPECT_THAT(text(), HasSubstr("held       nothing, as planned"));
-    EXPECT_FALSE(json().contains("processID"));
-    EXPECT_EQ(json().at("keepingAwake"), false);
-}
-
-TEST_F(StatusReportTest, ALeftOverLockIsPointedOut) {
-    facts.runningProcessID.reset();
-    EXPECT_THAT(text(), HasSubstr("no tavo is running, yet a lock of its is held"));
-}
-
-TEST_F(StatusReportTest, ASystemThatCannotBeAskedIsNamed) {
+TEST(StatusReport, WithoutTheSystemsListNothingIsClaimed) {
+    auto facts = heldAsPlanned();
     facts.held.reset();
-    facts.heldError = "there is no system message bus";
-    EXPECT_THAT(text(), HasSubstr("held       unknown: there is no system message bus"));
-    EXPECT_FALSE(StatusReport(facts).isKeepingAwake());
-    EXPECT_EQ(json().at("heldError"), "there is no system message bus");
-    EXPECT_FALSE(json().contains("held"));
+    facts.heldError = "there is no system message bus.";
+    const auto text = lines(facts);
+    EXPECT_EQ(text.front(), "uncertain: tavo means to keep this computer awake, but the system cannot be asked whether "
+                            "anything is held");
+    EXPECT_THAT(text, Contains("  held       unknown: there is no system message bus."));
+    const auto object = json(facts);
+    EXPECT_EQ(object["keepingAwake"], false);
+    EXPECT_EQ(object["heldError"], "there is no system message bus.");
+    EXPECT_FALSE(object.contains("held"));
+    EXPECT_FALSE(object.contains("notice"));
 }
 
-TEST_F(StatusReportTest, TheMacsAssertionTypesAreNotComparedWordByWord) {
-    facts.held = {{{.who = "caffeinate", .what = "PreventUserIdleSystemSleep", .pid = 101},
-                   {.who = "caffeinate", .what = "PreventSystemSleep", .pid = 101}}};
-    EXPECT_THAT(text(), HasSubstr("as planned"));
+TEST(StatusReport, ATavoThatDoesNotRunLeavesItsLastWords) {
+    auto facts = heldAsPlanned();
+    facts.runningProcessID.reset();
+    facts.held = Held();
+    EXPECT_THAT(lines(facts),
+                ElementsAre("not running: tavo does not keep this computer awake", "  tavo       not running",
+                            "  evaluated  12 seconds ago", "  last said  keeping computer awake: codex is running",
+                            "  held       nothing, as planned", "  power      ac 80%"));
 }
 
-TEST_F(StatusReportTest, WatchedProcessesAreListedWithControlsVisible) {
-    facts.snapshot.matchedProcesses = {{.pid = 7, .executableName = "codex", .commandLine = "codex \x1B[2J"}};
-    EXPECT_THAT(text(), HasSubstr("  watches    codex ^[[2J (process id 7)"));
+TEST(StatusReport, BeforeTheFirstEvaluationThereIsNoAge) {
+    StatusFacts facts;
+    facts.held = Held();
+    facts.machineNoun = "mac";
+    EXPECT_THAT(lines(facts),
+                ElementsAre("not running: tavo does not keep this mac awake", "  tavo       not running",
+                            "  evaluated  never", "  held       nothing, as planned", "  power      unknown"));
+    EXPECT_FALSE(json(facts).contains("ageSeconds"));
 }
 
-TEST_F(StatusReportTest, AWaitingTavoHoldsNothingAsPlanned) {
-    facts.config.trigger = defaultRule(TriggerPreset::codex);
+TEST(StatusReport, AClockThatWasSetBackGivesNoNegativeAge) {
+    auto facts = heldAsPlanned();
+    facts.now = *facts.snapshot.lastEvaluationDate - std::chrono::hours(1);
+    EXPECT_EQ(json(facts)["ageSeconds"], 0);
+    EXPECT_THAT(lines(facts), Contains("  evaluated  0 seconds ago"));
+}
+
+TEST(StatusReport, ControlCharactersFromOutsideAreVisible) {
+    auto facts = heldAsPlanned();
+    facts.snapshot.matchedProcesses[0].commandLine = "a\x1B[31m\nb";
+    facts.held = Held{{.who = "tavo", .what = "idle\x1B", .pid = 4243}};
+    EXPECT_THAT(lines(facts), Contains("  watches    a^[[31m^Jb (process id 77)"));
     facts.snapshot.isWakeAssertionActive = false;
     facts.snapshot.lastDecisionReason = RuntimeDecisionReason::noMatchingProcess;
-    facts.held->clear();
-    EXPECT_THAT(text(), testing::StartsWith("waiting for codex: starts when codex runs"));
-    EXPECT_THAT(text(), HasSubstr("nothing, as planned"));
+    facts.config.trigger = {.mode = TriggerMode::process, .query = "c\x1B[31md"};
+    for (const auto& line : lines(facts)) {
+        EXPECT_EQ(line.find_first_of("\x1B\n"), std::string::npos) << line;
+    }
+    EXPECT_EQ(lines(facts).front(), "waiting for c^[[31md: starts when c^[[31md runs");
 }
 
-TEST(SpokenDuration, TheLargestUnitIsSaid) {
-    EXPECT_EQ(spokenDuration(0), "0 seconds");
-    EXPECT_EQ(spokenDuration(1), "1 second");
-    EXPECT_EQ(spokenDuration(59), "59 seconds");
-    EXPECT_EQ(spokenDuration(60), "1 minute");
-    EXPECT_EQ(spokenDuration(7199), "1 hour");
-    EXPECT_EQ(spokenDuration(200000), "2 days");
+TEST(SpokenDuration, TakesTheLargestUnitThatFits) {
+    const std::vector<std::pair<std::int64_t, std::string>> cases{
+        {-5, "0 seconds"}, {0, "0 seconds"},    {1, "1 second"},    {12, "12 seconds"},   {59, "59 seconds"},
+        {60, "1 minute"},  {119, "1 minute"},   {180, "3 minutes"}, {3599, "59 minutes"}, {3600, "1 hour"},
+        {7200, "2 hours"}, {86399, "23 hours"}, {86400, "1 day"},   {172800, "2 days"}};
+    for (const auto& [seconds, words] : cases) {
+        EXPECT_EQ(spokenDuration(seconds), words) << seconds;
+    }
 }
 
 } // namespace

@@ -1,0 +1,119 @@
+#include "StatusCommand.h"
+
+#include "ConfigurationError.h"
+#include "TavoControl/CommandTest.h"
+#include "TavoControl/LockHolder.h"
+
+namespace tavo {
+namespace {
+
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+
+class StatusCommandTest : public CommandTest {
+protected:
+    std::string run(bool json = false) {
+        return printed([&] { EXPECT_EQ(printStatus({.json = json}, *store, platform), ExitStatus::success); });
+    }
+
+    std::vector<std::int32_t> heldPIDs() {
+        std::vector<std::int32_t> pids;
+        const auto object = parseJson(run(true));
+        for (const auto& assertion : object.at("held")) {
+            pids.push_back(assertion["pid"]);
+        }
+        return pids;
+    }
+
+    void saveAwake() const {
+        RuntimeSnapshot snapshot;
+        snapshot.isEnabled = true;
+        snapshot.isWakeAssertionActive = true;
+        snapshot.lastDecisionReason = RuntimeDecisionReason::active;
+        snapshot.lastEvaluationDate = std::chrono::system_clock::now();
+        store->saveRuntimeSnapshot(snapshot);
+    }
+};
+
+TEST_F(StatusCommandTest, OfAFreshFolderItSaysThatNothingRuns) {
+    EXPECT_THAT(linesOf(run()),
+                ElementsAre("not running: tavo does not keep this computer awake", "  tavo       not running",
+                            "  evaluated  never", "  held       nothing, as planned", "  power      ac"));
+    EXPECT_TRUE(std::filesystem::is_empty(folder.path())) << "asking writes nothing";
+}
+
+TEST_F(StatusCommandTest, ARunningTavoIsFoundByItsLockAndItsChildrensLocksCount) {
+    const LockHolder tavo(store->paths().lockURL());
+    saveAwake();
+    processes->processes = {{.pid = tavo.pid(), .parentPID = 1}, {.pid = 500, .parentPID = tavo.pid()}};
+    held->held = {{.who = "tavo", .what = "sleep:idle", .pid = 500}};
+    const auto object = parseJson(run(true));
+    EXPECT_EQ(object["running"], true);
+    EXPECT_EQ(object["processID"], tavo.pid());
+    EXPECT_EQ(object["keepingAwake"], true);
+    EXPECT_EQ(object["title"], "keeping computer awake");
+    EXPECT_THAT(linesOf(run()), Contains("  held       sleep:idle (process id 500), as planned"));
+}
+
+TEST_F(StatusCommandTest, OnlyWhatBelongsToTheRunningTavoCounts) {
+    const LockHolder tavo(store->paths().lockURL());
+    saveAwake();
+    processes->processes = {
+        {.pid = 500, .parentPID = tavo.pid()}, {.pid = 600, .parentPID = 599}, {.pid = 700, .parentPID = 1}};
+    held->held = {{.who = "tavo", .what = "idle", .pid = 500},
+                  {.who = "tavo", .what = "idle", .pid = 600},
+                  {.who = "tavo", .what = "idle", .pid = 700},
+                  {.who = "tavo", .what = "idle", .pid = 800},
+                  {.who = "tavo", .what = "idle", .pid = tavo.pid()},
+                  {.who = "player", .what = "idle", .pid = 500},
+                  {.who = "caffeinate", .what = "PreventSystemSleep", .pid = 500}};
+    EXPECT_THAT(heldPIDs(), ElementsAre(500, tavo.pid(), 500));
+}
+
+TEST_F(StatusCommandTest, WithoutATavoOnlyWhatIsLeftOverCounts) {
+    processes->processes = {{.pid = 600, .parentPID = 599}, {.pid = 700, .parentPID = 1}};
+    held->held = {{.who = "tavo", .what = "idle", .pid = 600},
+                  {.who = "tavo", .what = "idle", .pid = 700},
+                  {.who = "player", .what = "idle", .pid = 700}};
+    EXPECT_THAT(heldPIDs(), ElementsAre(700));
+    EXPECT_THAT(linesOf(run()), Contains("  notice     no tavo is running, yet a lock of tavo is still held: end the "
+                                         "process that holds it."));
+}
+
+TEST_F(StatusCommandTest, AKilledTavosSnapshotIsNotTakenForTheTruth) {
+    saveAwake();
+    const auto object = parseJson(run(true));
+    EXPECT_EQ(object["keepingAwake"], false);
+    EXPECT_EQ(object["title"], "not running");
+}
+
+TEST_F(StatusCommandTest, ASystemThatCannotBeAskedIsSaid) {
+    held->failure = std::make_exception_ptr(std::runtime_error("There is no system message bus"));
+    EXPECT_THAT(linesOf(run()), Contains("  held       unknown: there is no system message bus."));
+}
+
+TEST_F(StatusCommandTest, WithoutTheProcessTableNobodysLocksAreTakenForTavos) {
+    held->held = {{.who = "player", .what = "idle", .pid = 700}};
+    processes->failure = std::make_exception_ptr(std::runtime_error("no table"));
+    const auto object = parseJson(run(true));
+    EXPECT_FALSE(object.contains("held"));
+    EXPECT_EQ(object["heldError"], "no table.");
+}
+
+TEST_F(StatusCommandTest, AnUnusableConfigurationIsAnErrorAfterAllElseWasPrinted) {
+    folder.write("config.json", "{");
+    ::testing::internal::CaptureStdout();
+    EXPECT_THROW(printStatus({}, *store, platform), ConfigurationError);
+    EXPECT_THAT(::testing::internal::GetCapturedStdout(), HasSubstr("  power      ac\n"));
+    EXPECT_EQ(fileContent(store->paths().configURL()), "{");
+}
+
+TEST_F(StatusCommandTest, ADamagedStateFileCountsAsNoneAndStays) {
+    folder.write("state.json", "{");
+    EXPECT_THAT(linesOf(run()), Contains("  evaluated  never"));
+    EXPECT_EQ(fileContent(store->paths().stateURL()), "{");
+}
+
+} // namespace
+} // namespace tavo
