@@ -18,16 +18,16 @@ constexpr std::array<std::string_view, 3> sleepPreventingTypes{"PreventUserIdleS
 std::optional<HeldAssertion> parseLine(std::string_view line) {
     constexpr std::string_view start = "pid ";
     line = trimWhitespace(line);
-    const auto nameEnd = line.find("): ");
-    const auto named = line.find(" named: ");
-    if (!line.starts_with(start) || nameEnd == std::string_view::npos || named == std::string_view::npos ||
-        named < nameEnd) {
+    // A process's name may hold anything, so what follows it counts from the assertion's id on.
+    const auto nameEnd = line.find("): [");
+    const auto named = line.find(" named: ", nameEnd);
+    if (!line.starts_with(start) || nameEnd == std::string_view::npos || named == std::string_view::npos) {
         return std::nullopt;
     }
     HeldAssertion assertion;
     const auto* const end = line.data() + line.size();
     const auto [nameStart, error] = std::from_chars(line.data() + start.size(), end, assertion.pid);
-    if (error != std::errc() || *nameStart != '(') {
+    if (error != std::errc() || assertion.pid <= 0 || *nameStart != '(') {
         return std::nullopt;
     }
     const auto nameAt = static_cast<std::size_t>(nameStart - line.data()) + 1;
