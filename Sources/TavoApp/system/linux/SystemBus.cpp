@@ -4,8 +4,10 @@
 #include <fmt/format.h>
 #include <systemd/sd-bus.h>
 
-#include <array>
-#include <cstring>
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <system_error>
 
 namespace tavo {
 
@@ -33,7 +35,15 @@ struct ErrorReply {
 };
 
 BusError failure(const std::string& what, int result, const sd_bus_error* error = nullptr) {
-    const std::string reason = error != nullptr && error->message != nullptr ? error->message : std::strerror(-result);
+    std::string reason =
+        error != nullptr && error->message != nullptr ? error->message : std::generic_category().message(-result);
+    // It stands inside a sentence here.
+    while (reason.ends_with('.')) {
+        reason.pop_back();
+    }
+    if (reason.size() > 1 && std::isupper(static_cast<unsigned char>(reason[1])) == 0) {
+        reason[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(reason[0])));
+    }
     return {error != nullptr && error->name != nullptr ? error->name : "", fmt::format("{}: {}", what, reason)};
 }
 
@@ -81,16 +91,23 @@ void BusConnection::Closer::operator()(sd_bus* bus) const {
     sd_bus_flush_close_unref(bus);
 }
 
+BusConnection BusConnection::bounded(sd_bus* bus) {
+    BusConnection connection(bus);
+    // For the calls that sd-bus makes by itself.
+    check(sd_bus_set_method_call_timeout(bus, callBoundMicroseconds), "could not bound the calls on the message bus");
+    return connection;
+}
+
 BusConnection BusConnection::openSystem() {
     sd_bus* bus = nullptr;
     check(sd_bus_open_system(&bus), "there is no system message bus");
-    return BusConnection(bus);
+    return bounded(bus);
 }
 
 BusConnection BusConnection::openSession() {
     sd_bus* bus = nullptr;
     check(sd_bus_open_user(&bus), "there is no session message bus");
-    return BusConnection(bus);
+    return bounded(bus);
 }
 
 bool BusConnection::hasOwner(const std::string& name) const {
@@ -133,7 +150,9 @@ FileDescriptor LogindClient::takeLock(const std::string& what, const std::string
     int descriptor = -1;
     check(sd_bus_message_read(answer.get(), "h", &descriptor), attempt);
     // The message closes its descriptor with itself.
-    return FileDescriptor(fcntl(descriptor, F_DUPFD_CLOEXEC, 3));
+    const int lock = fcntl(descriptor, F_DUPFD_CLOEXEC, 3);
+    check(lock < 0 ? -errno : 0, attempt);
+    return FileDescriptor(lock);
 }
 
 std::optional<std::string> LogindClient::systemdVersion() const {

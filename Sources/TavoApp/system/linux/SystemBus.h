@@ -44,6 +44,7 @@ private:
         void operator()(sd_bus* bus) const;
     };
     explicit BusConnection(sd_bus* bus) : bus(bus) {}
+    static BusConnection bounded(sd_bus* bus);
 
     std::unique_ptr<sd_bus, Closer> bus;
 };
