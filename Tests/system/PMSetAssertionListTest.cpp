@@ -9,46 +9,98 @@
 namespace tavo {
 namespace {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
 
-const char* const sample = R"(2026-01-31 09:05:00 +0100
+constexpr auto sample = R"(2026-01-31 10:05:42 +0100
 Assertion status system-wide:
    BackgroundTask                 0
    PreventUserIdleSystemSleep     1
    PreventSystemSleep             1
+   UserIsActive                   1
 Listed by owning process:
-   pid 512(powerd): [0x0000000100088001] 00:10:00 PreventUserIdleDisplaySleep named: "Powerd - display is on"
-   pid 4242(caffeinate): [0x0000a1b2000183c5] 00:01:02 PreventUserIdleSystemSleep named: "caffeinate command-line tool"
-	Details: caffeinate asserting forever
+   pid 93(hidd): [0x000b2e1f00098a8f] 00:00:00 UserIsActive named: "input"
+	Timeout will fire in 600 secs Action=TimeoutActionRelease
+   pid 4242(caffeinate): [0x000b2e1f00018a90] 00:01:02 PreventUserIdleSystemSleep named: "caffeinate command-line tool"
+	Details: caffeinate asserting for process 4241 named: PreventSystemSleep
 	Localized=THE CAFFEINATE TOOL IS PREVENTING SLEEP.
-   pid 4242(caffeinate): [0x0000a1b2000783c6] 00:01:02 PreventSystemSleep named: "caffeinate command-line tool"
-   pid 77(Some (odd) Name): [0x0000a1b2000183c7] 11:22:33 NoIdleSleepAssertion named: "x named: y"
-No kernel assertions.)";
+   pid 4242(caffeinate): [0x000b2e1f00078a91] 00:01:02 PreventSystemSleep named: "caffeinate command-line tool"
+   pid 501(Video Player (Renderer)): [0x000b2e1f00018a92] 123:00:07 NoIdleSleepAssertion named: "a film: 2"
+   pid 502(display): [0x000b2e1f00058a93] 00:00:07 PreventUserIdleDisplaySleep named: "screen"
+   pid 503(odd named: name): [0x000b2e1f00018a94] 00:00:07 PreventUserIdleSystemSleep named: "pid 7(x): [0x1] y named: z"
+Kernel Assertions: 0x4=USB
+   id=500  level=255 0x4=USB mod=01.01.1970, 01:00 description=device owner=hub
+Idle sleep preventers: IODisplayWrangler)";
 
-TEST(PMSetAssertionList, WhatKeepsTheMachineFromSleepingIsListed) {
+TEST(PMSetAssertionList, TakesWhatPreventsSleepOutOfTheDocumentedForm) {
     EXPECT_THAT(PMSetAssertionList::parse(sample),
                 ElementsAre(HeldAssertion{.who = "caffeinate", .what = "PreventUserIdleSystemSleep", .pid = 4242},
                             HeldAssertion{.who = "caffeinate", .what = "PreventSystemSleep", .pid = 4242},
-                            HeldAssertion{.who = "Some (odd) Name", .what = "NoIdleSleepAssertion", .pid = 77}));
+                            HeldAssertion{.who = "Video Player (Renderer)", .what = "NoIdleSleepAssertion", .pid = 501},
+                            HeldAssertion{.who = "odd named: name", .what = "PreventUserIdleSystemSleep", .pid = 503}));
 }
 
-TEST(PMSetAssertionList, AnythingElseIsPassedOver) {
-    for (const auto* line :
-         {"", "pid", "pid : named: ", "pid x(a): PreventSystemSleep named: ", "pid 1(a: PreventSystemSleep named: ",
-          "pid 1 a): PreventSystemSleep named: ", "pid 99999999999(a): [0x] PreventSystemSleep named: ",
-          "pid 1(a): PreventSystemSleep", "pid 1 named: (a): PreventSystemSleep", "pid 1(a): [0x] Unknown named: b"}) {
-        EXPECT_THAT(PMSetAssertionList::parse(line), IsEmpty()) << line;
+TEST(PMSetAssertionList, AnythingElseIsLeftOut) {
+    const std::vector<std::string> badLines{
+        "",
+        "pid",
+        "pid ",
+        "pid 5",
+        "pid 5(x",
+        "pid 5(x)",
+        "pid 5(x):",
+        "pid 5(x): [0x1]",
+        "pid 5(x): [0x1] 00:00:01 PreventSystemSleep",
+        "pid 5(x): [0x1] 00:00:01 PreventSystemSleep named:",
+        "pid 5(x) [0x1] 00:00:01 PreventSystemSleep named: \"y\"",
+        "pid 5 x: [0x1] 00:00:01 PreventSystemSleep named: \"y\"",
+        "pid (x): [0x1] 00:00:01 PreventSystemSleep named: \"y\"",
+        "pid x(x): [0x1] 00:00:01 PreventSystemSleep named: \"y\"",
+        "pid 5x(x): [0x1] 00:00:01 PreventSystemSleep named: \"y\"",
+        "pid  5(x): [0x1] 00:00:01 PreventSystemSleep named: \"y\"",
+        "pid 0(x): [0x1] 00:00:01 PreventSystemSleep named: \"y\"",
+        "pid -5(x): [0x1] 00:00:01 PreventSystemSleep named: \"y\"",
+        "pid 99999999999(x): [0x1] 00:00:01 PreventSystemSleep named: \"y\"",
+        "PID 5(x): [0x1] 00:00:01 PreventSystemSleep named: \"y\"",
+        "ppid 5(x): [0x1] 00:00:01 PreventSystemSleep named: \"y\"",
+        "pid 5(x): [0x1] 00:00:01 preventsystemsleep named: \"y\"",
+        "pid 5(x): [0x1] 00:00:01  named: \"y\"",
+        "pid 5(x): [0x1] named: PreventSystemSleep",
+        "named: pid 5(x): [",
+        "pid 5(\xFF\xFE): \xFF named: \xFF",
+        "\xFF\xFE\xFD",
+        std::string("pid 5(x): [0x1]\0 PreventSystemSleep", 36),
+    };
+    for (const auto& line : badLines) {
+        SCOPED_TRACE(line);
+        EXPECT_THAT(PMSetAssertionList::parse(line), IsEmpty());
+        EXPECT_THAT(PMSetAssertionList::parse(line + "\n   pid 6(y): [0x1] 00:00:01 PreventSystemSleep named: \"z\""),
+                    ElementsAre(HeldAssertion{.who = "y", .what = "PreventSystemSleep", .pid = 6}))
+            << "the next line still counts";
     }
 }
 
-TEST(PMSetAssertionList, ItAsksPmset) {
+TEST(PMSetAssertionList, CallsTheToolByItsPath) {
     const auto runner = std::make_shared<ScriptedCommandRunner>();
-    runner->results = {{.exitCode = 0, .standardOutput = sample}, {.exitCode = 1, .standardError = "no."}};
-    PMSetAssertionList list(runner);
-    EXPECT_EQ(list.heldAssertions().size(), 3U);
+    runner->results.push_back({.standardOutput = sample});
+    EXPECT_EQ(PMSetAssertionList(runner).heldAssertions().size(), 4U);
     EXPECT_THAT(*runner->log, ElementsAre("run /usr/bin/pmset -g assertions"));
-    EXPECT_THROW(list.heldAssertions(), DescribedError);
+}
+
+TEST(PMSetAssertionList, AToolThatFailsIsAFailureInItsOwnWordsOrOurs) {
+    const auto runner = std::make_shared<ScriptedCommandRunner>();
+    const auto sentence = [&] {
+        try {
+            PMSetAssertionList(runner).heldAssertions();
+        } catch (const DescribedError& error) {
+            return error.description();
+        }
+        return std::string("no failure");
+    };
+    runner->results.push_back({.exitCode = 1, .standardOutput = sample, .standardError = "not permitted"});
+    EXPECT_EQ(sentence(), "not permitted");
+    runner->results.push_back({.exitCode = 9});
+    EXPECT_EQ(sentence(), "pmset could not list what holds off sleep.");
 }
 
 } // namespace

@@ -1,0 +1,241 @@
+#include "system/linux/SystemBus.h"
+
+#include "Support/PrivateBus.h"
+#include "TavoInhibit/ScriptedLogind.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <future>
+#include <optional>
+
+namespace tavo {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::StartsWith;
+
+struct Inhibitor {
+    std::string what;
+    std::string who;
+    std::string mode;
+    std::uint32_t pid = 0;
+};
+
+ScriptedBusService::Answer withInhibitors(std::vector<Inhibitor> inhibitors) {
+    return [inhibitors = std::move(inhibitors)](sd_bus_message* call) {
+        BusMessage reply;
+        checked(sd_bus_message_new_method_return(call, Receive(reply)), "make a reply");
+        checked(sd_bus_message_open_container(reply.get(), 'a', "(ssssuu)"), "open the list");
+        for (const auto& inhibitor : inhibitors) {
+            checked(sd_bus_message_append(reply.get(), "(ssssuu)", inhibitor.what.c_str(), inhibitor.who.c_str(),
+                                          "some reason", inhibitor.mode.c_str(), 1000U, inhibitor.pid),
+                    "add an entry");
+        }
+        checked(sd_bus_message_close_container(reply.get()), "close the list");
+        return sd_bus_send(sd_bus_message_get_bus(call), reply.get(), nullptr);
+    };
+}
+
+/// A system bus of the test's own.
+class SystemBusTest : public ::testing::Test {
+protected:
+    SystemBusTest() {
+        if (const char* address = std::getenv(variable)) {
+            addressBefore = address;
+        }
+        bus.start();
+        setenv(variable, bus.address().c_str(), 1);
+    }
+    ~SystemBusTest() override {
+        if (addressBefore) {
+            setenv(variable, addressBefore->c_str(), 1);
+        } else {
+            unsetenv(variable);
+        }
+    }
+
+    /// Asks on another thread while the services answer on this one.
+    template <typename Question>
+    auto ask(Question question) {
+        auto answer = std::async(std::launch::async, [question = std::move(question)] {
+            const LogindClient logind;
+            return question(logind);
+        });
+        EXPECT_TRUE(pump.until([&] { return answer.wait_for(std::chrono::seconds(0)) == std::future_status::ready; }));
+        return answer.get();
+    }
+
+    /// What the question fails with.
+    template <typename Question>
+    BusError failureOf(Question question) {
+        try {
+            ask(std::move(question));
+        } catch (const BusError& error) {
+            return error;
+        }
+        ADD_FAILURE() << "it did not fail";
+        return {"", ""};
+    }
+
+    ScriptedBusService& startService(const std::string& name = "org.freedesktop.login1") {
+        service.emplace(pump, bus.address());
+        service->own(name);
+        return *service;
+    }
+
+    static std::vector<HeldAssertion> listed(const LogindClient& logind) { return logind.blockingLocks(); }
+    static FileDescriptor idleLock(const LogindClient& logind) { return logind.takeLock("idle", "trying"); }
+
+    static constexpr const char* variable = "DBUS_SYSTEM_BUS_ADDRESS";
+    std::optional<std::string> addressBefore;
+    PrivateBus bus;
+    BusPump pump;
+    std::optional<ScriptedBusService> service;
+};
+
+TEST_F(SystemBusTest, OnlyBlockLocksThatCoverSleepAreListed) {
+    startService().answer("ListInhibitors", withInhibitors({
+                                                {"sleep:idle", "tavo", "block", 10},
+                                                {"sleep", "updater", "delay", 11},
+                                                {"idle", "player", "block", 12},
+                                                {"shutdown", "updater", "block", 13},
+                                                {"handle-lid-switch:handle-power-key", "desktop", "block", 14},
+                                                {"shutdown:sleep", "a \"who\"\x1B", "block", 15},
+                                                {"sleepy:idleness", "odd", "block", 16},
+                                                {"", "empty", "block", 17},
+                                                {"sleep:idle", "weak", "block-weak", 18},
+                                            }));
+    EXPECT_THAT(ask(listed), ElementsAre(HeldAssertion{.who = "tavo", .what = "sleep:idle", .pid = 10},
+                                         HeldAssertion{.who = "player", .what = "idle", .pid = 12},
+                                         HeldAssertion{.who = "a \"who\"\x1B", .what = "shutdown:sleep", .pid = 15}));
+    ASSERT_EQ(service->calls().size(), 1U);
+    const ScriptedBusService::Call expected{.path = "/org/freedesktop/login1",
+                                            .interface = "org.freedesktop.login1.Manager",
+                                            .member = "ListInhibitors",
+                                            .mayStartService = false};
+    EXPECT_EQ(service->calls()[0], expected);
+}
+
+TEST_F(SystemBusTest, AnEmptyListIsNoFailure) {
+    startService().answer("ListInhibitors", withInhibitors({}));
+    EXPECT_THAT(ask(listed), IsEmpty());
+}
+
+TEST_F(SystemBusTest, AListOfAnotherFormIsAFailure) {
+    startService().answer("ListInhibitors", ScriptedBusService::withCookie(7));
+    EXPECT_THAT(failureOf(listed).description(), StartsWith("could not list logind's locks: "));
+}
+
+TEST_F(SystemBusTest, ALogindThatRefusesToListIsAFailureWithItsName) {
+    startService().answer("ListInhibitors",
+                          ScriptedBusService::withError("org.freedesktop.DBus.Error.AccessDenied", "Access denied."));
+    const auto failure = failureOf(listed);
+    EXPECT_EQ(failure.name(), "org.freedesktop.DBus.Error.AccessDenied");
+    EXPECT_EQ(failure.description(), "could not list logind's locks: access denied");
+}
+
+TEST_F(SystemBusTest, ASilentLogindIsAFailureAndNoHang) {
+    startService().answer("ListInhibitors", ScriptedBusService::never());
+    EXPECT_THAT(failureOf(listed).description(), StartsWith("could not list logind's locks: "));
+}
+
+TEST_F(SystemBusTest, WithoutLogindNothingIsStartedToAnswer) {
+    const auto marker = bus.folder() / "started";
+    bus.stop(SIGTERM);
+    bus.makeActivatable("org.freedesktop.login1", marker);
+    bus.start();
+    EXPECT_FALSE(ask([](const LogindClient& logind) { return logind.isRunning(); }));
+    EXPECT_THAT(failureOf(listed).description(), StartsWith("could not list logind's locks: "));
+    EXPECT_THAT(failureOf(idleLock).description(), StartsWith("logind refused the lock \"idle\": "));
+    EXPECT_FALSE(std::filesystem::exists(marker));
+}
+
+TEST_F(SystemBusTest, ALogindThatComesAndGoesIsSeen) {
+    const auto isRunning = [](const LogindClient& logind) { return logind.isRunning(); };
+    startService();
+    EXPECT_TRUE(ask(isRunning));
+    service->disown("org.freedesktop.login1");
+    EXPECT_FALSE(ask(isRunning));
+    EXPECT_FALSE(ask([](const LogindClient& logind) { return logind.isPolkitRunning(); }));
+    service->own("org.freedesktop.PolicyKit1");
+    EXPECT_TRUE(ask([](const LogindClient& logind) { return logind.isPolkitRunning(); }));
+}
+
+TEST_F(SystemBusTest, ALockLastsUntilItsDescriptorIsClosed) {
+    ScriptedLogind logind(pump, bus.address());
+    {
+        const auto lock =
+            ask([](const LogindClient& client) { return client.takeLock("sleep", "trying out whether it holds"); });
+        EXPECT_TRUE(lock);
+        EXPECT_EQ(logind.heldLocks(), 1U) << "it outlives the connection";
+    }
+    EXPECT_EQ(logind.heldLocks(), 0U);
+    ASSERT_EQ(logind.calls().size(), 1U);
+    EXPECT_EQ(logind.calls()[0].arguments, R"("sleep", "tavo", "trying out whether it holds", "block")");
+    EXPECT_FALSE(logind.calls()[0].mayStartService);
+}
+
+TEST_F(SystemBusTest, ARefusedLockIsAFailureWithItsName) {
+    ScriptedLogind logind(pump, bus.address());
+    logind.refuse("sleep", "org.freedesktop.DBus.Error.InteractiveAuthorizationRequired",
+                  "Interactive authentication required.");
+    const auto failure = failureOf([](const LogindClient& client) { return client.takeLock("sleep", "trying"); });
+    EXPECT_EQ(failure.name(), "org.freedesktop.DBus.Error.InteractiveAuthorizationRequired");
+    EXPECT_EQ(failure.description(), "logind refused the lock \"sleep\": interactive authentication required");
+    EXPECT_EQ(logind.heldLocks(), 0U);
+}
+
+TEST_F(SystemBusTest, AnAnswerWithoutALockIsAFailure) {
+    ScriptedLogind logind(pump, bus.address());
+    logind.answerWithNonsense();
+    EXPECT_THAT(failureOf(idleLock).description(), StartsWith("logind refused the lock \"idle\": "));
+}
+
+TEST_F(SystemBusTest, TheVersionIsTheServiceManagers) {
+    const auto version = [](const LogindClient& logind) { return logind.systemdVersion(); };
+    EXPECT_EQ(ask(version), std::nullopt) << "another program runs the system";
+    startService("org.freedesktop.systemd1").answer("Get", [](sd_bus_message* call) {
+        return sd_bus_reply_method_return(call, "v", "s", "252.39-1~deb12u2");
+    });
+    EXPECT_EQ(ask(version), "252.39-1~deb12u2");
+    ASSERT_EQ(service->calls().size(), 1U);
+    EXPECT_EQ(service->calls()[0].arguments, R"("org.freedesktop.systemd1.Manager", "Version")");
+}
+
+TEST_F(SystemBusTest, WithoutABusThereIsAFailure) {
+    for (const int signal : {SIGTERM, SIGKILL}) {
+        bus.stop(signal);
+        const auto failure = failureOf(listed);
+        EXPECT_THAT(failure.description(), AnyOf(StartsWith("there is no system message bus: "),
+                                                 StartsWith("could not list logind's locks: ")));
+        EXPECT_THROW(LogindLockList().heldAssertions(), BusError);
+        bus.start();
+    }
+}
+
+TEST_F(SystemBusTest, ABusThatEndsUnderAnOpenConnectionIsAFailure) {
+    startService();
+    const LogindClient logind;
+    EXPECT_TRUE(logind.isRunning());
+    bus.stop(SIGKILL);
+    EXPECT_THROW(logind.blockingLocks(), BusError);
+    EXPECT_THROW(static_cast<void>(logind.isRunning()), BusError);
+    EXPECT_THROW(logind.takeLock("idle", "trying"), BusError);
+}
+
+TEST_F(SystemBusTest, TheListOfLocksAsksAnewEveryTime) {
+    startService().answer("ListInhibitors", withInhibitors({{"idle", "tavo", "block", 10}}));
+    LogindLockList list;
+    const auto heldNow = [&] { return ask([&](const LogindClient&) { return list.heldAssertions(); }); };
+    EXPECT_EQ(heldNow().size(), 1U);
+    service->answer("ListInhibitors", withInhibitors({}));
+    EXPECT_THAT(heldNow(), IsEmpty());
+}
+
+} // namespace
+} // namespace tavo
