@@ -4,6 +4,7 @@
 #include "RunReport.h"
 #include "app/AsioMainLoop.h"
 #include "app/TavoAppModel.h"
+#include "base/Text.h"
 #include "config/InstanceLock.h"
 
 #include <fmt/format.h>
@@ -136,7 +137,7 @@ private:
         } catch (const std::exception&) {
             // What is to be said follows, on standard error.
         }
-        fmt::print(stderr, "tavoctl: {}\n", failed.lastError.value_or("the evaluation failed."));
+        fmt::print(stderr, "tavoctl: {}\n", visibleControls(failed.lastError.value_or("the evaluation failed.")));
         loop->stop();
     }
 

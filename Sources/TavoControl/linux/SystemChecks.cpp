@@ -117,7 +117,7 @@ SystemCheck checkDesktop() {
         }
         return {.subject = "desktop", .finding = "no service that suspends on its own is running"};
     } catch (const BusError&) {
-        return {.subject = "desktop", .finding = "no desktop session, so nobody beside logind has to be told"};
+        return {.subject = "desktop", .finding = "no desktop session, so nobody but logind has to be told"};
     }
 }
 
