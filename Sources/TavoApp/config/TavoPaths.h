@@ -31,9 +31,9 @@ struct UserDirectoriesProviding {
 
 /// The folders as this system has them.
 ///
-/// Linux: `$XDG_CONFIG_HOME` when it is an absolute path, else ".config" in the home directory (XDG Base Directory
-/// Specification). macOS: "Library/Application Support" in the home directory. The home directory is `$HOME` when it is an
-/// absolute path, else the user database's, getpwuid(3).
+/// Linux: `$XDG_CONFIG_HOME` when it is an absolute path, else ".config" in the home directory (the XDG base
+/// directories of freedesktop.org). macOS: "Library/Application Support" in the home directory. The home directory is
+/// `$HOME` when it is an absolute path, else the user database's, getpwuid(3).
 class SystemUserDirectories final : public UserDirectoriesProviding {
 public:
     std::vector<std::filesystem::path> applicationSupportDirectories() const override;

@@ -5,7 +5,7 @@
 namespace tavo {
 
 std::vector<std::filesystem::path> SystemUserDirectories::applicationSupportDirectories() const {
-    // A relative path in the variable is to be ignored, says the XDG Base Directory Specification.
+    // A relative path in the variable is to be ignored, say the rules for the XDG base directories.
     if (const char* configHome = std::getenv("XDG_CONFIG_HOME"); configHome != nullptr && configHome[0] == '/') {
         return {configHome};
     }
