@@ -51,7 +51,7 @@ protected:
         bus.start();
         setenv(variable, bus.address().c_str(), 1);
     }
-    ~SystemBusTest() override {
+    void TearDown() override {
         if (addressBefore) {
             setenv(variable, addressBefore->c_str(), 1);
         } else {
