@@ -69,7 +69,7 @@ TEST(PMSetAssertionList, AnythingElseIsLeftOut) {
         "named: pid 5(x): [",
         "pid 5(\xFF\xFE): \xFF named: \xFF",
         "\xFF\xFE\xFD",
-        std::string("pid 5(x): [0x1]\0 PreventSystemSleep", 36),
+        std::string("pid 5(x): [0x1]\0 PreventSystemSleep", 35),
     };
     for (const auto& line : badLines) {
         SCOPED_TRACE(line);
