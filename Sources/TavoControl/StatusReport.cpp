@@ -94,9 +94,11 @@ std::string StatusReport::discrepancy() const {
     if (lacking.empty()) {
         return {};
     }
-    return fmt::format("less is held than planned: {} was refused, so the {} may still be put to sleep by others; "
-                       "run sudo tavoctl run to hold it too.",
-                       fmt::join(lacking, " and "), facts.machineNoun);
+    // The plan is for the power as it is now; the lock is from the last evaluation, which may have been before a plug came in.
+    return fmt::format(
+        "less is held than planned: {} was refused, or the power source has changed within the last minute; "
+        "so the {} may still be put to sleep by others. run sudo tavoctl run to hold it too.",
+        fmt::join(lacking, " and "), facts.machineNoun);
 }
 
 std::string StatusReport::heldText() const {

@@ -82,8 +82,8 @@ Held lock(const std::string& what) {
 
 const std::string awake = "keeping computer awake";
 const std::string lacksSleep =
-    "less is held than planned: sleep was refused, so the computer may still be put to sleep "
-    "by others; run sudo tavoctl run to hold it too.";
+    "less is held than planned: sleep was refused, or the power source has changed within the last minute; "
+    "so the computer may still be put to sleep by others. run sudo tavoctl run to hold it too.";
 constexpr auto ac = CurrentPowerSource::ac;
 constexpr auto battery = CurrentPowerSource::battery;
 constexpr auto unknown = CurrentPowerSource::unknown;
