@@ -66,7 +66,7 @@ void AsioMainLoop::stop() {
     implementation->context.stop();
 }
 
-void AsioMainLoop::handleSignals(const std::vector<int>& signals, std::function<void(int)> handler) {
+void AsioMainLoop::handleSignals(const std::vector<int>& signals, const std::function<void(int)>& handler) {
     auto set = std::make_unique<asio::signal_set>(implementation->context);
     for (const int signal : signals) {
         set->add(signal);

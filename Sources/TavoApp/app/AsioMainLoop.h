@@ -23,7 +23,7 @@ public:
     void stop();
 
     /// Calls `handler` on the main thread for each of the signals that arrives. @throws std::system_error.
-    void handleSignals(const std::vector<int>& signals, std::function<void(int signal)> handler);
+    void handleSignals(const std::vector<int>& signals, const std::function<void(int signal)>& handler);
 
     TimePoint now() const override;
     void post(std::function<void()> work) override;

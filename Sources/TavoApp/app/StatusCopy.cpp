@@ -55,8 +55,8 @@ RuntimeStatusCopy powerMismatchCopy(PowerSourcePolicy policy, const PowerStatus&
 
 RuntimeStatusCopy inactiveCopy(const AppConfig& config, const RuntimeSnapshot& snapshot, const PowerStatus& powerStatus,
                                const RuntimeStatusCopy& active) {
-    const RuntimeStatusCopy paused{"paused", "tavo is off"};
-    const auto waiting = waitingCopy(config.trigger.mode, shortDisplayName(config.trigger));
+    RuntimeStatusCopy paused{"paused", "tavo is off"};
+    auto waiting = waitingCopy(config.trigger.mode, shortDisplayName(config.trigger));
     const bool hasMatch = !snapshot.matchedProcesses.empty();
     switch (snapshot.lastDecisionReason) {
     case RuntimeDecisionReason::disabled:
