@@ -48,8 +48,11 @@ public:
         }
     }
 
-    void fill(std::string_view content) {
+    void fill(std::string_view content, mode_t mode) {
         writeAll(file, content, target);
+        if (fchmod(file.get(), mode) != 0) {
+            throwErrno("could not set who may read", target);
+        }
         if (fsync(file.get()) != 0) {
             throwErrno("could not flush to the disk", target);
         }
@@ -116,10 +119,10 @@ std::string readWholeFile(const std::filesystem::path& path) {
     }
 }
 
-void replaceFileAtomically(const std::filesystem::path& path, std::string_view content) {
+void replaceFileAtomically(const std::filesystem::path& path, std::string_view content, mode_t mode) {
     const auto target = resolvedLink(path);
     TemporaryFile temporary(target);
-    temporary.fill(content);
+    temporary.fill(content, mode);
     temporary.moveIntoPlace();
     flushFolder(target.parent_path());
 }

@@ -34,6 +34,15 @@ TEST(ProcfsStat, AnyNameIsReadWhole) {
     }
 }
 
+TEST(ProcfsStat, TellsWhenTheProcessStartedWhateverItsName) {
+    EXPECT_EQ(procfsStartTicks(statLine("bash")), 3311U);
+    EXPECT_EQ(procfsStartTicks(statLine(") S 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 17 18 19 20")), 3311U);
+    EXPECT_FALSE(procfsStartTicks(""));
+    EXPECT_FALSE(procfsStartTicks("42 (bash) S 7"));
+    const auto line = statLine("bash");
+    EXPECT_FALSE(procfsStartTicks(line.substr(0, line.find(" 3311") + 5))) << "the number may go on";
+}
+
 TEST(ProcfsStat, ALineThatIsCutAnywhereBeforeTheLastFieldThatCountsIsNone) {
     const auto line = statLine("a) R 1 (b");
     const auto needed = line.find(" 150 25 ") + std::string(" 150 25 ").size();

@@ -37,6 +37,22 @@ std::optional<Number> takeNumber(std::string_view& text) {
     return field ? wholeNumber<Number>(*field) : std::nullopt;
 }
 
+void skipFields(std::string_view& text, int count) {
+    for (int field = 0; field < count; ++field) {
+        takeField(text);
+    }
+}
+
+/// What follows the name. The name may itself hold ')' and spaces, so the fixed fields start after the last one.
+std::optional<std::string_view> fieldsAfterName(std::string_view text) {
+    const auto nameStart = text.find(" (");
+    const auto nameEnd = text.rfind(") ");
+    if (nameStart == std::string_view::npos || nameEnd == std::string_view::npos || nameEnd < nameStart + 2) {
+        return std::nullopt;
+    }
+    return text.substr(nameEnd + 2);
+}
+
 /// The arguments without the NULs at the end, which processes that shorten their title leave behind.
 std::string_view withoutPadding(std::string_view cmdline) {
     return cmdline.substr(0, cmdline.find_last_not_of('\0') + 1);
@@ -65,21 +81,18 @@ std::string_view completed(std::string_view name, std::string_view cmdline) {
 } // namespace
 
 std::optional<ProcfsStat> parseProcfsStat(std::string_view text) {
-    const auto nameStart = text.find(" (");
-    // The name may itself hold ')' and spaces, so the fixed fields start after the last one.
-    const auto nameEnd = text.rfind(") ");
-    if (nameStart == std::string_view::npos || nameEnd == std::string_view::npos || nameEnd < nameStart + 2) {
+    const auto fields = fieldsAfterName(text);
+    if (!fields) {
         return std::nullopt;
     }
+    const auto nameStart = text.find(" (");
+    const auto nameEnd = text.size() - fields->size() - 2;
     const auto pid = wholeNumber<std::int32_t>(text.substr(0, nameStart));
-    auto rest = text.substr(nameEnd + 2);
+    auto rest = *fields;
     const auto state = takeField(rest);
     const auto parentPID = takeNumber<std::int32_t>(rest);
     // From the process group up to the page faults of waited-for children.
-    constexpr int fieldsBetween = 9;
-    for (int field = 0; field < fieldsBetween; ++field) {
-        takeField(rest);
-    }
+    skipFields(rest, 9);
     const auto userTicks = takeNumber<std::uint64_t>(rest);
     const auto systemTicks = takeNumber<std::uint64_t>(rest);
     if (!pid || *pid <= 0 || !state || state->size() != 1 || !parentPID || !userTicks || !systemTicks) {
@@ -90,6 +103,16 @@ std::optional<ProcfsStat> parseProcfsStat(std::string_view text) {
                       .userTicks = *userTicks,
                       .systemTicks = *systemTicks,
                       .name = text.substr(nameStart + 2, nameEnd - nameStart - 2)};
+}
+
+std::optional<std::uint64_t> procfsStartTicks(std::string_view text) {
+    auto fields = fieldsAfterName(text);
+    if (!fields) {
+        return std::nullopt;
+    }
+    // From the state up to what has been an interval timer.
+    skipFields(*fields, 19);
+    return takeNumber<std::uint64_t>(*fields);
 }
 
 std::string procfsCommandLine(std::string_view cmdline) {

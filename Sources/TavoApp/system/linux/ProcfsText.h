@@ -26,6 +26,10 @@ struct ProcfsStat {
 /// Gives nothing for a text that is cut short or is no stat line.
 std::optional<ProcfsStat> parseProcfsStat(std::string_view text);
 
+/// When the process of such a line started, in clock ticks since the machine's start. With the process id it names a process
+/// for as long as the machine runs. Absent for a text that is cut short or is no stat line.
+std::optional<std::uint64_t> procfsStartTicks(std::string_view text);
+
 /// The command line that `/proc/PID/cmdline` holds, its arguments joined by single spaces, trimmed, in valid UTF-8. Empty
 /// for a process without arguments (kernel threads, zombies).
 std::string procfsCommandLine(std::string_view cmdline);

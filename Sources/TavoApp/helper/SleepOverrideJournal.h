@@ -1,0 +1,55 @@
+#pragma once
+
+#include "base/JsonCoding.h"
+#include "helper/PMSetScope.h"
+#include "helper/ProcessIdentity.h"
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace tavo {
+
+/// What one process has asked for.
+struct SleepOverride {
+    ProcessIdentity owner;
+
+    /// In the scopes' own order, each once.
+    std::vector<PMSetScope> scopes;
+
+    bool operator==(const SleepOverride&) const = default;
+
+    static SleepOverride fromJson(const Json& value, const std::string& path = {});
+};
+
+/// What the helper remembers beyond its own life.
+struct SleepOverrideRecord {
+    std::vector<SleepOverride> overrides;
+
+    /// The scopes that are switched off, or were about to be: a helper that died has left them so.
+    std::vector<PMSetScope> scopesInForce;
+
+    bool isEmpty() const { return overrides.empty() && scopesInForce.empty(); }
+
+    bool operator==(const SleepOverrideRecord&) const = default;
+
+    static SleepOverrideRecord fromJson(const Json& value, const std::string& path = {});
+};
+
+/// The file in which the helper keeps its record: written by root, readable by all, so that a user can be told who keeps
+/// the machine from sleeping. Its folder must exist and be root's own.
+class SleepOverrideJournal {
+public:
+    explicit SleepOverrideJournal(std::filesystem::path file) : file(std::move(file)) {}
+
+    /// An empty record when there is no file. @throws DecodingError, std::system_error when it cannot be read.
+    SleepOverrideRecord load() const;
+
+    /// Replaces the file atomically; removes it when there is nothing to remember. @throws std::system_error
+    void save(const SleepOverrideRecord& record) const;
+
+private:
+    std::filesystem::path file;
+};
+
+} // namespace tavo
