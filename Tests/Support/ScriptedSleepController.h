@@ -4,6 +4,7 @@
 #include "base/WakeControlError.h"
 #include "helper/PrivilegedSleepControlling.h"
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -20,6 +21,9 @@ public:
 
     void setSleepDisabled(PMSetScope scope, bool disabled) override {
         log->push_back(std::string(disabled ? "sleep off " : "sleep on ") + std::string(rawValue(scope)));
+        if (onCall) {
+            onCall();
+        }
         if (failure) {
             throw WakeControlError::commandFailed(*failure);
         }
@@ -27,6 +31,9 @@ public:
 
     std::shared_ptr<EventLog> log;
     bool available = true;
+
+    /// Runs while a call is being carried out.
+    std::function<void()> onCall;
 
     /// The message with which every call fails while it is set.
     std::optional<std::string> failure;

@@ -1,0 +1,167 @@
+#include "TavoPrivilegedHelper/OverrideKeeper.h"
+
+#include "base/WakeControlError.h"
+
+#include <fmt/format.h>
+
+#include <utility>
+
+namespace tavo {
+
+OverrideKeeper::OverrideKeeper(std::shared_ptr<PrivilegedSleepControlling> setting, SleepOverrideJournal journal,
+                               std::shared_ptr<ProcessWatching> processes, Log log)
+    : setting(std::move(setting)), journal(std::move(journal)), processes(std::move(processes)), log(std::move(log)) {}
+
+void OverrideKeeper::takeOver(const std::vector<PMSetScope>& foundInForce) {
+    const auto record = readJournal();
+    doubtful.insert(record.scopesInForce.begin(), record.scopesInForce.end());
+    doubtful.insert(foundInForce.begin(), foundInForce.end());
+    for (const auto& override : record.overrides) {
+        adopt(override);
+    }
+    settle();
+}
+
+SleepOverrideRecord OverrideKeeper::readJournal() const {
+    try {
+        return journal.load();
+    } catch (const std::exception& error) {
+        log(fmt::format("the journal of overrides cannot be read, so everything is undone: {}", error.what()));
+        return {{}, {PMSetScope::all, PMSetScope::ac, PMSetScope::battery}};
+    }
+}
+
+void OverrideKeeper::adopt(const SleepOverride& override) {
+    auto exit = watch(override.owner);
+    if (!exit) {
+        log(fmt::format("process {} has ended meanwhile", override.owner.pid));
+        return;
+    }
+    owners[override.owner] = {{override.scopes.begin(), override.scopes.end()}, std::move(exit)};
+    log(fmt::format("took over what process {} has asked for", override.owner.pid));
+}
+
+std::unique_ptr<ProcessWatch> OverrideKeeper::watch(const ProcessIdentity& process) {
+    return processes->watchExit(process, [this, process] { ownerEnded(process); });
+}
+
+void OverrideKeeper::setSleepDisabled(const ProcessIdentity& owner, PMSetScope scope, bool disabled) {
+    if (disabled) {
+        add(owner, scope);
+    } else {
+        remove(owner, scope);
+    }
+}
+
+void OverrideKeeper::add(const ProcessIdentity& owner, PMSetScope scope) {
+    const bool isNewOwner = !owners.contains(owner);
+    if (isNewOwner) {
+        auto exit = watch(owner);
+        if (!exit) {
+            throw WakeControlError::commandFailed("the process that asked for an override has ended.");
+        }
+        owners[owner].watch = std::move(exit);
+    }
+    const bool isNewScope = owners[owner].scopes.insert(scope).second;
+    try {
+        writeJournal();
+        reconcile();
+    } catch (...) {
+        if (isNewScope) {
+            owners[owner].scopes.erase(scope);
+        }
+        if (isNewOwner) {
+            owners.erase(owner);
+        }
+        settle();
+        throw;
+    }
+}
+
+void OverrideKeeper::remove(const ProcessIdentity& owner, PMSetScope scope) {
+    const auto found = owners.find(owner);
+    if (found != owners.end()) {
+        found->second.scopes.erase(scope);
+        if (found->second.scopes.empty()) {
+            owners.erase(found);
+        }
+    }
+    try {
+        reconcile();
+        writeJournal();
+    } catch (...) {
+        isSettled = false;
+        throw;
+    }
+}
+
+// By value: the watch goes with its owner, and with the watch what this was called with.
+void OverrideKeeper::ownerEnded(ProcessIdentity owner) {
+    if (owners.erase(owner) > 0) {
+        log(fmt::format("process {} has ended; what it asked for is undone", owner.pid));
+        settle();
+    }
+}
+
+void OverrideKeeper::undoAll() {
+    owners.clear();
+    settle();
+}
+
+std::set<PMSetScope> OverrideKeeper::wantedScopes() const {
+    std::set<PMSetScope> scopes;
+    for (const auto& [process, owner] : owners) {
+        scopes.insert(owner.scopes.begin(), owner.scopes.end());
+    }
+    return scopes;
+}
+
+void OverrideKeeper::writeJournal() const {
+    SleepOverrideRecord record;
+    for (const auto& [process, owner] : owners) {
+        record.overrides.push_back({process, {owner.scopes.begin(), owner.scopes.end()}});
+    }
+    auto scopes = wantedScopes();
+    scopes.insert(inForce.begin(), inForce.end());
+    scopes.insert(doubtful.begin(), doubtful.end());
+    record.scopesInForce.assign(scopes.begin(), scopes.end());
+    journal.save(record);
+}
+
+/// Makes the setting what the owners want. New scopes come first: with the lid closed, a moment in between without any
+/// would be enough for the machine to fall asleep.
+void OverrideKeeper::reconcile() {
+    const auto wanted = wantedScopes();
+    for (const auto scope : wanted) {
+        if (!inForce.contains(scope)) {
+            doubtful.insert(scope);
+            setting->setSleepDisabled(scope, true);
+            inForce.insert(scope);
+        }
+        doubtful.erase(scope);
+    }
+    auto unwanted = inForce;
+    unwanted.insert(doubtful.begin(), doubtful.end());
+    for (const auto scope : unwanted) {
+        if (!wanted.contains(scope)) {
+            setting->setSleepDisabled(scope, false);
+            inForce.erase(scope);
+            doubtful.erase(scope);
+        }
+    }
+}
+
+void OverrideKeeper::settle() noexcept {
+    try {
+        reconcile();
+        writeJournal();
+        isSettled = true;
+    } catch (const std::exception& error) {
+        // Said once: the attempts go on, and would fill the log.
+        if (std::exchange(isSettled, false)) {
+            log(fmt::format("could not bring the overrides in order, trying again: {}", error.what()));
+        }
+    }
+}
+
+} // namespace tavo
