@@ -13,7 +13,7 @@
 #include "runtime/linux/InhibitorCommandRunner.h"
 #include "system/linux/ProcfsProcessSnapshotProvider.h"
 #include "system/linux/SysfsPowerEnvironment.h"
-#include "system/linux/SystemBus.h"
+#include "system/linux/LogindClient.h"
 #endif
 
 namespace tavo {

@@ -22,6 +22,9 @@ struct HelperServiceSetup {
     /// What that file holds. @throws DescribedError when it cannot be written down.
     virtual std::string serviceDefinitionContent() const = 0;
 
+    /// Where the helper keeps its SleepOverrideJournal.
+    virtual std::filesystem::path overrideJournal() const = 0;
+
     /// What root's shell runs to install both files and to start the service.
     /// @param source            the helper to install; exists.
     /// @param stagedDefinition  a file with serviceDefinitionContent().

@@ -29,6 +29,9 @@ public:
     std::filesystem::path helperExecutable() const override { return layout.helperExecutableURL; }
     std::filesystem::path serviceDefinition() const override { return layout.launchDaemonPlistURL; }
 
+    /// In root's own folder, which outlives a restart of the machine as the setting itself does.
+    std::filesystem::path overrideJournal() const override { return "/var/db/com.vrd.tavo.helper/overrides.json"; }
+
     /// A property list in the XML format. @throws PropertyListError when XML cannot carry a path.
     std::string serviceDefinitionContent() const override;
 

@@ -1,6 +1,6 @@
 #include "SystemChecks.h"
 
-#include "system/linux/SystemBus.h"
+#include "system/linux/LogindClient.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>

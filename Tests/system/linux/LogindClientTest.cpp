@@ -1,4 +1,4 @@
-#include "system/linux/SystemBus.h"
+#include "system/linux/LogindClient.h"
 
 #include "Support/PrivateBus.h"
 #include "TavoInhibit/ScriptedLogind.h"
@@ -42,9 +42,9 @@ ScriptedBusService::Answer withInhibitors(std::vector<Inhibitor> inhibitors) {
 }
 
 /// A system bus of the test's own.
-class SystemBusTest : public ::testing::Test {
+class LogindClientTest : public ::testing::Test {
 protected:
-    SystemBusTest() {
+    LogindClientTest() {
         if (const char* address = std::getenv(variable)) {
             addressBefore = address;
         }
@@ -98,7 +98,7 @@ protected:
     std::optional<ScriptedBusService> service;
 };
 
-TEST_F(SystemBusTest, OnlyBlockLocksThatCoverSleepAreListed) {
+TEST_F(LogindClientTest, OnlyBlockLocksThatCoverSleepAreListed) {
     startService().answer("ListInhibitors", withInhibitors({
                                                 {"sleep:idle", "tavo", "block", 10},
                                                 {"sleep", "updater", "delay", 11},
@@ -121,17 +121,17 @@ TEST_F(SystemBusTest, OnlyBlockLocksThatCoverSleepAreListed) {
     EXPECT_EQ(service->calls()[0], expected);
 }
 
-TEST_F(SystemBusTest, AnEmptyListIsNoFailure) {
+TEST_F(LogindClientTest, AnEmptyListIsNoFailure) {
     startService().answer("ListInhibitors", withInhibitors({}));
     EXPECT_THAT(ask(listed), IsEmpty());
 }
 
-TEST_F(SystemBusTest, AListOfAnotherFormIsAFailure) {
+TEST_F(LogindClientTest, AListOfAnotherFormIsAFailure) {
     startService().answer("ListInhibitors", ScriptedBusService::withCookie(7));
     EXPECT_THAT(failureOf(listed).description(), StartsWith("could not list logind's locks: "));
 }
 
-TEST_F(SystemBusTest, ALogindThatRefusesToListIsAFailureWithItsName) {
+TEST_F(LogindClientTest, ALogindThatRefusesToListIsAFailureWithItsName) {
     startService().answer("ListInhibitors",
                           ScriptedBusService::withError("org.freedesktop.DBus.Error.AccessDenied", "Access denied."));
     const auto failure = failureOf(listed);
@@ -139,12 +139,12 @@ TEST_F(SystemBusTest, ALogindThatRefusesToListIsAFailureWithItsName) {
     EXPECT_EQ(failure.description(), "could not list logind's locks: access denied");
 }
 
-TEST_F(SystemBusTest, ASilentLogindIsAFailureAndNoHang) {
+TEST_F(LogindClientTest, ASilentLogindIsAFailureAndNoHang) {
     startService().answer("ListInhibitors", ScriptedBusService::never());
     EXPECT_THAT(failureOf(listed).description(), StartsWith("could not list logind's locks: "));
 }
 
-TEST_F(SystemBusTest, WithoutLogindNothingIsStartedToAnswer) {
+TEST_F(LogindClientTest, WithoutLogindNothingIsStartedToAnswer) {
     const auto marker = bus.folder() / "started";
     bus.stop(SIGTERM);
     bus.makeActivatable("org.freedesktop.login1", marker);
@@ -155,7 +155,7 @@ TEST_F(SystemBusTest, WithoutLogindNothingIsStartedToAnswer) {
     EXPECT_FALSE(std::filesystem::exists(marker));
 }
 
-TEST_F(SystemBusTest, ALogindThatComesAndGoesIsSeen) {
+TEST_F(LogindClientTest, ALogindThatComesAndGoesIsSeen) {
     const auto isRunning = [](const LogindClient& logind) { return logind.isRunning(); };
     startService();
     EXPECT_TRUE(ask(isRunning));
@@ -166,7 +166,7 @@ TEST_F(SystemBusTest, ALogindThatComesAndGoesIsSeen) {
     EXPECT_TRUE(ask([](const LogindClient& logind) { return logind.isPolkitRunning(); }));
 }
 
-TEST_F(SystemBusTest, ALockLastsUntilItsDescriptorIsClosed) {
+TEST_F(LogindClientTest, ALockLastsUntilItsDescriptorIsClosed) {
     ScriptedLogind logind(pump, bus.address());
     {
         const auto lock =
@@ -180,7 +180,7 @@ TEST_F(SystemBusTest, ALockLastsUntilItsDescriptorIsClosed) {
     EXPECT_FALSE(logind.calls()[0].mayStartService);
 }
 
-TEST_F(SystemBusTest, ARefusedLockIsAFailureWithItsName) {
+TEST_F(LogindClientTest, ARefusedLockIsAFailureWithItsName) {
     ScriptedLogind logind(pump, bus.address());
     logind.refuse("sleep", "org.freedesktop.DBus.Error.InteractiveAuthorizationRequired",
                   "Interactive authentication required.");
@@ -190,13 +190,13 @@ TEST_F(SystemBusTest, ARefusedLockIsAFailureWithItsName) {
     EXPECT_EQ(logind.heldLocks(), 0U);
 }
 
-TEST_F(SystemBusTest, AnAnswerWithoutALockIsAFailure) {
+TEST_F(LogindClientTest, AnAnswerWithoutALockIsAFailure) {
     ScriptedLogind logind(pump, bus.address());
     logind.answerWithNonsense();
     EXPECT_THAT(failureOf(idleLock).description(), StartsWith("logind refused the lock \"idle\": "));
 }
 
-TEST_F(SystemBusTest, TheVersionIsTheServiceManagers) {
+TEST_F(LogindClientTest, TheVersionIsTheServiceManagers) {
     const auto version = [](const LogindClient& logind) { return logind.systemdVersion(); };
     EXPECT_EQ(ask(version), std::nullopt) << "another program runs the system";
     startService("org.freedesktop.systemd1").answer("Get", [](sd_bus_message* call) {
@@ -207,7 +207,7 @@ TEST_F(SystemBusTest, TheVersionIsTheServiceManagers) {
     EXPECT_EQ(service->calls()[0].arguments, R"("org.freedesktop.systemd1.Manager", "Version")");
 }
 
-TEST_F(SystemBusTest, WithoutABusThereIsAFailure) {
+TEST_F(LogindClientTest, WithoutABusThereIsAFailure) {
     for (const int signal : {SIGTERM, SIGKILL}) {
         bus.stop(signal);
         const auto failure = failureOf(listed);
@@ -218,7 +218,7 @@ TEST_F(SystemBusTest, WithoutABusThereIsAFailure) {
     }
 }
 
-TEST_F(SystemBusTest, ABusThatEndsUnderAnOpenConnectionIsAFailure) {
+TEST_F(LogindClientTest, ABusThatEndsUnderAnOpenConnectionIsAFailure) {
     startService();
     const LogindClient logind;
     EXPECT_TRUE(logind.isRunning());
@@ -228,7 +228,7 @@ TEST_F(SystemBusTest, ABusThatEndsUnderAnOpenConnectionIsAFailure) {
     EXPECT_THROW(logind.takeLock("idle", "trying"), BusError);
 }
 
-TEST_F(SystemBusTest, TheListOfLocksAsksAnewEveryTime) {
+TEST_F(LogindClientTest, TheListOfLocksAsksAnewEveryTime) {
     startService().answer("ListInhibitors", withInhibitors({{"idle", "tavo", "block", 10}}));
     LogindLockList list;
     const auto heldNow = [&] { return ask([&](const LogindClient&) { return list.heldAssertions(); }); };

@@ -1,0 +1,56 @@
+#include "helper/linux/LogindLidSwitch.h"
+
+#include "system/linux/LogindClient.h"
+
+#include <array>
+#include <string_view>
+#include <utility>
+
+namespace tavo {
+
+namespace {
+
+/// Not the name of the lock that a Tavo itself holds: this one belongs to the service.
+constexpr const char* lockHolder = "tavo-helper";
+constexpr const char* lockReason = "an open lid is not needed to stay awake";
+
+} // namespace
+
+LidSwitchActions LogindLidSwitch::actions() const {
+    const LogindClient logind;
+    return {logind.text("HandleLidSwitch"), logind.text("HandleLidSwitchExternalPower")};
+}
+
+void LogindLidSwitch::rereadConfiguration() const {
+    LogindClient().rereadConfiguration();
+}
+
+FileDescriptor LogindLidSwitch::takeSleepLock() const {
+    return LogindClient().takeLock("sleep", lockReason, lockHolder);
+}
+
+LidSituation LogindLidSwitch::situation() const {
+    const LogindClient logind;
+    const auto blocked = ":" + logind.text("BlockInhibited") + ":";
+    return {.isLidClosed = logind.flag("LidClosed"),
+            .isOnExternalPower = logind.flag("OnExternalPower"),
+            .isDocked = logind.flag("Docked"),
+            .actionWhenDocked = logind.text("HandleLidSwitchDocked"),
+            .isLidHandledElsewhere = blocked.find(":handle-lid-switch:") != std::string::npos,
+            .isSleepBlocked = blocked.find(":sleep:") != std::string::npos};
+}
+
+void LogindLidSwitch::sleep(const std::string& action) const {
+    constexpr std::array<std::pair<std::string_view, const char*>, 4> methods{
+        {{"suspend", "Suspend"},
+         {"hibernate", "Hibernate"},
+         {"hybrid-sleep", "HybridSleep"},
+         {"suspend-then-hibernate", "SuspendThenHibernate"}}};
+    for (const auto& [word, method] : methods) {
+        if (action == word) {
+            LogindClient().requestSleep(method);
+        }
+    }
+}
+
+} // namespace tavo

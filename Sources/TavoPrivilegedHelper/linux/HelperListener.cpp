@@ -1,0 +1,137 @@
+#include "TavoPrivilegedHelper/linux/HelperListener.h"
+
+#include "TavoPrivilegedHelper/linux/HelperConnection.h"
+
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <system_error>
+#include <utility>
+
+namespace tavo {
+
+namespace {
+
+/// As many as a flood may bring while the helper is busy with one request; the kernel may allow fewer.
+constexpr int queueLength = 4096;
+
+constexpr std::chrono::milliseconds pauseAfterFailure{100};
+
+} // namespace
+
+class HelperListener::Acceptor final : public std::enable_shared_from_this<Acceptor> {
+public:
+    Acceptor(asio::io_context& loop, std::filesystem::path path, std::shared_ptr<const HelperService> service,
+             std::shared_ptr<const ProcessWatching> processes, Limits limits)
+        : path(std::move(path)), service(std::move(service)), processes(std::move(processes)), limits(limits),
+          acceptor(loop), pause(loop) {
+        std::filesystem::remove(this->path);
+        acceptor.open();
+        acceptor.bind(asio::local::stream_protocol::endpoint(this->path.string()));
+        // Whatever the process's mask: whoever cannot connect cannot be told why he is not served.
+        if (chmod(this->path.c_str(), S_IRUSR | S_IWUSR | S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH) != 0) {
+            throw std::system_error(errno, std::generic_category(), "could not open to all " + this->path.string());
+        }
+        acceptor.listen(queueLength);
+    }
+
+    void acceptNext() {
+        isAccepting = true;
+        acceptor.async_accept(
+            [weakSelf = weak_from_this()](const asio::error_code& error, asio::local::stream_protocol::socket socket) {
+                const auto self = weakSelf.lock();
+                if (!self || error == asio::error::operation_aborted) {
+                    return;
+                }
+                self->isAccepting = false;
+                if (error) {
+                    self->retryLater();
+                    return;
+                }
+                self->serve(std::move(socket));
+                self->acceptIfThereIsRoom();
+            });
+    }
+
+    void close() {
+        asio::error_code ignored; // it is given up in any case
+        acceptor.close(ignored);
+        pause.cancel();
+        std::filesystem::remove(path, ignored);
+    }
+
+    std::size_t openConnections() const { return open; }
+
+private:
+    /// Counts a connection while it lives.
+    class OpenConnection {
+    public:
+        explicit OpenConnection(std::weak_ptr<Acceptor> counter) : counter(std::move(counter)) {
+            ++this->counter.lock()->open;
+        }
+        OpenConnection(const OpenConnection&) = delete;
+        OpenConnection& operator=(const OpenConnection&) = delete;
+        ~OpenConnection() {
+            if (const auto acceptor = counter.lock()) {
+                --acceptor->open;
+                acceptor->acceptIfThereIsRoom();
+            }
+        }
+
+    private:
+        std::weak_ptr<Acceptor> counter;
+    };
+
+    void serve(asio::local::stream_protocol::socket socket) {
+        std::make_shared<HelperConnection>(std::move(socket), service, processes, limits.deadline,
+                                           std::make_shared<OpenConnection>(weak_from_this()))
+            ->begin();
+    }
+
+    void acceptIfThereIsRoom() {
+        if (!isAccepting && acceptor.is_open() && open < limits.connections) {
+            acceptNext();
+        }
+    }
+
+    /// Out of descriptors or memory: those that are in use come back.
+    void retryLater() {
+        pause.expires_after(pauseAfterFailure);
+        pause.async_wait([weakSelf = weak_from_this()](const asio::error_code& error) {
+            if (const auto self = weakSelf.lock(); self && !error) {
+                self->acceptIfThereIsRoom();
+            }
+        });
+    }
+
+    std::filesystem::path path;
+    std::shared_ptr<const HelperService> service;
+    std::shared_ptr<const ProcessWatching> processes;
+    Limits limits;
+    asio::local::stream_protocol::acceptor acceptor;
+    asio::steady_timer pause;
+    std::size_t open = 0;
+    bool isAccepting = false;
+};
+
+HelperListener::HelperListener(asio::io_context& loop, const std::filesystem::path& path,
+                               std::shared_ptr<const HelperService> service,
+                               std::shared_ptr<const ProcessWatching> processes, Limits limits)
+    : acceptor(std::make_shared<Acceptor>(loop, path, std::move(service), std::move(processes), limits)) {
+    acceptor->acceptNext();
+}
+
+HelperListener::HelperListener(asio::io_context& loop, const std::filesystem::path& path,
+                               std::shared_ptr<const HelperService> service,
+                               std::shared_ptr<const ProcessWatching> processes)
+    : HelperListener(loop, path, std::move(service), std::move(processes), Limits()) {}
+
+HelperListener::~HelperListener() {
+    acceptor->close();
+}
+
+std::size_t HelperListener::openConnections() const {
+    return acceptor->openConnections();
+}
+
+} // namespace tavo

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "TavoPrivilegedHelper/HelperService.h"
+#include "helper/ProcessWatching.h"
+
+#include <asio/io_context.hpp>
+
+#include <chrono>
+#include <cstddef>
+#include <filesystem>
+#include <memory>
+
+namespace tavo {
+
+/// The helper's socket. Reads from many connections at once, and serves complete requests one by one.
+///
+/// Each connection carries one request and has a deadline for sending it, and another one for taking the reply. Callers are
+/// known by the kernel's word alone (SO_PEERCRED, unix(7)); one that is not served gets its message unread.
+class HelperListener {
+public:
+    struct Limits {
+        std::chrono::milliseconds deadline{1000};
+
+        /// As many connections as are open at once; others wait in the kernel's queue, where the deadlines of those before
+        /// them make room.
+        std::size_t connections = 1024;
+    };
+
+    /// Makes the socket, in place of one that an earlier process has left, for all users to connect to. Its folder must
+    /// exist. Serves while `loop` runs. @throws std::system_error
+    HelperListener(asio::io_context& loop, const std::filesystem::path& path,
+                   std::shared_ptr<const HelperService> service, std::shared_ptr<const ProcessWatching> processes,
+                   Limits limits);
+    HelperListener(asio::io_context& loop, const std::filesystem::path& path,
+                   std::shared_ptr<const HelperService> service, std::shared_ptr<const ProcessWatching> processes);
+    HelperListener(const HelperListener&) = delete;
+    HelperListener& operator=(const HelperListener&) = delete;
+
+    /// Closes the socket, and removes it.
+    ~HelperListener();
+
+    std::size_t openConnections() const;
+
+private:
+    class Acceptor;
+    std::shared_ptr<Acceptor> acceptor;
+};
+
+} // namespace tavo

@@ -1,0 +1,95 @@
+#include "TavoPrivilegedHelper/linux/HelperProgram.h"
+
+#include "TavoPrivilegedHelper/HelperService.h"
+#include "TavoPrivilegedHelper/linux/HelperListener.h"
+#include "TavoPrivilegedHelper/linux/PidfdProcessWatching.h"
+#include "helper/PrivilegedHelperSelfResetter.h"
+#include "helper/linux/LogindLidSwitch.h"
+#include "helper/linux/SocketPrivilegedHelperClient.h"
+#include "helper/linux/SystemdServiceSetup.h"
+#include "system/SystemCommandRunner.h"
+
+#include <asio/signal_set.hpp>
+#include <asio/steady_timer.hpp>
+
+#include <csignal>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace tavo {
+
+namespace {
+
+constexpr std::chrono::seconds retryPause{1};
+
+/// Before giving up at the end; the service manager's patience is longer.
+constexpr int attemptsToUndo = 5;
+
+/// In seconds: longer than the reply takes, and shorter than the application waits for the files to go.
+constexpr std::int64_t removalDelay = 1;
+
+} // namespace
+
+HelperProgram::HelperProgram(std::optional<uid_t> user, Log log)
+    : user(user), log(std::move(log)),
+      setting(std::make_shared<LogindSleepController>(std::make_shared<LogindLidSwitch>(),
+                                                      LogindSleepController::systemDropInFolder(), this->log)),
+      keeper(std::make_shared<OverrideKeeper>(setting, SleepOverrideJournal(SystemdServiceSetup().overrideJournal()),
+                                              std::make_shared<PidfdProcessWatching>(loop), this->log)) {}
+
+void HelperProgram::serve(const std::function<void()>& ready) {
+    // Before anything is in force: from here on a request to stop finds everything undone.
+    asio::signal_set stopSignals(loop, SIGTERM, SIGINT, SIGHUP);
+    stopSignals.async_wait([this](const asio::error_code&, int) { loop.stop(); });
+    takeOver();
+    const PrivilegedHelperSelfResetter resetter(std::make_shared<SystemCommandRunner>(),
+                                                std::make_shared<SystemdServiceSetup>(), removalDelay);
+    const auto service = std::make_shared<HelperService>(
+        keeper, [served = user](uid_t caller) { return served == caller; }, [&resetter] { resetter.requestReset(); });
+    {
+        const HelperListener listener(loop, SocketPrivilegedHelperClient::systemSocket(), service,
+                                      std::make_shared<PidfdProcessWatching>(loop));
+        ready();
+        runUntilStopped();
+    }
+    undoAll();
+}
+
+void HelperProgram::takeOver() {
+    keeper->takeOver(setting->hasLeftover() ? std::vector{PMSetScope::all} : std::vector<PMSetScope>{});
+}
+
+/// Tries again, for as long as it takes, what nobody waits for.
+void HelperProgram::runUntilStopped() {
+    asio::steady_timer retry(loop);
+    bool isRetrying = false;
+    while (!loop.stopped()) {
+        if (keeper->hasUnfinishedWork() && !isRetrying) {
+            isRetrying = true;
+            retry.expires_after(retryPause);
+            retry.async_wait([this, &isRetrying](const asio::error_code&) {
+                isRetrying = false;
+                keeper->retry();
+            });
+        }
+        loop.run_one();
+    }
+}
+
+void HelperProgram::undoAll() {
+    keeper->undoAll();
+    for (int attempt = 1; keeper->hasUnfinishedWork() && attempt < attemptsToUndo; ++attempt) {
+        std::this_thread::sleep_for(retryPause);
+        keeper->retry();
+    }
+}
+
+void HelperProgram::cleanUp(bool everything) {
+    takeOver();
+    if (everything) {
+        undoAll();
+    }
+}
+
+} // namespace tavo

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "TavoPrivilegedHelper/OverrideKeeper.h"
+#include "helper/linux/LogindSleepController.h"
+
+#include <asio/io_context.hpp>
+#include <sys/types.h>
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace tavo {
+
+/// The helper as a service of systemd's, put together from its parts.
+class HelperProgram {
+public:
+    using Log = std::function<void(const std::string&)>;
+
+    /// @param user  is served beside root.
+    HelperProgram(std::optional<uid_t> user, Log log);
+
+    /// Takes over what an earlier helper has left, calls `ready` once requests are read, and serves until SIGTERM, SIGINT or
+    /// SIGHUP; then undoes everything. @throws std::system_error when there can be no socket.
+    void serve(const std::function<void()>& ready);
+
+    /// Undoes what a helper that has ended has left: everything, or only what belongs to processes that have ended.
+    void cleanUp(bool everything);
+
+private:
+    void takeOver();
+    void runUntilStopped();
+    void undoAll();
+
+    std::optional<uid_t> user;
+    Log log;
+    asio::io_context loop{1};
+    std::shared_ptr<LogindSleepController> setting;
+    std::shared_ptr<OverrideKeeper> keeper;
+};
+
+} // namespace tavo
