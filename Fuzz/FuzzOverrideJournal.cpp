@@ -1,0 +1,24 @@
+// Feeds arbitrary bytes to what reads the helper's journal: nothing but a DecodingError may come out, and no process may be
+// named that cannot exist.
+
+#include "Require.h"
+#include "helper/SleepOverrideJournal.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const std::string_view text(reinterpret_cast<const char*>(data), size);
+    try {
+        const auto record = tavo::SleepOverrideRecord::fromJson(tavo::parseJson(text));
+        for (const auto& override : record.overrides) {
+            tavo::require(override.owner.pid > 0, "an owner is a process");
+            tavo::require(std::is_sorted(override.scopes.begin(), override.scopes.end()), "scopes are in order");
+        }
+    } catch (const tavo::DecodingError&) {
+        return 0;
+    }
+    return 0;
+}

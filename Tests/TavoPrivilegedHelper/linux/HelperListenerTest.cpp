@@ -1,0 +1,254 @@
+#include "TavoPrivilegedHelper/linux/HelperListener.h"
+
+#include "Support/ScriptedProcessWatching.h"
+#include "Support/ScriptedSleepController.h"
+#include "Support/TemporaryDirectory.h"
+#include "Support/WaitUntil.h"
+#include "TavoPrivilegedHelper/linux/PidfdProcessWatching.h"
+#include "base/FileDescriptor.h"
+#include "helper/linux/SocketFraming.h"
+#include "helper/linux/SocketPrivilegedHelperClient.h"
+
+#include <asio/executor_work_guard.hpp>
+#include <asio/post.hpp>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <future>
+#include <system_error>
+#include <thread>
+#include <vector>
+
+namespace tavo {
+namespace {
+
+using namespace std::string_literals;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+/// A helper that serves on a thread of its own.
+class Listener : public testing::Test {
+protected:
+    void SetUp() override { begin({}); }
+
+    void TearDown() override { end(); }
+
+    void begin(HelperListener::Limits limits) {
+        loop.restart();
+        idle.emplace(loop.get_executor());
+        keeper = std::make_shared<OverrideKeeper>(setting, SleepOverrideJournal(folder.path() / "overrides.json"),
+                                                  processes, [](const std::string&) {});
+        service = std::make_shared<HelperService>(
+            keeper, [](uid_t) { return true; }, [this] { ++resets; });
+        listener = std::make_unique<HelperListener>(loop, path, service, processes, limits);
+        server = std::thread([this] { loop.run(); });
+    }
+
+    void end() {
+        std::promise<void> isClosed;
+        asio::post(loop, [&] {
+            listener.reset();
+            isClosed.set_value();
+        });
+        isClosed.get_future().wait();
+        idle.reset();
+        loop.stop();
+        server.join();
+        service.reset();
+        keeper.reset();
+    }
+
+    FileDescriptor connectTo() const {
+        FileDescriptor connection(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        path.native().copy(address.sun_path, sizeof(address.sun_path) - 1);
+        if (connect(connection.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
+            throw std::system_error(errno, std::generic_category(), "connect");
+        }
+        return connection;
+    }
+
+    /// Whatever comes until the helper closes.
+    static std::string readAll(const FileDescriptor& connection) {
+        std::string all;
+        std::array<char, 4096> buffer;
+        for (;;) {
+            const auto count = recv(connection.get(), buffer.data(), buffer.size(), 0);
+            if (count <= 0) {
+                return all;
+            }
+            all.append(buffer.data(), static_cast<std::size_t>(count));
+        }
+    }
+
+    /// What the helper says to these bytes, sent in one piece.
+    PrivilegedHelperReply replyTo(const std::string& bytes) const {
+        const auto connection = connectTo();
+        send(connection.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
+        return ReplyFrameReader().add(readAll(connection)).value_or(PrivilegedHelperReply{});
+    }
+
+    PrivilegedHelperResponse ping() const {
+        return SocketPrivilegedHelperClient(path).send(PrivilegedHelperCommand::ping());
+    }
+
+    std::size_t openConnections() {
+        std::promise<std::size_t> count;
+        asio::post(loop, [&] { count.set_value(listener->openConnections()); });
+        return count.get_future().get();
+    }
+
+    TemporaryDirectory folder;
+    std::filesystem::path path = folder.path() / "socket";
+    asio::io_context loop;
+    std::optional<asio::executor_work_guard<asio::io_context::executor_type>> idle;
+    std::shared_ptr<ScriptedSleepController> setting = std::make_shared<ScriptedSleepController>();
+    std::shared_ptr<PidfdProcessWatching> processes = std::make_shared<PidfdProcessWatching>(loop);
+    std::shared_ptr<OverrideKeeper> keeper;
+    std::atomic<int> resets = 0;
+    std::shared_ptr<HelperService> service;
+    std::unique_ptr<HelperListener> listener;
+    std::thread server;
+};
+
+TEST_F(Listener, AnswersTheClient) {
+    EXPECT_EQ(ping(), PrivilegedHelperResponse::pong());
+    EXPECT_EQ(SocketPrivilegedHelperClient(path).send(PrivilegedHelperCommand::resetSupport()),
+              PrivilegedHelperResponse::ok());
+    EXPECT_EQ(resets, 1);
+}
+
+TEST_F(Listener, TiesAnOverrideToTheProcessThatConnected) {
+    const auto command = PrivilegedHelperCommand::setSleepDisabled(PMSetScope::battery, true);
+    EXPECT_EQ(SocketPrivilegedHelperClient(path).send(command), PrivilegedHelperResponse::ok());
+    const auto record = SleepOverrideJournal(folder.path() / "overrides.json").load();
+    ASSERT_EQ(record.overrides.size(), 1U);
+    EXPECT_EQ(record.overrides[0].owner, PidfdProcessWatching(loop).identify(getpid()));
+}
+
+TEST_F(Listener, IsOpenToAllWhateverTheMask) {
+    end();
+    const auto before = umask(077);
+    begin({});
+    umask(before);
+    struct stat status {};
+    ASSERT_EQ(stat(path.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777U, 0666U);
+}
+
+TEST_F(Listener, TakesThePlaceOfASocketThatWasLeft) {
+    end();
+    {
+        const FileDescriptor left(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        path.native().copy(address.sun_path, sizeof(address.sun_path) - 1);
+        ASSERT_EQ(bind(left.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
+    }
+    begin({});
+    EXPECT_EQ(ping(), PrivilegedHelperResponse::pong());
+}
+
+TEST_F(Listener, ARequestMayComeInPieces) {
+    const auto connection = connectTo();
+    for (const char byte : SocketFraming::request(R"({"ping":{}})")) {
+        ASSERT_EQ(send(connection.get(), &byte, 1, MSG_NOSIGNAL), 1);
+    }
+    const auto reply = ReplyFrameReader().add(readAll(connection));
+    ASSERT_TRUE(reply);
+    EXPECT_EQ(reply->data, R"({"pong":{}})");
+}
+
+TEST_F(Listener, WhatIsTooLongOrNoCommandGetsAMessage) {
+    EXPECT_THAT(replyTo("\0\x01\0\x01"s).message.value_or(""), HasSubstr("too long"));
+    EXPECT_THAT(replyTo("\xFF\xFF\xFF\xFFx"s).message.value_or(""), HasSubstr("too long"));
+    EXPECT_TRUE(replyTo(SocketFraming::request("{")).message);
+    EXPECT_TRUE(replyTo(SocketFraming::request("")).message);
+    EXPECT_TRUE(replyTo(SocketFraming::request(std::string(SocketFraming::longestBody, '['))).message);
+    EXPECT_THAT(*setting->log, IsEmpty());
+}
+
+TEST_F(Listener, ATruncatedRequestIsClosedWithItsSender) {
+    for (const auto& bytes : {""s, "\0"s, "\0\0\0\x0B{\"ping\""s}) {
+        auto connection = connectTo();
+        send(connection.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
+        shutdown(connection.get(), SHUT_WR);
+        EXPECT_EQ(readAll(connection), "");
+    }
+    EXPECT_TRUE(waitUntil([this] { return openConnections() == 0; }));
+}
+
+TEST_F(Listener, ASilentCallerIsClosedAtItsDeadlineAndHoldsNobodyUp) {
+    const auto silent = connectTo();
+    const auto slow = connectTo();
+    send(slow.get(), "\0\0\0\x0B{", 5, MSG_NOSIGNAL);
+    EXPECT_EQ(ping(), PrivilegedHelperResponse::pong());
+    EXPECT_EQ(readAll(silent), "");
+    EXPECT_EQ(readAll(slow), "");
+    EXPECT_EQ(openConnections(), 0U);
+}
+
+TEST_F(Listener, ACallerWhoseRequestArrivedWhileAnotherWasServedIsServedToo) {
+    end();
+    begin({.deadline = std::chrono::milliseconds(50), .connections = 1024});
+    std::promise<void> isServing;
+    std::promise<void> mayEnd;
+    setting->onCall = [&] {
+        isServing.set_value();
+        mayEnd.get_future().wait();
+    };
+    const auto accepted = connectTo();
+    ASSERT_TRUE(waitUntil([this] { return openConnections() == 1; }));
+    auto override = std::async(std::launch::async, [this] {
+        return SocketPrivilegedHelperClient(path).send(PrivilegedHelperCommand::setSleepDisabled(PMSetScope::ac, true));
+    });
+    isServing.get_future().wait();
+    const auto request = SocketFraming::request(R"({"ping":{}})");
+    send(accepted.get(), request.data(), request.size(), MSG_NOSIGNAL);
+    // Its deadline has passed by the time that the helper gets round to it.
+    const auto until = std::chrono::steady_clock::now() + std::chrono::milliseconds(60);
+    ASSERT_TRUE(waitUntil([&] { return std::chrono::steady_clock::now() > until; }));
+    mayEnd.set_value();
+    EXPECT_EQ(override.get(), PrivilegedHelperResponse::ok());
+    const auto reply = ReplyFrameReader().add(readAll(accepted));
+    ASSERT_TRUE(reply);
+    EXPECT_EQ(reply->data, R"({"pong":{}})");
+}
+
+TEST_F(Listener, AFloodMakesRoomAtItsDeadlines) {
+    end();
+    begin({.deadline = std::chrono::milliseconds(200), .connections = 8});
+    std::vector<FileDescriptor> flood;
+    for (int count = 0; count < 60; ++count) {
+        flood.push_back(connectTo());
+    }
+    EXPECT_LE(openConnections(), 8U);
+    EXPECT_EQ(ping(), PrivilegedHelperResponse::pong());
+}
+
+TEST_F(Listener, ManyAtOnceAreAllAnswered) {
+    std::vector<std::future<PrivilegedHelperResponse>> answers;
+    for (int count = 0; count < 40; ++count) {
+        answers.push_back(std::async(std::launch::async, [this] { return ping(); }));
+    }
+    for (auto& answer : answers) {
+        EXPECT_EQ(answer.get(), PrivilegedHelperResponse::pong());
+    }
+}
+
+TEST_F(Listener, RemovesItsSocketWhenItEnds) {
+    end();
+    EXPECT_FALSE(std::filesystem::exists(path));
+    begin({});
+}
+
+} // namespace
+} // namespace tavo

@@ -1,0 +1,112 @@
+#include "TavoPrivilegedHelper/linux/PidfdProcessWatching.h"
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <limits>
+
+namespace tavo {
+namespace {
+
+/// A process of the test's own that lives until it is ended.
+class Sleeper {
+public:
+    Sleeper() : pid(fork()) {
+        if (pid == 0) {
+            pause();
+            _exit(0);
+        }
+    }
+    Sleeper(const Sleeper&) = delete;
+    Sleeper& operator=(const Sleeper&) = delete;
+    ~Sleeper() {
+        end();
+        reap();
+    }
+
+    void end() const {
+        if (!isReaped) {
+            kill(pid, SIGKILL);
+        }
+    }
+
+    void reap() {
+        if (!std::exchange(isReaped, true)) {
+            waitpid(pid, nullptr, 0);
+        }
+    }
+
+    pid_t pid;
+
+private:
+    bool isReaped = false;
+};
+
+class PidfdWatching : public testing::Test {
+protected:
+    asio::io_context loop;
+    PidfdProcessWatching processes{loop};
+    Sleeper sleeper;
+};
+
+TEST_F(PidfdWatching, NamesAProcessByItsNumberAndStart) {
+    const auto own = processes.identify(getpid());
+    const auto other = processes.identify(sleeper.pid);
+    ASSERT_TRUE(own && other);
+    EXPECT_EQ(own->pid, getpid());
+    EXPECT_GT(own->startTime, 0U);
+    EXPECT_GE(other->startTime, own->startTime);
+    EXPECT_EQ(processes.identify(sleeper.pid), other);
+    EXPECT_FALSE(processes.identify(std::numeric_limits<pid_t>::max()));
+}
+
+TEST_F(PidfdWatching, TellsWhenAProcessEndsThoughNobodyHasReapedIt) {
+    int exits = 0;
+    const auto watch = processes.watchExit(*processes.identify(sleeper.pid), [&] { ++exits; });
+    ASSERT_TRUE(watch);
+    loop.poll();
+    EXPECT_EQ(exits, 0);
+    sleeper.end();
+    loop.restart();
+    loop.run();
+    EXPECT_EQ(exits, 1);
+}
+
+TEST_F(PidfdWatching, AWatchMayGoWhileItTells) {
+    std::unique_ptr<ProcessWatch> watch;
+    bool hasTold = false;
+    watch = processes.watchExit(*processes.identify(sleeper.pid), [&] {
+        watch.reset();
+        hasTold = true;
+    });
+    sleeper.end();
+    loop.run();
+    EXPECT_TRUE(hasTold);
+}
+
+TEST_F(PidfdWatching, ADestroyedWatchTellsNothing) {
+    bool hasTold = false;
+    auto watch = processes.watchExit(*processes.identify(sleeper.pid), [&] { hasTold = true; });
+    watch.reset();
+    sleeper.end();
+    sleeper.reap();
+    loop.run();
+    EXPECT_FALSE(hasTold);
+}
+
+TEST_F(PidfdWatching, AProcessThatHasEndedOrIsAnotherCannotBeWatched) {
+    const auto identity = *processes.identify(sleeper.pid);
+    EXPECT_FALSE(processes.watchExit({identity.pid, identity.startTime + 1}, [] {}));
+    sleeper.end();
+    siginfo_t info{};
+    ASSERT_EQ(waitid(P_PID, static_cast<id_t>(sleeper.pid), &info, WEXITED | WNOWAIT), 0);
+    EXPECT_FALSE(processes.watchExit(identity, [] {})) << "ended, not reaped";
+    sleeper.reap();
+    EXPECT_FALSE(processes.watchExit(identity, [] {})) << "reaped";
+}
+
+} // namespace
+} // namespace tavo
