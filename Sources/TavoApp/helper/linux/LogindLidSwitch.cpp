@@ -12,7 +12,7 @@ namespace {
 
 /// Not the name of the lock that a Tavo itself holds: this one belongs to the service.
 constexpr const char* lockHolder = "tavo-helper";
-constexpr const char* lockReason = "an open lid is not needed to stay awake";
+constexpr const char* lockReason = "the computer stays awake with its lid closed";
 
 } // namespace
 
