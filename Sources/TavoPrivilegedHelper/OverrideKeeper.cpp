@@ -9,8 +9,8 @@
 namespace tavo {
 
 OverrideKeeper::OverrideKeeper(std::shared_ptr<PrivilegedSleepControlling> setting, SleepOverrideJournal journal,
-                               std::shared_ptr<ProcessWatching> processes, Log log)
-    : setting(std::move(setting)), journal(std::move(journal)), processes(std::move(processes)), log(std::move(log)) {}
+                               Surroundings surroundings)
+    : setting(std::move(setting)), journal(std::move(journal)), surroundings(std::move(surroundings)) {}
 
 void OverrideKeeper::takeOver(const std::vector<PMSetScope>& foundInForce) {
     const auto record = readJournal();
@@ -26,7 +26,8 @@ SleepOverrideRecord OverrideKeeper::readJournal() const {
     try {
         return journal.load();
     } catch (const std::exception& error) {
-        log(fmt::format("the journal of overrides cannot be read, so everything is undone: {}", error.what()));
+        surroundings.log(
+            fmt::format("the journal of overrides cannot be read, so everything is undone: {}", error.what()));
         return {{}, {PMSetScope::all, PMSetScope::ac, PMSetScope::battery}};
     }
 }
@@ -34,15 +35,17 @@ SleepOverrideRecord OverrideKeeper::readJournal() const {
 void OverrideKeeper::adopt(const SleepOverride& override) {
     auto exit = watch(override.owner);
     if (!exit) {
-        log(fmt::format("process {} has ended meanwhile", override.owner.pid));
+        surroundings.log(fmt::format("process {} has ended meanwhile", override.owner.pid));
         return;
     }
-    owners[override.owner] = {{override.scopes.begin(), override.scopes.end()}, std::move(exit)};
-    log(fmt::format("took over what process {} has asked for", override.owner.pid));
+    auto& owner = owners[override.owner];
+    owner.scopes.insert(override.scopes.begin(), override.scopes.end());
+    owner.watch = std::move(exit);
+    surroundings.log(fmt::format("took over what process {} has asked for", override.owner.pid));
 }
 
 std::unique_ptr<ProcessWatch> OverrideKeeper::watch(const ProcessIdentity& process) {
-    return processes->watchExit(process, [this, process] { ownerEnded(process); });
+    return surroundings.processes->watchExit(process, [this, process] { ownerEnded(process); });
 }
 
 void OverrideKeeper::setSleepDisabled(const ProcessIdentity& owner, PMSetScope scope, bool disabled) {
@@ -62,13 +65,14 @@ void OverrideKeeper::add(const ProcessIdentity& owner, PMSetScope scope) {
         }
         owners[owner].watch = std::move(exit);
     }
-    const bool isNewScope = owners[owner].scopes.insert(scope).second;
+    auto& entry = owners[owner];
+    const bool isNewScope = entry.scopes.insert(scope).second;
     try {
         writeJournal();
         reconcile();
     } catch (...) {
         if (isNewScope) {
-            owners[owner].scopes.erase(scope);
+            entry.scopes.erase(scope);
         }
         if (isNewOwner) {
             owners.erase(owner);
@@ -76,29 +80,61 @@ void OverrideKeeper::add(const ProcessIdentity& owner, PMSetScope scope) {
         settle();
         throw;
     }
+    if (!entry.released.empty()) {
+        // What the process had before goes now that the new is in force.
+        forgetReleased(owner);
+    }
 }
 
 void OverrideKeeper::remove(const ProcessIdentity& owner, PMSetScope scope) {
     const auto found = owners.find(owner);
-    if (found != owners.end()) {
-        found->second.scopes.erase(scope);
-        if (found->second.scopes.empty()) {
-            owners.erase(found);
-        }
+    if (found != owners.end() && found->second.scopes.erase(scope) > 0 && lidMayBeClosed()) {
+        release(owner, scope);
+    } else if (found != owners.end() && found->second.scopes.empty() && found->second.released.empty()) {
+        owners.erase(found);
     }
     try {
         reconcile();
         writeJournal();
     } catch (...) {
-        isSettled = false;
+        settle();
         throw;
+    }
+}
+
+void OverrideKeeper::release(const ProcessIdentity& owner, PMSetScope scope) {
+    auto& entry = owners.at(owner);
+    entry.released.insert(scope);
+    entry.releaseTimer = surroundings.timers->start(grace, [this, owner] { forgetReleased(owner); });
+}
+
+// By value: the timer goes with its owner, and with the timer what this was called with.
+void OverrideKeeper::forgetReleased(ProcessIdentity owner) {
+    const auto found = owners.find(owner);
+    if (found == owners.end()) {
+        return;
+    }
+    found->second.released.clear();
+    found->second.releaseTimer.reset();
+    if (found->second.scopes.empty()) {
+        owners.erase(found);
+    }
+    settle();
+}
+
+bool OverrideKeeper::lidMayBeClosed() const {
+    try {
+        return surroundings.isLidClosed();
+    } catch (const std::exception&) {
+        // Whoever cannot be asked about the lid cannot be told to act on it either; undoing says what is wrong.
+        return false;
     }
 }
 
 // By value: the watch goes with its owner, and with the watch what this was called with.
 void OverrideKeeper::ownerEnded(ProcessIdentity owner) {
     if (owners.erase(owner) > 0) {
-        log(fmt::format("process {} has ended; what it asked for is undone", owner.pid));
+        surroundings.log(fmt::format("process {} has ended; what it asked for is undone", owner.pid));
         settle();
     }
 }
@@ -112,6 +148,7 @@ std::set<PMSetScope> OverrideKeeper::wantedScopes() const {
     std::set<PMSetScope> scopes;
     for (const auto& [process, owner] : owners) {
         scopes.insert(owner.scopes.begin(), owner.scopes.end());
+        scopes.insert(owner.released.begin(), owner.released.end());
     }
     return scopes;
 }
@@ -119,7 +156,9 @@ std::set<PMSetScope> OverrideKeeper::wantedScopes() const {
 void OverrideKeeper::writeJournal() const {
     SleepOverrideRecord record;
     for (const auto& [process, owner] : owners) {
-        record.overrides.push_back({process, {owner.scopes.begin(), owner.scopes.end()}});
+        if (!owner.scopes.empty()) {
+            record.overrides.push_back({process, {owner.scopes.begin(), owner.scopes.end()}});
+        }
     }
     auto scopes = wantedScopes();
     scopes.insert(inForce.begin(), inForce.end());
@@ -153,14 +192,16 @@ void OverrideKeeper::reconcile() {
 
 void OverrideKeeper::settle() noexcept {
     try {
+        retryTimer.reset();
         reconcile();
         writeJournal();
         isSettled = true;
     } catch (const std::exception& error) {
         // Said once: the attempts go on, and would fill the log.
         if (std::exchange(isSettled, false)) {
-            log(fmt::format("could not bring the overrides in order, trying again: {}", error.what()));
+            surroundings.log(fmt::format("could not bring the overrides in order, trying again: {}", error.what()));
         }
+        retryTimer = surroundings.timers->start(retryPause, [this] { settle(); });
     }
 }
 

@@ -1,5 +1,6 @@
 #include "TavoPrivilegedHelper/HelperService.h"
 
+#include "Support/ManualHelperTimers.h"
 #include "Support/ScriptedProcessWatching.h"
 #include "Support/ScriptedSleepController.h"
 #include "Support/TemporaryDirectory.h"
@@ -25,8 +26,12 @@ protected:
     TemporaryDirectory folder;
     std::shared_ptr<ScriptedSleepController> setting = std::make_shared<ScriptedSleepController>();
     std::shared_ptr<ScriptedProcessWatching> processes = std::make_shared<ScriptedProcessWatching>();
-    std::shared_ptr<OverrideKeeper> keeper = std::make_shared<OverrideKeeper>(
-        setting, SleepOverrideJournal(folder.path() / "overrides.json"), processes, [](const std::string&) {});
+    std::shared_ptr<OverrideKeeper> keeper =
+        std::make_shared<OverrideKeeper>(setting, SleepOverrideJournal(folder.path() / "overrides.json"),
+                                         OverrideKeeper::Surroundings{.processes = processes,
+                                                                      .timers = std::make_shared<ManualHelperTimers>(),
+                                                                      .isLidClosed = [] { return false; },
+                                                                      .log = [](const std::string&) {}});
     int resets = 0;
     std::optional<std::string> resetFailure;
     HelperService service{keeper, [](uid_t user) { return user == installingUser; },

@@ -1,6 +1,7 @@
 #include "TavoPrivilegedHelper/OverrideKeeper.h"
 
 #include "Support/EventLog.h"
+#include "Support/ManualHelperTimers.h"
 #include "Support/ScriptedProcessWatching.h"
 #include "Support/ScriptedSleepController.h"
 #include "Support/TemporaryDirectory.h"
@@ -30,8 +31,13 @@ protected:
     /// A new helper over what the last one has left.
     void restart() {
         keeper.reset();
-        keeper = std::make_unique<OverrideKeeper>(setting, journal, processes,
-                                                  [this](const std::string& line) { lines.push_back(line); });
+        timers = std::make_shared<ManualHelperTimers>();
+        keeper = std::make_unique<OverrideKeeper>(
+            setting, journal,
+            OverrideKeeper::Surroundings{.processes = processes,
+                                         .timers = timers,
+                                         .isLidClosed = [this] { return isLidClosed; },
+                                         .log = [this](const std::string& line) { lines.push_back(line); }});
     }
 
     void ask(const ProcessIdentity& owner, PMSetScope scope) { keeper->setSleepDisabled(owner, scope, true); }
@@ -44,6 +50,8 @@ protected:
     SleepOverrideJournal journal{file};
     std::shared_ptr<ScriptedSleepController> setting = std::make_shared<ScriptedSleepController>();
     std::shared_ptr<ScriptedProcessWatching> processes = std::make_shared<ScriptedProcessWatching>();
+    std::shared_ptr<ManualHelperTimers> timers;
+    bool isLidClosed = false;
     std::vector<std::string> lines;
     std::unique_ptr<OverrideKeeper> keeper;
 };
@@ -150,11 +158,16 @@ TEST_F(Keeper, WhatCouldNotBeUndoneIsTriedAgain) {
     processes->end(tavoProcess);
     EXPECT_TRUE(keeper->hasUnfinishedWork());
     EXPECT_THAT(journal.load().scopesInForce, ElementsAre(PMSetScope::ac));
+    timers->advance(OverrideKeeper::retryPause);
+    EXPECT_TRUE(keeper->hasUnfinishedWork());
     setting->failure.reset();
     asked();
-    keeper->retry();
+    timers->advance(OverrideKeeper::retryPause);
     EXPECT_THAT(asked(), ElementsAre("sleep on ac"));
     EXPECT_FALSE(keeper->hasUnfinishedWork());
+    timers->advance(OverrideKeeper::retryPause);
+    EXPECT_THAT(asked(), IsEmpty());
+    EXPECT_EQ(lines.size(), 2U) << "an end, and one line for all attempts";
 }
 
 TEST_F(Keeper, TheNewScopeComesBeforeTheOldOneGoes) {
@@ -230,6 +243,81 @@ TEST_F(Keeper, DoesNotSwitchOffWhatItCannotWriteDown) {
     std::filesystem::create_directory(file);
     EXPECT_ANY_THROW(ask(tavoProcess, PMSetScope::ac));
     EXPECT_THAT(asked(), IsEmpty());
+}
+
+class KeeperWithLidClosed : public Keeper {
+protected:
+    void SetUp() override {
+        Keeper::SetUp();
+        isLidClosed = true;
+    }
+};
+
+TEST_F(KeeperWithLidClosed, AScopeThatIsGivenBackStaysForAMomentInCaseAnotherIsAskedFor) {
+    ask(tavoProcess, PMSetScope::all);
+    asked();
+    giveBack(tavoProcess, PMSetScope::all);
+    EXPECT_THAT(asked(), IsEmpty());
+    ask(tavoProcess, PMSetScope::ac);
+    EXPECT_THAT(asked(), ElementsAre("sleep off ac", "sleep on all"));
+    timers->advance(OverrideKeeper::grace);
+    EXPECT_THAT(asked(), IsEmpty());
+}
+
+TEST_F(KeeperWithLidClosed, TheSameScopeMayBeTakenAgainWithoutAGap) {
+    ask(tavoProcess, PMSetScope::all);
+    asked();
+    giveBack(tavoProcess, PMSetScope::all);
+    ask(tavoProcess, PMSetScope::all);
+    timers->advance(OverrideKeeper::grace);
+    EXPECT_THAT(asked(), IsEmpty());
+    EXPECT_EQ(journal.load().overrides.size(), 1U);
+}
+
+TEST_F(KeeperWithLidClosed, AScopeThatIsNotAskedForAgainGoesAfterTheMoment) {
+    ask(tavoProcess, PMSetScope::all);
+    giveBack(tavoProcess, PMSetScope::all);
+    asked();
+    timers->advance(OverrideKeeper::grace - std::chrono::milliseconds(1));
+    EXPECT_THAT(asked(), IsEmpty());
+    timers->advance(std::chrono::milliseconds(1));
+    EXPECT_THAT(asked(), ElementsAre("sleep on all"));
+    EXPECT_FALSE(std::filesystem::exists(file));
+    EXPECT_FALSE(processes->isWatched(tavoProcess));
+}
+
+TEST_F(KeeperWithLidClosed, AProcessThatEndsIsNotWaitedFor) {
+    ask(tavoProcess, PMSetScope::all);
+    giveBack(tavoProcess, PMSetScope::all);
+    asked();
+    processes->end(tavoProcess);
+    EXPECT_THAT(asked(), ElementsAre("sleep on all"));
+    timers->advance(OverrideKeeper::grace);
+    EXPECT_THAT(asked(), IsEmpty());
+}
+
+TEST_F(KeeperWithLidClosed, AStopIsNotWaitedFor) {
+    ask(tavoProcess, PMSetScope::all);
+    giveBack(tavoProcess, PMSetScope::all);
+    asked();
+    keeper->undoAll();
+    EXPECT_THAT(asked(), ElementsAre("sleep on all"));
+}
+
+TEST_F(KeeperWithLidClosed, AHelperThatIsKilledMeanwhileLeavesNothingToTakeOver) {
+    ask(tavoProcess, PMSetScope::all);
+    giveBack(tavoProcess, PMSetScope::all);
+    restart();
+    asked();
+    keeper->takeOver();
+    EXPECT_THAT(asked(), ElementsAre("sleep on all"));
+}
+
+TEST_F(KeeperWithLidClosed, WhatWasNeverHadIsNotKept) {
+    giveBack(tavoProcess, PMSetScope::all);
+    ask(tavoProcess, PMSetScope::ac);
+    giveBack(tavoProcess, PMSetScope::battery);
+    EXPECT_THAT(asked(), ElementsAre("sleep off ac"));
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "TavoPrivilegedHelper/linux/HelperProgram.h"
 
 #include "TavoPrivilegedHelper/HelperService.h"
+#include "TavoPrivilegedHelper/linux/AsioHelperTimers.h"
 #include "TavoPrivilegedHelper/linux/HelperListener.h"
 #include "TavoPrivilegedHelper/linux/PidfdProcessWatching.h"
 #include "helper/PrivilegedHelperSelfResetter.h"
@@ -10,7 +11,6 @@
 #include "system/SystemCommandRunner.h"
 
 #include <asio/signal_set.hpp>
-#include <asio/steady_timer.hpp>
 
 #include <csignal>
 #include <thread>
@@ -21,8 +21,6 @@ namespace tavo {
 
 namespace {
 
-constexpr std::chrono::seconds retryPause{1};
-
 /// Before giving up at the end; the service manager's patience is longer.
 constexpr int attemptsToUndo = 5;
 
@@ -32,11 +30,14 @@ constexpr std::int64_t removalDelay = 1;
 } // namespace
 
 HelperProgram::HelperProgram(std::optional<uid_t> user, Log log)
-    : user(user), log(std::move(log)),
-      setting(std::make_shared<LogindSleepController>(std::make_shared<LogindLidSwitch>(),
-                                                      LogindSleepController::systemDropInFolder(), this->log)),
-      keeper(std::make_shared<OverrideKeeper>(setting, SleepOverrideJournal(SystemdServiceSetup().overrideJournal()),
-                                              std::make_shared<PidfdProcessWatching>(loop), this->log)) {}
+    : user(user), logind(std::make_shared<LogindLidSwitch>()),
+      setting(std::make_shared<LogindSleepController>(logind, LogindSleepController::systemDropInFolder(), log)),
+      keeper(std::make_shared<OverrideKeeper>(
+          setting, SleepOverrideJournal(SystemdServiceSetup().overrideJournal()),
+          OverrideKeeper::Surroundings{.processes = std::make_shared<PidfdProcessWatching>(loop),
+                                       .timers = std::make_shared<AsioHelperTimers>(loop),
+                                       .isLidClosed = [this] { return logind->situation().isLidClosed; },
+                                       .log = log})) {}
 
 void HelperProgram::serve(const std::function<void()>& ready) {
     // Before anything is in force: from here on a request to stop finds everything undone.
@@ -51,7 +52,7 @@ void HelperProgram::serve(const std::function<void()>& ready) {
         const HelperListener listener(loop, SocketPrivilegedHelperClient::systemSocket(), service,
                                       std::make_shared<PidfdProcessWatching>(loop));
         ready();
-        runUntilStopped();
+        loop.run();
     }
     undoAll();
 }
@@ -60,27 +61,10 @@ void HelperProgram::takeOver() {
     keeper->takeOver(setting->hasLeftover() ? std::vector{PMSetScope::all} : std::vector<PMSetScope>{});
 }
 
-/// Tries again, for as long as it takes, what nobody waits for.
-void HelperProgram::runUntilStopped() {
-    asio::steady_timer retry(loop);
-    bool isRetrying = false;
-    while (!loop.stopped()) {
-        if (keeper->hasUnfinishedWork() && !isRetrying) {
-            isRetrying = true;
-            retry.expires_after(retryPause);
-            retry.async_wait([this, &isRetrying](const asio::error_code&) {
-                isRetrying = false;
-                keeper->retry();
-            });
-        }
-        loop.run_one();
-    }
-}
-
 void HelperProgram::undoAll() {
     keeper->undoAll();
     for (int attempt = 1; keeper->hasUnfinishedWork() && attempt < attemptsToUndo; ++attempt) {
-        std::this_thread::sleep_for(retryPause);
+        std::this_thread::sleep_for(OverrideKeeper::retryPause);
         keeper->retry();
     }
 }

@@ -30,12 +30,11 @@ public:
 
 private:
     void takeOver();
-    void runUntilStopped();
     void undoAll();
 
     std::optional<uid_t> user;
-    Log log;
     asio::io_context loop{1};
+    std::shared_ptr<LidSwitchManaging> logind;
     std::shared_ptr<LogindSleepController> setting;
     std::shared_ptr<OverrideKeeper> keeper;
 };

@@ -1,5 +1,6 @@
 #include "TavoPrivilegedHelper/linux/HelperListener.h"
 
+#include "Support/ManualHelperTimers.h"
 #include "Support/ScriptedProcessWatching.h"
 #include "Support/ScriptedSleepController.h"
 #include "Support/TemporaryDirectory.h"
@@ -43,8 +44,12 @@ protected:
     void begin(HelperListener::Limits limits) {
         loop.restart();
         idle.emplace(loop.get_executor());
-        keeper = std::make_shared<OverrideKeeper>(setting, SleepOverrideJournal(folder.path() / "overrides.json"),
-                                                  processes, [](const std::string&) {});
+        keeper = std::make_shared<OverrideKeeper>(
+            setting, SleepOverrideJournal(folder.path() / "overrides.json"),
+            OverrideKeeper::Surroundings{.processes = processes,
+                                         .timers = std::make_shared<ManualHelperTimers>(),
+                                         .isLidClosed = [] { return false; },
+                                         .log = [](const std::string&) {}});
         service = std::make_shared<HelperService>(
             keeper, [](uid_t) { return true; }, [this] { ++resets; });
         listener = std::make_unique<HelperListener>(loop, path, service, processes, limits);
