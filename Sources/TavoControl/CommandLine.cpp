@@ -168,11 +168,16 @@ public:
         addOption(*run, "--cutoff", raw.cutoff, "let go at this battery percentage: 1 to 100, or none", "PERCENT");
         addOption(*run, "--lid", raw.lid, "stay awake with the lid open, closed, or both", "STATE");
         addTriggerOptions(*processes, raw, false);
-        for (auto* command : {run, status, processes, doctor}) {
-            command->set_help_flag("-h,--help", "print this help");
+        helper->require_subcommand(1);
+        for (auto* command : {run, status, processes, doctor, helperStatus}) {
             command->add_flag("--json", raw.json, "print JSON")->disable_flag_override();
         }
-        for (auto* command : {&app, run, status, processes, doctor}) {
+        for (auto* command :
+             {run, status, processes, doctor, helper, helperStatus, helperInstall, helperUninstall, helperReset}) {
+            command->set_help_flag("-h,--help", "print this help");
+        }
+        for (auto* command :
+             {&app, run, status, processes, doctor, helperStatus, helperInstall, helperUninstall, helperReset}) {
             rootOptions.push_back(addOption(*command, "--root", raw.root,
                                             "the folder of config.json and state.json, in place of the default one",
                                             "DIR"));
@@ -188,9 +193,9 @@ public:
         } catch (const CLI::CallForHelp&) {
             return UsageReply{.text = app.help()};
         } catch (const CLI::RequiredError&) {
-            const auto rest = app.remaining();
+            const auto rest = app.remaining(true);
             return refusal(rest.empty() || rest.front().starts_with('-')
-                               ? "name a command: run, status, processes or doctor"
+                               ? missingCommand()
                                : fmt::format("there is no command \"{}\"", rest.front()));
         } catch (const CLI::ArgumentMismatch& error) {
             return refusal(explained(error));
@@ -202,6 +207,11 @@ public:
     }
 
 private:
+    std::string missingCommand() const {
+        return helper->parsed() ? "name a command of helper: status, install, uninstall or reset"
+                                : "name a command: run, status, processes, doctor or helper";
+    }
+
     static UsageReply refusal(const std::string& text) { return {.text = asSentence(text), .isError = true}; }
 
     Invocation understood() const {
@@ -224,10 +234,23 @@ private:
             invocation.command = StatusOptions{.json = raw.json};
         } else if (processes->parsed()) {
             invocation.command = ProcessesOptions{.rule = chooseTrigger(raw), .json = raw.json};
-        } else {
+        } else if (doctor->parsed()) {
             invocation.command = DoctorOptions{.json = raw.json};
+        } else {
+            invocation.command = HelperCommandOptions{.action = helperAction(), .json = raw.json};
         }
         return invocation;
+    }
+
+    HelperCommandOptions::Action helperAction() const {
+        using Action = HelperCommandOptions::Action;
+        if (helperInstall->parsed()) {
+            return Action::install;
+        }
+        if (helperUninstall->parsed()) {
+            return Action::uninstall;
+        }
+        return helperReset->parsed() ? Action::reset : Action::status;
     }
 
     RawOptions raw;
@@ -237,6 +260,11 @@ private:
     CLI::App* status = app.add_subcommand("status", "tell what the running tavo does, and what is really held");
     CLI::App* processes = app.add_subcommand("processes", "list the processes that match now");
     CLI::App* doctor = app.add_subcommand("doctor", "check what tavo needs of this system");
+    CLI::App* helper = app.add_subcommand("helper", "what lets tavo keep awake with the lid closed");
+    CLI::App* helperStatus = helper->add_subcommand("status", "tell what there is of it, and for whom it works");
+    CLI::App* helperInstall = helper->add_subcommand("install", "install it, with an administrator's approval");
+    CLI::App* helperUninstall = helper->add_subcommand("uninstall", "remove it, with an administrator's approval");
+    CLI::App* helperReset = helper->add_subcommand("reset", "have it remove itself");
 };
 
 } // namespace

@@ -28,11 +28,18 @@ struct DoctorOptions {
     bool json = false;
 };
 
+struct HelperCommandOptions {
+    enum class Action { status, install, uninstall, reset };
+
+    Action action = Action::status;
+    bool json = false;
+};
+
 /// What the arguments ask for.
 struct Invocation {
     /// In place of the default folder of config.json and state.json.
     std::optional<std::filesystem::path> root;
-    std::variant<RunOptions, StatusOptions, ProcessesOptions, DoctorOptions> command;
+    std::variant<RunOptions, StatusOptions, ProcessesOptions, DoctorOptions, HelperCommandOptions> command;
 };
 
 /// Arguments that ask for nothing to be done: text to print, and the status to end with.

@@ -5,6 +5,7 @@
 #include "app/AsioMainLoop.h"
 #include "app/TavoAppModel.h"
 #include "base/Text.h"
+#include "base/WakeControlError.h"
 #include "config/InstanceLock.h"
 
 #include <fmt/format.h>
@@ -47,6 +48,20 @@ std::string noteOf(const RunOverrides& overrides) {
     return overrides.isEmpty() ? "" : overrides.json().dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
+/// What the user can do about a failure, as one more sentence.
+std::string adviceFor(const std::exception_ptr& failure) {
+    try {
+        std::rethrow_exception(failure);
+    } catch (const WakeControlError& error) {
+        if (error.kind() == WakeControlError::Kind::closedLidRequiresPrivilege) {
+            return " tavoctl helper install grants it.";
+        }
+    } catch (...) {
+        return ""; // speaks for itself
+    }
+    return "";
+}
+
 /// One run of the evaluations.
 class ForegroundRun {
 public:
@@ -67,7 +82,7 @@ public:
         // There is no window to show here, so the request for one is taken and dropped.
         loop->handleSignals({SIGUSR1, SIGUSR2}, [this](int signal) {
             if (signal == SIGUSR1) {
-                evaluate();
+                model->lookAround();
             }
         });
     }
@@ -137,7 +152,8 @@ private:
         } catch (const std::exception&) {
             // What is to be said follows, on standard error.
         }
-        fmt::print(stderr, "tavoctl: {}\n", visibleControls(failed.lastError.value_or("the evaluation failed.")));
+        fmt::print(stderr, "tavoctl: {}{}\n", visibleControls(failed.lastError.value_or("the evaluation failed.")),
+                   adviceFor(failure));
         loop->stop();
     }
 

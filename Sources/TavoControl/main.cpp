@@ -3,6 +3,7 @@
 #include "DoctorCommand.h"
 #include "ErrorSentence.h"
 #include "ExitStatus.h"
+#include "HelperCommand.h"
 #include "ProcessesCommand.h"
 #include "RunCommand.h"
 #include "StatusCommand.h"
@@ -37,6 +38,8 @@ ExitStatus carryOut(const Invocation& invocation, const char* calledAs) {
                 return printStatus(options, *store, platform);
             } else if constexpr (std::is_same_v<Options, ProcessesOptions>) {
                 return printProcesses(options, *store, platform);
+            } else if constexpr (std::is_same_v<Options, HelperCommandOptions>) {
+                return HelperCommand(platform, *store).carryOut(options);
             } else {
                 auto checks = checkMeansToStayAwake(platform);
                 for (auto& check : checkSurroundings(platform, *store)) {

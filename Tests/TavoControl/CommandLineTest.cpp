@@ -109,6 +109,20 @@ TEST(CommandLine, EveryCommandPrintsJsonWhenAsked) {
     EXPECT_FALSE(std::get<DoctorOptions>(invocation({"doctor"}).command).json);
 }
 
+TEST(CommandLine, TheHelperHasCommandsOfItsOwn) {
+    using Action = HelperCommandOptions::Action;
+    const auto helper = [](const std::vector<std::string>& arguments) {
+        return std::get<HelperCommandOptions>(invocation(arguments).command);
+    };
+    EXPECT_EQ(helper({"helper", "status"}).action, Action::status);
+    EXPECT_FALSE(helper({"helper", "status"}).json);
+    EXPECT_TRUE(helper({"helper", "status", "--json"}).json);
+    EXPECT_EQ(helper({"helper", "install"}).action, Action::install);
+    EXPECT_EQ(helper({"helper", "uninstall"}).action, Action::uninstall);
+    EXPECT_EQ(helper({"helper", "reset"}).action, Action::reset);
+    EXPECT_EQ(invocation({"helper", "install", "--root", "/some/where"}).root, "/some/where");
+}
+
 TEST(CommandLine, TheRootMayStandBeforeAndAfterEveryCommand) {
     for (const auto* command : {"run", "status", "processes", "doctor"}) {
         EXPECT_EQ(invocation({"--root", "/some/where", command}).root, "/some/where") << command;
@@ -163,9 +177,11 @@ struct WrongUsage {
 };
 
 const std::vector<WrongUsage> wrongUsages{
-    {{}, "name a command: run, status, processes or doctor"},
-    {{"--bogus"}, "name a command: run, status, processes or doctor"},
+    {{}, "name a command: run, status, processes, doctor or helper"},
+    {{"--bogus"}, "name a command: run, status, processes, doctor or helper"},
     {{"foo"}, "there is no command \"foo\""},
+    {{"helper"}, "name a command of helper: status, install, uninstall or reset"},
+    {{"helper", "remove"}, "there is no command \"remove\""},
     {{"Run"}, "there is no command \"Run\""},
     {{"run", "status"}, "the following argument was not expected: status"},
     {{"status", "extra"}, "the following argument was not expected: extra"},

@@ -3,9 +3,11 @@
 #include "Support/FixedPowerEnvironment.h"
 #include "Support/ManualMainLoop.h"
 #include "Support/ScriptedCommandRunner.h"
+#include "Support/ScriptedHelperClient.h"
 #include "Support/ScriptedProcessTable.h"
 #include "Support/TemporaryDirectory.h"
 #include "base/WakeControlError.h"
+#include "helper/LaunchDaemonSetup.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -30,6 +32,9 @@ protected:
     std::shared_ptr<ScriptedProcessTable> table = std::make_shared<ScriptedProcessTable>();
     std::shared_ptr<ScriptedCommandRunner> runner = std::make_shared<ScriptedCommandRunner>();
     std::shared_ptr<AssertionBoard> board = std::make_shared<AssertionBoard>();
+    std::shared_ptr<ScriptedHelperClient> helper = std::make_shared<ScriptedHelperClient>();
+    std::shared_ptr<LaunchDaemonSetup> helperSetup = std::make_shared<LaunchDaemonSetup>(
+        PrivilegedHelperInstallLayout{folder.path() / "system/helper", folder.path() / "system/service"});
     std::vector<ModelChanges> changes;
     std::shared_ptr<TavoAppModel> model;
 
@@ -40,6 +45,8 @@ protected:
                                     .commandRunner = runner,
                                     .assertionRunner = runner,
                                     .assertionBoard = board,
+                                    .helperClient = helper,
+                                    .helperSetup = helperSetup,
                                     .machineNoun = "computer"});
         model->onChange([this](ModelChanges changed) { changes.push_back(changed); });
     }
@@ -55,6 +62,24 @@ protected:
         make();
         model->start();
         loop->runPosted();
+    }
+
+    void installHelper() const {
+        folder.write("system/helper", "");
+        folder.write("system/service", "");
+    }
+
+    static AppConfig enabledWithLidClosed() {
+        auto config = enabled();
+        config.watchMode = WatchMode::closed;
+        return config;
+    }
+
+    /// What the helper was asked, without the pings.
+    std::vector<PrivilegedHelperCommand> asked() {
+        auto commands = std::exchange(helper->commands, {});
+        std::erase(commands, PrivilegedHelperCommand::ping());
+        return commands;
     }
 
     RuntimeSnapshot saved() const { return store->loadRuntimeSnapshot(); }
@@ -209,6 +234,70 @@ TEST_F(TavoAppModelTest, WhatWasPostedForAModelThatIsGoneDoesNothing) {
     model.reset();
     loop->advance(std::chrono::hours{1});
     EXPECT_THAT(*runner->log, IsEmpty());
+}
+
+TEST_F(TavoAppModelTest, WithAHelperThatIsReadyTheLidMayBeClosed) {
+    installHelper();
+    startWith(enabledWithLidClosed());
+    EXPECT_EQ(model->helperInstallState(), PrivilegedHelperInstallState::ready);
+    EXPECT_THAT(asked(), ElementsAre(PrivilegedHelperCommand::setSleepDisabled(PMSetScope::all, true)));
+    model->quit();
+    EXPECT_THAT(asked(), ElementsAre(PrivilegedHelperCommand::setSleepDisabled(PMSetScope::all, false)));
+}
+
+TEST_F(TavoAppModelTest, WithoutAHelperTheLidMayNotBeClosed) {
+    startWith(enabledWithLidClosed());
+    EXPECT_EQ(model->lastError(), WakeControlError::closedLidRequiresPrivilege().description());
+    EXPECT_THAT(helper->commands, IsEmpty());
+    EXPECT_EQ(runner->children.size(), 0U);
+}
+
+TEST_F(TavoAppModelTest, AHelperThatDoesNotAnswerIsNotAskedForMore) {
+    installHelper();
+    helper->otherwise = PrivilegedHelperResponse::ok();
+    startWith(enabledWithLidClosed());
+    EXPECT_EQ(model->helperInstallState(), PrivilegedHelperInstallState::installedUnreachable);
+    EXPECT_EQ(model->lastError(), WakeControlError::closedLidRequiresPrivilege().description());
+    EXPECT_THAT(asked(), IsEmpty());
+}
+
+TEST_F(TavoAppModelTest, LookingAroundFindsAHelperThatHasBeenInstalled) {
+    startWith(enabledWithLidClosed());
+    installHelper();
+    model->lookAround();
+    EXPECT_EQ(model->helperInstallState(), PrivilegedHelperInstallState::ready);
+    EXPECT_TRUE(has(changes.back(), ModelProperty::helperInstallState));
+    EXPECT_EQ(model->lastError(), std::nullopt);
+    EXPECT_THAT(asked(), ElementsAre(PrivilegedHelperCommand::setSleepDisabled(PMSetScope::all, true)));
+    EXPECT_EQ(loop->armedTimers(), 1U);
+}
+
+TEST_F(TavoAppModelTest, LookingAroundFindsAHelperThatHasGone) {
+    installHelper();
+    startWith(enabledWithLidClosed());
+    std::filesystem::remove(helperSetup->helperExecutable());
+    model->lookAround();
+    EXPECT_EQ(model->helperInstallState(), PrivilegedHelperInstallState::notInstalled);
+    EXPECT_EQ(model->lastError(), WakeControlError::closedLidRequiresPrivilege().description());
+    EXPECT_FALSE(model->runtimeSnapshot().isWakeAssertionActive);
+    ASSERT_EQ(runner->children.size(), 1U);
+    EXPECT_FALSE(runner->children[0]->isRunning()) << "nothing of the old coordinator is left";
+}
+
+TEST_F(TavoAppModelTest, LookingAroundAsksAgainForAnOverrideThatAReplacedHelperHasForgotten) {
+    installHelper();
+    startWith(enabledWithLidClosed());
+    asked();
+    model->lookAround();
+    EXPECT_THAT(asked(), ElementsAre(PrivilegedHelperCommand::setSleepDisabled(PMSetScope::all, true)));
+    EXPECT_EQ(runner->children.size(), 1U) << "the lock itself stays as it is";
+}
+
+TEST_F(TavoAppModelTest, LookingAroundWithTheLidOpenAsksTheHelperForNothing) {
+    installHelper();
+    startWith(enabled());
+    model->lookAround();
+    EXPECT_THAT(asked(), IsEmpty());
 }
 
 } // namespace

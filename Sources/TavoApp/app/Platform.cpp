@@ -1,19 +1,27 @@
 #include "app/Platform.h"
 
+#include "helper/PrivilegedHelperConstants.h"
 #include "system/OwnProgramFilter.h"
+#include "system/ProgramLocation.h"
 #include "system/SystemCommandRunner.h"
 
 #include <unistd.h>
 
 #ifdef __APPLE__
+#include "helper/AdministratorCommandRunner.h"
+#include "helper/LaunchDaemonSetup.h"
+#include "helper/macos/XPCPrivilegedHelperClient.h"
 #include "system/PMSetAssertionList.h"
 #include "system/PSProcessSnapshotProvider.h"
 #include "system/SystemPowerEnvironment.h"
 #else
+#include "helper/linux/PolkitCommandRunner.h"
+#include "helper/linux/SocketPrivilegedHelperClient.h"
+#include "helper/linux/SystemdServiceSetup.h"
 #include "runtime/linux/InhibitorCommandRunner.h"
+#include "system/linux/LogindClient.h"
 #include "system/linux/ProcfsProcessSnapshotProvider.h"
 #include "system/linux/SysfsPowerEnvironment.h"
-#include "system/linux/LogindClient.h"
 #endif
 
 namespace tavo {
@@ -21,14 +29,7 @@ namespace tavo {
 namespace {
 
 #ifndef __APPLE__
-/// Installed as a package, the program lies apart from those that users call.
-std::filesystem::path findInhibitor(const std::filesystem::path& programPath) {
-    const auto folder = programPath.parent_path();
-    const auto beside = folder / "tavo-inhibit";
-    const auto packaged = folder.parent_path() / "libexec" / "tavo" / "tavo-inhibit";
-    std::error_code ignored; // what cannot be looked at cannot be run either
-    return !std::filesystem::exists(beside, ignored) && std::filesystem::exists(packaged, ignored) ? packaged : beside;
-}
+constexpr const char* packagedPrograms = "../libexec/tavo";
 #endif
 
 std::shared_ptr<ProcessSnapshotProviding> withoutOwnPrograms(std::shared_ptr<ProcessSnapshotProviding> processes) {
@@ -37,7 +38,7 @@ std::shared_ptr<ProcessSnapshotProviding> withoutOwnPrograms(std::shared_ptr<Pro
 
 } // namespace
 
-Platform makePlatform([[maybe_unused]] const std::filesystem::path& programPath) {
+Platform makePlatform(const std::filesystem::path& programPath) {
     Platform platform;
     platform.commandRunner = std::make_shared<SystemCommandRunner>();
     platform.assertionBoard = std::make_shared<AssertionBoard>();
@@ -48,14 +49,28 @@ Platform makePlatform([[maybe_unused]] const std::filesystem::path& programPath)
     platform.heldAssertions = std::make_shared<PMSetAssertionList>(platform.commandRunner);
     platform.silentAssertionHolder = "caffeinate";
     platform.machineNoun = "mac";
+    platform.helperClient =
+        std::make_shared<XPCPrivilegedHelperClient>(std::string(PrivilegedHelperConstants::machServiceName));
+    platform.helperSetup = std::make_shared<LaunchDaemonSetup>();
+    platform.administratorRunner = std::make_shared<AdministratorCommandRunner>(platform.commandRunner);
+    // Of a bundle's folders, seen from "MacOS" and from "Helpers".
+    platform.helperSource = findCompanionProgram(programPath, PrivilegedHelperConstants::helperExecutableName,
+                                                 {"../Helpers", "../MacOS", "../Resources"});
 #else
     platform.powerEnvironment = std::make_shared<SysfsPowerEnvironment>();
     platform.processes = withoutOwnPrograms(std::make_shared<ProcfsProcessSnapshotProvider>());
     platform.assertionRunner =
         std::make_shared<InhibitorCommandRunner>(platform.commandRunner, platform.assertionBoard);
-    platform.wakePlanBuilder.assertionExecutable = findInhibitor(programPath);
+    // Installed as a package, the programs that users do not call lie apart from those that they do.
+    platform.wakePlanBuilder.assertionExecutable = findCompanionProgram(programPath, "tavo-inhibit", {packagedPrograms})
+                                                       .value_or(programPath.parent_path() / "tavo-inhibit");
     platform.heldAssertions = std::make_shared<LogindLockList>();
     platform.machineNoun = "computer";
+    platform.helperClient = std::make_shared<SocketPrivilegedHelperClient>();
+    platform.helperSetup = std::make_shared<SystemdServiceSetup>();
+    platform.administratorRunner = std::make_shared<PolkitCommandRunner>(platform.commandRunner);
+    platform.helperSource = findCompanionProgram(programPath, PrivilegedHelperConstants::helperExecutableName,
+                                                 {packagedPrograms, "../Helpers"});
 #endif
     return platform;
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "helper/HelperServiceSetup.h"
+#include "helper/PrivilegedHelperClient.h"
 #include "runtime/AssertionBoard.h"
 #include "runtime/WakePlan.h"
 #include "system/CommandRunning.h"
@@ -9,6 +11,7 @@
 
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace tavo {
@@ -36,6 +39,18 @@ struct Platform {
     std::shared_ptr<HeldAssertionsProviding> heldAssertions;
 
     WakePlanBuilder wakePlanBuilder;
+
+    /// Asks the privileged helper.
+    std::shared_ptr<PrivilegedHelperClient> helperClient;
+
+    /// What the helper's installation is here.
+    std::shared_ptr<const HelperServiceSetup> helperSetup;
+
+    /// Runs as root what requires privilege, with an administrator's approval.
+    std::shared_ptr<CommandRunning> administratorRunner;
+
+    /// The helper that belongs to this build; absent when it does not come with it.
+    std::optional<std::filesystem::path> helperSource;
 
     /// What the machine is called in status texts.
     std::string machineNoun;

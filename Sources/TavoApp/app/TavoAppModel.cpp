@@ -1,5 +1,8 @@
 #include "app/TavoAppModel.h"
 
+#include "helper/HelperBackedPrivilegedSleepController.h"
+#include "helper/PrivilegedHelperInstaller.h"
+
 #include <utility>
 
 namespace tavo {
@@ -11,11 +14,16 @@ constexpr double idleInterval = AppConfig::fixedPollIntervalSeconds;
 /// In seconds. Long enough that a child that cannot stay alive does not keep the processor busy.
 constexpr double lostAssertionInterval = 1.0;
 
-std::shared_ptr<RuntimeCoordinator> makeCoordinator(const Platform& platform,
-                                                    std::shared_ptr<const TavoStoring> store) {
+std::shared_ptr<RuntimeCoordinator> makeCoordinator(const Platform& platform, std::shared_ptr<const TavoStoring> store,
+                                                    PrivilegedHelperInstallState helperState) {
+    std::shared_ptr<PrivilegedSleepControlling> sleepController;
+    if (helperState == PrivilegedHelperInstallState::ready) {
+        sleepController = std::make_shared<HelperBackedPrivilegedSleepController>(platform.helperClient, true);
+    }
     return std::make_shared<RuntimeCoordinator>(
         platform.powerEnvironment, std::make_shared<ProcessWatcher>(platform.processes),
-        std::make_shared<WakeController>(platform.assertionRunner, nullptr, platform.wakePlanBuilder),
+        std::make_shared<WakeController>(platform.assertionRunner, std::move(sleepController),
+                                         platform.wakePlanBuilder),
         std::move(store));
 }
 
@@ -31,8 +39,9 @@ std::shared_ptr<TavoAppModel> TavoAppModel::make(std::shared_ptr<MainLoop> mainL
 TavoAppModel::TavoAppModel(std::shared_ptr<MainLoop> mainLoop, std::shared_ptr<const TavoStoring> store,
                            Platform platform)
     : mainLoop(std::move(mainLoop)), store(std::move(store)), platform(std::move(platform)),
-      coordinator(makeCoordinator(this->platform, this->store)),
-      power(this->platform.powerEnvironment->currentStatus()) {
+      power(this->platform.powerEnvironment->currentStatus()),
+      helperState(resolveHelperInstallState(*this->platform.helperSetup, *this->platform.helperClient)),
+      coordinator(makeCoordinator(this->platform, this->store, helperState)) {
     try {
         appliedConfig = this->store->loadConfig();
     } catch (const std::exception& error) {
@@ -97,6 +106,42 @@ void TavoAppModel::evaluateNow() {
         applyFailure(error);
     }
     notify();
+}
+
+void TavoAppModel::lookAround() {
+    refreshHelperInstallState(false);
+    reassertOverride();
+    evaluateNow();
+}
+
+void TavoAppModel::refreshHelperInstallState(bool restartIfEnabled) {
+    const auto state = resolveHelperInstallState(*platform.helperSetup, *platform.helperClient);
+    if (state != helperState) {
+        publish(ModelProperty::helperInstallState, helperState, state);
+        rebuildCoordinator(restartIfEnabled);
+    }
+}
+
+void TavoAppModel::rebuildCoordinator(bool restartIfEnabled) {
+    timer.reset();
+    try {
+        coordinator->stop(mainLoop->now());
+    } catch (const std::exception&) {
+        // What a helper that has gone was asked for, it has given back itself.
+    }
+    coordinator = makeCoordinator(platform, store, helperState);
+    if (restartIfEnabled && appliedConfig.isEnabled) {
+        evaluateNow();
+    }
+}
+
+/// A helper that was replaced has given back what it was asked for, though it looks the same as before.
+void TavoAppModel::reassertOverride() {
+    try {
+        coordinator->reassertOverride();
+    } catch (const std::exception&) {
+        rebuildCoordinator(false); // the evaluation that follows asks again, and says what is wrong
+    }
 }
 
 void TavoAppModel::applyFailure(const std::exception& error) {

@@ -4,6 +4,7 @@
 #include "app/Platform.h"
 #include "app/StatusCopy.h"
 #include "config/TavoStore.h"
+#include "helper/PrivilegedHelperInstallState.h"
 #include "runtime/RuntimeCoordinator.h"
 
 #include <exception>
@@ -22,6 +23,7 @@ enum class ModelProperty : unsigned {
     lastError = 1U << 3U,
     configFileError = 1U << 4U,
     assertionNotice = 1U << 5U,
+    helperInstallState = 1U << 6U,
 };
 
 /// A set of properties: bits of ModelProperty.
@@ -42,12 +44,19 @@ public:
     /// the loop until the next call.
     void evaluateNow();
 
+    /// Looks at the helper again, which somebody else may have installed, replaced or removed, and then evaluates: what a
+    /// request to look around means.
+    void lookAround();
+
     /// Lets go of everything, persists that nothing is held, and arms nothing any more.
     void quit();
 
     const AppConfig& config() const { return appliedConfig; }
     const RuntimeSnapshot& runtimeSnapshot() const { return snapshot; }
     const PowerStatus& powerStatus() const { return power; }
+
+    /// What there is of the privileged helper.
+    PrivilegedHelperInstallState helperInstallState() const { return helperState; }
 
     /// The text of the last failure; absent after a successful evaluation.
     const std::optional<std::string>& lastError() const { return lastErrorText; }
@@ -73,6 +82,9 @@ private:
 
     void observeAssertion();
     void assertionChanged();
+    void refreshHelperInstallState(bool restartIfEnabled);
+    void rebuildCoordinator(bool restartIfEnabled);
+    void reassertOverride();
     void reloadPersistedConfig();
     void scheduleNextEvaluation(double seconds);
     void applyFailure(const std::exception& error);
@@ -86,12 +98,13 @@ private:
     std::shared_ptr<MainLoop> mainLoop;
     std::shared_ptr<const TavoStoring> store;
     Platform platform;
-    std::shared_ptr<RuntimeCoordinator> coordinator;
     std::unique_ptr<MainLoopTimer> timer;
 
     AppConfig appliedConfig;
     RuntimeSnapshot snapshot;
     PowerStatus power;
+    PrivilegedHelperInstallState helperState;
+    std::shared_ptr<RuntimeCoordinator> coordinator;
     std::optional<std::string> lastErrorText;
     std::optional<std::string> configFileErrorText;
     std::exception_ptr failure;

@@ -36,7 +36,25 @@ std::string messageOf(const ShellCommandResult& result, const char* otherwise) {
     return result.standardError.empty() ? otherwise : result.standardError;
 }
 
+bool answersPing(PrivilegedHelperClient& client) {
+    try {
+        return client.send(PrivilegedHelperCommand::ping()) == PrivilegedHelperResponse::pong();
+    } catch (...) {
+        // Whatever keeps the pong away, the helper is out of reach; the next ping may find it started.
+        return false;
+    }
+}
+
 } // namespace
+
+PrivilegedHelperInstallState resolveHelperInstallState(const HelperServiceSetup& setup,
+                                                       PrivilegedHelperClient& client) {
+    if (!fileExists(setup.helperExecutable()) || !fileExists(setup.serviceDefinition())) {
+        return PrivilegedHelperInstallState::notInstalled;
+    }
+    return answersPing(client) ? PrivilegedHelperInstallState::ready
+                               : PrivilegedHelperInstallState::installedUnreachable;
+}
 
 PrivilegedHelperInstaller::PrivilegedHelperInstaller(TavoPaths paths, std::shared_ptr<CommandRunning> runner,
                                                      std::shared_ptr<PrivilegedHelperClient> client,
@@ -57,10 +75,7 @@ PrivilegedHelperInstaller::PrivilegedHelperInstaller(std::shared_ptr<CommandRunn
                                 reachabilityWait, std::move(sleeper)) {}
 
 PrivilegedHelperInstallState PrivilegedHelperInstaller::currentState() const {
-    if (!fileExists(setup->helperExecutable()) || !fileExists(setup->serviceDefinition())) {
-        return PrivilegedHelperInstallState::notInstalled;
-    }
-    return answersPing() ? PrivilegedHelperInstallState::ready : PrivilegedHelperInstallState::installedUnreachable;
+    return resolveHelperInstallState(*setup, *client);
 }
 
 PrivilegedHelperInstallState
@@ -100,7 +115,7 @@ bool PrivilegedHelperInstaller::waitForReachability() const {
         std::abort();
     }
     for (std::int64_t attempt = 1; attempt <= reachabilityWait.retries; ++attempt) {
-        if (answersPing()) {
+        if (answersPing(*client)) {
             return true;
         }
         if (attempt < reachabilityWait.retries && reachabilityWait.delayMicroseconds != 0) {
@@ -112,15 +127,6 @@ bool PrivilegedHelperInstaller::waitForReachability() const {
 
 ShellCommandResult PrivilegedHelperInstaller::runAsRoot(const std::string& script) const {
     return runner->run({.executableURL = "/bin/sh", .arguments = {"-c", script}, .requiresPrivilege = true});
-}
-
-bool PrivilegedHelperInstaller::answersPing() const {
-    try {
-        return client->send(PrivilegedHelperCommand::ping()) == PrivilegedHelperResponse::pong();
-    } catch (...) {
-        // Whatever keeps the pong away, the helper is out of reach; the next ping may find it started.
-        return false;
-    }
 }
 
 } // namespace tavo

@@ -25,6 +25,9 @@ struct HelperReachabilityWait {
     bool operator==(const HelperReachabilityWait&) const = default;
 };
 
+/// Asks the helper when both of its files are there. Any failure to reach it is the state, not an error.
+PrivilegedHelperInstallState resolveHelperInstallState(const HelperServiceSetup& setup, PrivilegedHelperClient& client);
+
 /// Installs and removes the helper with the user's approval, and tells what there is of it.
 ///
 /// Keeps no state: the installed files and the system's service are the state. Every operation may block for long: the
@@ -45,7 +48,7 @@ public:
                               std::shared_ptr<const HelperServiceSetup> setup,
                               HelperReachabilityWait reachabilityWait = {}, Sleeper sleeper = {});
 
-    /// Asks the helper when both of its files are there. Any failure to reach it is the state, not an error.
+    /// See resolveHelperInstallState().
     PrivilegedHelperInstallState currentState() const;
 
     /// Installs, and waits until the helper answers. Leaves nothing behind in the user's folders once it has begun to run
@@ -60,7 +63,6 @@ public:
 
 private:
     ShellCommandResult runAsRoot(const std::string& script) const;
-    bool answersPing() const;
 
     TavoPaths paths;
     std::shared_ptr<CommandRunning> runner;

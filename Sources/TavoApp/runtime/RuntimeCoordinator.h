@@ -37,6 +37,9 @@ public:
 
     WakeControllerStatus wakeStatus() const { return wakeController->status(); }
 
+    /// See WakeController::reassertOverride().
+    void reassertOverride() { wakeController->reassertOverride(); }
+
 private:
     using Matches = std::vector<MatchedProcessSnapshot>;
 

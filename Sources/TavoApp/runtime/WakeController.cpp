@@ -49,6 +49,12 @@ void WakeController::deactivate() {
     }
 }
 
+void WakeController::reassertOverride() {
+    if (activeClosedLidScope && privilegedSleepController && activePlan) {
+        privilegedSleepController->setSleepDisabled(*activeClosedLidScope, true);
+    }
+}
+
 WakeControllerStatus WakeController::status() const {
     const bool isAssertionRunning = standardAssertionProcess && standardAssertionProcess->isRunning();
     return {.isActive = isAssertionRunning || activeClosedLidScope.has_value(),

@@ -34,6 +34,10 @@ public:
     /// Lets go of everything. @throws the sleep controller's error; the next call tries the same scope again.
     void deactivate();
 
+    /// Asks again for an override that is in force: a helper that was replaced meanwhile has given it back.
+    /// @throws the sleep controller's error.
+    void reassertOverride();
+
     WakeControllerStatus status() const;
 
 private:

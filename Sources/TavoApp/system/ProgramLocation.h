@@ -1,0 +1,17 @@
+#pragma once
+
+#include <filesystem>
+#include <initializer_list>
+#include <optional>
+#include <string_view>
+
+namespace tavo {
+
+/// The file of a program that comes with the running one: the first that exists of `name` in the running program's own
+/// folder and in the given ones, which are relative to that folder. Nothing when there is none.
+/// @param programPath  the running program's file.
+std::optional<std::filesystem::path> findCompanionProgram(const std::filesystem::path& programPath,
+                                                          std::string_view name,
+                                                          std::initializer_list<std::string_view> otherFolders);
+
+} // namespace tavo

@@ -1,0 +1,197 @@
+#include "HelperCommand.h"
+
+#include "Console.h"
+#include "ErrorSentence.h"
+#include "HelperReport.h"
+#include "RunningTavo.h"
+#include "Version.h"
+#include "base/Text.h"
+#include "helper/PrivilegedHelperCompatibilityChecker.h"
+#include "helper/PrivilegedHelperInstaller.h"
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <thread>
+#include <utility>
+
+namespace tavo {
+
+namespace {
+
+// Together 2.5 seconds: the helper lets one pass before it begins.
+constexpr int looksForRemoval = 25;
+constexpr std::chrono::microseconds betweenLooks{100000};
+
+bool isThere(const std::filesystem::path& file) {
+    std::error_code ignored; // what cannot be asked about does not exist for the caller
+    return std::filesystem::exists(file, ignored);
+}
+
+/// Whether root acts for somebody whose files it must not make its own.
+bool actsForAnotherUser() {
+    const char* const user = std::getenv("SUDO_UID");
+    return geteuid() == 0 && user != nullptr && std::string_view(user) != "0";
+}
+
+std::optional<std::string> installedVersion(const Platform& platform) {
+    try {
+        const auto result = platform.commandRunner->run(
+            {.executableURL = platform.helperSetup->helperExecutable(), .arguments = {"--version"}});
+        constexpr std::string_view name = "TavoPrivilegedHelper ";
+        if (result.exitCode == 0 && result.standardOutput.starts_with(name)) {
+            return result.standardOutput.substr(name.size());
+        }
+    } catch (const std::exception&) {
+        // A file that cannot be run has no version; its state says the rest.
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+HelperCommand::HelperCommand(const Platform& platform, const TavoStoring& store, Pause pause)
+    : platform(platform), store(store), pause(std::move(pause)) {
+    if (!this->pause) {
+        this->pause = [](std::chrono::microseconds time) { std::this_thread::sleep_for(time); };
+    }
+}
+
+ExitStatus HelperCommand::carryOut(const HelperCommandOptions& options) const {
+    switch (options.action) {
+    case HelperCommandOptions::Action::status:
+        return printStatus(options.json);
+    case HelperCommandOptions::Action::install:
+        return install();
+    case HelperCommandOptions::Action::uninstall:
+        return uninstall();
+    case HelperCommandOptions::Action::reset:
+        return reset();
+    }
+    return ExitStatus::failure;
+}
+
+ExitStatus HelperCommand::printStatus(bool json) const {
+    HelperFacts facts{.state = resolveHelperInstallState(*platform.helperSetup, *platform.helperClient),
+                      .buildVersion = std::string(tavoVersion),
+                      .installedFile = platform.helperSetup->helperExecutable()};
+    if (tavo::isInstalled(facts.state)) {
+        facts.installedVersion = installedVersion(platform);
+        facts.hasSource = platform.helperSource.has_value();
+        facts.matchesThisBuild = matchesThisBuild();
+    }
+    try {
+        facts.overrides = SleepOverrideJournal(platform.helperSetup->overrideJournal()).load().overrides;
+    } catch (const std::exception& error) {
+        facts.overridesError = errorSentence(error);
+    }
+    const Console console(stdout);
+    if (json) {
+        console.print(helperReportJson(facts).dump(2, ' ', false, Json::error_handler_t::replace));
+        return ExitStatus::success;
+    }
+    for (const auto& line : helperReportLines(facts)) {
+        console.print(visibleControls(line));
+    }
+    return ExitStatus::success;
+}
+
+ExitStatus HelperCommand::install() const {
+    if (!platform.helperSource) {
+        fmt::print(stderr, "tavoctl: could not find the tavo helper executable in this build; install tavo again.\n");
+        return ExitStatus::failure;
+    }
+    const PrivilegedHelperInstaller installer(store.paths(), platform.administratorRunner, platform.helperClient,
+                                              platform.helperSetup, {}, pause);
+    const auto state = installer.install(*platform.helperSource);
+    const bool isReady = state == PrivilegedHelperInstallState::ready;
+    recordPermission(isReady);
+    fmt::print("{}\n", isReady ? "the helper is installed and answers; tavo may now keep awake with the lid closed."
+                               : "the helper is installed, but does not answer any more; see tavoctl helper status.");
+    return isReady ? ExitStatus::success : ExitStatus::failure;
+}
+
+ExitStatus HelperCommand::uninstall() const {
+    if (!isInstalled()) {
+        recordPermission(false);
+        fmt::print("the helper is not installed.\n");
+        return ExitStatus::success;
+    }
+    const PrivilegedHelperInstaller installer(store.paths(), platform.administratorRunner, platform.helperClient,
+                                              platform.helperSetup, {}, pause);
+    installer.uninstall();
+    recordPermission(false);
+    if (isInstalled()) {
+        fmt::print(stderr, "tavoctl: files of the helper are still there; see tavoctl helper status.\n");
+        return ExitStatus::failure;
+    }
+    fmt::print("the helper is removed; tavo no longer keeps awake with the lid closed.\n");
+    return ExitStatus::success;
+}
+
+ExitStatus HelperCommand::reset() const {
+    const auto state = resolveHelperInstallState(*platform.helperSetup, *platform.helperClient);
+    if (state == PrivilegedHelperInstallState::notInstalled) {
+        fmt::print(stderr, "tavoctl: the helper is not installed, so there is nothing to reset.\n");
+        return ExitStatus::failure;
+    }
+    if (state != PrivilegedHelperInstallState::ready || !matchesThisBuild()) {
+        fmt::print(stderr,
+                   "tavoctl: the helper {}, so it is not trusted to remove itself; tavoctl helper uninstall removes it "
+                   "with an administrator's approval.\n",
+                   state == PrivilegedHelperInstallState::ready ? "is not the one of this build" : "does not answer");
+        return ExitStatus::failure;
+    }
+    const auto response = platform.helperClient->send(PrivilegedHelperCommand::resetSupport());
+    if (const auto* error = std::get_if<PrivilegedHelperResponse::Error>(&response.value)) {
+        throw PrivilegedHelperInstallerError::uninstallFailed(error->message);
+    }
+    const bool isGone = waitUntilFilesAreGone();
+    recordPermission(false);
+    if (!isGone) {
+        fmt::print(stderr, "tavoctl: closed-lid support could not be fully reset; see tavoctl helper status.\n");
+        return ExitStatus::failure;
+    }
+    fmt::print("the helper has removed itself; tavo no longer keeps awake with the lid closed.\n");
+    return ExitStatus::success;
+}
+
+bool HelperCommand::isInstalled() const {
+    return isThere(platform.helperSetup->helperExecutable()) || isThere(platform.helperSetup->serviceDefinition());
+}
+
+bool HelperCommand::matchesThisBuild() const {
+    return PrivilegedHelperCompatibilityChecker(platform.helperSetup->helperExecutable())
+        .installedHelperMatchesCurrentBuild(platform.helperSource);
+}
+
+bool HelperCommand::waitUntilFilesAreGone() const {
+    for (int look = 1; isInstalled(); ++look) {
+        if (look == looksForRemoval) {
+            return false;
+        }
+        pause(betweenLooks);
+    }
+    return true;
+}
+
+/// Notes it where the settings window looks, and has a running Tavo act on it.
+void HelperCommand::recordPermission(bool granted) const {
+    if (actsForAnotherUser()) {
+        fmt::print(stderr, "tavoctl: the configuration of the user who called sudo is left as it is.\n");
+        return;
+    }
+    try {
+        auto config = store.loadConfig();
+        if (config.closedLidPermissionGranted != granted) {
+            config.closedLidPermissionGranted = granted;
+            store.saveConfig(config);
+        }
+    } catch (const std::exception& error) {
+        fmt::print(stderr, "tavoctl: config.json was left as it is: {}\n", visibleControls(errorSentence(error)));
+    }
+    tellRunningTavo(store);
+}
+
+} // namespace tavo

@@ -1,0 +1,245 @@
+#include "helper/linux/SystemdServiceSetup.h"
+
+#include "Support/TemporaryDirectory.h"
+#include "config/AtomicFile.h"
+#include "helper/PrivilegedHelperInstallerError.h"
+#include "helper/linux/FileDigest.h"
+#include "system/SystemCommandRunner.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+
+namespace tavo {
+namespace {
+
+using testing::HasSubstr;
+using testing::StartsWith;
+
+/// Sets an environment variable, or takes it away, while it lives.
+class Variable {
+public:
+    Variable(const char* name, const char* value) : name(name) {
+        if (const char* text = std::getenv(name)) {
+            before = text;
+        }
+        set(value);
+    }
+    Variable(const Variable&) = delete;
+    Variable& operator=(const Variable&) = delete;
+    ~Variable() { set(before ? before->c_str() : nullptr); }
+
+private:
+    void set(const char* value) const { value == nullptr ? unsetenv(name) : setenv(name, value, 1); }
+
+    const char* name;
+    std::optional<std::string> before;
+};
+
+/// Runs the scripts in a real shell, over folders and a service manager of the test's own.
+class SystemdSetup : public testing::Test {
+protected:
+    void SetUp() override {
+        std::filesystem::create_directories(layout.systemdMark);
+        standIn("systemctl", "echo \"systemctl $*\" >>\"" + calls.string() + "\"");
+        // Only root may give files away.
+        if (geteuid() != 0) {
+            standIn("chown", "echo \"chown $*\" >>\"" + calls.string() + "\"");
+        }
+        replaceFileAtomically(staged, setup().serviceDefinitionContent());
+    }
+
+    SystemdServiceSetup setup() const { return SystemdServiceSetup(layout); }
+
+    void standIn(const std::string& program, const std::string& body) const {
+        const auto file = folder.write("programs/" + program, "#!/bin/sh\n" + body + "\n");
+        std::filesystem::permissions(file, std::filesystem::perms::owner_all);
+    }
+
+    static ShellCommandResult runScript(const std::string& script) {
+        return SystemCommandRunner().run({.executableURL = "/bin/sh", .arguments = {"-c", script}});
+    }
+
+    ShellCommandResult install() const { return runScript(setup().installScript(source, staged)); }
+
+    std::string called() const { return std::filesystem::exists(calls) ? readWholeFile(calls) : ""; }
+
+    /// Files and folders below a folder, hidden ones too.
+    static std::size_t entriesOf(const std::filesystem::path& where) {
+        return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(where), {}));
+    }
+
+    TemporaryDirectory folder;
+    std::filesystem::path root = folder.path() / "the 'root' $HOME `x` \"é\"";
+    std::filesystem::path calls = folder.path() / "calls";
+    SystemdHelperLayout layout{.helperExecutable = root / "libexec/TavoPrivilegedHelper",
+                               .unitFile = root / "system/com.vrd.tavo.helper.service",
+                               .systemdMark = folder.path() / "booted",
+                               .searchPath = (folder.path() / "programs").string() + ":/usr/bin:/bin"};
+    std::filesystem::path source = folder.write("it's a build/TavoPrivilegedHelper", "program\n");
+    std::filesystem::path staged = folder.path() / "staged.service";
+    Variable pkexecUser{"PKEXEC_UID", nullptr};
+    Variable sudoUser{"SUDO_UID", nullptr};
+};
+
+TEST_F(SystemdSetup, HasItsPlacesInTheSystem) {
+    const SystemdServiceSetup system;
+    EXPECT_EQ(system.helperExecutable(), "/usr/local/libexec/TavoPrivilegedHelper");
+    EXPECT_EQ(system.serviceDefinition(), "/etc/systemd/system/com.vrd.tavo.helper.service");
+    EXPECT_THAT(system.serviceDefinitionContent(),
+                HasSubstr("ExecStart=\"/usr/local/libexec/TavoPrivilegedHelper\" --user @installingUser@\n"));
+    EXPECT_THAT(system.serviceDefinitionContent(),
+                HasSubstr("ExecStopPost=\"/usr/local/libexec/TavoPrivilegedHelper\" --after-stop\n"));
+}
+
+TEST_F(SystemdSetup, PutsBothFilesIntoPlaceAndStartsTheService) {
+    const auto result = install();
+    ASSERT_EQ(result.exitCode, 0) << result.standardError;
+    EXPECT_EQ(readWholeFile(layout.helperExecutable), "program\n");
+    struct stat status {};
+    ASSERT_EQ(stat(layout.helperExecutable.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777U, 0755U);
+    ASSERT_EQ(stat(layout.unitFile.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777U, 0644U);
+    ASSERT_EQ(stat(layout.unitFile.parent_path().c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777U, 0755U);
+    EXPECT_THAT(called(), testing::EndsWith("systemctl daemon-reload\n"
+                                            "systemctl --quiet enable com.vrd.tavo.helper.service\n"
+                                            "systemctl restart com.vrd.tavo.helper.service\n"));
+    EXPECT_EQ(entriesOf(layout.helperExecutable.parent_path()), 1U) << "no temporary file is left";
+    EXPECT_EQ(entriesOf(layout.unitFile.parent_path()), 1U);
+}
+
+TEST_F(SystemdSetup, TheServiceIsForTheUserWhoGaveTheApproval) {
+    struct Row {
+        const char* pkexec;
+        const char* sudo;
+        const char* served;
+    };
+    for (const auto& row : {Row{"1000", nullptr, "1000"}, Row{nullptr, "1001", "1001"}, Row{"1000", "1001", "1000"},
+                            Row{nullptr, nullptr, "0"}, Row{"", "", "0"}}) {
+        const Variable pkexec("PKEXEC_UID", row.pkexec);
+        const Variable sudo("SUDO_UID", row.sudo);
+        ASSERT_EQ(install().exitCode, 0);
+        EXPECT_THAT(readWholeFile(layout.unitFile), HasSubstr(std::string(" --user ") + row.served + "\n"));
+        EXPECT_THAT(readWholeFile(layout.unitFile), testing::Not(HasSubstr("@installingUser@")));
+    }
+}
+
+TEST_F(SystemdSetup, AUserWhoIsNoNumberInstallsNothing) {
+    for (const auto* user : {"me", "1000 --reset", "-1", "1;reboot"}) {
+        const Variable pkexec("PKEXEC_UID", user);
+        const auto result = install();
+        EXPECT_EQ(result.exitCode, 1) << user;
+        EXPECT_THAT(result.standardError, HasSubstr("is no user id"));
+        EXPECT_FALSE(std::filesystem::exists(layout.helperExecutable));
+        EXPECT_EQ(called(), "");
+    }
+}
+
+TEST_F(SystemdSetup, AFileThatChangedMeanwhileIsNotInstalled) {
+    const auto script = setup().installScript(source, staged);
+    for (const auto& changed : {source, staged}) {
+        const auto before = readWholeFile(changed);
+        replaceFileAtomically(changed, before + " ");
+        const auto result = runScript(script);
+        EXPECT_EQ(result.exitCode, 1);
+        EXPECT_THAT(result.standardError, StartsWith(changed.string() + " has changed"));
+        EXPECT_FALSE(std::filesystem::exists(layout.helperExecutable));
+        EXPECT_FALSE(std::filesystem::exists(layout.unitFile));
+        EXPECT_EQ(entriesOf(layout.helperExecutable.parent_path()), 0U);
+        EXPECT_EQ(entriesOf(layout.unitFile.parent_path()), 0U);
+        EXPECT_EQ(called(), "");
+        replaceFileAtomically(changed, before);
+    }
+}
+
+TEST_F(SystemdSetup, AStagedUnitOfSomebodyElsesIsNotInstalled) {
+    replaceFileAtomically(staged, "[Service]\nExecStart=/bin/sh\n");
+    EXPECT_EQ(install().exitCode, 1);
+    EXPECT_FALSE(std::filesystem::exists(layout.unitFile));
+}
+
+TEST_F(SystemdSetup, AFailingServiceManagerFailsTheInstallationInItsOwnWords) {
+    standIn("systemctl", "case $1 in restart) echo 'Job failed.' >&2; exit 1;; esac");
+    const auto result = install();
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(result.standardError, "Job failed.");
+}
+
+TEST_F(SystemdSetup, RelabelsWhereTheSystemHasLabels) {
+    standIn("restorecon", "echo \"restorecon $*\" >>\"" + calls.string() + "\"");
+    ASSERT_EQ(install().exitCode, 0);
+    EXPECT_THAT(called(), HasSubstr("restorecon " + layout.helperExecutable.string() + " " + layout.unitFile.string()));
+}
+
+TEST_F(SystemdSetup, RemovalEndsTheServiceAndRemovesBothFilesAlone) {
+    ASSERT_EQ(install().exitCode, 0);
+    folder.write("the 'root' $HOME `x` \"é\"/system/other.service", "");
+    std::filesystem::remove(calls);
+    EXPECT_EQ(runScript(setup().uninstallScript()).exitCode, 0);
+    EXPECT_FALSE(std::filesystem::exists(layout.helperExecutable));
+    EXPECT_FALSE(std::filesystem::exists(layout.unitFile));
+    EXPECT_TRUE(std::filesystem::exists(root / "system/other.service"));
+    EXPECT_EQ(called(), "systemctl disable --now com.vrd.tavo.helper.service\n"
+                        "systemctl daemon-reload\n"
+                        "systemctl reset-failed com.vrd.tavo.helper.service\n");
+}
+
+TEST_F(SystemdSetup, RemovalGoesOnWhereTheServiceIsNotKnown) {
+    ASSERT_EQ(install().exitCode, 0);
+    standIn("systemctl", "case $1 in disable|reset-failed) exit 1;; esac");
+    EXPECT_EQ(runScript(setup().uninstallScript()).exitCode, 0);
+    EXPECT_FALSE(std::filesystem::exists(layout.unitFile));
+}
+
+TEST_F(SystemdSetup, TheDeferredRemovalRunsInAUnitOfItsOwnAndSleepsFirst) {
+    const auto command = setup().deferredUninstallCommand(7);
+    EXPECT_EQ(command.executableURL, "/usr/bin/systemd-run");
+    EXPECT_THAT(command.arguments, testing::IsSupersetOf({"--collect", "--no-block"}));
+    EXPECT_FALSE(command.requiresPrivilege);
+    const auto& script = command.arguments.back();
+    EXPECT_THAT(script, StartsWith("sleep 7\nset -e\n"));
+    EXPECT_THAT(setup().deferredUninstallCommand(0).arguments.back(), StartsWith("sleep 0\n"));
+
+    ASSERT_EQ(install().exitCode, 0);
+    standIn("sleep", "echo \"sleep $*\" >>\"" + calls.string() + "\"");
+    const Variable path("PATH", layout.searchPath.c_str());
+    EXPECT_EQ(runScript(script).exitCode, 0);
+    EXPECT_THAT(called(), HasSubstr("sleep 7\nsystemctl disable --now"));
+    EXPECT_FALSE(std::filesystem::exists(layout.helperExecutable));
+}
+
+TEST_F(SystemdSetup, WithoutSystemdThereIsNoScriptAndTheErrorSaysSo) {
+    std::filesystem::remove(layout.systemdMark);
+    for (const bool installs : {true, false}) {
+        try {
+            installs ? setup().installScript(source, staged) : setup().uninstallScript();
+            FAIL() << "nothing was thrown";
+        } catch (const PrivilegedHelperInstallerError& error) {
+            EXPECT_THAT(error.description(), HasSubstr("systemd, which does not run this system"));
+        }
+    }
+}
+
+TEST_F(SystemdSetup, ASourceThatCannotBeReadIsAnError) {
+    EXPECT_THROW(setup().installScript(folder.path() / "nothing", staged), std::system_error);
+}
+
+TEST_F(SystemdSetup, AnExecutableWithAnyNameIsOneWordOfTheUnit) {
+    auto odd = layout;
+    odd.helperExecutable = R"(/opt/a b/100%/$x/"q"\n/Helper)";
+    EXPECT_THAT(SystemdServiceSetup(odd).serviceDefinitionContent(),
+                HasSubstr(R"(ExecStart="/opt/a b/100%%/$$x/\"q\"\\n/Helper" --user)"));
+}
+
+TEST(FileDigest, IsTheOneOfTheStandard) {
+    EXPECT_EQ(sha256(""), "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855");
+    EXPECT_EQ(sha256("abc"), "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
+}
+
+} // namespace
+} // namespace tavo
