@@ -2,6 +2,7 @@
 //
 //   helper-client send JSON...  sends each text as a request of its own, and prints what comes back
 //   helper-client hold SCOPE    asks for an override, prints the response, and lives until its standard input ends
+//   helper-client plans         asks for overrides as a Tavo does whose plan changes, and lives on like hold
 //   helper-client raw HEX       sends bytes as they are, and prints the reply
 //   helper-client flood COUNT   opens this many connections at once, half of them silent, and pings the helper meanwhile
 //   helper-client noise COUNT   sends this many random bodies, and pings the helper now and then
@@ -91,6 +92,18 @@ void hold(const std::string& scopeName) {
     std::cin.ignore(std::numeric_limits<std::streamsize>::max());
 }
 
+/// Lets go of the old scope before it asks for the new one.
+void changePlans() {
+    SocketPrivilegedHelperClient client;
+    for (const auto scope : {PMSetScope::all, PMSetScope::ac, PMSetScope::all}) {
+        client.send(PrivilegedHelperCommand::setSleepDisabled(scope, true));
+        client.send(PrivilegedHelperCommand::setSleepDisabled(scope, false));
+    }
+    fmt::print("{}\n", client.send(PrivilegedHelperCommand::setSleepDisabled(PMSetScope::ac, true)).encoded());
+    std::fflush(stdout);
+    std::cin.ignore(std::numeric_limits<std::streamsize>::max());
+}
+
 std::string fromHex(std::string_view hex) {
     std::string bytes;
     for (std::size_t index = 0; index + 1 < hex.size(); index += 2) {
@@ -138,6 +151,9 @@ void makeNoise(int count) {
 }
 
 void carryOut(const std::string& what, std::span<char*> arguments) {
+    if (what == "plans") {
+        changePlans();
+    }
     for (const std::string argument : arguments) {
         if (what == "send") {
             fmt::print("{}\n", exchange(SocketFraming::request(argument)));

@@ -1,0 +1,80 @@
+# An override ends with the process that asked for it, whatever happens to whom.
+. "$(dirname "$0")/machine.bash"
+. "$(dirname "$0")/helper.bash"
+
+root=/run/tavo-files
+
+# Without the helper the error is said, with the command that helps.
+status=0
+control --root "$root" run --always --lid closed >/dev/null 2>/run/err || status=$?
+expectEqual 1 "$status" "exit status without the helper"
+expectContains "$(cat /run/err)" "closed-lid wake prevention requires privileged command support." "the error"
+expectContains "$(cat /run/err)" "tavoctl helper install" "the advice"
+
+control helper install
+
+for lid in closed both; do
+    beginRun "$root" --always --lid "$lid"
+    expectWithin "$soon" lidActionsAre "ignore ignore"
+    expectContains "$(control helper status)" "override     all for process $run" "status"
+    endRun TERM
+    expectWithin "$soon" nothingInForce
+done
+
+# Killed: the lock and the setting are back.
+beginRun "$root" --always --lid closed
+expectWithin "$soon" lidActionsAre "ignore ignore"
+kill -s KILL "$run"
+expectWithin "$soon" nothingInForce
+expectHeld ""
+
+# The helper killed: in force again with the next one, for as long as Tavo lives.
+beginRun "$root" --always --lid closed
+expectWithin "$soon" lidActionsAre "ignore ignore"
+before=$(helperProcess)
+kill -s KILL "$before"
+helperIsBack() { [ "$(helperProcess)" != "$before" ] && [ "$(helperProcess)" != 0 ] && holds tavo-helper "sleep block"; }
+expectWithin "$soon" helperIsBack
+expectEqual "ignore ignore" "$(lidActions)" "the lid after the helper's restart"
+expectContains "$(control helper status)" "override     all for process $run" "status after the helper's restart"
+kill -0 "$run" || fail "tavoctl run has ended"
+endRun TERM
+expectWithin "$soon" nothingInForce
+
+# The helper killed while one process lives and another does not any more.
+beginHold battery
+heldBattery=$holder heldInput=$keepHolding
+beginHold ac
+before=$(helperProcess)
+systemctl kill --signal=STOP "$helperUnit"
+kill -s KILL "$holder"
+kill -s KILL "$before"
+expectWithin "$soon" helperIsBack
+expectWithin "$soon" lidActionsAre "ignore suspend"
+kill -0 "$heldBattery" || fail "the holder has ended"
+exec {heldInput}>&-
+expectWithin "$soon" nothingInForce
+
+# Both killed: nothing is left.
+beginRun "$root" --always --lid closed
+expectWithin "$soon" lidActionsAre "ignore ignore"
+kill -s KILL "$(helperProcess)" "$run"
+expectWithin "$soon" nothingInForce
+expectWithin "$soon" helperStateIs ready
+
+# The helper stopped: everything is undone. A Tavo that is told to look around has it in force again once it is back.
+beginRun "$root" --always --lid closed
+expectWithin "$soon" lidActionsAre "ignore ignore"
+systemctl stop "$helperUnit"
+lidActionsAre "suspend -" || fail "the lid after a stop: $(lidActions)"
+[ ! -e /run/com.vrd.tavo.helper ] || fail "the service's folder is left"
+systemctl start "$helperUnit"
+reevaluate
+expectWithin "$soon" lidActionsAre "ignore ignore"
+
+# Installed anew while a Tavo runs: the override is back without a restart of Tavo.
+control --root "$root" helper install
+expectWithin "$soon" lidActionsAre "ignore ignore"
+kill -0 "$run" || fail "tavoctl run has ended"
+endRun INT
+expectWithin "$soon" nothingInForce
