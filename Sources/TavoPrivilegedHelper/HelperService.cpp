@@ -38,6 +38,10 @@ PrivilegedHelperReply HelperService::serve(const HelperCaller& caller, std::stri
     if (auto message = refusal(caller.user)) {
         return {std::nullopt, std::move(message)};
     }
+    if (body.size() > longestBody) {
+        return {std::nullopt,
+                fmt::format("a command of {} bytes is too long: {} are allowed.", body.size(), longestBody)};
+    }
     const auto controller = std::make_shared<OwnedSleepController>(keeper, caller.process);
     return PrivilegedHelperCommandDispatcher(controller, reset).reply(body);
 }

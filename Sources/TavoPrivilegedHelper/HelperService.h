@@ -6,6 +6,7 @@
 
 #include <sys/types.h>
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -25,6 +26,9 @@ struct HelperCaller {
 /// Serves complete requests, whatever they came over.
 class HelperService {
 public:
+    /// Of an encoded command, in bytes; a longer one is refused unread, whatever it came over.
+    static constexpr std::size_t longestBody = 65536;
+
     /// @param isServed  whether a user other than root may ask for something.
     /// @param reset     has the helper removed, or throws.
     HelperService(std::shared_ptr<OverrideKeeper> keeper, std::function<bool(uid_t user)> isServed,

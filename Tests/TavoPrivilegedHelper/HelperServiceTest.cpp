@@ -81,6 +81,14 @@ TEST_F(Service, WhatIsNoCommandGetsAMessage) {
     EXPECT_EQ(resets, 0);
 }
 
+TEST_F(Service, ACommandThatIsTooLongIsRefusedUnread) {
+    const std::string padding(HelperService::longestBody - std::string(R"({"ping":{}})").size(), ' ');
+    EXPECT_TRUE(service.serve(caller, R"({"ping":{}})" + padding).data);
+    const auto reply = service.serve(caller, R"({"ping":{}})" + padding + " ");
+    EXPECT_FALSE(reply.data);
+    EXPECT_THAT(reply.message.value_or(""), HasSubstr("too long"));
+}
+
 TEST_F(Service, ResetsAndSaysWhenThatFails) {
     EXPECT_EQ(service.serve(caller, R"({"resetSupport":{}})").data, R"({"ok":{}})");
     resetFailure = "no shell.";

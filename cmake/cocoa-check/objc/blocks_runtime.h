@@ -1,0 +1,2 @@
+// The name under which GNUstep looks for it.
+#include <Block.h>
