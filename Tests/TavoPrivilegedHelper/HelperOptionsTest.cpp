@@ -1,8 +1,9 @@
-#include "TavoPrivilegedHelper/HelperOptions.h"
+#include "TavoPrivilegedHelper/HelperMain.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <stdexcept>
 #include <vector>
 
 namespace tavo {
@@ -41,6 +42,45 @@ TEST(HelperOptions, WhatIsUnknownIsNamed) {
     } catch (const HelperUsageError& error) {
         EXPECT_THAT(error.description(), HasSubstr("--sudo"));
     }
+}
+
+/// The exit status of a helper whose two tasks leave a letter each.
+int statusOf(const std::vector<const char*>& arguments, std::string& done) {
+    return runHelper(
+        arguments, [&](const HelperOptions&) { done += "s"; }, [&](const HelperOptions&) { done += "a"; });
+}
+
+TEST(HelperMain, DoesTheTaskThatTheArgumentsName) {
+    std::string done;
+    EXPECT_EQ(statusOf({"--user", "1000"}, done), 0);
+    EXPECT_EQ(statusOf({"--after-stop"}, done), 0);
+    EXPECT_EQ(done, "sa");
+}
+
+TEST(HelperMain, PrintsItsVersionAndItsHelp) {
+    std::string done;
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(statusOf({"--version"}, done), 0);
+    EXPECT_THAT(testing::internal::GetCapturedStdout(), testing::MatchesRegex("TavoPrivilegedHelper [0-9.]+\n"));
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(statusOf({"--help"}, done), 0);
+    EXPECT_THAT(testing::internal::GetCapturedStdout(), HasSubstr("--after-stop"));
+    EXPECT_EQ(done, "");
+}
+
+TEST(HelperMain, AFailureIsLoggedAndIsTheStatus) {
+    testing::internal::CaptureStderr();
+    const std::vector<const char*> none;
+    const auto ignore = [](const HelperOptions&) {};
+    EXPECT_EQ(runHelper(
+                  none, [](const HelperOptions&) { throw std::runtime_error("no socket."); }, ignore),
+              1);
+    std::string done;
+    EXPECT_EQ(statusOf({"--bogus"}, done), 64);
+    const auto lines = testing::internal::GetCapturedStderr();
+    EXPECT_THAT(lines, HasSubstr("no socket.\n"));
+    EXPECT_THAT(lines, HasSubstr("--bogus"));
+    EXPECT_EQ(done, "");
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "TavoPrivilegedHelper/linux/HelperProgram.h"
 
+#include "TavoPrivilegedHelper/HelperMain.h"
 #include "TavoPrivilegedHelper/HelperService.h"
 #include "TavoPrivilegedHelper/linux/AsioHelperTimers.h"
 #include "TavoPrivilegedHelper/linux/HelperListener.h"
@@ -24,9 +25,6 @@ namespace {
 /// Before giving up at the end; the service manager's patience is longer.
 constexpr int attemptsToUndo = 5;
 
-/// In seconds: longer than the reply takes, and shorter than the application waits for the files to go.
-constexpr std::int64_t removalDelay = 1;
-
 } // namespace
 
 HelperProgram::HelperProgram(std::optional<uid_t> user, Log log)
@@ -45,7 +43,7 @@ void HelperProgram::serve(const std::function<void()>& ready) {
     stopSignals.async_wait([this](const asio::error_code&, int) { loop.stop(); });
     takeOver();
     const PrivilegedHelperSelfResetter resetter(std::make_shared<SystemCommandRunner>(),
-                                                std::make_shared<SystemdServiceSetup>(), removalDelay);
+                                                std::make_shared<SystemdServiceSetup>(), helperRemovalDelay);
     const auto service = std::make_shared<HelperService>(
         keeper, [served = user](uid_t caller) { return served == caller; }, [&resetter] { resetter.requestReset(); });
     {
