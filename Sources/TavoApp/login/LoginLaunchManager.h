@@ -1,0 +1,58 @@
+#pragma once
+
+#include "config/TavoPaths.h"
+#include "login/LaunchAtLoginManaging.h"
+#include "login/LoginLaunchManagerError.h"
+#include "system/CommandRunning.h"
+#include "system/PropertyList.h"
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace tavo {
+
+/// What launchd is told about the app.
+struct LaunchAgentDefinition {
+    static constexpr std::string_view label = "com.vrd.tavo";
+
+    std::string executablePath;
+
+    bool operator==(const LaunchAgentDefinition&) const = default;
+
+    /// Keys of launchd.plist(5). Quitting the app is final until the next login.
+    PropertyListValue propertyList() const;
+};
+
+/// Launch at login by an agent of launchd's in the user's GUI domain, launchctl(1).
+///
+/// The agent's file is the state: what launchd has loaded is not asked.
+class LoginLaunchManager final : public LaunchAtLoginManaging {
+public:
+    LoginLaunchManager(std::filesystem::path launchAgent, std::shared_ptr<CommandRunning> runner)
+        : launchAgent(std::move(launchAgent)), runner(std::move(runner)) {}
+
+    /// With the user's own agent file. @throws CocoaPathsError
+    explicit LoginLaunchManager(std::shared_ptr<CommandRunning> runner)
+        : LoginLaunchManager(TavoPaths::launchAgentURL(), std::move(runner)) {}
+
+    /// Writes the agent and loads it, which starts the app at once. An earlier copy is unloaded first.
+    /// @throws LoginLaunchManagerError when launchd does not load it; the file stays then.
+    void enable(const std::filesystem::path& executablePath) override;
+
+    /// Unloads the agent, which ends an app that it has started, and removes the file.
+    void disable() override;
+
+    bool isEnabled() const override;
+
+private:
+    ShellCommandResult bootout() const;
+    void bootoutIgnoringFailure() const noexcept;
+    ShellCommand launchctl(const std::string& action) const;
+
+    std::filesystem::path launchAgent;
+    std::shared_ptr<CommandRunning> runner;
+};
+
+} // namespace tavo

@@ -1,0 +1,57 @@
+#include "login/linux/AutostartLoginManager.h"
+
+#include "config/AtomicFile.h"
+#include "config/TavoPaths.h"
+#include "login/linux/DesktopEntry.h"
+
+#include <fmt/format.h>
+
+namespace tavo {
+
+namespace {
+
+std::filesystem::path userAutostartFolder() {
+    const auto folders = SystemUserDirectories().applicationSupportDirectories();
+    if (folders.empty()) {
+        throw CocoaPathsError::missingApplicationSupportDirectory();
+    }
+    return folders.front() / "autostart";
+}
+
+} // namespace
+
+AutostartLoginManager::AutostartLoginManager() : folder(userAutostartFolder()) {}
+
+void AutostartLoginManager::enable(const std::filesystem::path& executablePath) {
+    const auto program = desktopExecValue(executablePath);
+    if (!program) {
+        throw LoginLaunchManagerError::unusablePath(executablePath.string());
+    }
+    ensureDirectoryExists(folder);
+    replaceFileAtomically(entry(), fmt::format("[Desktop Entry]\n"
+                                               "Type=Application\n"
+                                               "Name=Tavo\n"
+                                               "Comment=Keeps this computer awake on your terms\n"
+                                               "Exec={}\n"
+                                               "Icon=com.vrd.tavo\n"
+                                               "Terminal=false\n"
+                                               "X-GNOME-Autostart-enabled=true\n",
+                                               *program));
+}
+
+void AutostartLoginManager::disable() {
+    std::filesystem::remove(entry());
+}
+
+bool AutostartLoginManager::isEnabled() const {
+    try {
+        const auto text = readWholeFile(entry());
+        return desktopEntryValue(text, "Hidden") != "true" &&
+               desktopEntryValue(text, "X-GNOME-Autostart-enabled") != "false";
+    } catch (const std::exception&) {
+        // The desktop cannot read it either.
+        return false;
+    }
+}
+
+} // namespace tavo

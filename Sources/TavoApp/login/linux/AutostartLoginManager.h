@@ -1,0 +1,34 @@
+#pragma once
+
+#include "login/LaunchAtLoginManaging.h"
+#include "login/LoginLaunchManagerError.h"
+
+#include <filesystem>
+#include <utility>
+
+namespace tavo {
+
+/// Launch at login by an entry that desktops start, Desktop Application Autostart Specification 0.5.
+class AutostartLoginManager final : public LaunchAtLoginManaging {
+public:
+    /// In the user's autostart folder: `$XDG_CONFIG_HOME/autostart` when the variable is an absolute path, else
+    /// `~/.config/autostart`. @throws CocoaPathsError when the system knows no home.
+    AutostartLoginManager();
+
+    explicit AutostartLoginManager(std::filesystem::path autostartFolder) : folder(std::move(autostartFolder)) {}
+
+    /// Starts nothing now. @throws LoginLaunchManagerError for a path that an entry cannot carry.
+    void enable(const std::filesystem::path& executablePath) override;
+
+    void disable() override;
+
+    /// An entry that is hidden, or that its user has switched off in the desktop's own settings, does not count.
+    bool isEnabled() const override;
+
+    std::filesystem::path entry() const { return folder / "com.vrd.tavo.desktop"; }
+
+private:
+    std::filesystem::path folder;
+};
+
+} // namespace tavo

@@ -1,0 +1,131 @@
+#include "login/LoginLaunchManager.h"
+
+#include "Support/ScriptedCommandRunner.h"
+#include "Support/TemporaryDirectory.h"
+#include "config/AtomicFile.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <pugixml.hpp>
+#include <unistd.h>
+
+#include <system_error>
+
+namespace tavo {
+namespace {
+
+using testing::ElementsAre;
+
+class LoginLaunch : public testing::Test {
+protected:
+    std::string line(const std::string& action) const {
+        return "run /bin/launchctl " + action + " gui/" + std::to_string(getuid()) + " " + agent.string();
+    }
+
+    TemporaryDirectory folder;
+    std::filesystem::path agent = folder.path() / "Library/LaunchAgents/com.vrd.tavo.plist";
+    std::shared_ptr<ScriptedCommandRunner> runner = std::make_shared<ScriptedCommandRunner>();
+    LoginLaunchManager manager{agent, runner};
+};
+
+/// The top dictionary of a property list as "key type value" lines.
+std::vector<std::string> entriesOf(const std::string& xml) {
+    pugi::xml_document document;
+    EXPECT_TRUE(document.load_string(xml.c_str()));
+    std::vector<std::string> entries;
+    for (const auto key : document.child("plist").child("dict").children("key")) {
+        const auto value = key.next_sibling();
+        const std::string type = value.name();
+        std::string text = value.text().get();
+        if (type == "array") {
+            EXPECT_EQ(std::distance(value.begin(), value.end()), 1);
+            text = value.child("string").text().get();
+        }
+        entries.push_back(std::string(key.text().get()) + " " + type + " " + text);
+    }
+    return entries;
+}
+
+TEST_F(LoginLaunch, TheAgentHoldsFiveKeysAndIsNotKeptAlive) {
+    manager.enable("/Applications/Tavo & Co.app/Contents/MacOS/tavo");
+    EXPECT_THAT(entriesOf(readWholeFile(agent)),
+                ElementsAre("Label string com.vrd.tavo",
+                            "ProgramArguments array /Applications/Tavo & Co.app/Contents/MacOS/tavo", "RunAtLoad true ",
+                            "KeepAlive false ", "ProcessType string Interactive"));
+}
+
+TEST_F(LoginLaunch, AnEarlierCopyIsUnloadedBeforeTheNewOneIsLoaded) {
+    manager.enable("/one");
+    EXPECT_THAT(*runner->log, ElementsAre(line("bootout"), line("bootstrap")));
+    EXPECT_FALSE(runner->commands[0].requiresPrivilege);
+    EXPECT_FALSE(runner->commands[1].requiresPrivilege);
+    manager.enable("/two");
+    EXPECT_THAT(entriesOf(readWholeFile(agent)).at(1), "ProgramArguments array /two");
+}
+
+TEST_F(LoginLaunch, AFailureToUnloadIsIgnored) {
+    runner->results = {{.exitCode = 3, .standardError = "no such job"}, {}};
+    EXPECT_NO_THROW(manager.enable("/one"));
+    runner->failure = std::make_exception_ptr(std::system_error(ENOENT, std::generic_category(), "launchctl"));
+    EXPECT_NO_THROW(manager.disable());
+    EXPECT_FALSE(manager.isEnabled());
+}
+
+TEST_F(LoginLaunch, AFailureToLoadIsSaidInLaunchctlsWords) {
+    runner->results = {{}, {.exitCode = 5, .standardError = "Bootstrap failed: 5: Input/output error"}};
+    try {
+        manager.enable("/one");
+        FAIL() << "nothing was thrown";
+    } catch (const LoginLaunchManagerError& error) {
+        EXPECT_EQ(error, LoginLaunchManagerError::bootstrapFailed("Bootstrap failed: 5: Input/output error"));
+    }
+}
+
+TEST_F(LoginLaunch, AFailureToLoadWithoutWordsHasItsExitCode) {
+    runner->results = {{}, {.exitCode = 5}};
+    try {
+        manager.enable("/one");
+        FAIL() << "nothing was thrown";
+    } catch (const LoginLaunchManagerError& error) {
+        EXPECT_EQ(error.description(), "launchctl bootstrap failed with exit code 5.");
+    }
+    EXPECT_TRUE(manager.isEnabled()) << "the file is the state";
+}
+
+TEST_F(LoginLaunch, ALaunchctlThatCannotBeRunIsTheRunnersError) {
+    runner->failure = std::make_exception_ptr(std::system_error(ENOENT, std::generic_category(), "launchctl"));
+    EXPECT_THROW(manager.enable("/one"), std::system_error);
+}
+
+TEST_F(LoginLaunch, DisablingUnloadsAndRemoves) {
+    manager.enable("/one");
+    runner->log->clear();
+    manager.disable();
+    EXPECT_THAT(*runner->log, ElementsAre(line("bootout")));
+    EXPECT_FALSE(std::filesystem::exists(agent));
+}
+
+TEST_F(LoginLaunch, DisablingWhatIsOffIsNoError) {
+    runner->results = {{.exitCode = 3}};
+    EXPECT_NO_THROW(manager.disable());
+    EXPECT_THAT(*runner->log, ElementsAre(line("bootout")));
+}
+
+TEST_F(LoginLaunch, AFolderThatCannotBeMadeIsAnErrorBeforeLaunchdIsAsked) {
+    folder.write("Library", "a file");
+    EXPECT_THROW(manager.enable("/one"), std::system_error);
+    EXPECT_TRUE(runner->log->empty());
+}
+
+TEST_F(LoginLaunch, APathThatXmlCannotCarryWritesNothing) {
+    EXPECT_THROW(manager.enable("/one\x01"), PropertyListError);
+    EXPECT_FALSE(manager.isEnabled());
+}
+
+TEST(LoginLaunchManagerErrors, HaveTheirTexts) {
+    EXPECT_EQ(LoginLaunchManagerError::missingExecutablePath().description(),
+              "could not determine the executable path for tavo.");
+}
+
+} // namespace
+} // namespace tavo

@@ -1,0 +1,90 @@
+#include "login/linux/AutostartLoginManager.h"
+
+#include "Support/TemporaryDirectory.h"
+#include "Support/WaitUntil.h"
+#include "config/AtomicFile.h"
+#include "system/SystemCommandRunner.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+namespace tavo {
+namespace {
+
+class Autostart : public testing::Test {
+protected:
+    static ShellCommandResult run(const std::filesystem::path& program, std::vector<std::string> arguments) {
+        return SystemCommandRunner().run({.executableURL = program, .arguments = std::move(arguments)});
+    }
+
+    void writeEntry(const std::string& lines) const {
+        std::filesystem::create_directories(manager.entry().parent_path());
+        replaceFileAtomically(manager.entry(), "[Desktop Entry]\nType=Application\nName=Tavo\nExec=tavo\n" + lines);
+    }
+
+    TemporaryDirectory folder;
+    AutostartLoginManager manager{folder.path() / "config/autostart"};
+};
+
+TEST_F(Autostart, IsOnWithTheEntryAndOffWithoutIt) {
+    EXPECT_FALSE(manager.isEnabled());
+    manager.enable("/usr/bin/tavo");
+    EXPECT_TRUE(manager.isEnabled());
+    manager.disable();
+    EXPECT_FALSE(manager.isEnabled());
+    EXPECT_FALSE(std::filesystem::exists(manager.entry()));
+    EXPECT_NO_THROW(manager.disable());
+}
+
+TEST_F(Autostart, AnEntryThatWasSwitchedOffElsewhereIsOff) {
+    writeEntry("");
+    EXPECT_TRUE(manager.isEnabled());
+    writeEntry("Hidden=true\n");
+    EXPECT_FALSE(manager.isEnabled());
+    writeEntry("X-GNOME-Autostart-enabled=false\n");
+    EXPECT_FALSE(manager.isEnabled());
+    manager.enable("/usr/bin/tavo");
+    EXPECT_TRUE(manager.isEnabled());
+}
+
+TEST_F(Autostart, APathThatAnEntryCannotCarryChangesNothing) {
+    manager.enable("/usr/bin/tavo");
+    const auto before = readWholeFile(manager.entry());
+    EXPECT_THROW(manager.enable("/a\nExec=reboot"), LoginLaunchManagerError);
+    EXPECT_EQ(readWholeFile(manager.entry()), before);
+}
+
+TEST_F(Autostart, TheFolderIsThatOfTheBaseDirectories) {
+    const char* const before = std::getenv("XDG_CONFIG_HOME");
+    const std::string saved = before == nullptr ? "" : before;
+    setenv("XDG_CONFIG_HOME", folder.path().c_str(), 1);
+    EXPECT_EQ(AutostartLoginManager().entry(), folder.path() / "autostart/com.vrd.tavo.desktop");
+    setenv("XDG_CONFIG_HOME", "relative", 1);
+    EXPECT_TRUE(AutostartLoginManager().entry().string().ends_with("/.config/autostart/com.vrd.tavo.desktop"));
+    before == nullptr ? unsetenv("XDG_CONFIG_HOME") : setenv("XDG_CONFIG_HOME", saved.c_str(), 1);
+}
+
+/// The validator and the launcher are the desktop's own; both come with the packages that the tests need.
+TEST_F(Autostart, WhateverThePathTheEntryIsValidAndStartsThatProgram) {
+    for (const std::string name : {"plain", "a b", "it's", "\"q\"", "100%", "%f %U", "$HOME", "`id`", "a\\b", "a\\\\",
+                                   "é ü 日本", "a;b&c|d<e>f(g)*?#~", "--hidden", "x=y"}) {
+        const auto program =
+            folder.write("programs/" + name + "/tavo",
+                         "#!/bin/sh\nprintf '%s|%s\\n' \"$0\" \"$#\" >\"$(dirname \"$0\")/started\"\n");
+        std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+        manager.enable(program);
+
+        const auto verdict = run("/usr/bin/desktop-file-validate", {manager.entry().string()});
+        EXPECT_EQ(verdict.exitCode, 0) << verdict.standardOutput;
+
+        const auto launched = run("/usr/bin/gio", {"launch", manager.entry().string()});
+        EXPECT_EQ(launched.exitCode, 0) << name << ": " << launched.standardError;
+        const auto mark = program.parent_path() / "started";
+        ASSERT_TRUE(waitUntil([&] { return std::filesystem::exists(mark) && !readWholeFile(mark).empty(); })) << name;
+        EXPECT_EQ(readWholeFile(mark), program.string() + "|0\n");
+    }
+}
+
+} // namespace
+} // namespace tavo
