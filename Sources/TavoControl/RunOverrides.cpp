@@ -46,8 +46,17 @@ RunOverrides RunOverrides::fromJson(const Json& value, const std::string& path) 
     return overrides;
 }
 
+AppConfig OverridingStore::configInFile() const {
+    try {
+        return store->loadConfig();
+    } catch (const std::exception&) {
+        // The store keeps the file aside; what it held is not lost.
+        return AppConfig::defaultConfig();
+    }
+}
+
 void OverridingStore::saveConfig(const AppConfig& config) const {
-    const auto inFile = store->loadConfig();
+    const auto inFile = configInFile();
     auto toSave = config;
     if (overrides.trigger) {
         toSave.trigger = inFile.trigger;

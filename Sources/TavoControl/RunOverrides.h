@@ -44,13 +44,17 @@ public:
     /// @throws TavoValidationError for overrides that cannot be obeyed, and what the store throws.
     AppConfig loadConfig() const override { return overrides.appliedTo(store->loadConfig()).validated(); }
 
-    /// Keeps what the file holds of everything that is overridden.
+    AppConfig loadConfigAsWritten() const override { return overrides.appliedTo(store->loadConfigAsWritten()); }
+
+    /// Keeps what the file holds of everything that is overridden; of a file that cannot be read, the defaults.
     void saveConfig(const AppConfig& config) const override;
 
     RuntimeSnapshot loadRuntimeSnapshot() const override { return store->loadRuntimeSnapshot(); }
     void saveRuntimeSnapshot(const RuntimeSnapshot& snapshot) const override { store->saveRuntimeSnapshot(snapshot); }
 
 private:
+    AppConfig configInFile() const;
+
     std::shared_ptr<const TavoStoring> store;
     RunOverrides overrides;
 };

@@ -121,6 +121,23 @@ TEST_F(OverridingStoreTest, SavingWithoutOverridesSavesEverything) {
     EXPECT_EQ(store->loadConfig(), changed);
 }
 
+TEST_F(OverridingStoreTest, AsWrittenTheFileDiffersOnlyInWhatIsNotOverridden) {
+    auto inFile = unusualConfig();
+    store->saveConfig(inFile);
+    EXPECT_EQ(overriding(allOverrides()).loadConfigAsWritten(), overriding(allOverrides()).loadConfig());
+    inFile.pollIntervalSeconds = 5;
+    folder.write("config.json", prettyJson(inFile));
+    EXPECT_EQ(overriding(allOverrides()).loadConfigAsWritten().pollIntervalSeconds, 5);
+}
+
+TEST_F(OverridingStoreTest, OverAFileThatCannotBeReadTheDefaultsAreSaved) {
+    folder.write("config.json", "{");
+    overriding(allOverrides()).saveConfig(unusualConfig());
+    EXPECT_EQ(store->loadConfig().trigger, AppConfig::defaultConfig().trigger);
+    EXPECT_TRUE(store->loadConfig().launchAtLoginEnabled);
+    EXPECT_EQ(fileContent(folder.path() / "config.json.unreadable"), "{");
+}
+
 TEST_F(OverridingStoreTest, AnInvalidFileIsStillRefused) {
     folder.write("config.json", "{}");
     EXPECT_THROW(overriding(allOverrides()).loadConfig(), DecodingError);

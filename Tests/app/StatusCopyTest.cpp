@@ -202,5 +202,50 @@ TEST(StatusCopy, TheModeGoesBeforeThePresetAndThePresetBeforeTheQuery) {
     EXPECT_EQ(shortDisplayName(rule), "codex");
 }
 
+TEST(HelperStatus, HasATitleAndADetailForEveryState) {
+    using State = PrivilegedHelperInstallState;
+    struct Row {
+        State state;
+        std::string title;
+        std::string detail;
+    };
+    for (const auto& row : {Row{State::notInstalled, "not granted", "grant permission"},
+                            Row{State::installedUnreachable, "needs refresh", "permission denied"},
+                            Row{State::ready, "", "permission granted"}}) {
+        EXPECT_EQ(helperStatusTitle(row.state), row.title);
+        EXPECT_EQ(helperStatusDetail(row.state), row.detail);
+    }
+}
+
+TEST(BatteryStatusBadge, ClampsWhatTheSummaryDoesNot) {
+    struct Row {
+        std::optional<std::int32_t> percent;
+        std::optional<double> level;
+        std::string text;
+    };
+    for (const auto& row : {Row{130, 1.0, "100%"}, Row{100, 1.0, "100%"}, Row{42, 0.42, "42%"}, Row{0, 0.0, "0%"},
+                            Row{-5, 0.0, "0%"}, Row{std::nullopt, std::nullopt, "ac"}}) {
+        PowerStatus status;
+        status.source = CurrentPowerSource::ac;
+        status.batteryPercent = row.percent;
+        const BatteryStatusBadge badge{status};
+        EXPECT_EQ(badge.level(), row.level);
+        EXPECT_EQ(badge.displayText(), row.text);
+    }
+    PowerStatus overfull;
+    overfull.source = CurrentPowerSource::battery;
+    overfull.batteryPercent = 130;
+    EXPECT_EQ(summaryText(overfull), "battery 130%");
+}
+
+TEST(BatteryStatusBadge, WithoutAChargeOnlyTheMainsHaveAWord) {
+    for (const auto source : {CurrentPowerSource::battery, CurrentPowerSource::unknown}) {
+        PowerStatus status;
+        status.source = source;
+        EXPECT_EQ(BatteryStatusBadge{status}.displayText(), "--");
+        EXPECT_EQ(BatteryStatusBadge{status}.level(), std::nullopt);
+    }
+}
+
 } // namespace
 } // namespace tavo

@@ -126,6 +126,66 @@ TEST_F(TavoStoreTest, AFolderInTheFilesPlaceIsAReadError) {
     EXPECT_THROW(store.loadRuntimeSnapshot(), std::system_error);
 }
 
+TEST_F(TavoStoreTest, AsWrittenIsBeforeValidation) {
+    auto config = AppConfig::defaultConfig();
+    config.pollIntervalSeconds = 5;
+    config.trigger.query = "left over";
+    writeConfig(prettyJson(config));
+    EXPECT_EQ(store.loadConfigAsWritten(), config);
+    EXPECT_EQ(store.loadConfig(), AppConfig::defaultConfig());
+    EXPECT_EQ(TavoStore(TavoPaths{folder.path() / "nowhere"}).loadConfigAsWritten(), AppConfig::defaultConfig());
+}
+
+TEST_F(TavoStoreTest, AFileThatCannotBeLoadedIsKeptAsideByTheNextSave) {
+    for (const std::string text : {"{", R"({"isEnabled": 1})", ""}) {
+        SCOPED_TRACE(text);
+        std::filesystem::remove_all(root);
+        writeConfig(text);
+        store.saveConfig(AppConfig::defaultConfig());
+        EXPECT_EQ(fileContent(root / "config.json.unreadable"), text);
+        EXPECT_EQ(store.loadConfig(), AppConfig::defaultConfig());
+    }
+}
+
+TEST_F(TavoStoreTest, AnInvalidFileIsKeptAsideToo) {
+    auto invalid = AppConfig::defaultConfig();
+    invalid.batteryCutoffPercent = 0;
+    writeConfig(prettyJson(invalid));
+    store.saveConfig(AppConfig::defaultConfig());
+    EXPECT_EQ(fileContent(root / "config.json.unreadable"), prettyJson(invalid));
+}
+
+TEST_F(TavoStoreTest, WhatIsAsideAlreadyIsNeverReplaced) {
+    for (const std::string text : {"first", "second", "third"}) {
+        writeConfig(text);
+        store.saveConfig(AppConfig::defaultConfig());
+    }
+    EXPECT_EQ(fileContent(root / "config.json.unreadable"), "first");
+    EXPECT_EQ(fileContent(root / "config.json.unreadable.2"), "second");
+    EXPECT_EQ(fileContent(root / "config.json.unreadable.3"), "third");
+}
+
+TEST_F(TavoStoreTest, AFileThatCanBeLoadedIsSimplyReplaced) {
+    store.saveConfig(AppConfig::defaultConfig());
+    store.saveConfig(AppConfig::defaultConfig());
+    EXPECT_FALSE(std::filesystem::exists(root / "config.json.unreadable"));
+}
+
+TEST_F(TavoStoreTest, WithWhatIsInvalidNothingIsKeptAsideEither) {
+    writeConfig("{");
+    auto invalid = AppConfig::defaultConfig();
+    invalid.batteryCutoffPercent = 101;
+    EXPECT_THROW(store.saveConfig(invalid), TavoValidationError);
+    EXPECT_EQ(configText(), "{");
+    EXPECT_FALSE(std::filesystem::exists(root / "config.json.unreadable"));
+}
+
+TEST_F(TavoStoreTest, AFolderInTheFilesPlaceIsNotSavedOver) {
+    std::filesystem::create_directories(root / "config.json");
+    EXPECT_THROW(store.saveConfig(AppConfig::defaultConfig()), std::system_error);
+    EXPECT_TRUE(std::filesystem::is_directory(root / "config.json"));
+}
+
 TEST_F(TavoStoreTest, ASnapshotReadsBackEqual) {
     store.saveRuntimeSnapshot(fullSnapshot());
     EXPECT_EQ(store.loadRuntimeSnapshot(), fullSnapshot());

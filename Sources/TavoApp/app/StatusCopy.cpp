@@ -4,9 +4,19 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <cstdint>
+
 namespace tavo {
 
 namespace {
+
+constexpr int fullPercent = 100;
+
+std::optional<std::int64_t> clampedPercent(const PowerStatus& status) {
+    return status.batteryPercent ? std::optional(std::clamp<std::int64_t>(*status.batteryPercent, 0, fullPercent))
+                                 : std::nullopt;
+}
 
 std::string firstMatchName(const RuntimeSnapshot& snapshot) {
     return lowercased(snapshot.matchedProcesses.front().executableName);
@@ -107,6 +117,42 @@ RuntimeStatusCopy RuntimeStatusCopy::make(const AppConfig& config, const Runtime
     const RuntimeStatusCopy active{fmt::format("keeping {} awake", machineNoun),
                                    activeDetail(config.trigger.mode, shortDisplayName(config.trigger), snapshot)};
     return snapshot.isWakeAssertionActive ? active : inactiveCopy(config, snapshot, powerStatus, active);
+}
+
+std::string helperStatusTitle(PrivilegedHelperInstallState state) {
+    switch (state) {
+    case PrivilegedHelperInstallState::notInstalled:
+        return "not granted";
+    case PrivilegedHelperInstallState::installedUnreachable:
+        return "needs refresh";
+    case PrivilegedHelperInstallState::ready:
+        break;
+    }
+    return "";
+}
+
+std::string helperStatusDetail(PrivilegedHelperInstallState state) {
+    switch (state) {
+    case PrivilegedHelperInstallState::notInstalled:
+        return "grant permission";
+    case PrivilegedHelperInstallState::installedUnreachable:
+        return "permission denied";
+    case PrivilegedHelperInstallState::ready:
+        break;
+    }
+    return "permission granted";
+}
+
+std::optional<double> BatteryStatusBadge::level() const {
+    const auto percent = clampedPercent(powerStatus);
+    return percent ? std::optional(static_cast<double>(*percent) / fullPercent) : std::nullopt;
+}
+
+std::string BatteryStatusBadge::displayText() const {
+    if (const auto percent = clampedPercent(powerStatus)) {
+        return fmt::format("{}%", *percent);
+    }
+    return powerStatus.source == CurrentPowerSource::ac ? "ac" : "--";
 }
 
 } // namespace tavo

@@ -3,7 +3,9 @@
 #include "base/PowerStatus.h"
 #include "base/RuntimeRecords.h"
 #include "config/AppConfig.h"
+#include "helper/PrivilegedHelperInstallState.h"
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -26,6 +28,21 @@ struct RuntimeStatusCopy {
     /// @param machineNoun  what the machine is called: "mac" or "computer".
     static RuntimeStatusCopy make(const AppConfig& config, const RuntimeSnapshot& snapshot,
                                   const PowerStatus& powerStatus, std::string_view machineNoun = "mac");
+};
+
+/// The closed-lid permission, in a title, which is empty when all is well, and a detail.
+std::string helperStatusTitle(PrivilegedHelperInstallState state);
+std::string helperStatusDetail(PrivilegedHelperInstallState state);
+
+/// What the battery badge shows.
+struct BatteryStatusBadge {
+    PowerStatus powerStatus;
+
+    /// The charge as a fraction of 1, within 0 and 1; absent when it is not known.
+    std::optional<double> level() const;
+
+    /// The charge as in "42%", within 0 and 100; "ac" or "--" when it is not known.
+    std::string displayText() const;
 };
 
 } // namespace tavo

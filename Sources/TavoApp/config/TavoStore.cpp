@@ -2,6 +2,12 @@
 
 #include "config/AtomicFile.h"
 
+#include <unistd.h>
+
+#include <cerrno>
+#include <string>
+#include <system_error>
+
 namespace tavo {
 
 namespace {
@@ -14,17 +20,43 @@ bool isMissing(const std::filesystem::path& path) {
 
 } // namespace
 
-AppConfig TavoStore::loadConfig() const {
+AppConfig TavoStore::loadConfigAsWritten() const {
     if (isMissing(filePaths.configURL())) {
         return AppConfig::defaultConfig();
     }
-    return AppConfig::fromJson(parseJson(readWholeFile(filePaths.configURL()))).validated();
+    return AppConfig::fromJson(parseJson(readWholeFile(filePaths.configURL())));
+}
+
+AppConfig TavoStore::loadConfig() const {
+    return loadConfigAsWritten().validated();
 }
 
 void TavoStore::saveConfig(const AppConfig& config) const {
     const auto validated = config.validated();
     ensureBaseDirectoryExists();
+    keepUnreadableConfigAside();
     replaceFileAtomically(filePaths.configURL(), prettyJson(validated));
+}
+
+void TavoStore::keepUnreadableConfigAside() const {
+    try {
+        loadConfig();
+        return;
+    } catch (const std::exception&) {
+        // What is wrong with it has been said where it was loaded.
+    }
+    const auto aside = filePaths.configURL().string() + ".unreadable";
+    // A second name rather than another: at every moment there is a file under the first one.
+    for (int number = 1;; ++number) {
+        const auto name = number == 1 ? aside : aside + "." + std::to_string(number);
+        if (link(filePaths.configURL().c_str(), name.c_str()) == 0) {
+            return;
+        }
+        if (errno != EEXIST) {
+            throw std::system_error(errno, std::generic_category(),
+                                    "could not keep the unreadable " + filePaths.configURL().string() + " as " + name);
+        }
+    }
 }
 
 RuntimeSnapshot TavoStore::loadRuntimeSnapshot() const {

@@ -16,7 +16,11 @@ struct TavoStoring {
     /// @throws std::system_error when the file cannot be read, DecodingError naming the key, TavoValidationError.
     virtual AppConfig loadConfig() const = 0;
 
-    /// Writes the validated form of `config`.
+    /// The same before it is validated: what the file says, with what is fixed in this version as it stands there.
+    virtual AppConfig loadConfigAsWritten() const = 0;
+
+    /// Writes the validated form of `config`. A file that cannot be loaded is never overwritten: it is kept beside the new
+    /// one as "config.json.unreadable", with a number when there is such a file already.
     /// @throws TavoValidationError before anything is written; std::system_error, with the previous file whole.
     virtual void saveConfig(const AppConfig& config) const = 0;
 
@@ -36,12 +40,14 @@ public:
 
     const TavoPaths& paths() const override { return filePaths; }
     AppConfig loadConfig() const override;
+    AppConfig loadConfigAsWritten() const override;
     void saveConfig(const AppConfig& config) const override;
     RuntimeSnapshot loadRuntimeSnapshot() const override;
     void saveRuntimeSnapshot(const RuntimeSnapshot& snapshot) const override;
 
 private:
     void ensureBaseDirectoryExists() const;
+    void keepUnreadableConfigAside() const;
 
     TavoPaths filePaths;
 };
