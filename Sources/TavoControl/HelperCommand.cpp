@@ -6,28 +6,15 @@
 #include "RunningTavo.h"
 #include "Version.h"
 #include "base/Text.h"
-#include "helper/PrivilegedHelperCompatibilityChecker.h"
-#include "helper/PrivilegedHelperInstaller.h"
 
 #include <fmt/format.h>
 #include <unistd.h>
 
 #include <cstdlib>
-#include <thread>
-#include <utility>
 
 namespace tavo {
 
 namespace {
-
-// Together 2.5 seconds: the helper lets one pass before it begins.
-constexpr int looksForRemoval = 25;
-constexpr std::chrono::microseconds betweenLooks{100000};
-
-bool isThere(const std::filesystem::path& file) {
-    std::error_code ignored; // what cannot be asked about does not exist for the caller
-    return std::filesystem::exists(file, ignored);
-}
 
 /// Whether root acts for somebody whose files it must not make its own.
 bool actsForAnotherUser() {
@@ -51,12 +38,8 @@ std::optional<std::string> installedVersion(const Platform& platform) {
 
 } // namespace
 
-HelperCommand::HelperCommand(const Platform& platform, const TavoStoring& store, Pause pause)
-    : platform(platform), store(store), pause(std::move(pause)) {
-    if (!this->pause) {
-        this->pause = [](std::chrono::microseconds time) { std::this_thread::sleep_for(time); };
-    }
-}
+HelperCommand::HelperCommand(const Platform& platform, const TavoStoring& store)
+    : platform(platform), store(store), support(platform.closedLidSupport()) {}
 
 ExitStatus HelperCommand::carryOut(const HelperCommandOptions& options) const {
     switch (options.action) {
@@ -73,13 +56,13 @@ ExitStatus HelperCommand::carryOut(const HelperCommandOptions& options) const {
 }
 
 ExitStatus HelperCommand::printStatus(bool json) const {
-    HelperFacts facts{.state = resolveHelperInstallState(*platform.helperSetup, *platform.helperClient),
+    HelperFacts facts{.state = support.state(),
                       .buildVersion = std::string(tavoVersion),
                       .installedFile = platform.helperSetup->helperExecutable()};
-    if (tavo::isInstalled(facts.state)) {
+    if (isInstalled(facts.state)) {
         facts.installedVersion = installedVersion(platform);
         facts.hasSource = platform.helperSource.has_value();
-        facts.matchesThisBuild = matchesThisBuild();
+        facts.matchesThisBuild = support.matchesThisBuild();
     }
     try {
         facts.overrides = SleepOverrideJournal(platform.helperSetup->overrideJournal()).load().overrides;
@@ -102,9 +85,7 @@ ExitStatus HelperCommand::install() const {
         fmt::print(stderr, "tavoctl: could not find the tavo helper executable in this build; install tavo again.\n");
         return ExitStatus::failure;
     }
-    const PrivilegedHelperInstaller installer(store.paths(), platform.administratorRunner, platform.helperClient,
-                                              platform.helperSetup, {}, pause);
-    const auto state = installer.install(*platform.helperSource);
+    const auto state = support.install(store.paths());
     const bool isReady = state == PrivilegedHelperInstallState::ready;
     recordPermission(isReady);
     fmt::print("{}\n", isReady ? "the helper is installed and answers; tavo may now keep awake with the lid closed."
@@ -113,16 +94,14 @@ ExitStatus HelperCommand::install() const {
 }
 
 ExitStatus HelperCommand::uninstall() const {
-    if (!isInstalled()) {
+    if (!support.hasFiles()) {
         recordPermission(false);
         fmt::print("the helper is not installed.\n");
         return ExitStatus::success;
     }
-    const PrivilegedHelperInstaller installer(store.paths(), platform.administratorRunner, platform.helperClient,
-                                              platform.helperSetup, {}, pause);
-    installer.uninstall();
+    support.uninstall(store.paths());
     recordPermission(false);
-    if (isInstalled()) {
+    if (support.hasFiles()) {
         fmt::print(stderr, "tavoctl: files of the helper are still there; see tavoctl helper status.\n");
         return ExitStatus::failure;
     }
@@ -131,23 +110,19 @@ ExitStatus HelperCommand::uninstall() const {
 }
 
 ExitStatus HelperCommand::reset() const {
-    const auto state = resolveHelperInstallState(*platform.helperSetup, *platform.helperClient);
+    const auto state = support.state();
     if (state == PrivilegedHelperInstallState::notInstalled) {
         fmt::print(stderr, "tavoctl: the helper is not installed, so there is nothing to reset.\n");
         return ExitStatus::failure;
     }
-    if (state != PrivilegedHelperInstallState::ready || !matchesThisBuild()) {
+    if (state != PrivilegedHelperInstallState::ready || !support.matchesThisBuild()) {
         fmt::print(stderr,
                    "tavoctl: the helper {}, so it is not trusted to remove itself; tavoctl helper uninstall removes it "
                    "with an administrator's approval.\n",
                    state == PrivilegedHelperInstallState::ready ? "is not the one of this build" : "does not answer");
         return ExitStatus::failure;
     }
-    const auto response = platform.helperClient->send(PrivilegedHelperCommand::resetSupport());
-    if (const auto* error = std::get_if<PrivilegedHelperResponse::Error>(&response.value)) {
-        throw PrivilegedHelperInstallerError::uninstallFailed(error->message);
-    }
-    const bool isGone = waitUntilFilesAreGone();
+    const bool isGone = support.reset();
     recordPermission(false);
     if (!isGone) {
         fmt::print(stderr, "tavoctl: closed-lid support could not be fully reset; see tavoctl helper status.\n");
@@ -155,25 +130,6 @@ ExitStatus HelperCommand::reset() const {
     }
     fmt::print("the helper has removed itself; tavo no longer keeps awake with the lid closed.\n");
     return ExitStatus::success;
-}
-
-bool HelperCommand::isInstalled() const {
-    return isThere(platform.helperSetup->helperExecutable()) || isThere(platform.helperSetup->serviceDefinition());
-}
-
-bool HelperCommand::matchesThisBuild() const {
-    return PrivilegedHelperCompatibilityChecker(platform.helperSetup->helperExecutable())
-        .installedHelperMatchesCurrentBuild(platform.helperSource);
-}
-
-bool HelperCommand::waitUntilFilesAreGone() const {
-    for (int look = 1; isInstalled(); ++look) {
-        if (look == looksForRemoval) {
-            return false;
-        }
-        pause(betweenLooks);
-    }
-    return true;
 }
 
 /// Notes it where the settings window looks, and has a running Tavo act on it.

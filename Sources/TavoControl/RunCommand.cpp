@@ -62,13 +62,13 @@ std::string adviceFor(const std::exception_ptr& failure) {
     return "";
 }
 
-/// One run of the evaluations.
-class ForegroundRun {
+/// One run of the evaluations, without a window.
+class ForegroundRun final : private ApplicationControlling {
 public:
     ForegroundRun(const RunOptions& options, std::shared_ptr<const TavoStoring> store, Platform platform)
         : store(std::make_shared<OverridingStore>(std::move(store), options.overrides)), board(platform.assertionBoard),
           silentHolder(platform.silentAssertionHolder), report(Console(stdout), options.json),
-          model(TavoAppModel::make(loop, this->store, std::move(platform))) {}
+          model(TavoAppModel::make(loop, this->store, std::move(platform), *this)) {}
 
     ExitStatus run() {
         model->onChange([this](ModelChanges) { show(); });
@@ -88,6 +88,10 @@ public:
     }
 
 private:
+    void orderOutKeyWindow() override {}
+    std::unique_ptr<SettingsWindowControlling> makeSettingsWindow(TavoAppModel&) override { return nullptr; }
+    void terminate() override { loop->stop(); }
+
     void evaluate() { model->evaluateNow(); }
 
     void show() {
@@ -136,7 +140,6 @@ private:
         isQuitting = true;
         model->quit();
         hasEnded = true;
-        loop->stop();
     }
 
     /// Lets go of everything, and leaves the failure on record for whoever looks at the state later.
@@ -154,7 +157,6 @@ private:
         }
         fmt::print(stderr, "tavoctl: {}{}\n", visibleControls(failed.lastError.value_or("the evaluation failed.")),
                    adviceFor(failure));
-        loop->stop();
     }
 
     std::shared_ptr<AsioMainLoop> loop = std::make_shared<AsioMainLoop>();

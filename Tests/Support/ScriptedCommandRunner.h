@@ -43,6 +43,9 @@ public:
         if (failure) {
             std::rethrow_exception(failure);
         }
+        if (onRun) {
+            onRun();
+        }
         if (results.empty()) {
             return {};
         }
@@ -76,6 +79,9 @@ public:
 
     /// Thrown by every call while it is set.
     std::exception_ptr failure;
+
+    /// What every command that is run brings about.
+    std::function<void()> onRun;
 };
 
 } // namespace tavo

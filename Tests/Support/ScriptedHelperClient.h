@@ -4,6 +4,7 @@
 
 #include <deque>
 #include <exception>
+#include <functional>
 #include <variant>
 #include <vector>
 
@@ -16,6 +17,9 @@ public:
 
     PrivilegedHelperResponse send(const PrivilegedHelperCommand& command) override {
         commands.push_back(command);
+        if (onSend) {
+            onSend(command);
+        }
         auto answer = otherwise;
         if (!answers.empty()) {
             answer = answers.front();
@@ -32,6 +36,9 @@ public:
     /// Used up one by one; `otherwise` comes after them.
     std::deque<Answer> answers;
     Answer otherwise = PrivilegedHelperResponse::pong();
+
+    /// What every command brings about.
+    std::function<void(const PrivilegedHelperCommand&)> onSend;
 };
 
 } // namespace tavo

@@ -48,6 +48,10 @@ protected:
         platform.helperClient = client;
         platform.helperSetup = setup;
         platform.helperSource = folder.write("build/helper", "program");
+        platform.sleeper = [this](std::chrono::microseconds) {
+            ++pauses;
+            onPause();
+        };
     }
 
     void installFiles(const std::string& content = "program") {
@@ -61,12 +65,8 @@ protected:
         auto status = ExitStatus::wrongUsage;
         ::testing::internal::CaptureStderr();
         try {
-            output = printed([&] {
-                status = HelperCommand(platform, *store, [this](std::chrono::microseconds) {
-                             ++pauses;
-                             onPause();
-                         }).carryOut({.action = action, .json = json});
-            });
+            output =
+                printed([&] { status = HelperCommand(platform, *store).carryOut({.action = action, .json = json}); });
         } catch (...) {
             errors = ::testing::internal::GetCapturedStderr();
             throw;

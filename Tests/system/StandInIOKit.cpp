@@ -1,4 +1,5 @@
 #include "system/FakePowerSources.h"
+#include "system/FakeRunLoop.h"
 
 // The names and the C interface of IOKit and CoreFoundation, as the library that is loaded in their place has them.
 // NOLINTBEGIN(readability-identifier-naming)
@@ -81,6 +82,32 @@ Functions::Boolean CFNumberGetValue(CoreFoundationRef number, Functions::NumberT
 
 void CFRelease(CoreFoundationRef object) {
     fake().release(object);
+}
+
+/// The run loop of this library, for the test that loads it.
+tavo::FakeRunLoop* standInRunLoop() {
+    return &tavo::FakeRunLoop::current();
+}
+
+CoreFoundationRef IOPSNotificationCreateRunLoopSource(tavo::PowerNotificationFunctions::Callback callback,
+                                                      void* context) {
+    return tavo::FakeRunLoop::functions().createRunLoopSource(callback, context);
+}
+
+CoreFoundationRef CFRunLoopGetCurrent() {
+    return tavo::FakeRunLoop::functions().getCurrentRunLoop();
+}
+
+void CFRunLoopAddSource(CoreFoundationRef runLoop, CoreFoundationRef source, CoreFoundationRef mode) {
+    tavo::FakeRunLoop::functions().addSource(runLoop, source, mode);
+}
+
+void CFRunLoopRun() {
+    tavo::FakeRunLoop::functions().run();
+}
+
+void CFRunLoopStop(CoreFoundationRef runLoop) {
+    tavo::FakeRunLoop::functions().stop(runLoop);
 }
 
 } // extern "C"

@@ -1,11 +1,14 @@
 #pragma once
 
+#include "helper/ClosedLidSupport.h"
 #include "helper/HelperServiceSetup.h"
 #include "helper/PrivilegedHelperClient.h"
+#include "login/LaunchAtLoginManaging.h"
 #include "runtime/AssertionBoard.h"
 #include "runtime/WakePlan.h"
 #include "system/CommandRunning.h"
 #include "system/HeldAssertionsProviding.h"
+#include "system/PowerChangeNotifying.h"
 #include "system/PowerEnvironmentProviding.h"
 #include "system/ProcessSnapshot.h"
 
@@ -19,6 +22,9 @@ namespace tavo {
 /// What the engine needs of this system.
 struct Platform {
     std::shared_ptr<PowerEnvironmentProviding> powerEnvironment;
+
+    /// Tells of changes of the power supply; null where the system tells nobody.
+    std::shared_ptr<PowerChangeNotifying> powerChanges;
 
     /// Without Tavo's own programs: they never count as a match.
     std::shared_ptr<ProcessSnapshotProviding> processes;
@@ -52,8 +58,24 @@ struct Platform {
     /// The helper that belongs to this build; absent when it does not come with it.
     std::optional<std::filesystem::path> helperSource;
 
+    /// Sleeps between two looks at the helper; the calling thread does when it is empty.
+    PrivilegedHelperInstaller::Sleeper sleeper;
+
+    std::shared_ptr<LaunchAtLoginManaging> launchAtLogin;
+
+    /// The desktop app; absent when it does not come with this installation.
+    std::optional<std::filesystem::path> desktopApp;
+
     /// What the machine is called in status texts.
     std::string machineNoun;
+
+    ClosedLidSupport closedLidSupport() const {
+        return ClosedLidSupport({.client = helperClient,
+                                 .setup = helperSetup,
+                                 .administratorRunner = administratorRunner,
+                                 .source = helperSource,
+                                 .sleeper = sleeper});
+    }
 };
 
 /// Assembles the collaborators of the system that this program was built for: the one place that knows which it is.

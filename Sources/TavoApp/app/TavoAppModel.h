@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/ApplicationControlling.h"
 #include "app/MainLoop.h"
 #include "app/Platform.h"
 #include "app/StatusCopy.h"
@@ -12,6 +13,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace tavo {
 
@@ -24,18 +26,29 @@ enum class ModelProperty : unsigned {
     configFileError = 1U << 4U,
     assertionNotice = 1U << 5U,
     helperInstallState = 1U << 6U,
+    draftConfig = 1U << 7U,
+    isInstallingHelper = 1U << 8U,
+    supportsSilentHelperReset = 1U << 9U,
 };
 
 /// A set of properties: bits of ModelProperty.
 using ModelChanges = unsigned;
 
-/// Owns what a running Tavo is made of, and drives the evaluations. Lives on the main thread; callbacks hold it weakly.
+/// Owns what a running Tavo is made of: drives the evaluations, keeps the configuration and the draft of it that the
+/// settings window edits, and has the helper installed and removed. Lives on the main thread; callbacks hold it weakly.
 class TavoAppModel final : public std::enable_shared_from_this<TavoAppModel> {
 public:
-    /// Reads configuration and state. An unreadable configuration does not stop it: it starts with the default one,
-    /// switched off, and configFileError() says why. Evaluates nothing yet, see start().
+    /// Reads configuration and state, and writes back what differs once it has been brought into order. An unreadable
+    /// configuration does not stop it: it starts with the default one, switched off, and configFileError() says why.
+    /// Evaluates nothing yet, see start().
+    /// @param application  outlives the model.
     static std::shared_ptr<TavoAppModel> make(std::shared_ptr<MainLoop> mainLoop,
-                                              std::shared_ptr<const TavoStoring> store, Platform platform);
+                                              std::shared_ptr<const TavoStoring> store, Platform platform,
+                                              ApplicationControlling& application);
+
+    TavoAppModel(const TavoAppModel&) = delete;
+    TavoAppModel& operator=(const TavoAppModel&) = delete;
+    ~TavoAppModel();
 
     /// Posts the first evaluation when the configuration is switched on, or else arms the timer.
     void start();
@@ -48,15 +61,44 @@ public:
     /// request to look around means.
     void lookAround();
 
-    /// Lets go of everything, persists that nothing is held, and arms nothing any more.
+    /// Switches off, leaving unsaved edits alone; or switches on with the always trigger, on the present power source,
+    /// in the place of any unsaved edits.
+    void toggleEnabled();
+
+    /// Puts an edit where saveDraft() finds it. Nothing is checked yet.
+    void editDraft(const AppConfig& draft);
+
+    /// Puts the draft into force, or says in lastError() what is wrong with it and changes nothing.
+    void saveDraft();
+
+    void revertDraft();
+
+    /// Installs the helper in the background; the system asks the user. Does nothing while it is at work already.
+    void installHelper();
+
+    /// Has the helper remove itself, when it is one that may be trusted to. Does nothing while it is at work already.
+    void resetHelper();
+
+    /// Shows the settings window in front of everything.
+    void openSettings();
+
+    /// Lets go of everything, persists that nothing is held, arms nothing any more, and ends the program. Once is enough.
     void quit();
 
+    /// The configuration in force.
     const AppConfig& config() const { return appliedConfig; }
+
+    /// The configuration as it is being edited.
+    const AppConfig& draftConfig() const { return draft; }
+    bool hasUnsavedEdits() const { return !(draft == appliedConfig); }
     const RuntimeSnapshot& runtimeSnapshot() const { return snapshot; }
     const PowerStatus& powerStatus() const { return power; }
 
     /// What there is of the privileged helper.
     PrivilegedHelperInstallState helperInstallState() const { return helperState; }
+
+    /// While an installation or a reset runs.
+    bool isInstallingHelper() const { return isHelperWorkRunning; }
 
     /// The text of the last failure; absent after a successful evaluation.
     const std::optional<std::string>& lastError() const { return lastErrorText; }
@@ -70,6 +112,17 @@ public:
     RuntimeStatusCopy runtimeStatusCopy() const {
         return RuntimeStatusCopy::make(appliedConfig, snapshot, power, platform.machineNoun);
     }
+    std::string helperStatusTitle() const { return tavo::helperStatusTitle(helperState); }
+    std::string helperStatusDetail() const { return tavo::helperStatusDetail(helperState); }
+
+    /// Whether the configuration in force covers a closed lid and the helper that this takes is not ready.
+    bool needsClosedLidPermission() const;
+
+    /// Whether there is a helper to install, and none is being installed.
+    bool canInstallHelper() const { return platform.helperSource && !isHelperWorkRunning; }
+
+    /// Whether the helper is ready and this build's own, so that it may be asked to remove itself. As of the last look.
+    bool supportsSilentHelperReset() const { return canResetSilently; }
 
     /// The failure that stopped the loop; null while it runs.
     const std::exception_ptr& evaluationFailure() const { return failure; }
@@ -78,39 +131,114 @@ public:
     void onChange(std::function<void(ModelChanges)> observer) { changeObserver = std::move(observer); }
 
 private:
-    TavoAppModel(std::shared_ptr<MainLoop> mainLoop, std::shared_ptr<const TavoStoring> store, Platform platform);
+    TavoAppModel(std::shared_ptr<MainLoop> mainLoop, std::shared_ptr<const TavoStoring> store, Platform platform,
+                 ApplicationControlling& application);
 
+    using ErrorText = std::optional<std::string>;
+
+    /// What became of an installation or a reset.
+    struct HelperOutcome;
+
+    /// A save that failed: it is tried again, and until it works the file is not believed.
+    struct OverdueSave {
+        AppConfig inFile;
+        std::string error;
+    };
+
+    void loadAtStart();
     void observeAssertion();
+    void observePower();
     void assertionChanged();
-    void refreshHelperInstallState(bool restartIfEnabled);
-    void rebuildCoordinator(bool restartIfEnabled);
-    void reassertOverride();
-    void reloadPersistedConfig();
-    void scheduleNextEvaluation(double seconds);
+    void powerMayHaveChanged();
+
+    void evaluate();
     void applyFailure(const std::exception& error);
+    void scheduleNextEvaluation(double seconds);
     void persistBestEffort(const RuntimeSnapshot& toPersist) const;
+    std::shared_ptr<RuntimeCoordinator> makeCoordinator() const;
+    void rebuildCoordinator(bool restartIfEnabled);
+
+    void reloadPersistedConfigIfSafe();
+    void takeUp(const AppConfig& inFile);
+    void publishConfig(const AppConfig& config);
+    void save(const AppConfig& config);
+    void saveAppliedConfig();
+    void persistConfigAndReschedule();
+    void syncLaunchAtLogin(bool enabled) const;
+
+    void refreshHelperInstallState(bool restartIfEnabled);
+    void reassertOverride(bool restartIfEnabled);
+    void publishHelperState(PrivilegedHelperInstallState state);
+    void updateClosedLidPermissionGranted(bool granted, bool restartIfEnabled);
+    void beginHelperWork(std::function<HelperOutcome()> work, void (TavoAppModel::*finish)(const HelperOutcome&));
+    void finishInstall(const HelperOutcome& outcome);
+    void finishReset(const HelperOutcome& outcome);
+
+    /// Runs `work`, which must not throw, as one operation that is announced as a whole. Nothing happens after a quit.
+    template <typename Work>
+    void perform(Work&& work);
 
     /// Assigns a published property and remembers that it changed.
     template <typename Value, typename NewValue>
     void publish(ModelProperty property, Value& current, NewValue&& next);
-    void notify();
+    void fail(const std::string& text) { publish(ModelProperty::lastError, lastErrorText, text); }
+    void clearError() { publish(ModelProperty::lastError, lastErrorText, std::nullopt); }
 
     std::shared_ptr<MainLoop> mainLoop;
     std::shared_ptr<const TavoStoring> store;
     Platform platform;
+    ApplicationControlling& application;
     std::unique_ptr<MainLoopTimer> timer;
 
     AppConfig appliedConfig;
+    AppConfig draft;
     RuntimeSnapshot snapshot;
     PowerStatus power;
     PrivilegedHelperInstallState helperState;
+    bool canResetSilently = false;
+    bool isHelperWorkRunning = false;
     std::shared_ptr<RuntimeCoordinator> coordinator;
-    std::optional<std::string> lastErrorText;
-    std::optional<std::string> configFileErrorText;
+    ErrorText lastErrorText;
+    ErrorText configFileErrorText;
     std::exception_ptr failure;
+    bool hasQuit = false;
 
+    /// What the file held when it was read or written last.
+    AppConfig lastInFile;
+    std::optional<OverdueSave> overdueSave;
+
+    std::unique_ptr<SettingsWindowControlling> settingsWindow;
     std::function<void(ModelChanges)> changeObserver;
     ModelChanges pendingChanges = 0;
+    int operationsUnderWay = 0;
+
+    /// Last, so that no notice comes in while the rest is being destroyed.
+    std::unique_ptr<PowerChangeWatch> powerWatch;
 };
+
+template <typename Work>
+void TavoAppModel::perform(Work&& work) {
+    if (hasQuit) {
+        return;
+    }
+    ++operationsUnderWay;
+    work();
+    --operationsUnderWay;
+    if (operationsUnderWay == 0) {
+        const auto changes = std::exchange(pendingChanges, 0U);
+        if (changes != 0 && changeObserver) {
+            changeObserver(changes);
+        }
+    }
+}
+
+template <typename Value, typename NewValue>
+void TavoAppModel::publish(ModelProperty property, Value& current, NewValue&& next) {
+    Value value(std::forward<NewValue>(next));
+    if (!(current == value)) {
+        current = std::move(value);
+        pendingChanges |= static_cast<ModelChanges>(property);
+    }
+}
 
 } // namespace tavo

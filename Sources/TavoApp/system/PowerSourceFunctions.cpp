@@ -1,20 +1,12 @@
 #include "system/PowerSourceFunctions.h"
 
-#include <dlfcn.h>
-
-#include <type_traits>
+#include "system/LoadedFunctions.h"
 
 namespace tavo {
 
 std::optional<PowerSourceFunctions> PowerSourceFunctions::load(const char* path) {
-    void* const library = dlopen(path, RTLD_LAZY | RTLD_LOCAL);
-    if (library == nullptr) {
-        return std::nullopt;
-    }
-    const auto find = [library](auto*& function, const char* name) {
-        function = reinterpret_cast<std::remove_reference_t<decltype(function)>>(dlsym(library, name));
-        return function != nullptr;
-    };
+    const LoadedFunctions library(path);
+    const auto find = [&library](auto*& function, const char* name) { return library.find(function, name); };
     PowerSourceFunctions functions{};
     const bool isComplete =
         find(functions.copyPowerSourcesInfo, "IOPSCopyPowerSourcesInfo") &&

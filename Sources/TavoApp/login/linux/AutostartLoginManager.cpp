@@ -20,14 +20,16 @@ std::filesystem::path userAutostartFolder() {
 
 } // namespace
 
-AutostartLoginManager::AutostartLoginManager() : folder(userAutostartFolder()) {}
+std::filesystem::path AutostartLoginManager::entry() const {
+    return (folder ? *folder : userAutostartFolder()) / "com.vrd.tavo.desktop";
+}
 
 void AutostartLoginManager::enable(const std::filesystem::path& executablePath) {
     const auto program = desktopExecValue(executablePath);
     if (!program) {
         throw LoginLaunchManagerError::unusablePath(executablePath.string());
     }
-    ensureDirectoryExists(folder);
+    ensureDirectoryExists(entry().parent_path());
     replaceFileAtomically(entry(), fmt::format("[Desktop Entry]\n"
                                                "Type=Application\n"
                                                "Name=Tavo\n"

@@ -4,6 +4,7 @@
 #include "login/LoginLaunchManagerError.h"
 
 #include <filesystem>
+#include <optional>
 #include <utility>
 
 namespace tavo {
@@ -12,8 +13,8 @@ namespace tavo {
 class AutostartLoginManager final : public LaunchAtLoginManaging {
 public:
     /// In the user's autostart folder: `$XDG_CONFIG_HOME/autostart` when the variable is an absolute path, else
-    /// `~/.config/autostart`. @throws CocoaPathsError when the system knows no home.
-    AutostartLoginManager();
+    /// `~/.config/autostart`. Every operation throws CocoaPathsError when the system knows no home.
+    AutostartLoginManager() = default;
 
     explicit AutostartLoginManager(std::filesystem::path autostartFolder) : folder(std::move(autostartFolder)) {}
 
@@ -25,10 +26,11 @@ public:
     /// An entry that is hidden, or that its user has switched off in the desktop's own settings, does not count.
     bool isEnabled() const override;
 
-    std::filesystem::path entry() const { return folder / "com.vrd.tavo.desktop"; }
+    std::filesystem::path entry() const;
 
 private:
-    std::filesystem::path folder;
+    /// Absent for the user's own, which is looked up when it is needed.
+    std::optional<std::filesystem::path> folder;
 };
 
 } // namespace tavo

@@ -1,0 +1,128 @@
+#include "app/TavoAppModel.h"
+#include "login/LoginLaunchManagerError.h"
+
+namespace tavo {
+
+void TavoAppModel::toggleEnabled() {
+    perform([this] {
+        if (appliedConfig.isEnabled) {
+            auto paused = appliedConfig;
+            paused.isEnabled = false;
+            auto pausedDraft = draft;
+            pausedDraft.isEnabled = false;
+            publish(ModelProperty::config, appliedConfig, paused);
+            publish(ModelProperty::draftConfig, draft, pausedDraft);
+        } else {
+            publish(ModelProperty::powerStatus, power, platform.powerEnvironment->currentStatus());
+            publishConfig(appliedConfig.enabledForCurrentPowerSource(power));
+        }
+        persistConfigAndReschedule();
+    });
+}
+
+void TavoAppModel::editDraft(const AppConfig& edited) {
+    perform([this, &edited] { publish(ModelProperty::draftConfig, draft, edited); });
+}
+
+void TavoAppModel::revertDraft() {
+    perform([this] {
+        publish(ModelProperty::draftConfig, draft, appliedConfig);
+        clearError();
+    });
+}
+
+void TavoAppModel::saveDraft() {
+    perform([this] {
+        try {
+            const auto checked = draft.validated();
+            if (checked.launchAtLoginEnabled != appliedConfig.launchAtLoginEnabled) {
+                syncLaunchAtLogin(checked.launchAtLoginEnabled);
+            }
+            publishConfig(checked);
+        } catch (const std::exception& error) {
+            fail(error.what());
+            return;
+        }
+        clearError();
+        persistConfigAndReschedule();
+    });
+}
+
+void TavoAppModel::syncLaunchAtLogin(bool enabled) const {
+    if (!enabled) {
+        platform.launchAtLogin->disable();
+        return;
+    }
+    if (!platform.desktopApp) {
+        throw LoginLaunchManagerError::missingDesktopApp();
+    }
+    platform.launchAtLogin->enable(*platform.desktopApp);
+}
+
+void TavoAppModel::publishConfig(const AppConfig& config) {
+    const auto next = config; // which may be one of the two
+    publish(ModelProperty::config, appliedConfig, next);
+    publish(ModelProperty::draftConfig, draft, next);
+}
+
+void TavoAppModel::persistConfigAndReschedule() {
+    saveAppliedConfig();
+    if (appliedConfig.isEnabled) {
+        evaluate();
+        return;
+    }
+    timer.reset();
+    try {
+        publish(ModelProperty::runtimeSnapshot, snapshot, coordinator->stop(mainLoop->now()).snapshot);
+        failure = nullptr;
+    } catch (const std::exception& error) {
+        fail(error.what());
+    }
+    scheduleNextEvaluation(AppConfig::fixedPollIntervalSeconds);
+}
+
+void TavoAppModel::saveAppliedConfig() {
+    try {
+        save(appliedConfig);
+        clearError();
+    } catch (const std::exception& error) {
+        // Without this, what its user has just switched off would come back with the next look at the file.
+        overdueSave = OverdueSave{.inFile = lastInFile, .error = error.what()};
+        fail(error.what());
+    }
+}
+
+void TavoAppModel::save(const AppConfig& config) {
+    store->saveConfig(config);
+    lastInFile = config;
+    overdueSave.reset();
+    publish(ModelProperty::configFileError, configFileErrorText, std::nullopt);
+}
+
+void TavoAppModel::reloadPersistedConfigIfSafe() {
+    if (hasUnsavedEdits()) {
+        return;
+    }
+    try {
+        takeUp(store->loadConfig());
+    } catch (const std::exception& error) {
+        publish(ModelProperty::configFileError, configFileErrorText, error.what());
+        fail(error.what());
+    }
+}
+
+void TavoAppModel::takeUp(const AppConfig& inFile) {
+    publish(ModelProperty::configFileError, configFileErrorText, std::nullopt);
+    if (overdueSave && inFile == overdueSave->inFile) {
+        saveAppliedConfig();
+        return;
+    }
+    overdueSave.reset(); // somebody has edited the file meanwhile, and the last word counts
+    lastInFile = inFile;
+    if (!(inFile == appliedConfig)) {
+        publishConfig(inFile);
+        clearError();
+    }
+}
+
+} // namespace tavo

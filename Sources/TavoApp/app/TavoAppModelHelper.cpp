@@ -1,0 +1,152 @@
+#include "app/TavoAppModel.h"
+
+namespace tavo {
+
+using State = PrivilegedHelperInstallState;
+
+struct TavoAppModel::HelperOutcome {
+    State state = State::notInstalled;
+
+    /// What stopped an installation.
+    ErrorText error;
+
+    /// Whether a reset removed everything.
+    bool isGone = false;
+};
+
+bool TavoAppModel::needsClosedLidPermission() const {
+    return appliedConfig.watchMode != WatchMode::open && helperState != State::ready;
+}
+
+void TavoAppModel::installHelper() {
+    perform([this] {
+        if (isHelperWorkRunning) {
+            return;
+        }
+        if (!platform.helperSource) {
+            fail("could not find the tavo helper executable in this build");
+            return;
+        }
+        beginHelperWork(
+            [support = platform.closedLidSupport(), paths = store->paths()] {
+                HelperOutcome outcome;
+                try {
+                    outcome.state = support.install(paths);
+                    if (outcome.state != State::ready) {
+                        outcome.state = support.waitForState(State::ready, HelperReachabilityWait());
+                    }
+                } catch (const std::exception& error) {
+                    outcome.error = error.what();
+                    outcome.state = support.state();
+                }
+                return outcome;
+            },
+            &TavoAppModel::finishInstall);
+    });
+}
+
+void TavoAppModel::finishInstall(const HelperOutcome& outcome) {
+    if (outcome.state == State::ready && !outcome.error) {
+        publishHelperState(outcome.state);
+        updateClosedLidPermissionGranted(true, true);
+    } else {
+        refreshHelperInstallState(true);
+    }
+    if (outcome.error) {
+        fail(*outcome.error);
+    }
+    publish(ModelProperty::isInstallingHelper, isHelperWorkRunning, false);
+}
+
+void TavoAppModel::resetHelper() {
+    perform([this] {
+        const auto support = platform.closedLidSupport();
+        // The file is compared afresh: it may have been replaced since the last look.
+        if (isHelperWorkRunning || helperState != State::ready || !support.matchesThisBuild()) {
+            return;
+        }
+        beginHelperWork(
+            [support] {
+                HelperOutcome outcome;
+                try {
+                    outcome.isGone = support.reset();
+                } catch (const std::exception&) {
+                    // A helper that could not be asked has not removed itself, and that is what will be said.
+                    outcome.isGone = false;
+                }
+                outcome.state = support.state();
+                return outcome;
+            },
+            &TavoAppModel::finishReset);
+    });
+}
+
+void TavoAppModel::finishReset(const HelperOutcome& outcome) {
+    publishHelperState(outcome.state);
+    updateClosedLidPermissionGranted(false, true);
+    if (!outcome.isGone) {
+        // Said last, since what comes before clears it.
+        fail("closed-lid support could not be fully reset");
+    }
+    publish(ModelProperty::isInstallingHelper, isHelperWorkRunning, false);
+}
+
+void TavoAppModel::beginHelperWork(std::function<HelperOutcome()> work,
+                                   void (TavoAppModel::*finish)(const HelperOutcome&)) {
+    publish(ModelProperty::isInstallingHelper, isHelperWorkRunning, true);
+    clearError();
+    const auto outcome = std::make_shared<HelperOutcome>();
+    mainLoop->runInBackground([work = std::move(work), outcome] { *outcome = work(); },
+                              [weakModel = weak_from_this(), outcome, finish] {
+                                  if (const auto model = weakModel.lock()) {
+                                      model->perform([&] { ((*model).*finish)(*outcome); });
+                                  }
+                              });
+}
+
+void TavoAppModel::refreshHelperInstallState(bool restartIfEnabled) {
+    const auto before = helperState;
+    publishHelperState(platform.closedLidSupport().state());
+    if (helperState != before) {
+        rebuildCoordinator(restartIfEnabled);
+    } else {
+        reassertOverride(restartIfEnabled);
+    }
+}
+
+/// A helper that was replaced has given back what it was asked for, though it looks the same as before.
+void TavoAppModel::reassertOverride(bool restartIfEnabled) {
+    try {
+        coordinator->reassertOverride();
+    } catch (const std::exception&) {
+        rebuildCoordinator(restartIfEnabled); // the evaluation that follows asks again, and says what is wrong
+    }
+}
+
+void TavoAppModel::publishHelperState(State state) {
+    publish(ModelProperty::helperInstallState, helperState, state);
+    publish(ModelProperty::supportsSilentHelperReset, canResetSilently,
+            state == State::ready && platform.closedLidSupport().matchesThisBuild());
+}
+
+void TavoAppModel::updateClosedLidPermissionGranted(bool granted, bool restartIfEnabled) {
+    auto changed = appliedConfig;
+    changed.closedLidPermissionGranted = granted;
+    ErrorText saveFailure;
+    try {
+        save(changed);
+        auto changedDraft = draft;
+        changedDraft.closedLidPermissionGranted = granted;
+        publish(ModelProperty::config, appliedConfig, changed);
+        publish(ModelProperty::draftConfig, draft, changedDraft);
+        clearError();
+    } catch (const std::exception& error) {
+        saveFailure = error.what();
+    }
+    rebuildCoordinator(restartIfEnabled);
+    if (saveFailure) {
+        fail(*saveFailure); // after the evaluation, which clears what was said before it
+    }
+}
+
+} // namespace tavo

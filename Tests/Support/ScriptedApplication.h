@@ -1,0 +1,38 @@
+#pragma once
+
+#include "app/ApplicationControlling.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace tavo {
+
+/// A program that notes what the model asks of it, and shows nothing.
+class ScriptedApplication final : public ApplicationControlling {
+public:
+    void orderOutKeyWindow() override { asked.emplace_back("order out the key window"); }
+
+    std::unique_ptr<SettingsWindowControlling> makeSettingsWindow(TavoAppModel&) override {
+        asked.emplace_back("make the settings window");
+        return hasWindows ? std::make_unique<Window>(asked) : nullptr;
+    }
+
+    void terminate() override { asked.emplace_back("terminate"); }
+
+    std::vector<std::string> asked;
+    bool hasWindows = true;
+
+private:
+    class Window final : public SettingsWindowControlling {
+    public:
+        explicit Window(std::vector<std::string>& asked) : asked(asked) {}
+        void showWindow() override { asked.emplace_back("show the settings window"); }
+        void bringToFront() override { asked.emplace_back("bring it to the front"); }
+
+    private:
+        std::vector<std::string>& asked;
+    };
+};
+
+} // namespace tavo

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "login/LaunchAtLoginManaging.h"
+
+#include <exception>
+#include <optional>
+
+namespace tavo {
+
+/// Notes which program was to be started at login.
+class ScriptedLaunchAtLogin final : public LaunchAtLoginManaging {
+public:
+    void enable(const std::filesystem::path& executablePath) override {
+        throwFailure();
+        program = executablePath;
+    }
+    void disable() override {
+        throwFailure();
+        program.reset();
+    }
+    bool isEnabled() const override { return program.has_value(); }
+
+    std::optional<std::filesystem::path> program;
+
+    /// Thrown by every change while it is set.
+    std::exception_ptr failure;
+
+private:
+    void throwFailure() const {
+        if (failure) {
+            std::rethrow_exception(failure);
+        }
+    }
+};
+
+} // namespace tavo

@@ -1,0 +1,218 @@
+#include "app/TavoAppModelTesting.h"
+
+namespace tavo {
+namespace {
+
+using Command = PrivilegedHelperCommand;
+
+class HelperFlowTest : public TavoAppModelTest {
+protected:
+    HelperFlowTest() {
+        administrator->onRun = [this] { installHelper(); };
+    }
+};
+
+TEST_F(HelperFlowTest, InstallingGrantsThePermission) {
+    startWith(enabledWithLidClosed());
+    ASSERT_TRUE(model->needsClosedLidPermission());
+    model->installHelper();
+    EXPECT_TRUE(model->isInstallingHelper());
+    EXPECT_FALSE(model->canInstallHelper());
+    EXPECT_EQ(model->lastError(), std::nullopt);
+    loop->runPosted();
+    EXPECT_FALSE(model->isInstallingHelper());
+    EXPECT_EQ(model->helperInstallState(), HelperState::ready);
+    EXPECT_TRUE(model->config().closedLidPermissionGranted);
+    EXPECT_TRUE(model->draftConfig().closedLidPermissionGranted);
+    EXPECT_TRUE(store->loadConfig().closedLidPermissionGranted);
+    EXPECT_FALSE(model->needsClosedLidPermission());
+    EXPECT_TRUE(model->supportsSilentHelperReset());
+    EXPECT_EQ(model->lastError(), std::nullopt);
+    EXPECT_THAT(asked(), ElementsAre(Command::setSleepDisabled(PMSetScope::all, true)));
+    EXPECT_EQ(loop->armedTimers(), 1U);
+}
+
+TEST_F(HelperFlowTest, ASecondCallWhileOneRunsDoesNothing) {
+    startWith({});
+    model->installHelper();
+    model->installHelper();
+    model->resetHelper();
+    EXPECT_EQ(administrator->commands.size(), 1U);
+    loop->runPosted();
+    EXPECT_THAT(asked(), IsEmpty());
+}
+
+TEST_F(HelperFlowTest, WithoutAHelperInThisBuildThereIsNothingToInstall) {
+    helperSource.reset();
+    startWith({});
+    EXPECT_FALSE(model->canInstallHelper());
+    model->installHelper();
+    EXPECT_EQ(model->lastError(), "could not find the tavo helper executable in this build");
+    EXPECT_FALSE(model->isInstallingHelper());
+    EXPECT_THAT(administrator->commands, IsEmpty());
+}
+
+TEST_F(HelperFlowTest, ARefusalIsSaidAndNothingIsGranted) {
+    administrator->onRun = nullptr;
+    administrator->results = {{.exitCode = 1, .standardOutput = "", .standardError = "user canceled."}};
+    startWith(enabledWithLidClosed());
+    model->installHelper();
+    loop->runPosted();
+    EXPECT_EQ(model->lastError(), "user canceled.");
+    EXPECT_EQ(model->helperInstallState(), HelperState::notInstalled);
+    EXPECT_FALSE(model->config().closedLidPermissionGranted);
+    EXPECT_FALSE(model->isInstallingHelper());
+    EXPECT_TRUE(model->canInstallHelper());
+}
+
+TEST_F(HelperFlowTest, AHelperThatNeverAnswersIsInstalledAndUnreachable) {
+    helper->otherwise = PrivilegedHelperResponse::ok();
+    startWith({});
+    model->installHelper();
+    loop->runPosted();
+    EXPECT_EQ(model->lastError(), "installed the privileged helper, but tavo could not reach it.");
+    EXPECT_EQ(model->helperInstallState(), HelperState::installedUnreachable);
+    EXPECT_FALSE(model->config().closedLidPermissionGranted);
+    EXPECT_EQ(pauses, 49);
+    EXPECT_EQ(loop->armedTimers(), 1U) << "a switched-off Tavo goes on looking at its file";
+}
+
+TEST_F(HelperFlowTest, AHelperThatAnswersTheInstallerAndThenFallsSilentIsWaitedFor) {
+    startWith({});
+    helper->answers = {PrivilegedHelperResponse::pong(), PrivilegedHelperResponse::ok(),
+                       PrivilegedHelperResponse::ok()};
+    model->installHelper();
+    loop->runPosted();
+    EXPECT_EQ(model->helperInstallState(), HelperState::ready);
+    EXPECT_TRUE(model->config().closedLidPermissionGranted);
+    EXPECT_EQ(pauses, 1);
+}
+
+TEST_F(HelperFlowTest, WhatIsBeingInstalledStaysUnsavedAsItWas) {
+    startWith({});
+    edit([](AppConfig& draft) { draft.batteryCutoffPercent = 44; });
+    model->installHelper();
+    loop->runPosted();
+    EXPECT_EQ(model->draftConfig().batteryCutoffPercent, 44);
+    EXPECT_TRUE(model->draftConfig().closedLidPermissionGranted);
+    EXPECT_EQ(store->loadConfig().batteryCutoffPercent, AppConfig::defaultBatteryCutoffPercent);
+}
+
+TEST_F(HelperFlowTest, APermissionThatCannotBeSavedIsSaid) {
+    startWith(enabled());
+    disk->hasNoRoomForConfig = true;
+    model->installHelper();
+    loop->runPosted();
+    EXPECT_EQ(model->lastError(), "could not write: No space left on device");
+    EXPECT_FALSE(model->config().closedLidPermissionGranted);
+    EXPECT_EQ(model->helperInstallState(), HelperState::ready);
+}
+
+TEST_F(HelperFlowTest, AnInstallationThatEndsAfterTheModelDoesNothing) {
+    startWith({});
+    model->installHelper();
+    model.reset();
+    loop->runPosted();
+    EXPECT_FALSE(store->loadConfig().closedLidPermissionGranted);
+}
+
+TEST_F(HelperFlowTest, ResettingRemovesTheHelperAndThePermission) {
+    installHelper();
+    auto config = enabled();
+    config.closedLidPermissionGranted = true;
+    startWith(config);
+    asked();
+    // The files are gone as soon as the helper has been asked.
+    helper->onSend = [this](const Command& command) {
+        if (command == Command::resetSupport()) {
+            removeHelper();
+        }
+    };
+    model->resetHelper();
+    EXPECT_TRUE(model->isInstallingHelper());
+    loop->runPosted();
+    EXPECT_THAT(asked(), ElementsAre(Command::resetSupport()));
+    EXPECT_FALSE(model->isInstallingHelper());
+    EXPECT_EQ(model->helperInstallState(), HelperState::notInstalled);
+    EXPECT_FALSE(model->config().closedLidPermissionGranted);
+    EXPECT_FALSE(store->loadConfig().closedLidPermissionGranted);
+    EXPECT_EQ(model->lastError(), std::nullopt);
+    EXPECT_TRUE(model->runtimeSnapshot().isWakeAssertionActive);
+    EXPECT_EQ(loop->armedTimers(), 1U);
+}
+
+TEST_F(HelperFlowTest, AResetThatLeavesFilesIsSaid) {
+    installHelper();
+    startWith(enabled());
+    model->resetHelper();
+    loop->runPosted();
+    EXPECT_EQ(pauses, 24) << "25 looks";
+    EXPECT_EQ(model->lastError(), "closed-lid support could not be fully reset");
+    EXPECT_EQ(model->helperInstallState(), HelperState::ready);
+    EXPECT_FALSE(model->config().closedLidPermissionGranted);
+}
+
+TEST_F(HelperFlowTest, AResetThatTheHelperRefusesIsSaid) {
+    installHelper();
+    startWith({});
+    helper->answers = {PrivilegedHelperResponse::error("no.")};
+    model->resetHelper();
+    loop->runPosted();
+    EXPECT_EQ(pauses, 0);
+    EXPECT_EQ(model->lastError(), "closed-lid support could not be fully reset");
+}
+
+TEST_F(HelperFlowTest, AnotherBuildsHelperIsNotAskedToRemoveItself) {
+    installHelper("another helper");
+    startWith({});
+    asked();
+    EXPECT_EQ(model->helperInstallState(), HelperState::ready);
+    EXPECT_FALSE(model->supportsSilentHelperReset());
+    model->resetHelper();
+    loop->runPosted();
+    EXPECT_THAT(asked(), IsEmpty());
+    EXPECT_FALSE(model->isInstallingHelper());
+}
+
+TEST_F(HelperFlowTest, AHelperReplacedSinceTheLastLookIsNotTrusted) {
+    installHelper();
+    startWith({});
+    asked();
+    ASSERT_TRUE(model->supportsSilentHelperReset());
+    installHelper("another helper");
+    model->resetHelper();
+    EXPECT_THAT(asked(), IsEmpty());
+    EXPECT_FALSE(model->isInstallingHelper());
+}
+
+TEST_F(HelperFlowTest, LookingAroundSeesThatTheHelperIsNoLongerThisBuilds) {
+    installHelper();
+    startWith({});
+    installHelper("another helper");
+    model->lookAround();
+    EXPECT_FALSE(model->supportsSilentHelperReset());
+    EXPECT_TRUE(has(changes.back(), ModelProperty::supportsSilentHelperReset));
+}
+
+TEST_F(HelperFlowTest, ThePermissionIsNeededForAClosedLidAlone) {
+    for (const auto mode : allCases<WatchMode>()) {
+        auto config = AppConfig::defaultConfig();
+        config.watchMode = mode;
+        startWith(config);
+        EXPECT_EQ(model->needsClosedLidPermission(), mode != WatchMode::open);
+    }
+    installHelper();
+    startWith(enabledWithLidClosed());
+    EXPECT_FALSE(model->needsClosedLidPermission());
+}
+
+TEST_F(HelperFlowTest, ThePermissionIsAskedForByWhatIsInForceAndNotByTheDraft) {
+    startWith({});
+    edit([](AppConfig& draft) { draft.watchMode = WatchMode::closed; });
+    EXPECT_FALSE(model->needsClosedLidPermission());
+    model->saveDraft();
+    EXPECT_TRUE(model->needsClosedLidPermission());
+}
+
+} // namespace
+} // namespace tavo
