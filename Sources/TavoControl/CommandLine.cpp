@@ -1,117 +1,19 @@
 #include "CommandLine.h"
 
+#include "OptionValues.h"
 #include "Version.h"
-#include "config/TavoValidationError.h"
-#include "system/DecimalText.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 #include <algorithm>
 #include <cctype>
-#include <stdexcept>
 
 namespace tavo {
 
 namespace {
 
-/// What the options of the command line are read into before they are understood.
-struct RawOptions {
-    std::string root;
-    bool always = false;
-    std::string preset;
-    std::string executable;
-    std::string command;
-    std::string power;
-    std::string cutoff;
-    std::string lid;
-    bool json = false;
-};
-
-/// What is wrong with the arguments, as the start of a sentence.
-struct UsageError : std::runtime_error {
-    using std::runtime_error::runtime_error;
-};
-
-/// Names on the command line with what they stand for.
-template <typename Value>
-using Choices = std::vector<std::pair<std::string, Value>>;
-
-const Choices<PowerSourcePolicy> powerChoices{
-    {"any", PowerSourcePolicy::any}, {"ac", PowerSourcePolicy::acOnly}, {"battery", PowerSourcePolicy::batteryOnly}};
-const Choices<WatchMode> lidChoices{
-    {"open", WatchMode::open}, {"closed", WatchMode::closed}, {"both", WatchMode::both}};
-
-Choices<TriggerPreset> presetChoices() {
-    Choices<TriggerPreset> choices;
-    for (const auto preset : allCases<TriggerPreset>()) {
-        choices.emplace_back(rawValue(preset), preset);
-    }
-    return choices;
-}
-
-template <typename Value>
-std::optional<Value> choose(const Choices<Value>& choices, const std::string& option, const std::string& given) {
-    if (given.empty()) {
-        return std::nullopt;
-    }
-    std::vector<std::string> names;
-    for (const auto& [name, value] : choices) {
-        if (name == given) {
-            return value;
-        }
-        names.push_back(name);
-    }
-    throw UsageError(fmt::format("{} takes one of {}, not \"{}\"", option, fmt::join(names, ", "), given));
-}
-
-std::optional<std::optional<std::int64_t>> chooseCutoff(const std::string& given) {
-    if (given.empty()) {
-        return std::nullopt;
-    }
-    if (given == "none") {
-        return std::optional<std::int64_t>();
-    }
-    AppConfig config;
-    config.batteryCutoffPercent = parseInt32(given);
-    try {
-        if (config.batteryCutoffPercent) {
-            return config.validated().batteryCutoffPercent;
-        }
-    } catch (const TavoValidationError&) {
-        // Said below in the words of this option.
-    }
-    throw UsageError(fmt::format("--cutoff takes a percentage from 1 to 100 or none, not \"{}\"", given));
-}
-
-std::optional<TriggerRule> chooseTrigger(const RawOptions& raw) {
-    const int given = (raw.always ? 1 : 0) + (raw.preset.empty() ? 0 : 1) + (raw.executable.empty() ? 0 : 1) +
-                      (raw.command.empty() ? 0 : 1);
-    if (given > 1) {
-        throw UsageError("only one of --always, --preset, --executable and --command can be the trigger");
-    }
-    if (raw.always) {
-        return defaultRule(TriggerPreset::always);
-    }
-    if (const auto preset = choose(presetChoices(), "--preset", raw.preset)) {
-        return defaultRule(*preset);
-    }
-    const auto rule = [](TriggerMatchStrategy strategy, const std::string& option, const std::string& query) {
-        try {
-            return TriggerRule{.mode = TriggerMode::process, .matchStrategy = strategy, .query = query}.validated();
-        } catch (const TavoValidationError&) {
-            throw UsageError(option + " needs more than white space");
-        }
-    };
-    if (!raw.executable.empty()) {
-        return rule(TriggerMatchStrategy::executableName, "--executable", raw.executable);
-    }
-    if (!raw.command.empty()) {
-        return rule(TriggerMatchStrategy::commandLineContains, "--command", raw.command);
-    }
-    return std::nullopt;
-}
+constexpr const char* launchAtLoginKey = "launchAtLoginEnabled";
 
 CLI::Option* addOption(CLI::App& command, const std::string& name, std::string& value, const std::string& description,
                        const std::string& valueName) {
@@ -125,6 +27,12 @@ CLI::Option* addOption(CLI::App& command, const std::string& name, std::string& 
     return option;
 }
 
+void addMatchOptions(CLI::App& command, RawOptions& raw, const std::string& group) {
+    addOption(command, "--executable", raw.executable, "while an executable of this name runs", "NAME")->group(group);
+    addOption(command, "--command", raw.command, "while a process runs whose command line holds this text", "TEXT")
+        ->group(group);
+}
+
 void addTriggerOptions(CLI::App& command, RawOptions& raw, bool withAlways) {
     const std::string group = "Trigger, at most one of them";
     if (withAlways) {
@@ -132,9 +40,7 @@ void addTriggerOptions(CLI::App& command, RawOptions& raw, bool withAlways) {
     }
     const std::string presets = withAlways ? "codex, claudeCode, cursor, or always" : "codex, claudeCode, cursor";
     addOption(command, "--preset", raw.preset, "while the preset's program runs: " + presets, "NAME")->group(group);
-    addOption(command, "--executable", raw.executable, "while an executable of this name runs", "NAME")->group(group);
-    addOption(command, "--command", raw.command, "while a process runs whose command line holds this text", "TEXT")
-        ->group(group);
+    addMatchOptions(command, raw, group);
 }
 
 /// A sentence for the user: lower case, one line, a full stop.
@@ -168,16 +74,23 @@ public:
         addOption(*run, "--cutoff", raw.cutoff, "let go at this battery percentage: 1 to 100, or none", "PERCENT");
         addOption(*run, "--lid", raw.lid, "stay awake with the lid open, closed, or both", "STATE");
         addTriggerOptions(*processes, raw, false);
+        addMatchOptions(*match, raw, "Trigger, one of them");
+        // Whether they are given is looked at later, where there are better words for it.
+        preset->add_option("NAME", raw.name, "always, codex, claudeCode or cursor");
+        set->add_option("KEY", raw.key, "a key that get lists");
+        set->add_option("VALUE", raw.value, "as get prints it");
+        get->add_option("KEY", raw.key, "all of them when it is left out");
+        login->add_option("STATE", raw.state, "on or off");
         helper->require_subcommand(1);
-        for (auto* command : {run, status, processes, doctor, helperStatus}) {
+        for (auto* command : {run, status, processes, doctor, get, helperStatus}) {
             command->add_flag("--json", raw.json, "print JSON")->disable_flag_override();
         }
-        for (auto* command :
-             {run, status, processes, doctor, helper, helperStatus, helperInstall, helperUninstall, helperReset}) {
+        for (auto* command : {run, status, processes, doctor, helper, helperStatus, helperInstall, helperUninstall,
+                              helperReset, enable, disable, toggle, preset, match, set, get, login}) {
             command->set_help_flag("-h,--help", "print this help");
         }
-        for (auto* command :
-             {&app, run, status, processes, doctor, helperStatus, helperInstall, helperUninstall, helperReset}) {
+        for (auto* command : {&app, run, status, processes, doctor, helperStatus, helperInstall, helperUninstall,
+                              helperReset, enable, disable, toggle, preset, match, set, get, login}) {
             rootOptions.push_back(addOption(*command, "--root", raw.root,
                                             "the folder of config.json and state.json, in place of the default one",
                                             "DIR"));
@@ -209,7 +122,7 @@ public:
 private:
     std::string missingCommand() const {
         return helper->parsed() ? "name a command of helper: status, install, uninstall or reset"
-                                : "name a command: run, status, processes, doctor or helper";
+                                : "name a command, as in tavoctl status";
     }
 
     static UsageReply refusal(const std::string& text) { return {.text = asSentence(text), .isError = true}; }
@@ -224,22 +137,53 @@ private:
             invocation.root = std::filesystem::absolute(raw.root);
         }
         if (run->parsed()) {
-            invocation.command =
-                RunOptions{.overrides = {.trigger = chooseTrigger(raw),
-                                         .powerSourcePolicy = choose(powerChoices, "--power", raw.power),
-                                         .batteryCutoffPercent = chooseCutoff(raw.cutoff),
-                                         .watchMode = choose(lidChoices, "--lid", raw.lid)},
-                           .json = raw.json};
+            invocation.command = RunOptions{.overrides = overridesOf(raw), .json = raw.json};
         } else if (status->parsed()) {
             invocation.command = StatusOptions{.json = raw.json};
         } else if (processes->parsed()) {
-            invocation.command = ProcessesOptions{.rule = chooseTrigger(raw), .json = raw.json};
+            invocation.command = ProcessesOptions{.rule = triggerOf(raw), .json = raw.json};
         } else if (doctor->parsed()) {
             invocation.command = DoctorOptions{.json = raw.json};
-        } else {
+        } else if (helper->parsed()) {
             invocation.command = HelperCommandOptions{.action = helperAction(), .json = raw.json};
+        } else if (get->parsed()) {
+            invocation.command =
+                GetOptions{.key = get->count("KEY") > 0 ? std::optional(raw.key) : std::nullopt, .json = raw.json};
+        } else {
+            invocation.command = change();
         }
         return invocation;
+    }
+
+    ChangeOptions change() const {
+        using Kind = ChangeOptions::Kind;
+        if (enable->parsed() || disable->parsed()) {
+            return {.kind = enable->parsed() ? Kind::enable : Kind::disable};
+        }
+        if (toggle->parsed()) {
+            return {.kind = Kind::toggle};
+        }
+        if (set->parsed()) {
+            if (set->count("KEY") == 0 || set->count("VALUE") == 0) {
+                throw UsageError("set needs a key and a value");
+            }
+            return {.kind = Kind::set, .key = raw.key, .value = raw.value, .login = raw.key == launchAtLoginKey};
+        }
+        if (login->parsed()) {
+            return {.kind = Kind::set,
+                    .key = launchAtLoginKey,
+                    .value = loginStateOf(raw) ? "true" : "false",
+                    .login = true};
+        }
+        return {.kind = Kind::trigger, .trigger = namedTrigger()};
+    }
+
+    TriggerRule namedTrigger() const {
+        if (match->parsed()) {
+            const auto rule = triggerOf(raw);
+            return rule ? *rule : throw UsageError("match needs --executable or --command");
+        }
+        return presetNamed(raw.name);
     }
 
     HelperCommandOptions::Action helperAction() const {
@@ -260,6 +204,14 @@ private:
     CLI::App* status = app.add_subcommand("status", "tell what the running tavo does, and what is really held");
     CLI::App* processes = app.add_subcommand("processes", "list the processes that match now");
     CLI::App* doctor = app.add_subcommand("doctor", "check what tavo needs of this system");
+    CLI::App* enable = app.add_subcommand("enable", "switch keeping awake on");
+    CLI::App* disable = app.add_subcommand("disable", "switch keeping awake off");
+    CLI::App* toggle = app.add_subcommand("toggle", "what the app's button does: off, or on without a trigger");
+    CLI::App* preset = app.add_subcommand("preset", "keep awake while the preset's program runs, or always");
+    CLI::App* match = app.add_subcommand("match", "keep awake while a process of your choice runs");
+    CLI::App* set = app.add_subcommand("set", "change one setting");
+    CLI::App* get = app.add_subcommand("get", "print the settings, or one of them");
+    CLI::App* login = app.add_subcommand("login", "start the desktop app at login, or no longer");
     CLI::App* helper = app.add_subcommand("helper", "what lets tavo keep awake with the lid closed");
     CLI::App* helperStatus = helper->add_subcommand("status", "tell what there is of it, and for whom it works");
     CLI::App* helperInstall = helper->add_subcommand("install", "install it, with an administrator's approval");

@@ -35,11 +35,34 @@ struct HelperCommandOptions {
     bool json = false;
 };
 
+struct GetOptions {
+    /// All of them when absent.
+    std::optional<std::string> key;
+    bool json = false;
+};
+
+/// One change of the configuration.
+struct ChangeOptions {
+    enum class Kind { enable, disable, toggle, trigger, set };
+
+    Kind kind = Kind::enable;
+    TriggerRule trigger = {};
+
+    /// Of what is set.
+    std::string key = {};
+    std::string value = {};
+
+    /// Launch at login was named outright: it is put in order even where the file says the same already.
+    bool login = false;
+};
+
 /// What the arguments ask for.
 struct Invocation {
     /// In place of the default folder of config.json and state.json.
     std::optional<std::filesystem::path> root;
-    std::variant<RunOptions, StatusOptions, ProcessesOptions, DoctorOptions, HelperCommandOptions> command;
+    std::variant<RunOptions, StatusOptions, ProcessesOptions, DoctorOptions, HelperCommandOptions, GetOptions,
+                 ChangeOptions>
+        command;
 };
 
 /// Arguments that ask for nothing to be done: text to print, and the status to end with.

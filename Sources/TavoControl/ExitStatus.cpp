@@ -1,6 +1,7 @@
 #include "ExitStatus.h"
 
 #include "ConfigurationError.h"
+#include "Settings.h"
 #include "base/WakeControlError.h"
 #include "config/TavoValidationError.h"
 
@@ -14,6 +15,8 @@ ExitStatus exitStatusOf(const std::exception_ptr& failure) {
                                                                          : ExitStatus::failure;
     } catch (const ConfigurationError&) {
         return ExitStatus::invalidConfiguration;
+    } catch (const SettingError&) {
+        return ExitStatus::wrongUsage;
     } catch (const TavoValidationError&) {
         return ExitStatus::invalidConfiguration;
     } catch (...) {

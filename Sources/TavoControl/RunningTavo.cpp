@@ -6,6 +6,26 @@
 
 namespace tavo {
 
+std::optional<RunningTavo> RunningTavo::find(const TavoStoring& store) {
+    const auto lock = store.paths().lockURL();
+    const auto holder = InstanceLock::holder(lock);
+    if (!holder) {
+        return std::nullopt;
+    }
+    RunningTavo running{.processID = *holder, .overrides = {}};
+    try {
+        if (const auto note = InstanceLock::noteOfHolder(lock); !note.empty()) {
+            const auto object = parseJson(note);
+            running.overrides = RunOverrides::fromJson(object);
+            running.hasUnsavedEdits = object.value(InstanceLock::unsavedEditsKey, false);
+        }
+    } catch (const std::exception&) {
+        // Another version wrote the note; that it obeys the file is the best guess then.
+        running.overrides = {};
+    }
+    return running;
+}
+
 std::optional<pid_t> tellRunningTavo(const TavoStoring& store) {
     const auto holder = InstanceLock::holder(store.paths().lockURL());
     return holder && kill(*holder, SIGUSR1) == 0 ? holder : std::nullopt;

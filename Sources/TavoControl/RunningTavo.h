@@ -1,5 +1,6 @@
 #pragma once
 
+#include "RunOverrides.h"
 #include "config/TavoStore.h"
 
 #include <sys/types.h>
@@ -7,6 +8,20 @@
 #include <optional>
 
 namespace tavo {
+
+/// The Tavo of this user that runs now, as it tells about itself in the lock file.
+struct RunningTavo {
+    pid_t processID = 0;
+
+    /// What it puts in the place of the file's configuration.
+    RunOverrides overrides;
+
+    /// Whether its window has edits that are not saved: it does not follow the file then.
+    bool hasUnsavedEdits = false;
+
+    /// Nothing when none runs.
+    static std::optional<RunningTavo> find(const TavoStoring& store);
+};
 
 /// Tells the Tavo that runs with this store to evaluate now, and to look at the helper again. Only who holds the lock is
 /// signalled, never a number that a process has left behind. Gives its process id; nothing when none runs.

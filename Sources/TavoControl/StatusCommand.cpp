@@ -2,8 +2,8 @@
 
 #include "ConfigurationError.h"
 #include "ErrorSentence.h"
+#include "RunningTavo.h"
 #include "StatusReport.h"
-#include "config/InstanceLock.h"
 
 #include <algorithm>
 #include <unordered_map>
@@ -46,24 +46,14 @@ RuntimeSnapshot lastSnapshot(const TavoStoring& store) {
     }
 }
 
-/// What the running Tavo puts in the place of the file's configuration.
-RunOverrides overridesOfRunning(const TavoStoring& store) {
-    try {
-        const auto note = InstanceLock::noteOfHolder(store.paths().lockURL());
-        return note.empty() ? RunOverrides() : RunOverrides::fromJson(parseJson(note));
-    } catch (const std::exception&) {
-        // Another version wrote the note; the file's configuration is the best guess then.
-        return {};
-    }
-}
-
 } // namespace
 
 ExitStatus printStatus(const StatusOptions& options, const TavoStoring& store, const Platform& platform) {
+    const auto running = RunningTavo::find(store);
     StatusFacts facts{.now = std::chrono::system_clock::now(),
                       .snapshot = lastSnapshot(store),
                       .power = platform.powerEnvironment->currentStatus(),
-                      .runningProcessID = InstanceLock::holder(store.paths().lockURL()),
+                      .runningProcessID = running ? std::optional(running->processID) : std::nullopt,
                       .machineNoun = platform.machineNoun};
     try {
         auto held = platform.heldAssertions->heldAssertions();
@@ -74,7 +64,8 @@ ExitStatus printStatus(const StatusOptions& options, const TavoStoring& store, c
     }
     std::exception_ptr configurationFailure;
     try {
-        facts.config = overridesOfRunning(store).appliedTo(loadConfigOrExplain(store));
+        const auto config = loadConfigOrExplain(store);
+        facts.config = running ? running->overrides.appliedTo(config) : config;
     } catch (const ConfigurationError&) {
         configurationFailure = std::current_exception();
     }

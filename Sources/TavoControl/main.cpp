@@ -6,6 +6,7 @@
 #include "HelperCommand.h"
 #include "ProcessesCommand.h"
 #include "RunCommand.h"
+#include "SettingsCommand.h"
 #include "StatusCommand.h"
 #include "base/Text.h"
 
@@ -38,6 +39,10 @@ ExitStatus carryOut(const Invocation& invocation, const char* calledAs) {
                 return printStatus(options, *store, platform);
             } else if constexpr (std::is_same_v<Options, ProcessesOptions>) {
                 return printProcesses(options, *store, platform);
+            } else if constexpr (std::is_same_v<Options, GetOptions>) {
+                return SettingsCommand(platform, *store).print(options);
+            } else if constexpr (std::is_same_v<Options, ChangeOptions>) {
+                return SettingsCommand(platform, *store).change(options);
             } else if constexpr (std::is_same_v<Options, HelperCommandOptions>) {
                 return HelperCommand(platform, *store).carryOut(options);
             } else {

@@ -177,8 +177,8 @@ struct WrongUsage {
 };
 
 const std::vector<WrongUsage> wrongUsages{
-    {{}, "name a command: run, status, processes, doctor or helper"},
-    {{"--bogus"}, "name a command: run, status, processes, doctor or helper"},
+    {{}, "name a command, as in tavoctl status"},
+    {{"--bogus"}, "name a command, as in tavoctl status"},
     {{"foo"}, "there is no command \"foo\""},
     {{"helper"}, "name a command of helper: status, install, uninstall or reset"},
     {{"helper", "remove"}, "there is no command \"remove\""},
@@ -255,6 +255,67 @@ TEST(CommandLine, TwoTriggersAreRefusedWhicheverTheyAre) {
             EXPECT_THAT(refusal.text, HasSubstr("only one of --always, --preset, --executable and --command"));
         }
     }
+}
+
+ChangeOptions change(const Arguments& arguments) {
+    return std::get<ChangeOptions>(invocation(arguments).command);
+}
+
+TEST(CommandLine, TheMasterSwitchHasThreeCommands) {
+    EXPECT_EQ(change({"enable"}).kind, ChangeOptions::Kind::enable);
+    EXPECT_EQ(change({"disable"}).kind, ChangeOptions::Kind::disable);
+    EXPECT_EQ(change({"toggle"}).kind, ChangeOptions::Kind::toggle);
+    EXPECT_EQ(invocation({"enable", "--root", "/there"}).root, "/there");
+}
+
+TEST(CommandLine, ATriggerIsAPresetOrAMatch) {
+    for (const auto preset : allCases<TriggerPreset>()) {
+        const auto options = change({"preset", std::string(rawValue(preset))});
+        EXPECT_EQ(options.kind, ChangeOptions::Kind::trigger);
+        EXPECT_EQ(options.trigger, defaultRule(preset));
+    }
+    EXPECT_EQ(change({"match", "--executable", "blender"}).trigger,
+              custom(TriggerMatchStrategy::executableName, "blender"));
+    EXPECT_EQ(change({"match", "--command", " npm test "}).trigger,
+              custom(TriggerMatchStrategy::commandLineContains, "npm test"));
+}
+
+TEST(CommandLine, ASettingIsAKeyWithAValue) {
+    const auto options = change({"set", "watchMode", "closed"});
+    EXPECT_EQ(options.kind, ChangeOptions::Kind::set);
+    EXPECT_EQ(options.key, "watchMode");
+    EXPECT_EQ(options.value, "closed");
+    EXPECT_FALSE(options.login);
+    EXPECT_EQ(change({"set", "trigger.query", ""}).value, "");
+}
+
+TEST(CommandLine, LoginIsAnotherNameForItsSetting) {
+    for (const auto& [state, value] : {std::pair{"on", "true"}, std::pair{"off", "false"}}) {
+        for (const auto& options : {change({"login", state}), change({"set", "launchAtLoginEnabled", value})}) {
+            EXPECT_EQ(options.key, "launchAtLoginEnabled");
+            EXPECT_EQ(options.value, value);
+            EXPECT_TRUE(options.login);
+        }
+    }
+}
+
+TEST(CommandLine, SettingsAreReadAllOrOne) {
+    EXPECT_EQ(std::get<GetOptions>(invocation({"get"}).command).key, std::nullopt);
+    EXPECT_EQ(std::get<GetOptions>(invocation({"get", "watchMode"}).command).key, "watchMode");
+    EXPECT_TRUE(std::get<GetOptions>(invocation({"get", "--json"}).command).json);
+}
+
+TEST(CommandLine, WhatAChangeLacksIsSaid) {
+    EXPECT_THAT(reply({"preset"}).text, HasSubstr("preset needs a name"));
+    EXPECT_THAT(reply({"preset", "vim"}).text, HasSubstr("preset takes one of always, codex, claudeCode, cursor"));
+    EXPECT_THAT(reply({"match"}).text, HasSubstr("match needs --executable or --command"));
+    EXPECT_THAT(reply({"match", "--executable", "a", "--command", "b"}).text, HasSubstr("only one of"));
+    EXPECT_THAT(reply({"set"}).text, HasSubstr("set needs a key and a value"));
+    EXPECT_THAT(reply({"set", "watchMode"}).text, HasSubstr("set needs a key and a value"));
+    EXPECT_THAT(reply({"set", "a", "b", "c"}).text, HasSubstr("not expected"));
+    EXPECT_THAT(reply({"login"}).text, HasSubstr("on or off"));
+    EXPECT_THAT(reply({"login", "maybe"}).text, HasSubstr("login takes one of on, off"));
+    EXPECT_TRUE(reply({"login", "maybe"}).isError);
 }
 
 } // namespace

@@ -35,5 +35,15 @@ TEST(Time, AnythingElseIsNoDate) {
     }
 }
 
+TEST(Time, AMomentThatTheClockCannotReachIsNoDate) {
+    for (const auto* const text : {"4052-01-31T09:05:00Z", "9999-12-31T23:59:59Z", "0000-01-01T00:00:00Z"}) {
+        const auto moment = parseISO8601(text);
+        // A clock that counts in wider steps may reach it.
+        EXPECT_TRUE(!moment || formatISO8601(*moment) == text) << text;
+    }
+    EXPECT_TRUE(parseISO8601("2261-12-31T23:59:59Z"));
+    EXPECT_TRUE(parseISO8601("1678-01-01T00:00:00Z"));
+}
+
 } // namespace
 } // namespace tavo

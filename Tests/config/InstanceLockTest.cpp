@@ -15,13 +15,18 @@ namespace {
 /// A child that takes the lock, says so, and holds it until it is killed.
 class HoldingChild {
 public:
-    explicit HoldingChild(const std::filesystem::path& path, const std::string& note = {}) {
+    /// @param laterNote  what it puts in the place of the first note before it says so.
+    explicit HoldingChild(const std::filesystem::path& path, const std::string& note = {},
+                          const std::optional<std::string>& laterNote = {}) {
         std::array<int, 2> ends{};
         EXPECT_EQ(pipe(ends.data()), 0);
         pid = fork();
         if (pid == 0) {
             const auto lock = InstanceLock::acquire(path, note);
             const char answer = lock ? 'y' : 'n';
+            if (lock && laterNote) {
+                lock->replaceNote(*laterNote);
+            }
             if (write(ends[1], &answer, 1) != 1) {
                 _exit(1);
             }
@@ -96,6 +101,17 @@ TEST(InstanceLock, TheLockOfAKilledProcessBlocksNobody) {
     const HoldingChild second(path);
     EXPECT_TRUE(second.holds);
     EXPECT_EQ(InstanceLock::holder(path), second.pid);
+}
+
+TEST(InstanceLock, ANoteIsReplacedWhileTheLockIsHeld) {
+    const TemporaryDirectory folder;
+    const auto path = folder.path() / "tavo.lock";
+    for (const std::string later : {"", "short", "longer than the first one"}) {
+        HoldingChild child(path, "the first note", later);
+        ASSERT_TRUE(child.holds);
+        EXPECT_EQ(InstanceLock::noteOfHolder(path), later);
+        EXPECT_EQ(InstanceLock::holder(path), child.pid);
+    }
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "app/Platform.h"
 
 #include "helper/PrivilegedHelperConstants.h"
+#include "login/LoginLaunchManagerError.h"
 #include "system/OwnProgramFilter.h"
 #include "system/ProgramLocation.h"
 #include "system/SystemCommandRunner.h"
@@ -51,6 +52,20 @@ std::shared_ptr<ProcessSnapshotProviding> withoutOwnPrograms(std::shared_ptr<Pro
 }
 
 } // namespace
+
+void Platform::setLaunchAtLogin(bool enabled) const {
+    if (!enabled) {
+        launchAtLogin->disable();
+        return;
+    }
+    if (!desktopApp) {
+        throw LoginLaunchManagerError::missingDesktopApp();
+    }
+    if (desktopApp->empty()) {
+        throw LoginLaunchManagerError::missingExecutablePath();
+    }
+    launchAtLogin->enable(*desktopApp);
+}
 
 Platform makePlatform(const std::filesystem::path& programPath) {
     Platform platform;

@@ -76,6 +76,10 @@ struct Platform {
                                  .source = helperSource,
                                  .sleeper = sleeper});
     }
+
+    /// Has the desktop app started at login, or no longer.
+    /// @throws LoginLaunchManagerError (missingDesktopApp when there is none), and what the manager throws.
+    void setLaunchAtLogin(bool enabled) const;
 };
 
 /// Assembles the collaborators of the system that this program was built for: the one place that knows which it is.

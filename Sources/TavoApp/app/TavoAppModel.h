@@ -164,7 +164,6 @@ private:
     void save(const AppConfig& config);
     void saveAppliedConfig();
     void persistConfigAndReschedule();
-    void syncLaunchAtLogin(bool enabled) const;
 
     void refreshHelperInstallState(bool restartIfEnabled);
     void reassertOverride(bool restartIfEnabled);

@@ -1,5 +1,4 @@
 #include "app/TavoAppModel.h"
-#include "login/LoginLaunchManagerError.h"
 
 namespace tavo {
 
@@ -36,7 +35,7 @@ void TavoAppModel::saveDraft() {
         try {
             const auto checked = draft.validated();
             if (checked.launchAtLoginEnabled != appliedConfig.launchAtLoginEnabled) {
-                syncLaunchAtLogin(checked.launchAtLoginEnabled);
+                platform.setLaunchAtLogin(checked.launchAtLoginEnabled);
             }
             publishConfig(checked);
         } catch (const std::exception& error) {
@@ -46,17 +45,6 @@ void TavoAppModel::saveDraft() {
         clearError();
         persistConfigAndReschedule();
     });
-}
-
-void TavoAppModel::syncLaunchAtLogin(bool enabled) const {
-    if (!enabled) {
-        platform.launchAtLogin->disable();
-        return;
-    }
-    if (!platform.desktopApp) {
-        throw LoginLaunchManagerError::missingDesktopApp();
-    }
-    platform.launchAtLogin->enable(*platform.desktopApp);
 }
 
 void TavoAppModel::publishConfig(const AppConfig& config) {

@@ -64,8 +64,14 @@ std::optional<TimePoint> parseISO8601(std::string_view text) {
     if (!date.ok()) {
         return std::nullopt;
     }
-    return std::chrono::sys_days{date} + std::chrono::hours{hour} + std::chrono::minutes{minute} +
-           std::chrono::seconds{second} - *offset;
+    const std::chrono::sys_seconds moment = std::chrono::sys_days{date} + std::chrono::hours{hour} +
+                                            std::chrono::minutes{minute} + std::chrono::seconds{second} - *offset;
+    // In nanoseconds, 64 bits last from 1677 to 2262.
+    if (moment < std::chrono::ceil<std::chrono::seconds>(TimePoint::min()) ||
+        moment > std::chrono::floor<std::chrono::seconds>(TimePoint::max())) {
+        return std::nullopt;
+    }
+    return moment;
 }
 
 } // namespace tavo

@@ -14,7 +14,7 @@ using TimePoint = std::chrono::system_clock::time_point;
 std::string formatISO8601(TimePoint moment);
 
 /// Reads what formatISO8601() writes; an offset such as "+02:00" may stand in place of the "Z".
-/// Gives nothing for any other text, an impossible date among them.
+/// Gives nothing for any other text, an impossible date among them, and one that the clock cannot reach.
 std::optional<TimePoint> parseISO8601(std::string_view text);
 
 } // namespace tavo

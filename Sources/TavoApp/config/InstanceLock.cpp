@@ -40,12 +40,17 @@ std::optional<InstanceLock> InstanceLock::acquire(const std::filesystem::path& p
         }
         throwErrno(path);
     }
+    InstanceLock held(std::move(file), path);
+    held.replaceNote(note);
+    return held;
+}
+
+void InstanceLock::replaceNote(const std::string& note) const {
     const auto content = std::to_string(getpid()) + "\n" + (note.empty() ? "" : note + "\n");
     if (ftruncate(file.get(), 0) != 0 ||
         pwrite(file.get(), content.data(), content.size(), 0) != static_cast<ssize_t>(content.size())) {
         throwErrno(path);
     }
-    return InstanceLock(std::move(file));
 }
 
 std::optional<pid_t> InstanceLock::holder(const std::filesystem::path& path) {

@@ -22,6 +22,12 @@ public:
     /// @throws std::system_error naming the path.
     static std::optional<InstanceLock> acquire(const std::filesystem::path& path, const std::string& note = {});
 
+    /// In a note that is a JSON object: true for a Tavo whose window has edits that are not saved.
+    static constexpr const char* unsavedEditsKey = "unsavedEdits";
+
+    /// Puts another note in the place of the one that was given before. @throws std::system_error naming the path.
+    void replaceNote(const std::string& note) const;
+
     /// The process that holds the lock now; nothing when nobody does, or when the file cannot be read. Not for the process
     /// that holds it: a record lock ends as soon as its process closes any descriptor of the file.
     static std::optional<pid_t> holder(const std::filesystem::path& path);
@@ -30,9 +36,10 @@ public:
     static std::string noteOfHolder(const std::filesystem::path& path);
 
 private:
-    explicit InstanceLock(FileDescriptor file) : file(std::move(file)) {}
+    InstanceLock(FileDescriptor file, std::filesystem::path path) : file(std::move(file)), path(std::move(path)) {}
 
     FileDescriptor file;
+    std::filesystem::path path;
 };
 
 } // namespace tavo

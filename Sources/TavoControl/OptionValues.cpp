@@ -1,0 +1,114 @@
+#include "OptionValues.h"
+
+#include "config/TavoValidationError.h"
+#include "system/DecimalText.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <vector>
+
+namespace tavo {
+
+namespace {
+
+/// Names on the command line with what they stand for.
+template <typename Value>
+using Choices = std::vector<std::pair<std::string, Value>>;
+
+const Choices<PowerSourcePolicy> powerChoices{
+    {"any", PowerSourcePolicy::any}, {"ac", PowerSourcePolicy::acOnly}, {"battery", PowerSourcePolicy::batteryOnly}};
+const Choices<WatchMode> lidChoices{
+    {"open", WatchMode::open}, {"closed", WatchMode::closed}, {"both", WatchMode::both}};
+
+Choices<TriggerPreset> presetChoices() {
+    Choices<TriggerPreset> choices;
+    for (const auto preset : allCases<TriggerPreset>()) {
+        choices.emplace_back(rawValue(preset), preset);
+    }
+    return choices;
+}
+
+template <typename Value>
+std::optional<Value> choose(const Choices<Value>& choices, const std::string& option, const std::string& given) {
+    if (given.empty()) {
+        return std::nullopt;
+    }
+    std::vector<std::string> names;
+    for (const auto& [name, value] : choices) {
+        if (name == given) {
+            return value;
+        }
+        names.push_back(name);
+    }
+    throw UsageError(fmt::format("{} takes one of {}, not \"{}\"", option, fmt::join(names, ", "), given));
+}
+
+std::optional<std::optional<std::int64_t>> chooseCutoff(const std::string& given) {
+    if (given.empty()) {
+        return std::nullopt;
+    }
+    if (given == "none") {
+        return std::optional<std::int64_t>();
+    }
+    AppConfig config;
+    config.batteryCutoffPercent = parseInt32(given);
+    try {
+        if (config.batteryCutoffPercent) {
+            return config.validated().batteryCutoffPercent;
+        }
+    } catch (const TavoValidationError&) {
+        // Said below in the words of this option.
+    }
+    throw UsageError(fmt::format("--cutoff takes a percentage from 1 to 100 or none, not \"{}\"", given));
+}
+
+TriggerRule customRule(TriggerMatchStrategy strategy, const std::string& option, const std::string& query) {
+    try {
+        return TriggerRule{.mode = TriggerMode::process, .matchStrategy = strategy, .query = query}.validated();
+    } catch (const TavoValidationError&) {
+        throw UsageError(option + " needs more than white space");
+    }
+}
+
+} // namespace
+
+std::optional<TriggerRule> triggerOf(const RawOptions& raw) {
+    const int given = (raw.always ? 1 : 0) + (raw.preset.empty() ? 0 : 1) + (raw.executable.empty() ? 0 : 1) +
+                      (raw.command.empty() ? 0 : 1);
+    if (given > 1) {
+        throw UsageError("only one of --always, --preset, --executable and --command can be the trigger");
+    }
+    if (raw.always) {
+        return defaultRule(TriggerPreset::always);
+    }
+    if (const auto preset = choose(presetChoices(), "--preset", raw.preset)) {
+        return defaultRule(*preset);
+    }
+    if (!raw.executable.empty()) {
+        return customRule(TriggerMatchStrategy::executableName, "--executable", raw.executable);
+    }
+    if (!raw.command.empty()) {
+        return customRule(TriggerMatchStrategy::commandLineContains, "--command", raw.command);
+    }
+    return std::nullopt;
+}
+
+TriggerRule presetNamed(const std::string& name) {
+    const auto preset = choose(presetChoices(), "preset", name);
+    return preset ? defaultRule(*preset) : throw UsageError("preset needs a name");
+}
+
+RunOverrides overridesOf(const RawOptions& raw) {
+    return {.trigger = triggerOf(raw),
+            .powerSourcePolicy = choose(powerChoices, "--power", raw.power),
+            .batteryCutoffPercent = chooseCutoff(raw.cutoff),
+            .watchMode = choose(lidChoices, "--lid", raw.lid)};
+}
+
+bool loginStateOf(const RawOptions& raw) {
+    const auto state = choose(Choices<bool>{{"on", true}, {"off", false}}, "login", raw.state);
+    return state ? *state : throw UsageError("login needs to be told on or off");
+}
+
+} // namespace tavo

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "RunOverrides.h"
+
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+namespace tavo {
+
+/// What the options of the command line are read into before they are understood.
+struct RawOptions {
+    std::string root;
+    bool always = false;
+    std::string preset;
+    std::string executable;
+    std::string command;
+    std::string power;
+    std::string cutoff;
+    std::string lid;
+    std::string name;
+    std::string key;
+    std::string value;
+    std::string state;
+    bool json = false;
+};
+
+/// What is wrong with the arguments, as the start of a sentence.
+struct UsageError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+/// The trigger that --always, --preset, --executable or --command name. @throws UsageError for more than one of them.
+std::optional<TriggerRule> triggerOf(const RawOptions& raw);
+
+/// The rule of the preset of that name. @throws UsageError
+TriggerRule presetNamed(const std::string& name);
+
+/// What is to stand in place of the configuration. @throws UsageError
+RunOverrides overridesOf(const RawOptions& raw);
+
+/// Whether "on" or "off" was given. @throws UsageError
+bool loginStateOf(const RawOptions& raw);
+
+} // namespace tavo

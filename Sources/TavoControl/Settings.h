@@ -1,0 +1,39 @@
+#pragma once
+
+#include "base/DescribedError.h"
+#include "config/AppConfig.h"
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tavo {
+
+/// A setting that there is not, a value that it cannot have, or one that this version does not let anybody change.
+class SettingError final : public DescribedError {
+public:
+    using DescribedError::DescribedError;
+};
+
+/// A key of config.json and what it holds; a key within an object follows the object's with a dot.
+struct Setting {
+    std::string key;
+
+    /// A string as it is, everything else as JSON.
+    std::string value;
+
+    bool operator==(const Setting&) const = default;
+};
+
+/// All settings, sorted by key. A trigger that came from no preset has a null "trigger.preset".
+std::vector<Setting> settingsOf(const AppConfig& config);
+
+/// One of them, or with the key "trigger" the whole rule as JSON. @throws SettingError for an unknown key.
+std::string settingValue(const AppConfig& config, std::string_view key);
+
+/// The configuration with one setting changed, validated.
+/// @param value  as settingsOf() gives it; "none" is null too.
+/// @throws SettingError
+AppConfig withSetting(const AppConfig& config, std::string_view key, const std::string& value);
+
+} // namespace tavo

@@ -1,0 +1,183 @@
+#include "SettingsCommand.h"
+
+#include "ConfigurationError.h"
+#include "Console.h"
+#include "RunningTavo.h"
+#include "Settings.h"
+#include "StatusCommand.h"
+#include "base/FileDescriptor.h"
+#include "base/Text.h"
+#include "config/AtomicFile.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+
+#include <thread>
+
+namespace tavo {
+
+namespace {
+
+// Together 2 seconds.
+constexpr int looksForState = 200;
+constexpr std::chrono::microseconds betweenLooks{10000};
+
+/// Tells one version of a file that is replaced atomically from the next.
+struct FileVersion {
+    ino_t inode = 0;
+    std::filesystem::file_time_type written;
+
+    bool operator==(const FileVersion&) const = default;
+};
+
+std::optional<FileVersion> versionOf(const std::filesystem::path& file) {
+    struct stat status {};
+    std::error_code error;
+    const auto written = std::filesystem::last_write_time(file, error);
+    if (error || stat(file.c_str(), &status) != 0) {
+        return std::nullopt;
+    }
+    return FileVersion{status.st_ino, written};
+}
+
+/// Held from reading to writing, so that of two changes at once neither is lost.
+FileDescriptor lockFolder(const std::filesystem::path& folder) {
+    ensureDirectoryExists(folder);
+    FileDescriptor descriptor(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    // Where a file system knows no such locks, two changes at once are left to chance.
+    [[maybe_unused]] const auto locked = descriptor ? flock(descriptor.get(), LOCK_EX) : -1;
+    return descriptor;
+}
+
+std::string shown(const std::string& value) {
+    return value.empty() ? "\"\"" : value;
+}
+
+/// The settings that differ, as in "watchMode: open -> closed".
+std::vector<std::string> differences(const AppConfig& before, const AppConfig& after) {
+    std::vector<std::string> lines;
+    const auto old = settingsOf(before);
+    const auto now = settingsOf(after);
+    for (std::size_t index = 0; index < now.size(); ++index) {
+        if (!(old[index] == now[index])) {
+            lines.push_back(
+                fmt::format("{}: {} -> {}", now[index].key, shown(old[index].value), shown(now[index].value)));
+        }
+    }
+    return lines;
+}
+
+} // namespace
+
+ExitStatus SettingsCommand::print(const GetOptions& options) const {
+    const auto config = loadConfigOrExplain(store);
+    const Console console(stdout);
+    if (options.key) {
+        console.print(visibleControls(settingValue(config, *options.key)));
+        return ExitStatus::success;
+    }
+    if (options.json) {
+        console.print(Json(config).dump(2, ' ', false, Json::error_handler_t::replace));
+        return ExitStatus::success;
+    }
+    for (const auto& setting : settingsOf(config)) {
+        console.print(visibleControls(fmt::format("{} = {}", setting.key, setting.value)));
+    }
+    return ExitStatus::success;
+}
+
+ExitStatus SettingsCommand::change(const ChangeOptions& options) const {
+    const auto lock = lockFolder(store.paths().rootDirectory);
+    const auto before = loadConfigOrExplain(store);
+    const auto after = changed(before, options);
+    if (options.login || after.launchAtLoginEnabled != before.launchAtLoginEnabled) {
+        platform.setLaunchAtLogin(after.launchAtLoginEnabled);
+    }
+    const Console console(stdout);
+    if (before == after) {
+        console.print("nothing to change.");
+    } else {
+        store.saveConfig(after);
+        for (const auto& line : differences(before, after)) {
+            console.print(visibleControls(line));
+        }
+    }
+    if (after.watchMode != WatchMode::open && after.watchMode != before.watchMode &&
+        !platform.closedLidSupport().hasFiles()) {
+        console.print("a closed lid takes the helper, which is not installed yet: tavoctl helper install");
+    }
+    return haveRunningTavoFollow(after);
+}
+
+AppConfig SettingsCommand::changed(const AppConfig& config, const ChangeOptions& options) const {
+    auto result = config;
+    switch (options.kind) {
+    case ChangeOptions::Kind::enable:
+        result.isEnabled = true;
+        return result;
+    case ChangeOptions::Kind::disable:
+        result.isEnabled = false;
+        return result;
+    case ChangeOptions::Kind::toggle:
+        if (!config.isEnabled) {
+            return config.enabledForCurrentPowerSource(platform.powerEnvironment->currentStatus());
+        }
+        result.isEnabled = false;
+        return result;
+    case ChangeOptions::Kind::trigger:
+        result.trigger = options.trigger;
+        return result;
+    case ChangeOptions::Kind::set:
+        return withSetting(config, options.key, options.value);
+    }
+    return result;
+}
+
+ExitStatus SettingsCommand::haveRunningTavoFollow(const AppConfig& config) const {
+    const auto running = RunningTavo::find(store);
+    if (!running) {
+        fmt::print("no tavo is running; the next one starts with this.\n");
+        return ExitStatus::success;
+    }
+    if (running->hasUnsavedEdits) {
+        fmt::print(
+            "the window of the running tavo (process id {}) has unsaved edits, so it does not follow until they are "
+            "saved or reverted; saving them writes over this.\n",
+            running->processID);
+        return ExitStatus::success;
+    }
+    const auto state = store.paths().stateURL();
+    const auto versionBefore = versionOf(state);
+    const auto told = tellRunningTavo(store);
+    if (told && !waitForNewState([&] { return versionOf(state) != versionBefore; })) {
+        fmt::print(stderr,
+                   "tavoctl: the change is saved, but the running tavo (process id {}) has not taken it up within 2 "
+                   "seconds; see tavoctl status.\n",
+                   *told);
+        return ExitStatus::failure;
+    }
+    if (const auto overridden = differences(config, running->overrides.appliedTo(config)); !overridden.empty()) {
+        fmt::print("the running tavo was started with options that stand in place of the file: {}\n",
+                   visibleControls(fmt::format("{}", fmt::join(overridden, ", "))));
+    }
+    return printStatus({}, store, platform);
+}
+
+bool SettingsCommand::waitForNewState(const std::function<bool()>& isNew) const {
+    for (int look = 1; look <= looksForState; ++look) {
+        if (isNew()) {
+            return true;
+        }
+        if (platform.sleeper) {
+            platform.sleeper(betweenLooks);
+        } else {
+            std::this_thread::sleep_for(betweenLooks);
+        }
+    }
+    return isNew();
+}
+
+} // namespace tavo

@@ -1,0 +1,215 @@
+#include "SettingsCommand.h"
+
+#include "ConfigurationError.h"
+#include "Settings.h"
+#include "Support/ScriptedHelperClient.h"
+#include "Support/ScriptedLaunchAtLogin.h"
+#include "TavoControl/CommandTest.h"
+#include "TavoControl/LockHolder.h"
+#include "helper/LaunchDaemonSetup.h"
+#include "login/LoginLaunchManagerError.h"
+
+namespace tavo {
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::Not;
+using Kind = ChangeOptions::Kind;
+
+class SettingsCommandTest : public CommandTest {
+protected:
+    SettingsCommandTest() {
+        platform.launchAtLogin = login;
+        platform.desktopApp = "/opt/tavo/bin/tavo";
+        platform.helperClient = std::make_shared<ScriptedHelperClient>();
+        platform.helperSetup = std::make_shared<LaunchDaemonSetup>(
+            PrivilegedHelperInstallLayout{folder.path() / "system/helper", folder.path() / "system/service"});
+    }
+
+    ExitStatus change(const ChangeOptions& options) {
+        auto status = ExitStatus::wrongUsage;
+        ::testing::internal::CaptureStderr();
+        try {
+            output = printed([&] { status = SettingsCommand(platform, *store).change(options); });
+        } catch (...) {
+            errors = ::testing::internal::GetCapturedStderr();
+            throw;
+        }
+        errors = ::testing::internal::GetCapturedStderr();
+        return status;
+    }
+
+    ExitStatus set(const std::string& key, const std::string& value) {
+        return change({.kind = Kind::set, .key = key, .value = value});
+    }
+
+    std::string get(const std::optional<std::string>& key = {}, bool json = false) const {
+        return printed([&] { SettingsCommand(platform, *store).print({.key = key, .json = json}); });
+    }
+
+    AppConfig saved() const { return store->loadConfig(); }
+
+    /// A Tavo that evaluates when it is told to, as far as its files show.
+    LockHolder runningTavo(const std::string& note = {}) const {
+        return LockHolder(store->paths().lockURL(), note, [this] {
+            RuntimeSnapshot snapshot;
+            snapshot.isEnabled = store->loadConfig().isEnabled;
+            snapshot.lastEvaluationDate = std::chrono::system_clock::now();
+            snapshot.lastDecisionReason = RuntimeDecisionReason::noMatchingProcess;
+            store->saveRuntimeSnapshot(snapshot);
+        });
+    }
+
+    std::shared_ptr<ScriptedLaunchAtLogin> login = std::make_shared<ScriptedLaunchAtLogin>();
+    std::string output;
+    std::string errors;
+};
+
+TEST_F(SettingsCommandTest, TheMasterSwitchAloneIsSwitched) {
+    auto config = AppConfig::defaultConfig();
+    config.trigger = defaultRule(TriggerPreset::codex);
+    config.powerSourcePolicy = PowerSourcePolicy::batteryOnly;
+    store->saveConfig(config);
+    EXPECT_EQ(change({.kind = Kind::enable}), ExitStatus::success);
+    config.isEnabled = true;
+    EXPECT_EQ(saved(), config);
+    EXPECT_THAT(output, HasSubstr("isEnabled: false -> true\n"));
+    change({.kind = Kind::disable});
+    config.isEnabled = false;
+    EXPECT_EQ(saved(), config);
+}
+
+TEST_F(SettingsCommandTest, TogglingDoesWhatTheButtonDoes) {
+    auto config = AppConfig::defaultConfig();
+    config.trigger = defaultRule(TriggerPreset::codex);
+    config.powerSourcePolicy = PowerSourcePolicy::batteryOnly;
+    store->saveConfig(config);
+    power->status = {.source = CurrentPowerSource::ac};
+    change({.kind = Kind::toggle});
+    EXPECT_EQ(saved(), config.enabledForCurrentPowerSource(power->status));
+    EXPECT_EQ(saved().powerSourcePolicy, PowerSourcePolicy::any);
+    change({.kind = Kind::toggle});
+    EXPECT_FALSE(saved().isEnabled);
+    EXPECT_EQ(saved().trigger, defaultRule(TriggerPreset::always));
+}
+
+TEST_F(SettingsCommandTest, ATriggerIsPutInPlaceAndTheSwitchLeftAlone) {
+    change({.kind = Kind::trigger, .trigger = defaultRule(TriggerPreset::claudeCode)});
+    EXPECT_EQ(saved().trigger, defaultRule(TriggerPreset::claudeCode));
+    EXPECT_FALSE(saved().isEnabled);
+    EXPECT_THAT(output, HasSubstr("trigger.query: \"\" -> claude\n"));
+}
+
+TEST_F(SettingsCommandTest, WhatIsRefusedLeavesTheFileAsItIs) {
+    const std::string text = Json(AppConfig::defaultConfig()).dump();
+    folder.write("config.json", text);
+    EXPECT_THROW(set("batteryCutoffPercent", "0"), SettingError);
+    EXPECT_THROW(set("nothing", "1"), SettingError);
+    EXPECT_EQ(fileContent(store->paths().configURL()), text);
+}
+
+TEST_F(SettingsCommandTest, ABrokenFileIsNotChanged) {
+    folder.write("config.json", "{");
+    EXPECT_THROW(change({.kind = Kind::enable}), ConfigurationError);
+    EXPECT_THROW(get(), ConfigurationError);
+    EXPECT_EQ(fileContent(store->paths().configURL()), "{");
+}
+
+TEST_F(SettingsCommandTest, WhatIsSetAlreadyIsNotWrittenAgain) {
+    const std::string text = Json(AppConfig::defaultConfig()).dump();
+    folder.write("config.json", text);
+    EXPECT_EQ(set("watchMode", "open"), ExitStatus::success);
+    EXPECT_THAT(output, HasSubstr("nothing to change.\n"));
+    EXPECT_EQ(fileContent(store->paths().configURL()), text);
+}
+
+TEST_F(SettingsCommandTest, LaunchAtLoginIsSwitchedUnderBothNames) {
+    for (const bool isNamedLogin : {false, true}) {
+        change({.kind = Kind::set, .key = "launchAtLoginEnabled", .value = "true", .login = isNamedLogin});
+        EXPECT_EQ(login->program, "/opt/tavo/bin/tavo");
+        EXPECT_TRUE(saved().launchAtLoginEnabled);
+        change({.kind = Kind::set, .key = "launchAtLoginEnabled", .value = "false", .login = isNamedLogin});
+        EXPECT_EQ(login->program, std::nullopt);
+        EXPECT_FALSE(saved().launchAtLoginEnabled);
+    }
+}
+
+TEST_F(SettingsCommandTest, AnEntryThatWasLostIsMadeAgain) {
+    auto config = AppConfig::defaultConfig();
+    config.launchAtLoginEnabled = true;
+    store->saveConfig(config);
+    change({.kind = Kind::set, .key = "launchAtLoginEnabled", .value = "true", .login = true});
+    EXPECT_EQ(login->program, "/opt/tavo/bin/tavo");
+}
+
+TEST_F(SettingsCommandTest, OtherSettingsLeaveLaunchAtLoginAlone) {
+    login->failure = std::make_exception_ptr(LoginLaunchManagerError::bootstrapFailed("asked."));
+    EXPECT_EQ(set("watchMode", "both"), ExitStatus::success);
+}
+
+TEST_F(SettingsCommandTest, AFailedLaunchAtLoginIsNotSaved) {
+    platform.desktopApp.reset();
+    EXPECT_THROW(set("launchAtLoginEnabled", "true"), LoginLaunchManagerError);
+    EXPECT_FALSE(saved().launchAtLoginEnabled);
+}
+
+TEST_F(SettingsCommandTest, AClosedLidWithoutAHelperIsPointedOut) {
+    set("watchMode", "closed");
+    EXPECT_THAT(output, HasSubstr("tavoctl helper install"));
+    folder.write("system/helper", "");
+    set("watchMode", "both");
+    EXPECT_THAT(output, Not(HasSubstr("tavoctl helper install")));
+}
+
+TEST_F(SettingsCommandTest, WithoutARunningTavoTheNextOneStartsWithIt) {
+    EXPECT_EQ(change({.kind = Kind::enable}), ExitStatus::success);
+    EXPECT_THAT(output, HasSubstr("no tavo is running"));
+}
+
+TEST_F(SettingsCommandTest, ARunningTavoIsToldAndWhatIsInForceThenIsPrinted) {
+    const auto running = runningTavo();
+    EXPECT_EQ(change({.kind = Kind::trigger, .trigger = defaultRule(TriggerPreset::codex)}), ExitStatus::success);
+    EXPECT_THAT(output, HasSubstr("waiting for codex: starts when codex runs"));
+    EXPECT_THAT(output, HasSubstr("running (process id " + std::to_string(running.pid()) + ")"));
+    EXPECT_EQ(store->loadRuntimeSnapshot().lastDecisionReason, RuntimeDecisionReason::noMatchingProcess);
+}
+
+TEST_F(SettingsCommandTest, ARunningTavoThatDoesNotFollowInTimeIsSaid) {
+    const LockHolder deaf(store->paths().lockURL());
+    int pauses = 0;
+    platform.sleeper = [&](std::chrono::microseconds time) {
+        EXPECT_EQ(time, std::chrono::milliseconds{10});
+        ++pauses;
+    };
+    EXPECT_EQ(change({.kind = Kind::enable}), ExitStatus::failure);
+    EXPECT_EQ(pauses, 200);
+    EXPECT_THAT(errors, HasSubstr("the change is saved, but the running tavo (process id " +
+                                  std::to_string(deaf.pid()) + ") has not taken it up"));
+    EXPECT_TRUE(saved().isEnabled);
+}
+
+TEST_F(SettingsCommandTest, AWindowWithUnsavedEditsIsNotWaitedFor) {
+    const auto running = runningTavo(R"({"unsavedEdits": true})");
+    platform.sleeper = [](std::chrono::microseconds) { ADD_FAILURE() << "waited"; };
+    EXPECT_EQ(change({.kind = Kind::enable}), ExitStatus::success);
+    EXPECT_THAT(output, HasSubstr("has unsaved edits"));
+    EXPECT_TRUE(saved().isEnabled);
+}
+
+TEST_F(SettingsCommandTest, ARunWithOptionsOfItsOwnIsSaidToGoOnWithThem) {
+    const auto running = runningTavo(RunOverrides{.watchMode = WatchMode::both}.json().dump());
+    EXPECT_EQ(set("watchMode", "closed"), ExitStatus::success);
+    EXPECT_THAT(output, HasSubstr("stand in place of the file: watchMode: closed -> both\n"));
+}
+
+TEST_F(SettingsCommandTest, SettingsArePrintedAsTheyAreInTheFile) {
+    set("batteryCutoffPercent", "none");
+    EXPECT_EQ(get("batteryCutoffPercent"), "null\n");
+    EXPECT_EQ(get("trigger.preset"), "always\n");
+    EXPECT_THAT(linesOf(get()), ::testing::Contains("watchMode = open"));
+    EXPECT_EQ(AppConfig::fromJson(parseJson(get({}, true))), saved());
+    EXPECT_THROW(get("nothing"), SettingError);
+}
+
+} // namespace
+} // namespace tavo
