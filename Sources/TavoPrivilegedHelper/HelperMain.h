@@ -13,7 +13,7 @@ namespace tavo {
 inline constexpr std::int64_t helperRemovalDelay = 1;
 
 /// Goes to standard error, and from there to the service manager's log, which knows who wrote it and when.
-void logHelper(const std::string& line);
+void logHelper(const std::string& line) noexcept;
 
 /// What main() does on every system: understands the arguments, prints what they ask to be printed, and calls what the system
 /// has for the other tasks. Gives the exit status; every failure is logged.

@@ -46,4 +46,16 @@ PrivilegedHelperReply HelperService::serve(const HelperCaller& caller, std::stri
     return PrivilegedHelperCommandDispatcher(controller, reset).reply(body);
 }
 
+void HelperService::takeBack(const HelperCaller& caller, std::string_view body) const noexcept {
+    try {
+        const auto command = PrivilegedHelperCommand::decode(body);
+        const auto* change = std::get_if<PrivilegedHelperCommand::SetSleepDisabled>(&command.value);
+        if (change != nullptr && change->disabled) {
+            keeper->setSleepDisabled(caller.process, change->scope, false);
+        }
+    } catch (const std::exception&) {
+        // The keeper tries what has failed again by itself; what is no command has changed nothing.
+    }
+}
+
 } // namespace tavo

@@ -41,6 +41,10 @@ public:
     /// Carries out an encoded command in the caller's name.
     PrivilegedHelperReply serve(const HelperCaller& caller, std::string_view body) const;
 
+    /// Gives back the override that a served command has asked for, when nobody was there any more to hear that it is in
+    /// force: its caller believes that it is not, and would never give it back itself. Does nothing for other commands.
+    void takeBack(const HelperCaller& caller, std::string_view body) const noexcept;
+
 private:
     std::shared_ptr<OverrideKeeper> keeper;
     std::function<bool(uid_t user)> isServed;

@@ -4,6 +4,7 @@
 
 #include <fmt/format.h>
 
+#include <exception>
 #include <utility>
 
 namespace tavo {
@@ -33,9 +34,15 @@ SleepOverrideRecord OverrideKeeper::readJournal() const {
 }
 
 void OverrideKeeper::adopt(const SleepOverride& override) {
-    auto exit = watch(override.owner);
+    std::unique_ptr<ProcessWatch> exit;
+    try {
+        exit = watch(override.owner);
+    } catch (const std::exception& error) {
+        // An override without an end is worse than none.
+        surroundings.log(fmt::format("process {} cannot be watched: {}", override.owner.pid, error.what()));
+    }
     if (!exit) {
-        surroundings.log(fmt::format("process {} has ended meanwhile", override.owner.pid));
+        surroundings.log(fmt::format("what process {} asked for is not taken over", override.owner.pid));
         return;
     }
     auto& owner = owners[override.owner];
@@ -58,6 +65,10 @@ void OverrideKeeper::setSleepDisabled(const ProcessIdentity& owner, PMSetScope s
 
 void OverrideKeeper::add(const ProcessIdentity& owner, PMSetScope scope) {
     const bool isNewOwner = !owners.contains(owner);
+    if (isNewOwner && owners.size() >= mostOwners) {
+        throw WakeControlError::commandFailed(
+            fmt::format("{} processes have asked for an override already; end some of them.", mostOwners));
+    }
     if (isNewOwner) {
         auto exit = watch(owner);
         if (!exit) {
@@ -171,13 +182,14 @@ void OverrideKeeper::writeJournal() const {
 /// would be enough for the machine to fall asleep.
 void OverrideKeeper::reconcile() {
     const auto wanted = wantedScopes();
+    std::exception_ptr failure;
     for (const auto scope : wanted) {
-        if (!inForce.contains(scope)) {
-            doubtful.insert(scope);
-            setting->setSleepDisabled(scope, true);
-            inForce.insert(scope);
+        try {
+            bringIntoForce(scope);
+        } catch (...) {
+            // What can no longer be had must not keep in force what nobody wants any more.
+            failure = std::current_exception();
         }
-        doubtful.erase(scope);
     }
     auto unwanted = inForce;
     unwanted.insert(doubtful.begin(), doubtful.end());
@@ -188,6 +200,18 @@ void OverrideKeeper::reconcile() {
             doubtful.erase(scope);
         }
     }
+    if (failure) {
+        std::rethrow_exception(failure);
+    }
+}
+
+void OverrideKeeper::bringIntoForce(PMSetScope scope) {
+    if (!inForce.contains(scope)) {
+        doubtful.insert(scope);
+        setting->setSleepDisabled(scope, true);
+        inForce.insert(scope);
+    }
+    doubtful.erase(scope);
 }
 
 void OverrideKeeper::settle() noexcept {

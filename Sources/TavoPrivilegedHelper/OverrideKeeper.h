@@ -32,6 +32,9 @@ public:
     /// Between two attempts to do what has failed and nobody waits for.
     static constexpr std::chrono::milliseconds retryPause{1000};
 
+    /// As many processes may have something in force at once: each costs the helper a descriptor.
+    static constexpr std::size_t mostOwners = 64;
+
     struct Surroundings {
         std::shared_ptr<ProcessWatching> processes;
         std::shared_ptr<HelperTimers> timers;
@@ -90,6 +93,7 @@ private:
     std::set<PMSetScope> wantedScopes() const;
     void writeJournal() const;
     void reconcile();
+    void bringIntoForce(PMSetScope scope);
     void settle() noexcept;
 
     std::shared_ptr<PrivilegedSleepControlling> setting;

@@ -41,6 +41,16 @@ kill -0 "$run" || fail "tavoctl run has ended"
 endRun TERM
 expectWithin "$soon" nothingInForce
 
+# The helper restarted by hand, as an upgrade does: nothing changes for a Tavo that lives, and nobody has to tell it.
+beginRun "$root" --always --lid closed
+expectWithin "$soon" lidActionsAre "ignore ignore"
+before=$(helperProcess)
+systemctl restart "$helperUnit"
+expectEqual "ignore ignore" "$(lidActions)" "the lid after a restart"
+expectWithin "$soon" helperIsBack
+kill -s KILL "$run"
+expectWithin "$soon" nothingInForce
+
 # The helper killed while one process lives and another does not any more.
 beginHold battery
 heldBattery=$holder heldInput=$keepHolding

@@ -2,9 +2,12 @@
 
 #include "helper/ProcessWatching.h"
 
+#include <cerrno>
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
+#include <system_error>
 #include <utility>
 
 namespace tavo {
@@ -40,12 +43,18 @@ public:
     }
 
     std::unique_ptr<ProcessWatch> watchExit(const ProcessIdentity& process, std::function<void()> onExit) override {
+        if (unwatchable == process) {
+            throw std::system_error(EMFILE, std::generic_category(), "could not watch");
+        }
         if (!living.contains(process)) {
             return nullptr;
         }
         watches->insert_or_assign(process, std::move(onExit));
         return std::make_unique<Watch>(watches, process);
     }
+
+    /// Cannot be watched, though it lives.
+    std::optional<ProcessIdentity> unwatchable;
 
 private:
     using Watches = std::map<ProcessIdentity, std::function<void()>>;

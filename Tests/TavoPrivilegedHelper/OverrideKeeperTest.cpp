@@ -151,6 +151,39 @@ TEST_F(Keeper, AScopeThatCouldNotBeHadLeavesTheOthersAlone) {
     EXPECT_TRUE(processes->isWatched(tavoProcess));
 }
 
+TEST_F(Keeper, WhatCannotBeHadAnyMoreDoesNotKeepWhatNobodyWants) {
+    journal.save({{{tavoProcess, {PMSetScope::ac}}}, {PMSetScope::ac, PMSetScope::all}});
+    setting->onCall = [this] {
+        setting->failure =
+            setting->log->back() == "sleep off ac" ? std::optional<std::string>("refused.") : std::nullopt;
+    };
+    keeper->takeOver();
+    EXPECT_THAT(asked(), ElementsAre("sleep off ac", "sleep on all"));
+    EXPECT_TRUE(keeper->hasUnfinishedWork());
+}
+
+TEST_F(Keeper, AProcessThatCannotBeWatchedIsNotTakenOverAndTheOthersAre) {
+    journal.save({{{tavoProcess, {PMSetScope::ac}}, {controlProcess, {PMSetScope::battery}}},
+                  {PMSetScope::ac, PMSetScope::battery}});
+    processes->unwatchable = tavoProcess;
+    keeper->takeOver();
+    EXPECT_THAT(asked(), ElementsAre("sleep off battery", "sleep on ac"));
+    EXPECT_FALSE(keeper->hasUnfinishedWork());
+}
+
+TEST_F(Keeper, ServesOnlySoManyProcesses) {
+    for (pid_t pid = 1000; pid < 1000 + static_cast<pid_t>(OverrideKeeper::mostOwners); ++pid) {
+        processes->start({pid, 1});
+        ask({pid, 1}, PMSetScope::ac);
+    }
+    EXPECT_THROW(ask(tavoProcess, PMSetScope::ac), WakeControlError);
+    EXPECT_FALSE(processes->isWatched(tavoProcess));
+    ask({1000, 1}, PMSetScope::battery);
+    processes->end({1001, 1});
+    ask(tavoProcess, PMSetScope::ac);
+    EXPECT_TRUE(processes->isWatched(tavoProcess));
+}
+
 TEST_F(Keeper, WhatCouldNotBeUndoneIsTriedAgain) {
     ask(tavoProcess, PMSetScope::ac);
     asked();

@@ -2,6 +2,7 @@
 
 #include <asio/post.hpp>
 #include <asio/write.hpp>
+#include <poll.h>
 #include <sys/socket.h>
 
 #include <utility>
@@ -48,9 +49,18 @@ void HelperConnection::handleBytes(std::string_view bytes) {
             readSome();
             return;
         }
+        if (hasHungUp()) {
+            finish(); // waited for too long behind others; nobody would know what was done in its name
+            return;
+        }
         const auto who = caller();
-        reply(who ? service->serve(*who, *body)
-                  : PrivilegedHelperReply{std::nullopt, "the process that asked the privileged helper has ended."});
+        const auto answer =
+            who ? service->serve(*who, *body)
+                : PrivilegedHelperReply{std::nullopt, "the process that asked the privileged helper has ended."};
+        if (who && hasHungUp()) {
+            service->takeBack(*who, *body);
+        }
+        reply(answer);
     } catch (const SocketFramingError& error) {
         reply({std::nullopt, error.description()});
     }
@@ -66,6 +76,12 @@ std::optional<HelperCaller> HelperConnection::caller() {
     }
     const auto process = processes->identify(peer.pid);
     return process ? std::optional(HelperCaller{peer.uid, *process}) : std::nullopt;
+}
+
+/// Whether the caller has closed its end altogether, as one does that has stopped waiting.
+bool HelperConnection::hasHungUp() {
+    pollfd state{.fd = socket.native_handle(), .events = 0, .revents = 0};
+    return poll(&state, 1, 0) > 0 && (state.revents & POLLHUP) != 0;
 }
 
 void HelperConnection::reply(const PrivilegedHelperReply& reply) {

@@ -31,6 +31,7 @@ private:
     void reply(const PrivilegedHelperReply& reply);
     void finish();
     void restartDeadline();
+    bool hasHungUp();
     std::optional<HelperCaller> caller();
 
     asio::local::stream_protocol::socket socket;

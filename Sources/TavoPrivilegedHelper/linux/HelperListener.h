@@ -22,8 +22,8 @@ public:
         std::chrono::milliseconds deadline{1000};
 
         /// As many connections as are open at once; others wait in the kernel's queue, where the deadlines of those before
-        /// them make room.
-        std::size_t connections = 1024;
+        /// them make room. Each may hold a request of 64 KiB, and together they stay well below what the service may use.
+        std::size_t connections = 512;
     };
 
     /// Makes the socket, in place of one that an earlier process has left, for all users to connect to. Its folder must

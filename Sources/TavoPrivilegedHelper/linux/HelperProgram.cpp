@@ -10,8 +10,10 @@
 #include "helper/linux/SocketPrivilegedHelperClient.h"
 #include "helper/linux/SystemdServiceSetup.h"
 #include "system/SystemCommandRunner.h"
+#include "system/linux/ServiceManager.h"
 
 #include <asio/signal_set.hpp>
+#include <fmt/format.h>
 
 #include <csignal>
 #include <thread>
@@ -28,7 +30,7 @@ constexpr int attemptsToUndo = 5;
 } // namespace
 
 HelperProgram::HelperProgram(std::optional<uid_t> user, Log log)
-    : user(user), logind(std::make_shared<LogindLidSwitch>()),
+    : user(user), log(log), logind(std::make_shared<LogindLidSwitch>()),
       setting(std::make_shared<LogindSleepController>(logind, LogindSleepController::systemDropInFolder(), log)),
       keeper(std::make_shared<OverrideKeeper>(
           setting, SleepOverrideJournal(SystemdServiceSetup().overrideJournal()),
@@ -52,7 +54,18 @@ void HelperProgram::serve(const std::function<void()>& ready) {
         ready();
         loop.run();
     }
-    undoAll();
+    if (!isBeingRestarted()) {
+        undoAll();
+    }
+}
+
+bool HelperProgram::isBeingRestarted() const {
+    try {
+        return ServiceManager().jobTypeOf(std::string(SystemdServiceSetup::unitName)) == "restart";
+    } catch (const std::exception& error) {
+        log(fmt::format("taken for a stop, not a restart: {}", error.what()));
+        return false;
+    }
 }
 
 void HelperProgram::takeOver() {
@@ -69,7 +82,7 @@ void HelperProgram::undoAll() {
 
 void HelperProgram::cleanUp(bool everything) {
     takeOver();
-    if (everything) {
+    if (everything && !isBeingRestarted()) {
         undoAll();
     }
 }

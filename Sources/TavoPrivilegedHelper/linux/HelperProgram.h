@@ -22,7 +22,7 @@ public:
     HelperProgram(std::optional<uid_t> user, Log log);
 
     /// Takes over what an earlier helper has left, calls `ready` once requests are read, and serves until SIGTERM, SIGINT or
-    /// SIGHUP; then undoes everything. @throws std::system_error when there can be no socket.
+    /// SIGHUP; then undoes everything, unless the next one is about to take over. @throws std::system_error when there can be no socket.
     void serve(const std::function<void()>& ready);
 
     /// Undoes what a helper that has ended has left: everything, or only what belongs to processes that have ended.
@@ -32,7 +32,11 @@ private:
     void takeOver();
     void undoAll();
 
+    /// What is in force stays then, for as long as its owner lives: with the lid closed, a gap would be a suspend.
+    bool isBeingRestarted() const;
+
     std::optional<uid_t> user;
+    Log log;
     asio::io_context loop{1};
     std::shared_ptr<LidSwitchManaging> logind;
     std::shared_ptr<LogindSleepController> setting;

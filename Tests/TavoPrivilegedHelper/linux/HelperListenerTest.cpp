@@ -228,6 +228,32 @@ TEST_F(Listener, ACallerWhoseRequestArrivedWhileAnotherWasServedIsServedToo) {
     EXPECT_EQ(reply->data, R"({"pong":{}})");
 }
 
+TEST_F(Listener, AnOverrideWhoseCallerHasStoppedWaitingIsGivenBack) {
+    std::promise<void> isServing;
+    std::promise<void> mayEnd;
+    setting->onCall = [&] {
+        setting->onCall = nullptr;
+        isServing.set_value();
+        mayEnd.get_future().wait();
+    };
+    auto impatient = connectTo();
+    const auto request = SocketFraming::request(R"({"setSleepDisabled":{"scope":"ac","disabled":true}})");
+    ASSERT_EQ(send(impatient.get(), request.data(), request.size(), MSG_NOSIGNAL), ssize_t(request.size()));
+    isServing.get_future().wait();
+    // Another request waits in the socket until its sender has gone too.
+    auto other = connectTo();
+    const auto later = SocketFraming::request(R"({"setSleepDisabled":{"scope":"battery","disabled":true}})");
+    ASSERT_EQ(send(other.get(), later.data(), later.size(), MSG_NOSIGNAL), ssize_t(later.size()));
+    other = FileDescriptor();
+    impatient = FileDescriptor();
+    mayEnd.set_value();
+    EXPECT_EQ(ping(), PrivilegedHelperResponse::pong());
+    EXPECT_TRUE(waitUntil([this] { return openConnections() == 0; }));
+    end();
+    EXPECT_THAT(*setting->log, ElementsAre("sleep off ac", "sleep on ac"));
+    begin({});
+}
+
 TEST_F(Listener, AFloodMakesRoomAtItsDeadlines) {
     end();
     begin({.deadline = std::chrono::milliseconds(200), .connections = 8});

@@ -114,7 +114,10 @@ protected:
         controller.reset();
         controller = std::make_unique<LogindSleepController>(
             logind, folder.path(), [this](const std::string& line) { lines.push_back(line); },
-            [this](std::chrono::milliseconds) { logind->tick(); });
+            [this](std::chrono::milliseconds) {
+                logind->tick();
+                onPause();
+            });
     }
 
     void switchOff(PMSetScope scope) { controller->setSleepDisabled(scope, true); }
@@ -126,6 +129,7 @@ protected:
 
     TemporaryDirectory folder;
     std::shared_ptr<ScriptedLidSwitch> logind = std::make_shared<ScriptedLidSwitch>(folder.path());
+    std::function<void()> onPause = [] {};
     std::vector<std::string> lines;
     std::unique_ptr<LogindSleepController> controller;
 };
@@ -272,6 +276,20 @@ TEST_F(LogindSleep, ALeftoverThatSaysNothingIsRemovedAllTheSame) {
     EXPECT_EQ(logind->current, (LidSwitchActions{"suspend", ""}));
 }
 
+TEST_F(LogindSleep, ARereadThatFailedIsOwedThoughTheFileHasGone) {
+    std::ofstream(folder.path() / "zzz-com.vrd.tavo.helper.conf") << "[Login]\nHandleLidSwitch=ignore\n";
+    logind->current = logind->merged();
+    restart();
+    logind->failingCall = "reread";
+    EXPECT_THROW(switchOn(PMSetScope::all), DescribedError);
+    EXPECT_EQ(fileCount(), 0U);
+    logind->failingCall.clear();
+    switchOn(PMSetScope::all);
+    logind->tick();
+    logind->tick();
+    EXPECT_EQ(logind->current, (LidSwitchActions{"suspend", ""}));
+}
+
 TEST_F(LogindSleep, SwitchingOnWhatIsOnAsksNobody) {
     switchOn(PMSetScope::all);
     EXPECT_THAT(logind->log, IsEmpty());
@@ -342,6 +360,18 @@ TEST_F(ClosedLid, LogindActsByItselfWhereNobodyHasTakenTheSwitchFromIt) {
     auto lid = closedOnDesktop();
     lid.isLidHandledElsewhere = false;
     EXPECT_THAT(afterwards(lid), IsEmpty());
+}
+
+TEST_F(ClosedLid, ALockThatIsJustGoingIsWaitedFor) {
+    auto lid = closedOnDesktop();
+    lid.isSleepBlocked = true;
+    switchOff(PMSetScope::all);
+    logind->lid = lid;
+    logind->log.clear();
+    int looks = 0;
+    onPause = [&] { logind->lid.isSleepBlocked = ++looks < 6; };
+    switchOn(PMSetScope::all);
+    EXPECT_THAT(logind->log, ElementsAre("reread", "sleep by suspend"));
 }
 
 TEST_F(ClosedLid, ALockOfSomebodyElseIsRespected) {

@@ -77,6 +77,7 @@ protected:
     std::filesystem::path calls = folder.path() / "calls";
     SystemdHelperLayout layout{.helperExecutable = root / "libexec/TavoPrivilegedHelper",
                                .unitFile = root / "system/com.vrd.tavo.helper.service",
+                               .lidDropIn = root / "logind.conf.d/zzz.conf",
                                .systemdMark = folder.path() / "booted",
                                .searchPath = (folder.path() / "programs").string() + ":/usr/bin:/bin"};
     std::filesystem::path source = folder.write("it's a build/TavoPrivilegedHelper", "program\n");
@@ -187,6 +188,17 @@ TEST_F(SystemdSetup, RemovalEndsTheServiceAndRemovesBothFilesAlone) {
     EXPECT_EQ(called(), "systemctl disable --now com.vrd.tavo.helper.service\n"
                         "systemctl daemon-reload\n"
                         "systemctl reset-failed com.vrd.tavo.helper.service\n");
+}
+
+TEST_F(SystemdSetup, RemovalUndoesWhatAHelperThatCannotRunHasLeft) {
+    ASSERT_EQ(install().exitCode, 0);
+    std::filesystem::create_directories(layout.lidDropIn.parent_path());
+    replaceFileAtomically(layout.lidDropIn, "[Login]\nHandleLidSwitch=ignore\n");
+    std::filesystem::remove(calls);
+    EXPECT_EQ(runScript(setup().uninstallScript()).exitCode, 0);
+    EXPECT_FALSE(std::filesystem::exists(layout.lidDropIn));
+    EXPECT_THAT(called(), HasSubstr("systemctl disable --now com.vrd.tavo.helper.service\n"
+                                    "systemctl kill --signal=HUP systemd-logind.service\n"));
 }
 
 TEST_F(SystemdSetup, RemovalGoesOnWhereTheServiceIsNotKnown) {

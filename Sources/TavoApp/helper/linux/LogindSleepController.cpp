@@ -14,12 +14,20 @@ namespace tavo {
 
 namespace {
 
+constexpr const char* dropInName = "zzz-com.vrd.tavo.helper.conf";
 constexpr const char* ignored = "ignore";
 constexpr mode_t readableByAll = 0644;
 
 // Together 2 seconds: logind rereads its files within milliseconds, and a caller waits no longer than 5 seconds.
 constexpr int looksAtLogind = 200;
 constexpr std::chrono::milliseconds betweenLooks{10};
+
+/// A logind that answers slowly must not keep everybody else waiting.
+constexpr std::chrono::seconds longestWait{2};
+
+// Together one second: the locks of a Tavo that is just ending, and this one's own, go a moment after they are let go of.
+constexpr int looksAtLocks = 10;
+constexpr std::chrono::milliseconds betweenLooksAtLocks{100};
 
 constexpr std::string_view batteryMemo = "# before: HandleLidSwitch=";
 constexpr std::string_view externalPowerMemo = "# before: HandleLidSwitchExternalPower=";
@@ -39,9 +47,13 @@ const std::filesystem::path& LogindSleepController::systemDropInFolder() {
     return folder;
 }
 
+std::filesystem::path LogindSleepController::systemDropIn() {
+    return systemDropInFolder() / dropInName;
+}
+
 LogindSleepController::LogindSleepController(std::shared_ptr<const LidSwitchManaging> logind,
                                              std::filesystem::path dropInFolder, Log log, Pause pause)
-    : logind(std::move(logind)), dropIn(std::move(dropInFolder) / "zzz-com.vrd.tavo.helper.conf"), log(std::move(log)),
+    : logind(std::move(logind)), dropIn(std::move(dropInFolder) / dropInName), log(std::move(log)),
       pause(pause ? std::move(pause) : Pause(sleepFor)), before(rememberedActions()) {}
 
 bool LogindSleepController::hasLeftover() const {
@@ -115,11 +127,13 @@ void LogindSleepController::restore(const std::optional<std::string>& content) {
 }
 
 void LogindSleepController::release() {
-    if (!hasLeftover() && !sleepLock && !before) {
+    if (!hasLeftover() && !sleepLock && !before && !isRereadOwed) {
         return;
     }
+    isRereadOwed = true;
     std::filesystem::remove(dropIn);
     logind->rereadConfiguration();
+    isRereadOwed = false;
     if (before && !waitFor(*before)) {
         // The file has gone and logind has been told: what it reports now is what somebody else has set meanwhile.
         log("the setting for the lid is not what it was before; another file of logind.conf.d has changed");
@@ -177,8 +191,9 @@ std::optional<LidSwitchActions> LogindSleepController::rememberedActions() const
 }
 
 bool LogindSleepController::waitFor(const LidSwitchActions& expected) const {
+    const auto deadline = std::chrono::steady_clock::now() + longestWait;
     for (int look = 1; logind->actions() != expected; ++look) {
-        if (look == looksAtLogind) {
+        if (look == looksAtLogind || std::chrono::steady_clock::now() >= deadline) {
             return false;
         }
         pause(betweenLooks);
@@ -190,7 +205,13 @@ bool LogindSleepController::waitFor(const LidSwitchActions& expected) const {
 /// close, was refused, and will not ask again.
 void LogindSleepController::sleepIfNobodyElseWould() const {
     try {
-        const auto situation = logind->situation();
+        auto situation = logind->situation();
+        for (int look = 1; situation.isLidClosed && situation.isLidHandledElsewhere && situation.isSleepBlocked &&
+                           look < looksAtLocks;
+             ++look) {
+            pause(betweenLooksAtLocks);
+            situation = logind->situation();
+        }
         if (!situation.isLidClosed || !situation.isLidHandledElsewhere || situation.isSleepBlocked) {
             return;
         }

@@ -27,6 +27,9 @@ public:
     /// Where logind looks for drop-ins that last until the machine is restarted.
     static const std::filesystem::path& systemDropInFolder();
 
+    /// What it writes there.
+    static std::filesystem::path systemDropIn();
+
     /// @param pause  waits between two looks at logind; the calling thread does by default.
     /// @param log    gets a line for what fails where nobody waits for it.
     LogindSleepController(std::shared_ptr<const LidSwitchManaging> logind, std::filesystem::path dropInFolder, Log log,
@@ -65,6 +68,9 @@ private:
     /// What was in force before the first scope; there while something is.
     std::optional<LidSwitchActions> before;
     FileDescriptor sleepLock;
+
+    /// The drop-in has gone, and logind may not know yet.
+    bool isRereadOwed = false;
 };
 
 } // namespace tavo

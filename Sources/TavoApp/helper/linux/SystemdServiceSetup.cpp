@@ -14,7 +14,6 @@ namespace tavo {
 
 namespace {
 
-constexpr std::string_view unitName = "com.vrd.tavo.helper.service";
 constexpr std::string_view executableField = "@helperExecutable@";
 
 // Spelt apart from the unit's text, so that the script that fills it in is no place to be filled in itself.
@@ -108,12 +107,17 @@ std::string SystemdServiceSetup::installScript(const std::filesystem::path& sour
 }
 
 std::string SystemdServiceSetup::removalLines() const {
+    // A helper that cannot run any more has undone nothing.
     return fmt::format("systemctl disable --now {2} >/dev/null 2>&1 || true\n"
+                       "if [ -e {3} ]; then\n"
+                       "    rm -f {3}\n"
+                       "    systemctl kill --signal=HUP systemd-logind.service || true\n"
+                       "fi\n"
                        "rm -f {1}\n"
                        "rm -f {0}\n"
                        "systemctl daemon-reload\n"
                        "systemctl reset-failed {2} >/dev/null 2>&1 || true",
-                       quoted(layout.helperExecutable), quoted(layout.unitFile), unitName);
+                       quoted(layout.helperExecutable), quoted(layout.unitFile), unitName, quoted(layout.lidDropIn));
 }
 
 std::string SystemdServiceSetup::uninstallScript() const {

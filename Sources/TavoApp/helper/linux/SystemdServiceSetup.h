@@ -1,6 +1,9 @@
 #pragma once
 
 #include "helper/HelperServiceSetup.h"
+#include "helper/linux/LogindSleepController.h"
+
+#include <string_view>
 
 namespace tavo {
 
@@ -8,6 +11,9 @@ namespace tavo {
 struct SystemdHelperLayout {
     std::filesystem::path helperExecutable = "/usr/local/libexec/TavoPrivilegedHelper";
     std::filesystem::path unitFile = "/etc/systemd/system/com.vrd.tavo.helper.service";
+
+    /// What a helper leaves behind that could not undo it.
+    std::filesystem::path lidDropIn = LogindSleepController::systemDropIn();
 
     /// Exists while systemd runs the system, sd_booted(3).
     std::filesystem::path systemdMark = "/run/systemd/system";
@@ -25,6 +31,8 @@ struct SystemdHelperLayout {
 /// user whom the helper serves is the one who gave the approval, as pkexec(1) or sudo(8) name him.
 class SystemdServiceSetup final : public HelperServiceSetup {
 public:
+    static constexpr std::string_view unitName = "com.vrd.tavo.helper.service";
+
     explicit SystemdServiceSetup(SystemdHelperLayout layout = {}) : layout(std::move(layout)) {}
 
     std::filesystem::path helperExecutable() const override { return layout.helperExecutable; }

@@ -2,17 +2,25 @@
 
 #include "system/linux/ProcfsText.h"
 
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/syscall.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <system_error>
 
 namespace tavo {
+
+namespace {
+
+/// In bytes: 52 fields, most of them numbers, and a name of 64 characters at most.
+constexpr std::size_t longestStat = 4096;
+
+} // namespace
 
 FileDescriptor openProcess(pid_t pid) {
     // Not every C library that is still in use has wrappers for these calls. The kernel closes the descriptor on exec.
@@ -35,9 +43,15 @@ bool hasEnded(const FileDescriptor& process) {
 }
 
 std::optional<std::uint64_t> startTicksOf(pid_t pid) {
-    std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
-    const std::string text(std::istreambuf_iterator<char>(file), {});
-    return procfsStartTicks(text);
+    const auto path = "/proc/" + std::to_string(pid) + "/stat";
+    const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    // One that the system hides, and one that has ended, are not there; anything else is no answer.
+    if (!file && errno != ENOENT && errno != ESRCH && errno != EACCES) {
+        throw std::system_error(errno, std::generic_category(), "could not look at process " + std::to_string(pid));
+    }
+    std::array<char, longestStat> text{};
+    const auto length = file ? read(file.get(), text.data(), text.size()) : 0;
+    return procfsStartTicks({text.data(), static_cast<std::size_t>(std::max<ssize_t>(length, 0))});
 }
 
 } // namespace tavo

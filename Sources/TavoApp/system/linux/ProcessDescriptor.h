@@ -21,7 +21,7 @@ void signalProcess(const FileDescriptor& process, int signal);
 bool hasEnded(const FileDescriptor& process);
 
 /// When the process with this number started, in clock ticks since the machine's start. Nothing when there is none, or when
-/// the system hides it.
+/// the system hides it. @throws std::system_error when it cannot be looked at.
 std::optional<std::uint64_t> startTicksOf(pid_t pid);
 
 } // namespace tavo
