@@ -1,0 +1,46 @@
+# A change of the power supply is acted on when the kernel tells of it: no signal, no minute.
+. "$(dirname "$0")/machine.bash"
+requireMachine "$0"
+
+# Events of the test's own would reach every listener of the network namespace: it has one to itself.
+if [ "${1-}" != alone ]; then exec unshare --net bash "$0" alone; fi
+
+supplies=$(mktemp -d)
+mkdir "$supplies/AC" "$supplies/BAT0"
+echo Mains >"$supplies/AC/type"
+echo Battery >"$supplies/BAT0/type"
+setPower() { # setPower ONLINE STATUS PERCENT
+    echo "$1" >"$supplies/AC/online"
+    echo "$2" >"$supplies/BAT0/status"
+    echo "$3" >"$supplies/BAT0/capacity"
+}
+tell() { "$TAVO_BIN/send-uevent" "$1"; }
+setPower 1 Charging 80
+presentPowerSupplies "$supplies"
+
+root=$(mktemp -d)/tavo
+beginRun "$root" --always --cutoff 30
+expectHeld 'sleep:idle block'
+
+# Pulled out.
+setPower 0 Discharging 79
+tell kernel
+expectHeld 'idle block'
+
+# Another percent is no reason to do anything, and reaching the floor is.
+setPower 0 Discharging 31
+tell kernel
+holds tavo 'idle block' || fail "let go above the floor"
+setPower 0 Discharging 30
+# Somebody who is not the kernel says the same: nothing happens, however long one waits.
+tell port
+expectNeverWithin 1 holds tavo ''
+tell kernel
+expectHeld ''
+expectWithin "$soon" stateSays "$root" batteryCutoffReached
+
+# Plugged in again.
+setPower 1 Charging 31
+tell kernel
+expectHeld 'sleep:idle block'
+endRun TERM

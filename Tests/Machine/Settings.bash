@@ -1,0 +1,78 @@
+# What is changed in one place is in force in another.
+. "$(dirname "$0")/machine.bash"
+
+root=$(mktemp -d)/tavo
+settings() { "$TAVO_BIN/tavoctl" "$@" --root "$root"; }
+beginRun "$root"
+expectWithin "$soon" stateSays "$root" disabled
+expectHeld ''
+
+# The command returns when the change is in force: the lock is there already.
+settings enable >/dev/null
+expectEqual 'sleep:idle block' "$(heldByTavo)" "after enable"
+
+# A preset, and a program that comes and goes.
+folder=$(mktemp -d)
+cp "$(command -v sleep)" "$folder/codex"
+said=$(settings preset codex)
+expectEqual '' "$(heldByTavo)" "after preset codex"
+expectContains "$said" "waiting for codex: starts when codex runs" "what preset printed"
+expectContains "$said" "running (process id $run)" "what preset printed"
+"$folder/codex" 1000 &
+watched=$!
+reevaluate
+expectHeld 'sleep:idle block'
+kill "$watched"
+wait "$watched" 2>/dev/null || true
+reevaluate
+expectHeld ''
+
+settings preset always >/dev/null
+expectEqual 'sleep:idle block' "$(heldByTavo)" "after preset always"
+settings disable >/dev/null
+expectEqual '' "$(heldByTavo)" "after disable"
+settings toggle >/dev/null
+expectEqual 'sleep:idle block' "$(heldByTavo)" "after toggle"
+settings match --executable "no such program" >/dev/null
+expectEqual '' "$(heldByTavo)" "after match"
+settings set trigger.preset always >/dev/null
+expectEqual 'sleep:idle block' "$(heldByTavo)" "after set"
+
+# Refused, the file and what is in force stay.
+before=$(cat "$root/config.json")
+expectStatus 64 settings set batteryCutoffPercent 0 2>/dev/null
+expectStatus 64 settings set pollIntervalSeconds 5 2>/dev/null
+expectStatus 64 settings set closedLidPermissionGranted true 2>/dev/null
+expectEqual "$before" "$(cat "$root/config.json")" config.json
+expectEqual 'sleep:idle block' "$(heldByTavo)" "after refusals"
+
+# Two at once: neither is lost.
+settings set batteryCutoffPercent 41 >/dev/null &
+one=$!
+settings set powerSourcePolicy acOnly >/dev/null &
+wait "$one"
+expectEqual 41 "$(settings get batteryCutoffPercent)" cutoff
+expectEqual acOnly "$(settings get powerSourcePolicy)" policy
+
+# A request for a window is nothing to a run without one.
+kill -s USR2 "$run"
+settings set powerSourcePolicy any >/dev/null
+kill -0 "$run" || fail "the run has ended"
+
+# A stopped process cannot follow: that is said, and the change is there.
+kill -s STOP "$run"
+status=0
+message=$(settings disable 2>&1 >/dev/null) || status=$?
+expectEqual 1 "$status" "status while nobody follows"
+expectContains "$message" "has not taken it up within 2 seconds" "what is said then"
+expectEqual false "$(settings get isEnabled)" isEnabled
+kill -s CONT "$run"
+expectHeld ''
+endRun TERM
+
+# Switched on in the file all the same: the next start resumes.
+settings enable >/dev/null
+beginRun "$root"
+expectHeld 'sleep:idle block'
+endRun TERM
+expectEqual true "$(settings get isEnabled)" isEnabled
