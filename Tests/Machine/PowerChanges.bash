@@ -1,17 +1,7 @@
 # The power source and the battery decide what is held.
 . "$(dirname "$0")/machine.bash"
 
-supplies=$(mktemp -d)
-mkdir "$supplies/AC" "$supplies/BAT0"
-echo Mains >"$supplies/AC/type"
-echo Battery >"$supplies/BAT0/type"
-setPower() { # setPower ONLINE STATUS PERCENT
-    echo "$1" >"$supplies/AC/online"
-    echo "$2" >"$supplies/BAT0/status"
-    echo "$3" >"$supplies/BAT0/capacity"
-}
-setPower 1 Charging 80
-presentPowerSupplies "$supplies"
+presentLaptop
 
 root=$(mktemp -d)/tavo
 beginRun "$root" --always --cutoff 30

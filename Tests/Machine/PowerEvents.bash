@@ -5,18 +5,8 @@ requireMachine "$0"
 # Events of the test's own would reach every listener of the network namespace: it has one to itself.
 if [ "${1-}" != alone ]; then exec unshare --net bash "$0" alone; fi
 
-supplies=$(mktemp -d)
-mkdir "$supplies/AC" "$supplies/BAT0"
-echo Mains >"$supplies/AC/type"
-echo Battery >"$supplies/BAT0/type"
-setPower() { # setPower ONLINE STATUS PERCENT
-    echo "$1" >"$supplies/AC/online"
-    echo "$2" >"$supplies/BAT0/status"
-    echo "$3" >"$supplies/BAT0/capacity"
-}
 tell() { "$TAVO_BIN/send-uevent" "$1"; }
-setPower 1 Charging 80
-presentPowerSupplies "$supplies"
+presentLaptop
 
 root=$(mktemp -d)/tavo
 beginRun "$root" --always --cutoff 30

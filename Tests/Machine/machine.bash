@@ -164,6 +164,23 @@ presentPowerSupplies() {
     mount --bind "$1" /sys/class/power_supply
 }
 
+# presentLaptop: shows a mains adapter and a battery, charging at 80 percent, which setPower changes.
+presentLaptop() {
+    laptopSupplies=$(mktemp -d)
+    mkdir "$laptopSupplies/AC" "$laptopSupplies/BAT0"
+    echo Mains >"$laptopSupplies/AC/type"
+    echo Battery >"$laptopSupplies/BAT0/type"
+    setPower 1 Charging 80
+    presentPowerSupplies "$laptopSupplies"
+}
+
+# setPower ONLINE STATUS PERCENT
+setPower() {
+    echo "$1" >"$laptopSupplies/AC/online"
+    echo "$2" >"$laptopSupplies/BAT0/status"
+    echo "$3" >"$laptopSupplies/BAT0/capacity"
+}
+
 # How long, in seconds, what has to happen at once may take on a busy machine.
 soon=3
 
