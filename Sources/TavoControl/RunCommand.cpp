@@ -3,6 +3,7 @@
 #include "ConfigurationError.h"
 #include "RunReport.h"
 #include "app/AsioMainLoop.h"
+#include "app/ProcessSignals.h"
 #include "app/TavoAppModel.h"
 #include "base/Text.h"
 #include "base/WakeControlError.h"
@@ -16,32 +17,6 @@
 namespace tavo {
 
 namespace {
-
-/// Blocks signals until they can be handled: one that comes in before may otherwise end the process without letting go.
-class BlockedSignals {
-public:
-    explicit BlockedSignals(const std::vector<int>& signals) {
-        sigset_t set;
-        sigemptyset(&set);
-        for (const int signal : signals) {
-            sigaddset(&set, signal);
-        }
-        pthread_sigmask(SIG_BLOCK, &set, &before);
-    }
-    BlockedSignals(const BlockedSignals&) = delete;
-    BlockedSignals& operator=(const BlockedSignals&) = delete;
-    ~BlockedSignals() { pthread_sigmask(SIG_SETMASK, &before, nullptr); }
-
-private:
-    sigset_t before{};
-};
-
-/// What was ignored when the program started, as under nohup(1), stays ignored.
-std::vector<int> quittingSignals() {
-    struct sigaction hangUp {};
-    sigaction(SIGHUP, nullptr, &hangUp);
-    return hangUp.sa_handler == SIG_IGN ? std::vector{SIGTERM, SIGINT} : std::vector{SIGTERM, SIGINT, SIGHUP};
-}
 
 /// For the status command: the file that it reads does not say what this run puts in its place.
 std::string noteOf(const RunOverrides& overrides) {

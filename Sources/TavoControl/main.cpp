@@ -9,6 +9,7 @@
 #include "SettingsCommand.h"
 #include "StatusCommand.h"
 #include "base/Text.h"
+#include "system/ProgramLocation.h"
 
 #include <fmt/format.h>
 
@@ -19,17 +20,10 @@
 namespace tavo {
 namespace {
 
-/// The running program's file; as it was called where the system does not tell.
-std::filesystem::path programPath(const char* calledAs) {
-    std::error_code ignored; // there is no such link on macOS, where the folder is found by the name it was called by
-    const auto linked = std::filesystem::read_symlink("/proc/self/exe", ignored);
-    return ignored ? std::filesystem::absolute(calledAs) : linked;
-}
-
 ExitStatus carryOut(const Invocation& invocation, const char* calledAs) {
     const auto paths = invocation.root ? TavoPaths{*invocation.root} : TavoPaths::defaultPaths();
     const auto store = std::make_shared<TavoStore>(paths);
-    auto platform = makePlatform(programPath(calledAs));
+    auto platform = makePlatform(runningProgram(calledAs));
     return std::visit(
         [&](const auto& options) {
             using Options = std::decay_t<decltype(options)>;

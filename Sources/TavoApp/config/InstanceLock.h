@@ -25,6 +25,9 @@ public:
     /// In a note that is a JSON object: true for a Tavo whose window has edits that are not saved.
     static constexpr const char* unsavedEditsKey = "unsavedEdits";
 
+    /// In the same: true for a Tavo that has a window to show.
+    static constexpr const char* windowKey = "window";
+
     /// Puts another note in the place of the one that was given before. @throws std::system_error naming the path.
     void replaceNote(const std::string& note) const;
 

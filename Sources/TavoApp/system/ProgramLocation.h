@@ -7,6 +7,9 @@
 
 namespace tavo {
 
+/// The running program's file; as it was called where the system does not tell.
+std::filesystem::path runningProgram(const char* calledAs);
+
 /// The file of a program that comes with the running one: the first that exists of `name` in the running program's own
 /// folder and in the given ones, which are relative to that folder. Nothing when there is none.
 /// @param programPath  the running program's file.

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <csignal>
+#include <functional>
+#include <memory>
+#include <vector>
+
+namespace tavo {
+
+/// The signals with which a program is asked to end. One that was ignored when the program started, as under nohup(1), stays
+/// ignored.
+std::vector<int> quittingSignals();
+
+/// Blocks signals until they can be handled: one that comes in before may otherwise end the process without letting go.
+/// Threads that are started meanwhile keep them blocked.
+class BlockedSignals {
+public:
+    explicit BlockedSignals(const std::vector<int>& signals);
+    BlockedSignals(const BlockedSignals&) = delete;
+    BlockedSignals& operator=(const BlockedSignals&) = delete;
+    ~BlockedSignals();
+
+private:
+    sigset_t before{};
+};
+
+/// Waits for signals, which every thread has blocked, on a thread of its own, sigwait(3). For main loops that know none.
+class SignalWatch {
+public:
+    /// @param onSignal  called on that thread for each signal.
+    SignalWatch(const std::vector<int>& signals, std::function<void(int)> onSignal);
+    SignalWatch(const SignalWatch&) = delete;
+    SignalWatch& operator=(const SignalWatch&) = delete;
+
+    /// Returns when no call is under way any more.
+    ~SignalWatch();
+
+private:
+    struct State;
+    std::unique_ptr<State> state;
+};
+
+} // namespace tavo

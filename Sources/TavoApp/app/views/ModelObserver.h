@@ -1,0 +1,26 @@
+#pragma once
+
+#include "app/TavoAppModel.h"
+
+#include <QObject>
+#include <memory>
+
+namespace tavo {
+
+/// Tells every view of what the model says once.
+class ModelObserver final : public QObject {
+    Q_OBJECT
+
+public:
+    explicit ModelObserver(const std::shared_ptr<TavoAppModel>& model);
+
+    TavoAppModel& model() const { return *observed; }
+
+Q_SIGNALS:
+    void changed(tavo::ModelChanges changes);
+
+private:
+    std::shared_ptr<TavoAppModel> observed;
+};
+
+} // namespace tavo

@@ -1,0 +1,24 @@
+#pragma once
+
+class QWidget;
+
+namespace tavo {
+
+// What a window needs of its window system beyond what Qt asks of every one.
+
+/// Called once, before the settings window is shown.
+void preparePlatformWindow(QWidget& window);
+
+/// Called when the settings window is to be in front of those of other applications.
+void bringPlatformWindowToFront(QWidget& window);
+
+/// Whether there is anything to show windows on: asked before Qt is started, which would end the program.
+bool hasDisplay();
+
+/// Whether windows may choose where they stand.
+bool canPlaceWindows();
+
+/// Whether a click on the icon in the tray can be told of where a menu is attached to it.
+bool trayTellsOfClicksBesideMenu();
+
+} // namespace tavo

@@ -1,0 +1,56 @@
+#include "app/views/QtMainLoop.h"
+
+#include <QMetaObject>
+#include <QThreadPool>
+#include <QTimer>
+#include <cmath>
+#include <utility>
+
+namespace tavo {
+
+namespace {
+
+constexpr double millisecondsPerSecond = 1000.0;
+
+class Timer final : public MainLoopTimer {
+public:
+    Timer(double seconds, std::function<void()> work) : timer(new QTimer) {
+        timer->setSingleShot(true);
+        timer->setInterval(static_cast<int>(std::ceil(seconds * millisecondsPerSecond)));
+        QObject::connect(timer, &QTimer::timeout, std::move(work));
+        timer->start();
+    }
+    Timer(const Timer&) = delete;
+    Timer& operator=(const Timer&) = delete;
+    ~Timer() override {
+        timer->stop();
+        // Not at once: the work that it calls may be what destroys it.
+        timer->deleteLater();
+    }
+
+private:
+    QTimer* timer;
+};
+
+} // namespace
+
+QtMainLoop::~QtMainLoop() {
+    QThreadPool::globalInstance()->waitForDone();
+}
+
+void QtMainLoop::post(std::function<void()> work) {
+    QMetaObject::invokeMethod(&receiver, std::move(work), Qt::QueuedConnection);
+}
+
+std::unique_ptr<MainLoopTimer> QtMainLoop::startTimer(double seconds, std::function<void()> work) {
+    return std::make_unique<Timer>(seconds, std::move(work));
+}
+
+void QtMainLoop::runInBackground(std::function<void()> work, std::function<void()> then) {
+    QThreadPool::globalInstance()->start([this, work = std::move(work), then = std::move(then)] {
+        work();
+        post(then);
+    });
+}
+
+} // namespace tavo

@@ -1,0 +1,90 @@
+#include "app/views/TavoAppMain.h"
+
+#include "app/views/TavoSettingsWindowController.h"
+#include "base/JsonCoding.h"
+
+#include <QApplication>
+
+namespace tavo {
+
+namespace {
+
+const QString withoutTray =
+    QStringLiteral("this desktop shows no tray, so tavo has no icon there: it goes on when this window is closed, and "
+                   "starting tavo again brings the window back.");
+
+} // namespace
+
+std::string TavoAppMain::lockNote(bool hasUnsavedEdits) {
+    return Json{{InstanceLock::windowKey, true}, {InstanceLock::unsavedEditsKey, hasUnsavedEdits}}.dump();
+}
+
+std::vector<int> TavoAppMain::handledSignals() {
+    auto signals = quittingSignals();
+    signals.push_back(SIGUSR1);
+    signals.push_back(SIGUSR2);
+    return signals;
+}
+
+TavoAppMain::TavoAppMain(Options options, std::shared_ptr<const TavoStoring> store, Platform platform,
+                         InstanceLock lock)
+    : options(options), machineNoun(platform.machineNoun), lock(std::move(lock)),
+      appModel(TavoAppModel::make(mainLoop, std::move(store), std::move(platform), *this)),
+      observer(std::make_unique<ModelObserver>(appModel)), menuBar(std::make_unique<TavoMenuBarExtra>(*observer)) {
+    QApplication::setQuitOnLastWindowClosed(false);
+    connect(observer.get(), &ModelObserver::changed, this, &TavoAppMain::tellUnsavedEdits);
+    // However the application comes to its end, as by the end of the desktop's session: everything is let go of.
+    connect(qApp, &QCoreApplication::aboutToQuit, this, [this] { appModel->quit(); });
+    signals = std::make_unique<SignalWatch>(
+        handledSignals(), [this](int signal) { mainLoop->post([this, signal] { handleSignal(signal); }); });
+    delegate.applicationDidFinishLaunching(appModel, *mainLoop, options.isHidden);
+    appModel->start();
+}
+
+TavoAppMain::~TavoAppMain() {
+    signals.reset();
+    appModel->quit();
+}
+
+void TavoAppMain::handleSignal(int signal) {
+    if (signal == SIGUSR1) {
+        appModel->lookAround();
+    } else if (signal == SIGUSR2) {
+        delegate.applicationShouldHandleReopen(*appModel);
+    } else {
+        appModel->quit();
+    }
+}
+
+void TavoAppMain::tellUnsavedEdits() {
+    if (appModel->hasUnsavedEdits() == isNotedUnsaved) {
+        return;
+    }
+    isNotedUnsaved = !isNotedUnsaved;
+    try {
+        lock.replaceNote(lockNote(isNotedUnsaved));
+    } catch (const std::exception&) {
+        // Only what tavoctl says of this window depends on it.
+    }
+}
+
+void TavoAppMain::orderOutKeyWindow() {
+    if (auto* panel = QApplication::activePopupWidget()) {
+        panel->hide();
+    }
+}
+
+std::unique_ptr<SettingsWindowControlling> TavoAppMain::makeSettingsWindow(TavoAppModel&) {
+    auto window = std::make_unique<TavoSettingsWindowController>(*observer, QString::fromStdString(machineNoun),
+                                                                 options.isHidden);
+    if (!QSystemTrayIcon::isSystemTrayAvailable()) {
+        window->view().setHint(withoutTray);
+    }
+    return window;
+}
+
+void TavoAppMain::terminate() {
+    QCoreApplication::quit();
+}
+
+} // namespace tavo

@@ -1,0 +1,62 @@
+#pragma once
+
+#include "app/ApplicationControlling.h"
+#include "app/Platform.h"
+#include "app/ProcessSignals.h"
+#include "app/TavoAppModel.h"
+#include "app/views/ModelObserver.h"
+#include "app/views/QtMainLoop.h"
+#include "app/views/TavoAppDelegate.h"
+#include "app/views/TavoMenuBarExtra.h"
+#include "config/InstanceLock.h"
+#include "config/TavoStore.h"
+
+#include <QObject>
+#include <memory>
+#include <optional>
+
+namespace tavo {
+
+/// The desktop app: one model, the item in the tray, the settings window, and the signals of the process.
+class TavoAppMain final : public QObject, private ApplicationControlling {
+public:
+    struct Options {
+        /// Starts without its window.
+        bool isHidden = false;
+    };
+
+    /// To be made after the application object, with the signals of handledSignals() blocked.
+    /// @param lock  of the one Tavo, whose note says whether there are unsaved edits.
+    TavoAppMain(Options options, std::shared_ptr<const TavoStoring> store, Platform platform, InstanceLock lock);
+    ~TavoAppMain() override;
+
+    /// What the lock's note says of a desktop app, with or without unsaved edits.
+    static std::string lockNote(bool hasUnsavedEdits);
+
+    /// Those that end the program, SIGUSR1 (look around) and SIGUSR2 (show the window).
+    static std::vector<int> handledSignals();
+
+    TavoAppModel& model() const { return *appModel; }
+    TavoMenuBarExtra& menuBarExtra() { return *menuBar; }
+
+private:
+    void orderOutKeyWindow() override;
+    std::unique_ptr<SettingsWindowControlling> makeSettingsWindow(TavoAppModel& model) override;
+    void terminate() override;
+
+    void handleSignal(int signal);
+    void tellUnsavedEdits();
+
+    Options options;
+    std::string machineNoun;
+    InstanceLock lock;
+    bool isNotedUnsaved = false;
+    std::shared_ptr<QtMainLoop> mainLoop = std::make_shared<QtMainLoop>();
+    TavoAppDelegate delegate;
+    std::shared_ptr<TavoAppModel> appModel;
+    std::unique_ptr<ModelObserver> observer;
+    std::unique_ptr<TavoMenuBarExtra> menuBar;
+    std::unique_ptr<SignalWatch> signals;
+};
+
+} // namespace tavo

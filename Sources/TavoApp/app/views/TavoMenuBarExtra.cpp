@@ -1,0 +1,112 @@
+#include "app/views/TavoMenuBarExtra.h"
+
+#include "app/views/DesktopNotification.h"
+#include "app/views/PanelPlacement.h"
+#include "app/views/PlatformWindow.h"
+#include "app/views/TavoAppIcon.h"
+#include "app/views/TavoWindowGlassBackground.h"
+
+#include <QGuiApplication>
+#include <QKeyEvent>
+#include <QScreen>
+#include <QVBoxLayout>
+
+namespace tavo {
+
+TavoMenuBarExtra::TavoMenuBarExtra(ModelObserver& observer)
+    : observer(observer), toggleAction(new QAction(&contextMenu)), panelWindow(std::make_unique<QWidget>()) {
+    // A popup is closed by a click outside of it. Where windows cannot be placed it would have no place: it is an ordinary
+    // small window there, which closes when another one gets the keyboard.
+    panelWindow->setWindowFlags(canPlaceWindows() ? Qt::Popup | Qt::FramelessWindowHint
+                                                  : Qt::Dialog | Qt::WindowTitleHint | Qt::WindowCloseButtonHint);
+    panelWindow->setWindowTitle(QStringLiteral("tavo"));
+    panelWindow->setObjectName(QStringLiteral("panel"));
+    auto* view = new TavoMenuBarView(
+        observer, [this] { closePanel(); }, panelWindow.get());
+    auto* layout = new QVBoxLayout(panelWindow.get());
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSizeConstraint(QLayout::SetFixedSize);
+    layout->addWidget(view);
+    panelWindow->setFocusProxy(view);
+    panelWindow->installEventFilter(this);
+
+    fillMenu();
+    if (trayTellsOfClicksBesideMenu()) {
+        tray.setContextMenu(&contextMenu);
+    }
+    tray.setToolTip(QStringLiteral("tavo"));
+    connect(&tray, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
+        if (reason != QSystemTrayIcon::Context) {
+            togglePanel();
+        }
+    });
+    connect(&observer, &ModelObserver::changed, this, &TavoMenuBarExtra::show);
+    show(~ModelChanges());
+    tray.show();
+}
+
+TavoMenuBarExtra::~TavoMenuBarExtra() = default;
+
+void TavoMenuBarExtra::fillMenu() {
+    contextMenu.addAction(toggleAction);
+    connect(toggleAction, &QAction::triggered, this, [this] { observer.model().toggleEnabled(); });
+    connect(contextMenu.addAction(QStringLiteral("settings")), &QAction::triggered, this,
+            [this] { observer.model().openSettings(); });
+    connect(contextMenu.addAction(QStringLiteral("quit")), &QAction::triggered, this,
+            [this] { observer.model().quit(); });
+}
+
+void TavoMenuBarExtra::show(ModelChanges) {
+    const auto& model = observer.model();
+    toggleAction->setText(model.config().isEnabled ? QStringLiteral("pause") : QStringLiteral("enable"));
+    showIcon();
+    if (const auto text = awakeEnd.look(model)) {
+        notifyUser(tray, QStringLiteral("tavo"), QString::fromStdString(*text));
+    }
+}
+
+void TavoMenuBarExtra::showIcon() {
+    const bool isHeld = observer.model().runtimeSnapshot().isWakeAssertionActive;
+    tray.setIcon(TavoMenuBarIcon::image(isHeld, QGuiApplication::palette().color(QPalette::WindowText)));
+}
+
+void TavoMenuBarExtra::togglePanel() {
+    if (panelWindow->isVisible()) {
+        closePanel();
+        return;
+    }
+    panelWindow->adjustSize();
+    const auto icon = tray.geometry();
+    const auto* screen = QGuiApplication::screenAt(icon.center());
+    if (icon.isEmpty() || screen == nullptr) {
+        screen = QGuiApplication::primaryScreen();
+    }
+    if (canPlaceWindows() && screen != nullptr) {
+        panelWindow->move(panelPosition(icon, screen->geometry(), screen->availableGeometry(), panelWindow->size(),
+                                        QGuiApplication::layoutDirection()));
+    }
+    panelWindow->show();
+    panelWindow->raise();
+    panelWindow->activateWindow();
+    panelWindow->setFocus(Qt::PopupFocusReason);
+}
+
+void TavoMenuBarExtra::closePanel() {
+    panelWindow->hide();
+}
+
+bool TavoMenuBarExtra::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() == QEvent::KeyPress && static_cast<QKeyEvent*>(event)->key() == Qt::Key_Escape) {
+        closePanel();
+        return true;
+    }
+    if (event->type() == QEvent::WindowDeactivate && !canPlaceWindows()) {
+        closePanel();
+    }
+    if (event->type() == QEvent::PaletteChange) {
+        showIcon();
+    }
+    return QObject::eventFilter(watched, event);
+}
+
+} // namespace tavo

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "app/views/Controls.h"
+#include "app/views/ModelObserver.h"
+#include "app/views/StatusViews.h"
+
+#include <QWidget>
+
+namespace tavo {
+
+/// What becomes of the edits, and the switch.
+class TavoSettingsFooter final : public QWidget {
+public:
+    explicit TavoSettingsFooter(ModelObserver& observer, QWidget* parent = nullptr);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    void show();
+
+    ModelObserver& observer;
+    WarningLabel* unsavedLabel;
+    TavoButton* cancelButton;
+    TavoButton* saveButton;
+    TavoButton* toggleButton;
+};
+
+} // namespace tavo

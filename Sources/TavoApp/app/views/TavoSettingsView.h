@@ -1,0 +1,39 @@
+#pragma once
+
+#include "app/views/ModelObserver.h"
+#include "app/views/StatusViews.h"
+
+#include <QStackedLayout>
+#include <QWidget>
+
+namespace tavo {
+
+class TavoWelcomeView;
+
+/// All of the settings window: the welcome view, and behind it the settings.
+class TavoSettingsView final : public QWidget {
+public:
+    TavoSettingsView(ModelObserver& observer, const QString& machineNoun, QWidget* parent = nullptr);
+
+    bool showsSettings() const { return pages->currentIndex() == 1; }
+    void setShowsSettings(bool shows) { pages->setCurrentIndex(shows ? 1 : 0); }
+
+    /// A sentence above the footer that is said once, for as long as this view lives.
+    void setHint(const QString& hint);
+
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+
+private:
+    void show();
+    QWidget* makeSettings();
+
+    ModelObserver& observer;
+    QWidget* background;
+    TavoWelcomeView* welcome = nullptr;
+    QStackedLayout* pages;
+    NoticeList* notices = nullptr;
+    QString hintText;
+};
+
+} // namespace tavo

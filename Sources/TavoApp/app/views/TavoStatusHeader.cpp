@@ -1,0 +1,47 @@
+#include "app/views/TavoStatusHeader.h"
+
+#include "app/views/TavoAppIcon.h"
+#include "app/views/Theme.h"
+
+#include <QHBoxLayout>
+#include <QVBoxLayout>
+
+namespace tavo {
+
+TavoStatusHeader::TavoStatusHeader(ModelObserver& observer, QWidget* parent)
+    : QWidget(parent), observer(observer), titleLabel(new QLabel(this)), detailLabel(new QLabel(this)),
+      badge(new BatteryStatusBadgeView(this)) {
+    titleLabel->setFont(Typography::emphasis(font()));
+    titleLabel->setTextFormat(Qt::PlainText);
+    detailLabel->setFont(Typography::caption(font()));
+    detailLabel->setForegroundRole(QPalette::PlaceholderText);
+    detailLabel->setTextFormat(Qt::PlainText);
+    detailLabel->setWordWrap(true);
+
+    auto* words = new QVBoxLayout;
+    words->setSpacing(0);
+    words->addWidget(titleLabel);
+    words->addWidget(detailLabel);
+    auto* layout = new QHBoxLayout(this);
+    layout->setContentsMargins(14, 11, 14, 11);
+    layout->setSpacing(10);
+    layout->addWidget(new BottleCapView(this), 0, Qt::AlignVCenter);
+    layout->addLayout(words, 1);
+    layout->addWidget(badge, 0, Qt::AlignVCenter);
+
+    connect(&observer, &ModelObserver::changed, this, &TavoStatusHeader::show);
+    show();
+}
+
+void TavoStatusHeader::show() {
+    const auto& model = observer.model();
+    const auto copy = model.config().isEnabled ? model.runtimeStatusCopy() : RuntimeStatusCopy{"paused", "tavo is off"};
+    titleLabel->setText(QString::fromStdString(copy.title));
+    // A failure's own words are in the notice below, where there is room for them.
+    const bool isError = model.runtimeSnapshot().lastDecisionReason == RuntimeDecisionReason::error &&
+                         model.lastError() && copy.detail == *model.lastError();
+    detailLabel->setText(isError ? QStringLiteral("see below") : QString::fromStdString(copy.detail));
+    badge->setPowerStatus(model.powerStatus());
+}
+
+} // namespace tavo

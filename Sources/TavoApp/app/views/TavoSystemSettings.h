@@ -1,0 +1,25 @@
+#pragma once
+
+#include "app/views/ModelObserver.h"
+#include "app/views/SettingsRows.h"
+
+#include <QWidget>
+
+namespace tavo {
+
+/// What the system has to allow.
+class TavoSystemSettings final : public QWidget {
+public:
+    explicit TavoSystemSettings(ModelObserver& observer, QWidget* parent = nullptr);
+
+private:
+    void show();
+    bool offersReset() const;
+    void act();
+
+    ModelObserver& observer;
+    SettingsToggleRow* loginRow;
+    SettingsActionValueRow* permissionRow;
+};
+
+} // namespace tavo

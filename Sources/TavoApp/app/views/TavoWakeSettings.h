@@ -1,0 +1,34 @@
+#pragma once
+
+#include "app/views/ModelObserver.h"
+#include "app/views/SettingsRows.h"
+
+#include <QWidget>
+
+namespace tavo {
+
+/// When to keep awake: edits the draft.
+class TavoWakeSettings final : public QWidget {
+public:
+    explicit TavoWakeSettings(ModelObserver& observer, QWidget* parent = nullptr);
+
+private:
+    void show();
+    void edit(const AppConfig& draft) { observer.model().editDraft(draft); }
+    const AppConfig& draft() const { return observer.model().draftConfig(); }
+    void chooseStrategy(TriggerMatchStrategy strategy);
+
+    ModelObserver& observer;
+    SettingsPickerRow* presetRow;
+    SegmentButton* executableChoice;
+    SegmentButton* commandChoice;
+    SettingsControlRow* customRow;
+    TextField* processField;
+    SettingsControlRow* processRow;
+    SettingsToggleRow* closedLidRow;
+    SettingsToggleRow* batteryRow;
+    TextField* cutoffField;
+    SettingsControlRow* cutoffRow;
+};
+
+} // namespace tavo

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <QColor>
+#include <QFont>
+#include <QPalette>
+
+namespace tavo {
+
+/// The colours of every view, in light and in dark. Text has a contrast of 4.5 to 1 at least to what it stands on.
+struct Theme {
+    bool isDark = false;
+    QColor window; ///< TavoGlassTint: what lies behind everything, opaque
+    QColor card;   ///< the ground of a section's rows
+    QColor cardBorder;
+    QColor separator;
+    QColor text;
+    QColor secondaryText;
+    QColor control;       ///< the ground of buttons, pickers and fields
+    QColor chosenSegment; ///< within a control
+    QColor controlText;
+    QColor fieldBorder;
+    QColor accent;
+    QColor positive; ///< the ground of what switches on
+    QColor onColour; ///< text on `accent` and on `positive`
+    QColor positiveText;
+    QColor switchOn;
+    QColor switchOff;
+    QColor warning;
+    QColor error;
+    QColor focusRing;
+
+    static const Theme& light();
+    static const Theme& dark();
+
+    /// The one that a widget is to use: its palette is palette() of either.
+    static const Theme& of(const QPalette& palette);
+
+    /// Has Qt's own parts, such as the lists of pickers and selected text, look alike.
+    QPalette palette() const;
+};
+
+/// Sizes of text, relative to the font that the desktop has chosen.
+namespace Typography {
+QFont title(const QFont& body);    ///< the name on the welcome view
+QFont emphasis(const QFont& body); ///< the name of a state
+QFont caption(const QFont& body);  ///< details
+QFont section(const QFont& body);  ///< the name of a section
+
+/// By how much lengths grow with the font: 1 for the one that they were drawn for, and for smaller ones.
+double scale(const QFont& body);
+} // namespace Typography
+
+} // namespace tavo

@@ -1,0 +1,125 @@
+#include "app/Platform.h"
+#include "app/ProcessSignals.h"
+#include "app/views/DesktopColourScheme.h"
+#include "app/views/PlatformWindow.h"
+#include "app/views/TavoAppIcon.h"
+#include "app/views/TavoAppMain.h"
+#include "base/JsonCoding.h"
+#include "config/InstanceLock.h"
+#include "config/TavoStore.h"
+#include "system/ProgramLocation.h"
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include <QApplication>
+#include <QMessageBox>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <optional>
+
+namespace tavo {
+namespace {
+
+// Of sysexits.h.
+constexpr int wrongUsage = 64;
+constexpr int systemUnavailable = 69;
+constexpr int alreadyRunning = 75;
+
+struct Arguments {
+    std::string root;
+    bool isHidden = false;
+};
+
+/// Gives the status to end with when there is nothing to start.
+std::optional<int> parse(int count, char** values, Arguments& arguments) {
+    CLI::App parser{"keeps this computer awake on your terms; tavoctl is its companion in a terminal", "tavo"};
+    parser.set_help_flag("-h,--help", "print this help");
+    parser.set_version_flag("--version", "tavo " TAVO_VERSION, "print the version");
+    parser.add_flag("--hidden", arguments.isHidden, "start without opening the window");
+    parser
+        .add_option("--root", arguments.root, "the folder of config.json and state.json, in place of the default one")
+        ->type_name("DIR");
+    try {
+        parser.parse(count, values);
+        return std::nullopt;
+    } catch (const CLI::CallForVersion& request) {
+        fmt::print("{}\n", request.what());
+    } catch (const CLI::CallForHelp&) {
+        fmt::print("{}", parser.help());
+    } catch (const CLI::ParseError& error) {
+        fmt::print(stderr, "tavo: {}; tavo --help lists what there is.\n", error.what());
+        return wrongUsage;
+    }
+    return EXIT_SUCCESS;
+}
+
+/// What the note of a lock says of its holder.
+bool hasWindow(const std::string& note) {
+    try {
+        return parseJson(note).value(InstanceLock::windowKey, false);
+    } catch (const std::exception&) {
+        // Without a note it is a run in a terminal, which would take a request for its window for nothing.
+        return false;
+    }
+}
+
+/// Shows the window of the Tavo that runs already; one in a terminal has none.
+int raiseOther(const TavoPaths& paths) {
+    const auto holder = InstanceLock::holder(paths.lockURL());
+    if (holder && hasWindow(InstanceLock::noteOfHolder(paths.lockURL())) && kill(*holder, SIGUSR2) == 0) {
+        return EXIT_SUCCESS;
+    }
+    const auto text = fmt::format("another tavo is running in a terminal{}; end it first.",
+                                  holder ? fmt::format(" (process id {})", *holder) : "");
+    fmt::print(stderr, "tavo: {}\n", text);
+    QMessageBox(QMessageBox::Information, QStringLiteral("tavo"), QString::fromStdString(text)).exec();
+    return alreadyRunning;
+}
+
+int runApplication(QApplication& application, const Arguments& arguments, const char* calledAs) {
+    const auto paths =
+        arguments.root.empty() ? TavoPaths::defaultPaths() : TavoPaths{std::filesystem::absolute(arguments.root)};
+    auto lock = InstanceLock::acquire(paths.lockURL(), TavoAppMain::lockNote(false));
+    if (!lock) {
+        return raiseOther(paths);
+    }
+    const TavoAppMain main({.isHidden = arguments.isHidden}, std::make_shared<TavoStore>(paths),
+                           makePlatform(runningProgram(calledAs)), std::move(*lock));
+    return application.exec();
+}
+
+int start(int count, char** values) {
+    Arguments arguments;
+    if (const auto status = parse(count, values, arguments)) {
+        return *status;
+    }
+    // A parent that ignores this signal would have the kernel reap our children before we can ask how they ended.
+    std::signal(SIGCHLD, SIG_DFL);
+    if (!hasDisplay()) {
+        fmt::print(stderr, "tavo: there is no display to show windows on; tavoctl run works without one.\n");
+        return systemUnavailable;
+    }
+    // Nobody may find the process id in the lock file and signal it before the signals are handled; and the threads that
+    // Qt starts leave them to the one that waits for them.
+    const BlockedSignals blocked(TavoAppMain::handledSignals());
+    QApplication::setDesktopFileName(QStringLiteral("com.vrd.tavo"));
+    QApplication::setApplicationName(QStringLiteral("tavo"));
+    QApplication application(count, values);
+    const DesktopColourScheme colours;
+    try {
+        return runApplication(application, arguments, values[0]);
+    } catch (const std::exception& error) {
+        fmt::print(stderr, "tavo: {}\n", error.what());
+        QMessageBox(QMessageBox::Critical, QStringLiteral("tavo"), QString::fromUtf8(error.what())).exec();
+        return EXIT_FAILURE;
+    }
+}
+
+} // namespace
+} // namespace tavo
+
+int main(int count, char** values) {
+    return tavo::start(count, values);
+}
