@@ -3,7 +3,7 @@
 #include "app/views/DesktopNotification.h"
 #include "app/views/PanelPlacement.h"
 #include "app/views/PlatformWindow.h"
-#include "app/views/TavoAppIcon.h"
+#include "app/views/TavoMenuBarIcon.h"
 #include "app/views/TavoWindowGlassBackground.h"
 
 #include <QGuiApplication>
@@ -40,8 +40,8 @@ TavoMenuBarExtra::TavoMenuBarExtra(ModelObserver& observer)
             togglePanel();
         }
     });
-    connect(&observer, &ModelObserver::changed, this, &TavoMenuBarExtra::show);
-    show(~ModelChanges());
+    connect(&observer, &ModelObserver::changed, this, &TavoMenuBarExtra::showModel);
+    showModel(~ModelChanges());
     tray.show();
 }
 
@@ -56,7 +56,7 @@ void TavoMenuBarExtra::fillMenu() {
             [this] { observer.model().quit(); });
 }
 
-void TavoMenuBarExtra::show(ModelChanges) {
+void TavoMenuBarExtra::showModel(ModelChanges) {
     const auto& model = observer.model();
     toggleAction->setText(model.config().isEnabled ? QStringLiteral("pause") : QStringLiteral("enable"));
     showIcon();

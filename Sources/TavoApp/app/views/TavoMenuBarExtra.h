@@ -28,7 +28,7 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
-    void show(ModelChanges changes);
+    void showModel(ModelChanges changes);
     void showIcon();
     void fillMenu();
     void closePanel();

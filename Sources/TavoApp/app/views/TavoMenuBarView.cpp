@@ -1,32 +1,23 @@
 #include "app/views/TavoMenuBarView.h"
 
-#include "app/views/Symbol.h"
-#include "app/views/TavoAppIcon.h"
+#include "app/views/AppIconView.h"
+#include "app/views/ControlPainting.h"
 #include "app/views/Theme.h"
 
-#include <QEnterEvent>
+#include <QEvent>
 #include <QHBoxLayout>
-#include <QKeyEvent>
 #include <QPainter>
 #include <QVBoxLayout>
-#include <cmath>
-#include <utility>
 
 namespace tavo {
+
+using ControlPainting::grown;
 
 namespace {
 
 constexpr int panelWidth = 280;
 constexpr int padding = 12;
 constexpr int iconSide = 34;
-constexpr int actionHeight = 30;
-constexpr int symbolSlot = 38;
-constexpr int symbolSide = 14;
-constexpr double actionRadius = 5.0;
-
-int grown(int length, const QWidget& widget) {
-    return static_cast<int>(std::lround(length * Typography::scale(widget.font())));
-}
 
 /// A line over the whole width of the panel.
 class Divider final : public QWidget {
@@ -38,71 +29,6 @@ protected:
 };
 
 } // namespace
-
-MenuBarActionRow::MenuBarActionRow(const QString& systemImageName, const QString& title, std::function<void()> action,
-                                   QWidget* parent)
-    : QAbstractButton(parent) {
-    setAction(systemImageName, title);
-    setFocusPolicy(Qt::StrongFocus);
-    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
-    connect(this, &QAbstractButton::clicked, this, std::move(action));
-}
-
-void MenuBarActionRow::setAction(const QString& systemImageName, const QString& title) {
-    symbol = systemImageName;
-    setText(title);
-    setAccessibleName(title);
-    update();
-}
-
-QSize MenuBarActionRow::sizeHint() const {
-    return {fontMetrics().horizontalAdvance(text()) + grown(symbolSlot + padding, *this), grown(actionHeight, *this)};
-}
-
-// The pointer and the keyboard choose one and the same row.
-void MenuBarActionRow::enterEvent(QEnterEvent* event) {
-    setFocus(Qt::MouseFocusReason);
-    QAbstractButton::enterEvent(event);
-}
-
-void MenuBarActionRow::keyPressEvent(QKeyEvent* event) {
-    switch (event->key()) {
-    case Qt::Key_Return:
-    case Qt::Key_Enter:
-        click();
-        return;
-    case Qt::Key_Down:
-        focusNextChild();
-        return;
-    case Qt::Key_Up:
-        focusPreviousChild();
-        return;
-    default:
-        QAbstractButton::keyPressEvent(event);
-    }
-}
-
-void MenuBarActionRow::paintEvent(QPaintEvent*) {
-    const auto& theme = Theme::of(palette());
-    const bool isChosen = hasFocus();
-    const auto ink = isChosen ? theme.onColour : theme.text;
-    const bool isMirrored = layoutDirection() == Qt::RightToLeft;
-    QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    if (isChosen) {
-        painter.setPen(Qt::NoPen);
-        painter.setBrush(theme.accent);
-        painter.drawRoundedRect(rect(), actionRadius, actionRadius);
-    }
-    const int side = grown(symbolSide, *this);
-    const int slot = grown(symbolSlot, *this);
-    const int x = (slot - side) / 2;
-    painter.drawPixmap(isMirrored ? width() - x - side : x, (height() - side) / 2,
-                       symbolPixmap(symbol, side, ink, devicePixelRatioF()));
-    painter.setPen(ink);
-    painter.drawText(isMirrored ? rect().adjusted(0, 0, -slot, 0) : rect().adjusted(slot, 0, 0, 0),
-                     static_cast<int>(Qt::AlignVCenter | (isMirrored ? Qt::AlignRight : Qt::AlignLeft)), text());
-}
 
 TavoMenuBarView::TavoMenuBarView(ModelObserver& observer, std::function<void()> onAction, QWidget* parent)
     : QWidget(parent), observer(observer), nameLabel(new QLabel(QStringLiteral("tavo"), this)),
@@ -160,11 +86,11 @@ TavoMenuBarView::TavoMenuBarView(ModelObserver& observer, std::function<void()> 
 
     applyFonts();
     setFocusProxy(toggleRow);
-    connect(&observer, &ModelObserver::changed, this, &TavoMenuBarView::show);
-    show(~ModelChanges());
+    connect(&observer, &ModelObserver::changed, this, &TavoMenuBarView::showModel);
+    showModel(~ModelChanges());
 }
 
-void TavoMenuBarView::show(ModelChanges) {
+void TavoMenuBarView::showModel(ModelChanges) {
     const auto& model = observer.model();
     const bool isEnabled = model.config().isEnabled;
     statusLabel->setText(QString::fromStdString(model.runtimeStatusCopy().title));

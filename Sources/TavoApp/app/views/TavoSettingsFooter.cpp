@@ -25,11 +25,11 @@ TavoSettingsFooter::TavoSettingsFooter(ModelObserver& observer, QWidget* parent)
     connect(cancelButton, &QPushButton::clicked, this, [this] { this->observer.model().revertDraft(); });
     connect(saveButton, &QPushButton::clicked, this, [this] { this->observer.model().saveDraft(); });
     connect(toggleButton, &QPushButton::clicked, this, [this] { this->observer.model().toggleEnabled(); });
-    connect(&observer, &ModelObserver::changed, this, &TavoSettingsFooter::show);
-    show();
+    connect(&observer, &ModelObserver::changed, this, &TavoSettingsFooter::showModel);
+    showModel();
 }
 
-void TavoSettingsFooter::show() {
+void TavoSettingsFooter::showModel() {
     const auto& model = observer.model();
     const bool isUnsaved = model.hasUnsavedEdits();
     const bool isEnabled = model.config().isEnabled;

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "app/views/Controls.h"
 #include "app/views/ModelObserver.h"
-#include "app/views/StatusViews.h"
+#include "app/views/TavoButton.h"
+#include "app/views/WarningLabel.h"
 
 #include <QWidget>
 
@@ -17,7 +17,7 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    void show();
+    void showModel();
 
     ModelObserver& observer;
     WarningLabel* unsavedLabel;

@@ -1,6 +1,7 @@
 #include "app/views/TavoSettingsView.h"
 
-#include "app/views/Controls.h"
+#include "app/views/NoticeList.h"
+#include "app/views/SlimScrollBar.h"
 #include "app/views/TavoSettingsFooter.h"
 #include "app/views/TavoStatusHeader.h"
 #include "app/views/TavoSystemSettings.h"
@@ -43,8 +44,8 @@ TavoSettingsView::TavoSettingsView(ModelObserver& observer, const QString& machi
     onKey(Qt::Key_Return, &TavoAppModel::saveDraft);
     onKey(Qt::Key_Enter, &TavoAppModel::saveDraft);
     onKey(Qt::Key_Escape, &TavoAppModel::revertDraft);
-    connect(&observer, &ModelObserver::changed, this, &TavoSettingsView::show);
-    show();
+    connect(&observer, &ModelObserver::changed, this, &TavoSettingsView::showModel);
+    showModel();
 }
 
 QWidget* TavoSettingsView::makeSettings() {
@@ -87,10 +88,10 @@ QWidget* TavoSettingsView::makeSettings() {
 void TavoSettingsView::setHint(const QString& hint) {
     hintText = hint;
     welcome->setHint(hint);
-    show();
+    showModel();
 }
 
-void TavoSettingsView::show() {
+void TavoSettingsView::showModel() {
     notices->setNotices(UserNotices::of(observer.model()).withHint(hintText.toStdString()));
 }
 

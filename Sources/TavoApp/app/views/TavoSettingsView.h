@@ -1,7 +1,7 @@
 #pragma once
 
 #include "app/views/ModelObserver.h"
-#include "app/views/StatusViews.h"
+#include "app/views/NoticeList.h"
 
 #include <QStackedLayout>
 #include <QWidget>
@@ -25,7 +25,7 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
 
 private:
-    void show();
+    void showModel();
     QWidget* makeSettings();
 
     ModelObserver& observer;

@@ -1,6 +1,7 @@
 #include "app/views/TavoStatusHeader.h"
 
-#include "app/views/TavoAppIcon.h"
+#include "app/views/AppIconView.h"
+#include "app/views/BottleCapView.h"
 #include "app/views/Theme.h"
 
 #include <QHBoxLayout>
@@ -29,11 +30,11 @@ TavoStatusHeader::TavoStatusHeader(ModelObserver& observer, QWidget* parent)
     layout->addLayout(words, 1);
     layout->addWidget(badge, 0, Qt::AlignVCenter);
 
-    connect(&observer, &ModelObserver::changed, this, &TavoStatusHeader::show);
-    show();
+    connect(&observer, &ModelObserver::changed, this, &TavoStatusHeader::showModel);
+    showModel();
 }
 
-void TavoStatusHeader::show() {
+void TavoStatusHeader::showModel() {
     const auto& model = observer.model();
     const auto copy = model.config().isEnabled ? model.runtimeStatusCopy() : RuntimeStatusCopy{"paused", "tavo is off"};
     titleLabel->setText(QString::fromStdString(copy.title));

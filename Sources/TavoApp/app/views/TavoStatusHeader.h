@@ -1,7 +1,7 @@
 #pragma once
 
+#include "app/views/BatteryStatusBadgeView.h"
 #include "app/views/ModelObserver.h"
-#include "app/views/StatusViews.h"
 
 #include <QLabel>
 #include <QWidget>
@@ -14,7 +14,7 @@ public:
     explicit TavoStatusHeader(ModelObserver& observer, QWidget* parent = nullptr);
 
 private:
-    void show();
+    void showModel();
 
     ModelObserver& observer;
     QLabel* titleLabel;

@@ -1,5 +1,9 @@
 #include "app/views/TavoSystemSettings.h"
 
+#include "app/views/SettingsSection.h"
+
+#include <QVBoxLayout>
+
 namespace tavo {
 
 TavoSystemSettings::TavoSystemSettings(ModelObserver& observer, QWidget* parent)
@@ -18,8 +22,8 @@ TavoSystemSettings::TavoSystemSettings(ModelObserver& observer, QWidget* parent)
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(section);
-    connect(&observer, &ModelObserver::changed, this, &TavoSystemSettings::show);
-    show();
+    connect(&observer, &ModelObserver::changed, this, &TavoSystemSettings::showModel);
+    showModel();
 }
 
 /// A helper that is this build's own removes itself without asking anybody; any other one is installed anew.
@@ -37,7 +41,7 @@ void TavoSystemSettings::act() {
     }
 }
 
-void TavoSystemSettings::show() {
+void TavoSystemSettings::showModel() {
     const auto& model = observer.model();
     const auto state = model.helperInstallState();
     loginRow->setOn(model.draftConfig().launchAtLoginEnabled);

@@ -1,7 +1,8 @@
 #pragma once
 
 #include "app/views/ModelObserver.h"
-#include "app/views/SettingsRows.h"
+#include "app/views/SettingsActionValueRow.h"
+#include "app/views/SettingsToggleRow.h"
 
 #include <QWidget>
 
@@ -13,7 +14,7 @@ public:
     explicit TavoSystemSettings(ModelObserver& observer, QWidget* parent = nullptr);
 
 private:
-    void show();
+    void showModel();
     bool offersReset() const;
     void act();
 

@@ -1,10 +1,12 @@
 #include "app/views/TavoWakeSettings.h"
 
 #include "app/SettingsBindings.h"
+#include "app/views/SettingsSection.h"
 #include "app/views/Theme.h"
 
 #include <QHBoxLayout>
 #include <QPainter>
+#include <QVBoxLayout>
 #include <QValidator>
 
 namespace tavo {
@@ -116,8 +118,8 @@ TavoWakeSettings::TavoWakeSettings(ModelObserver& observer, QWidget* parent)
     });
     connect(cutoffField, &QLineEdit::textEdited, this,
             [this](const QString& text) { edit(withCutoffText(draft(), text.toStdString())); });
-    connect(&observer, &ModelObserver::changed, this, &TavoWakeSettings::show);
-    show();
+    connect(&observer, &ModelObserver::changed, this, &TavoWakeSettings::showModel);
+    showModel();
 }
 
 void TavoWakeSettings::chooseStrategy(TriggerMatchStrategy strategy) {
@@ -126,7 +128,7 @@ void TavoWakeSettings::chooseStrategy(TriggerMatchStrategy strategy) {
     edit(edited);
 }
 
-void TavoWakeSettings::show() {
+void TavoWakeSettings::showModel() {
     const auto& shown = draft();
     presetRow->setValue(QString::fromStdString(presetChoice(shown)));
     presetRow->setDetail(QString::fromStdString(triggerDetail(shown)));

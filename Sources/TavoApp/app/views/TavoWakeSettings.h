@@ -1,7 +1,11 @@
 #pragma once
 
 #include "app/views/ModelObserver.h"
-#include "app/views/SettingsRows.h"
+#include "app/views/SegmentButton.h"
+#include "app/views/SettingsControlRow.h"
+#include "app/views/SettingsPickerRow.h"
+#include "app/views/SettingsToggleRow.h"
+#include "app/views/TextField.h"
 
 #include <QWidget>
 
@@ -13,7 +17,7 @@ public:
     explicit TavoWakeSettings(ModelObserver& observer, QWidget* parent = nullptr);
 
 private:
-    void show();
+    void showModel();
     void edit(const AppConfig& draft) { observer.model().editDraft(draft); }
     const AppConfig& draft() const { return observer.model().draftConfig(); }
     void chooseStrategy(TriggerMatchStrategy strategy);

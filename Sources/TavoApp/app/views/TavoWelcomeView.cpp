@@ -1,6 +1,7 @@
 #include "app/views/TavoWelcomeView.h"
 
-#include "app/views/TavoAppIcon.h"
+#include "app/views/AppIconView.h"
+#include "app/views/BottleCapView.h"
 #include "app/views/Theme.h"
 
 #include <QLabel>
@@ -45,11 +46,11 @@ TavoWelcomeView::TavoWelcomeView(ModelObserver& observer, const QString& machine
 
     connect(toggleButton, &QPushButton::clicked, this, [this] { this->observer.model().toggleEnabled(); });
     connect(settings, &QPushButton::clicked, this, std::move(openSettings));
-    connect(&observer, &ModelObserver::changed, this, &TavoWelcomeView::show);
-    show();
+    connect(&observer, &ModelObserver::changed, this, &TavoWelcomeView::showModel);
+    showModel();
 }
 
-void TavoWelcomeView::show() {
+void TavoWelcomeView::showModel() {
     const auto& model = observer.model();
     const bool isEnabled = model.config().isEnabled;
     toggleButton->setText(isEnabled ? QStringLiteral("pause") : QStringLiteral("enable"));
@@ -59,7 +60,7 @@ void TavoWelcomeView::show() {
 
 void TavoWelcomeView::setHint(const QString& hint) {
     hintText = hint;
-    show();
+    showModel();
 }
 
 } // namespace tavo

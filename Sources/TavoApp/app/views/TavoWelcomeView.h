@@ -1,8 +1,8 @@
 #pragma once
 
-#include "app/views/Controls.h"
 #include "app/views/ModelObserver.h"
-#include "app/views/StatusViews.h"
+#include "app/views/NoticeList.h"
+#include "app/views/TavoButton.h"
 
 #include <QWidget>
 #include <functional>
@@ -19,7 +19,7 @@ public:
     void setHint(const QString& hint);
 
 private:
-    void show();
+    void showModel();
 
     ModelObserver& observer;
     TavoButton* toggleButton;

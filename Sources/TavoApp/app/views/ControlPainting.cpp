@@ -1,0 +1,37 @@
+#include "app/views/ControlPainting.h"
+
+#include "app/views/Theme.h"
+
+#include <cmath>
+
+namespace tavo {
+
+namespace ControlPainting {
+
+namespace {
+
+constexpr double ringWidth = 2.0;
+
+} // namespace
+
+int grown(int length, const QWidget& widget) {
+    return static_cast<int>(std::lround(length * Typography::scale(widget.font())));
+}
+
+void paintFocusRing(QPainter& painter, const QRectF& shape, double radius, const Theme& theme) {
+    painter.setBrush(Qt::NoBrush);
+    painter.setPen(QPen(theme.focusRing, ringWidth));
+    const auto inset = ringWidth / 2;
+    painter.drawRoundedRect(shape.adjusted(inset, inset, -inset, -inset), radius, radius);
+}
+
+void paintGround(QPainter& painter, const QRectF& shape, double radius, const QColor& colour, const QColor& border) {
+    painter.setPen(border.isValid() ? QPen(border, 1.0) : QPen(Qt::NoPen));
+    painter.setBrush(colour);
+    const double inset = border.isValid() ? 0.5 : 0.0;
+    painter.drawRoundedRect(shape.adjusted(inset, inset, -inset, -inset), radius, radius);
+}
+
+} // namespace ControlPainting
+
+} // namespace tavo

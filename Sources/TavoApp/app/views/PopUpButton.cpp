@@ -1,0 +1,47 @@
+#include "app/views/PopUpButton.h"
+
+#include "app/views/ControlPainting.h"
+#include "app/views/Symbol.h"
+#include "app/views/Theme.h"
+
+#include <QPainter>
+#include <QWheelEvent>
+
+namespace tavo {
+
+using namespace ControlPainting;
+
+PopUpButton::PopUpButton(QWidget* parent) : QComboBox(parent) {
+    setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+    setFocusPolicy(Qt::StrongFocus);
+}
+
+QSize PopUpButton::sizeHint() const {
+    // As wide as what it shows: the list takes the width that it needs.
+    return {fontMetrics().horizontalAdvance(currentText()) + grown(32, *this), grown(23, *this)};
+}
+
+void PopUpButton::paintEvent(QPaintEvent*) {
+    const auto& theme = Theme::of(palette());
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    paintGround(painter, rect(), radius, theme.control, {});
+    painter.setPen(theme.controlText);
+    const bool isMirrored = layoutDirection() == Qt::RightToLeft;
+    const int side = grown(11, *this);
+    const int edge = grown(9, *this);
+    const auto textRect = rect().adjusted(isMirrored ? edge + side : edge, 0, isMirrored ? -edge : -edge - side, 0);
+    painter.drawText(textRect, static_cast<int>(Qt::AlignVCenter | (isMirrored ? Qt::AlignRight : Qt::AlignLeft)),
+                     currentText());
+    painter.drawPixmap(isMirrored ? edge - 1 : width() - edge - side + 1, (height() - side) / 2 + 1,
+                       symbolPixmap(QStringLiteral("chevron.down"), side, theme.controlText, devicePixelRatioF()));
+    if (hasFocus()) {
+        paintFocusRing(painter, rect(), radius, theme);
+    }
+}
+
+void PopUpButton::wheelEvent(QWheelEvent* event) {
+    event->ignore();
+}
+
+} // namespace tavo

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QComboBox>
+
+namespace tavo {
+
+/// A picker: a combo box with a chevron.
+class PopUpButton final : public QComboBox {
+public:
+    explicit PopUpButton(QWidget* parent = nullptr);
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override { return sizeHint(); }
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    /// Scrolling over it is for the view around it.
+    void wheelEvent(QWheelEvent* event) override;
+};
+
+} // namespace tavo

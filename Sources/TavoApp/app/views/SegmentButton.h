@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QRadioButton>
+
+namespace tavo {
+
+/// One of the choices beside each other of which one holds: radio buttons in one frame.
+class SegmentButton final : public QRadioButton {
+public:
+    explicit SegmentButton(const QString& text, QWidget* parent = nullptr);
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override { return sizeHint(); }
+
+protected:
+    bool hitButton(const QPoint& position) const override { return rect().contains(position); }
+    void paintEvent(QPaintEvent* event) override;
+};
+
+} // namespace tavo

@@ -1,0 +1,40 @@
+#include "app/views/SlimScrollBar.h"
+
+#include "app/views/ControlPainting.h"
+#include "app/views/Theme.h"
+
+#include <QPainter>
+
+namespace tavo {
+
+using namespace ControlPainting;
+
+SlimScrollBar::SlimScrollBar(Qt::Orientation orientation, QWidget* parent) : QScrollBar(orientation, parent) {
+    setFocusPolicy(Qt::NoFocus);
+}
+
+QSize SlimScrollBar::sizeHint() const {
+    return orientation() == Qt::Vertical ? QSize(thickness, thickness * 2) : QSize(thickness * 2, thickness);
+}
+
+void SlimScrollBar::paintEvent(QPaintEvent*) {
+    if (minimum() == maximum()) {
+        return;
+    }
+    const auto whole = static_cast<double>(maximum() - minimum() + pageStep());
+    const bool isVertical = orientation() == Qt::Vertical;
+    const double room = isVertical ? height() : width();
+    const double start = room * (value() - minimum()) / whole;
+    const double length = room * pageStep() / whole;
+    QRectF thumb =
+        isVertical ? QRectF(1.5, start + 2, width() - 4, length - 4) : QRectF(start + 2, 1.5, length - 4, height() - 4);
+    auto colour = Theme::of(palette()).secondaryText;
+    colour.setAlphaF(isSliderDown() || underMouse() ? 0.7F : 0.35F);
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(colour);
+    painter.drawRoundedRect(thumb, 2.0, 2.0);
+}
+
+} // namespace tavo

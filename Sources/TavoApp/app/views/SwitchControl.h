@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QCheckBox>
+
+namespace tavo {
+
+/// A switch: a check box of another shape.
+class SwitchControl final : public QCheckBox {
+public:
+    explicit SwitchControl(QWidget* parent = nullptr);
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override { return sizeHint(); }
+
+protected:
+    bool hitButton(const QPoint& position) const override { return rect().contains(position); }
+    void paintEvent(QPaintEvent* event) override;
+};
+
+} // namespace tavo

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <QPushButton>
+#include <QTimer>
+
+namespace tavo {
+
+/// What a button is for, which decides its colours.
+enum class ButtonTone { plain, accent, positive };
+
+/// A push button, which Return presses too while it has the keyboard.
+class TavoButton final : public QPushButton {
+public:
+    explicit TavoButton(const QString& text, ButtonTone tone = ButtonTone::plain, QWidget* parent = nullptr);
+
+    void setTone(ButtonTone newTone);
+    ButtonTone tone() const { return buttonTone; }
+
+    /// A symbol in front of the text; none when the name is empty.
+    void setSymbol(const QString& name);
+
+    /// A tall button for the one thing that a view is about.
+    void setProminent() { isProminent = true; }
+
+    /// While it works there is a wheel turning in the place of its text, and it cannot be pressed.
+    void setWorking(bool isWorking);
+
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override { return sizeHint(); }
+
+protected:
+    bool event(QEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    void paintWheel(QPainter& painter, const QColor& colour) const;
+
+    ButtonTone buttonTone;
+    QString symbol;
+    bool isProminent = false;
+    QTimer wheel;
+    int wheelStep = 0;
+};
+
+} // namespace tavo

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QColor>
+#include <QIcon>
+#include <QPixmap>
+#include <QString>
+
+namespace tavo {
+
+/// The image in the menu bar or tray: a template, which follows the colour of what lies around it.
+struct TavoMenuBarIcon {
+    /// The bottle cap, part of the program.
+    static constexpr const char* drawing = ":/tavo/soda-cap.svg";
+
+    static constexpr int size = 18;
+    static constexpr double heldOpacity = 1.0;
+    static constexpr double idleOpacity = 0.72;
+
+    /// @param isWakeAssertionActive  dims the image when it is not.
+    /// @param colour                 of what it is drawn in; the system decides that where it knows templates.
+    static QIcon image(bool isWakeAssertionActive, const QColor& colour);
+
+    /// The drawing to show: the bottle cap, or else a plain seal.
+    static QPixmap pixmap(const QString& drawing, int side, const QColor& colour, double opacity);
+};
+
+} // namespace tavo
