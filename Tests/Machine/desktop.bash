@@ -1,0 +1,73 @@
+# A desktop of the test's own: an X server without a screen, a window manager, a tray, a session bus. A test sources this
+# after machine.bash and calls beginDesktop first.
+
+# beginDesktop: runs the test again within a session bus, and brings up the rest. What it starts ends with the test.
+beginDesktop() {
+    if [ -z "${TAVO_TEST_DESKTOP-}" ]; then
+        XDG_RUNTIME_DIR=$(mktemp -d) TAVO_TEST_DESKTOP=1 exec dbus-run-session -- bash "$0"
+    fi
+    desktopPrograms=()
+    trap endDesktop EXIT
+    local numberFile
+    numberFile=$(mktemp)
+    Xvfb -displayfd 3 -screen 0 1000x700x24 -nolisten tcp 3>"$numberFile" 2>/dev/null &
+    desktopPrograms+=($!)
+    expectWithin 20 hasContent "$numberFile"
+    DISPLAY=:$(cat "$numberFile")
+    export DISPLAY
+    export QT_QPA_PLATFORM=xcb QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1
+    openbox 2>/dev/null &
+    desktopPrograms+=($!)
+    expectWithin 20 hasRootProperty _NET_SUPPORTING_WM_CHECK
+    trayer --edge top --align right --width 20 --height 24 2>/dev/null &
+    desktopPrograms+=($!)
+    expectWithin 20 hasTray
+}
+
+endDesktop() {
+    local index
+    for ((index = ${#desktopPrograms[@]} - 1; index >= 0; --index)); do
+        kill "${desktopPrograms[index]}" 2>/dev/null || true
+        wait "${desktopPrograms[index]}" 2>/dev/null || true
+    done
+}
+
+hasRootProperty() { xprop -root "$1" 2>/dev/null | grep -q 'window id'; }
+hasTray() { [ -n "$(xdotool search --onlyvisible --class trayer 2>/dev/null)" ]; }
+
+# beginApp ROOT ARGUMENTS...: starts the desktop app in the background; its process id is in $app.
+beginApp() {
+    local root=$1
+    shift
+    "$TAVO_BIN/tavo" --root "$root" "$@" >"$root.out" 2>"$root.err" </dev/null &
+    app=$!
+    desktopPrograms+=("$app")
+}
+
+# windowsOf PID WIDTH: the visible windows of a process that are that wide. The app's are told apart by it.
+windowsOf() {
+    local window
+    for window in $(xdotool search --onlyvisible --pid "$1" 2>/dev/null); do
+        [ "$(xdotool getwindowgeometry --shell "$window" 2>/dev/null | sed -n 's/^WIDTH=//p')" != "$2" ] || echo "$window"
+    done
+}
+settingsWindow() { windowsOf "$app" 378; }
+panelWindow() { windowsOf "$app" 280; }
+isShown() { [ -n "$("$1")" ]; }
+
+# clickIn WINDOW X Y
+clickIn() {
+    xdotool mousemove --window "$1" "$2" "$3"
+    xdotool click 1
+}
+
+clickTray() {
+    xdotool mousemove 988 12
+    xdotool click 1
+}
+
+# darkestInTray: how dark the darkest pixel of the tray's icon is, from 0 (black) to 255.
+darkestInTray() {
+    import -window root -crop 24x24+976+0 -depth 8 gray:- 2>/dev/null | od -An -v -tu1 | tr -s ' ' '\n' | sed '/^$/d' |
+        sort -n | head -n 1
+}
