@@ -1,0 +1,106 @@
+#include "Support/ScriptedApplication.h"
+#include "Support/TemporaryDirectory.h"
+#include "app/Platform.h"
+#include "app/views/ModelObserver.h"
+#include "app/views/QtMainLoop.h"
+#include "app/views/TavoSettingsWindowController.h"
+#include "system/ProgramLocation.h"
+
+#include <fmt/format.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QTimer>
+#include <algorithm>
+#include <csignal>
+#include <vector>
+
+namespace {
+
+constexpr int processes = 5000;
+constexpr int evaluations = 30;
+
+/// Processes of this program's own that do nothing, for as long as this lives.
+class Crowd {
+public:
+    Crowd() {
+        for (int count = 0; count < processes; ++count) {
+            const pid_t child = fork();
+            if (child == 0) {
+                for (;;) {
+                    pause();
+                }
+            }
+            members.push_back(child);
+        }
+    }
+    Crowd(const Crowd&) = delete;
+    Crowd& operator=(const Crowd&) = delete;
+    ~Crowd() {
+        for (const pid_t child : members) {
+            kill(child, SIGKILL);
+        }
+        for (const pid_t child : members) {
+            waitpid(child, nullptr, 0);
+        }
+    }
+
+private:
+    std::vector<pid_t> members;
+};
+
+} // namespace
+
+/// Tells how long the window does not answer at worst while Tavo looks through 5,000 processes, beside how long it does not
+/// answer when nothing is looked at.
+int main(int count, char** values) {
+    const Crowd crowd;
+    QApplication application(count, values);
+    const tavo::TemporaryDirectory folder;
+    const auto store = std::make_shared<tavo::TavoStore>(tavo::TavoPaths{folder.path()});
+    tavo::AppConfig config;
+    config.isEnabled = true;
+    config.trigger = {.mode = tavo::TriggerMode::process, .query = "a program that nobody has"};
+    store->saveConfig(config);
+    const auto loop = std::make_shared<tavo::QtMainLoop>();
+    tavo::ScriptedApplication program;
+    const auto model =
+        tavo::TavoAppModel::make(loop, store, tavo::makePlatform(tavo::runningProgram(values[0])), program);
+    tavo::ModelObserver observer(model);
+    tavo::TavoSettingsWindowController window(observer, "computer", true);
+    window.showWindow();
+
+    const auto longestGap = [&](bool evaluates) {
+        QElapsedTimer clock;
+        clock.start();
+        qint64 last = clock.nsecsElapsed();
+        qint64 longest = 0;
+        int left = evaluations;
+        QTimer heartbeat;
+        QTimer work;
+        QObject::connect(&heartbeat, &QTimer::timeout, [&] {
+            const auto now = clock.nsecsElapsed();
+            longest = std::max(longest, now - last);
+            last = now;
+        });
+        QObject::connect(&work, &QTimer::timeout, [&] {
+            if (evaluates) {
+                model->evaluateNow();
+            }
+            if (--left == 0) {
+                QCoreApplication::quit();
+            }
+        });
+        heartbeat.start(1);
+        work.start(50);
+        QCoreApplication::exec();
+        return static_cast<double>(longest) / 1e6;
+    };
+    const double idle = longestGap(false);
+    const double evaluating = longestGap(true);
+    fmt::print("longest stall of the event loop: {:.1f} ms while evaluating {} processes, {:.1f} ms otherwise\n",
+               evaluating, processes, idle);
+    return 0;
+}
