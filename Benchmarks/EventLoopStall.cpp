@@ -66,8 +66,8 @@ int main(int count, char** values) {
     store->saveConfig(config);
     const auto loop = std::make_shared<tavo::QtMainLoop>();
     tavo::ScriptedApplication program;
-    const auto model =
-        tavo::TavoAppModel::make(loop, store, tavo::makePlatform(tavo::runningProgram(values[0])), program);
+    const auto model = tavo::TavoAppModel::make(
+        loop, store, tavo::makePlatform(tavo::runningProgram(values[0]), store->paths()), program);
     tavo::ModelObserver observer(model);
     tavo::TavoSettingsWindowController window(observer, "computer", true);
     window.showWindow();

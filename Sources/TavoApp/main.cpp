@@ -86,7 +86,7 @@ int runApplication(QApplication& application, const Arguments& arguments, const 
         return raiseOther(paths);
     }
     const TavoAppMain main({.isHidden = arguments.isHidden}, std::make_shared<TavoStore>(paths),
-                           makePlatform(runningProgram(calledAs)), std::move(*lock));
+                           makePlatform(runningProgram(calledAs), paths), std::move(*lock));
     return application.exec();
 }
 

@@ -23,7 +23,7 @@ namespace {
 ExitStatus carryOut(const Invocation& invocation, const char* calledAs) {
     const auto paths = invocation.root ? TavoPaths{*invocation.root} : TavoPaths::defaultPaths();
     const auto store = std::make_shared<TavoStore>(paths);
-    auto platform = makePlatform(runningProgram(calledAs));
+    auto platform = makePlatform(runningProgram(calledAs), paths);
     return std::visit(
         [&](const auto& options) {
             using Options = std::decay_t<decltype(options)>;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "config/TavoPaths.h"
 #include "helper/ClosedLidSupport.h"
 #include "helper/HelperServiceSetup.h"
 #include "helper/PrivilegedHelperClient.h"
@@ -13,6 +14,7 @@
 #include "system/ProcessSnapshot.h"
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -34,6 +36,9 @@ struct Platform {
 
     /// Starts the assertion's child. start() returns when the assertion is held.
     std::shared_ptr<CommandRunning> assertionRunner;
+
+    /// Ends what a killed Tavo has left running; empty where nothing of that kind is left. For the one Tavo of the user.
+    std::function<void()> endOrphanedAssertion;
 
     /// What the assertion's child says it holds; stays empty where the system's own tool holds it and says nothing.
     std::shared_ptr<AssertionBoard> assertionBoard;
@@ -84,6 +89,7 @@ struct Platform {
 
 /// Assembles the collaborators of the system that this program was built for: the one place that knows which it is.
 /// @param programPath  the running program's file, beside which the others lie.
-Platform makePlatform(const std::filesystem::path& programPath);
+/// @param paths        where Tavo keeps its files.
+Platform makePlatform(const std::filesystem::path& programPath, const TavoPaths& paths);
 
 } // namespace tavo

@@ -41,6 +41,9 @@ TavoAppModel::TavoAppModel(std::shared_ptr<MainLoop> mainLoop, std::shared_ptr<c
                            Platform platform, ApplicationControlling& application)
     : mainLoop(std::move(mainLoop)), store(std::move(store)), platform(std::move(platform)), application(application),
       power(this->platform.powerEnvironment->currentStatus()) {
+    if (this->platform.endOrphanedAssertion) {
+        this->platform.endOrphanedAssertion();
+    }
     const auto support = this->platform.closedLidSupport();
     helperState = support.state();
     canResetSilently = helperState == PrivilegedHelperInstallState::ready && support.matchesThisBuild();

@@ -2,7 +2,10 @@
 
 #include "system/ShellCommand.h"
 
+#include <sys/types.h>
+
 #include <memory>
+#include <optional>
 
 namespace tavo {
 
@@ -14,6 +17,9 @@ struct RunningCommand {
 
     /// Asks the child to end (SIGTERM). Returns at once; does nothing when the child has ended already.
     virtual void stop() noexcept = 0;
+
+    /// The child's process id; absent where there is no child of this process.
+    virtual std::optional<pid_t> processID() const { return std::nullopt; }
 };
 
 /// Runs outside programs. A non-zero exit status is a result, not an error: each caller decides what it means.

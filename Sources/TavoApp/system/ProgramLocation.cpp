@@ -2,12 +2,6 @@
 
 namespace tavo {
 
-std::filesystem::path runningProgram(const char* calledAs) {
-    std::error_code ignored; // there is no such link on macOS, where the folder is found by the name it was called by
-    const auto linked = std::filesystem::read_symlink("/proc/self/exe", ignored);
-    return ignored ? std::filesystem::absolute(calledAs) : linked;
-}
-
 std::optional<std::filesystem::path> findCompanionProgram(const std::filesystem::path& programPath,
                                                           std::string_view name,
                                                           std::initializer_list<std::string_view> otherFolders) {

@@ -13,6 +13,8 @@ public:
     bool isRunning() const override { return process->isRunning(); }
     void stop() noexcept override { process->terminate(); }
 
+    std::optional<pid_t> processID() const override { return process->pid(); }
+
     pid_t pid() const { return process->pid(); }
 
 private:

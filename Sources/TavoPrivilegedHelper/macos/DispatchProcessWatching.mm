@@ -1,10 +1,8 @@
 #include "TavoPrivilegedHelper/macos/DispatchProcessWatching.h"
 
 #include "TavoPrivilegedHelper/macos/DispatchSource.h"
+#include "system/ProcessStart.h"
 
-#include <sys/sysctl.h>
-
-#include <array>
 #include <utility>
 
 namespace tavo {
@@ -23,18 +21,8 @@ private:
 } // namespace
 
 std::optional<ProcessIdentity> DispatchProcessWatching::identify(pid_t pid) const {
-    std::array<int, 4> name{CTL_KERN, KERN_PROC, KERN_PROC_PID, pid};
-    kinfo_proc process{};
-    size_t size = sizeof(process);
-    // A process that is not there is an empty answer and no failure; one that nobody has reaped has ended all the same.
-    if (sysctl(name.data(), name.size(), &process, &size, nullptr, 0) != 0 || size == 0 ||
-        process.kp_proc.p_stat == SZOMB) {
-        return std::nullopt;
-    }
-    const auto& start = process.kp_proc.p_starttime;
-    constexpr std::uint64_t microsecondsASecond = 1000000;
-    return ProcessIdentity{pid, static_cast<std::uint64_t>(start.tv_sec) * microsecondsASecond +
-                                    static_cast<std::uint64_t>(start.tv_usec)};
+    const auto start = processStart(pid);
+    return start ? std::optional(ProcessIdentity{pid, *start}) : std::nullopt;
 }
 
 std::unique_ptr<ProcessWatch> DispatchProcessWatching::watchExit(const ProcessIdentity& process,

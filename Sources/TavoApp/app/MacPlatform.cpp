@@ -1,0 +1,47 @@
+#include "app/MacPlatform.h"
+
+#include "app/ProgramsOfPlatform.h"
+#include "helper/AdministratorCommandRunner.h"
+#include "helper/LaunchDaemonSetup.h"
+#include "helper/PrivilegedHelperConstants.h"
+#include "login/LoginLaunchManager.h"
+#include "runtime/NotingCommandRunner.h"
+#include "system/PMSetAssertionList.h"
+#include "system/PSProcessSnapshotProvider.h"
+#include "system/PowerSourceNotifications.h"
+#include "system/ProcessStart.h"
+#include "system/ProgramLocation.h"
+#include "system/SystemCommandRunner.h"
+#include "system/SystemPowerEnvironment.h"
+
+#include <utility>
+
+namespace tavo {
+
+Platform makeMacPlatform(const std::filesystem::path& programPath, const TavoPaths& paths,
+                         std::shared_ptr<PrivilegedHelperClient> helperClient) {
+    Platform platform;
+    platform.commandRunner = std::make_shared<SystemCommandRunner>();
+    platform.assertionBoard = std::make_shared<AssertionBoard>();
+    platform.desktopApp = findDesktopApp(programPath);
+    platform.powerEnvironment = std::make_shared<SystemPowerEnvironment>();
+    platform.powerChanges = std::make_shared<PowerSourceNotifications>();
+    platform.processes = withoutOwnPrograms(std::make_shared<PSProcessSnapshotProvider>(platform.commandRunner));
+    const auto assertions = std::make_shared<NotingCommandRunner>(platform.commandRunner,
+                                                                  paths.rootDirectory / "assertion.json", processStart);
+    platform.assertionRunner = assertions;
+    platform.endOrphanedAssertion = [assertions] { assertions->endOrphan(); };
+    platform.heldAssertions = std::make_shared<PMSetAssertionList>(platform.commandRunner);
+    platform.silentAssertionHolder = "caffeinate";
+    platform.machineNoun = "mac";
+    platform.launchAtLogin = std::make_shared<LoginLaunchManager>(platform.commandRunner);
+    platform.helperClient = std::move(helperClient);
+    platform.helperSetup = std::make_shared<LaunchDaemonSetup>();
+    platform.administratorRunner = std::make_shared<AdministratorCommandRunner>(platform.commandRunner);
+    // Of a bundle's folders, seen from "MacOS" and from "Helpers".
+    platform.helperSource = findCompanionProgram(programPath, PrivilegedHelperConstants::helperExecutableName,
+                                                 {"../Helpers", "../MacOS", "../Resources"});
+    return platform;
+}
+
+} // namespace tavo

@@ -1,0 +1,27 @@
+#include "app/ProgramsOfPlatform.h"
+
+#include "system/OwnProgramFilter.h"
+#include "system/ProgramLocation.h"
+
+#include <unistd.h>
+
+namespace tavo {
+
+namespace {
+
+constexpr std::string_view desktopAppName = "tavo";
+
+} // namespace
+
+std::optional<std::filesystem::path> findDesktopApp(const std::filesystem::path& programPath) {
+    if (programPath.filename() == desktopAppName) {
+        return programPath;
+    }
+    return findCompanionProgram(programPath, desktopAppName, {"../MacOS", "../../bin"});
+}
+
+std::shared_ptr<ProcessSnapshotProviding> withoutOwnPrograms(std::shared_ptr<ProcessSnapshotProviding> processes) {
+    return std::make_shared<OwnProgramFilter>(std::move(processes), getpid());
+}
+
+} // namespace tavo
