@@ -1,6 +1,7 @@
 // Declares for scripts/check-cocoa what the macOS code uses and GNUstep's headers lack. Nothing is ever compiled against it.
 #pragma once
 
+#import <AppKit/AppKit.h>
 #import <Foundation/Foundation.h>
 #include <spawn.h>
 #include <stddef.h>
@@ -13,6 +14,37 @@
 - (void)setExportedInterface:(NSXPCInterface*)interface;
 - (void)setExportedObject:(id)object;
 - (void)setCodeSigningRequirement:(NSString*)requirement;
+@end
+
+// AppKit of macOS 10.10 and later, by Apple's documentation of these classes.
+@interface NSAppleEventManager (MissingOnLinux)
++ (NSAppleEventManager*)sharedAppleEventManager;
+- (void)setEventHandler:(id)handler
+            andSelector:(SEL)selector
+          forEventClass:(uint32_t)eventClass
+             andEventID:(uint32_t)eventID;
+@end
+enum : uint32_t { kCoreEventClass = 'aevt', kAEReopenApplication = 'rapp' };
+
+@interface NSApplication (MissingOnLinux)
+- (BOOL)setActivationPolicy:(NSInteger)policy;
+- (NSAppearance*)effectiveAppearance;
+@end
+
+@interface NSImage (MissingOnLinux)
++ (NSImage*)imageWithSystemSymbolName:(NSString*)name accessibilityDescription:(NSString*)description;
+@end
+enum : NSUInteger { NSCompositingOperationSourceOver = 2 };
+
+enum : NSInteger { NSWindowTitleVisible = 0, NSVisualEffectMaterialUnderWindowBackground = 21 };
+@interface NSWindow (MissingOnLinux)
+- (void)setStyleMask:(NSUInteger)mask;
+- (void)setTitleVisibility:(NSInteger)visibility;
+- (void)setTitlebarAppearsTransparent:(BOOL)isTransparent;
+- (void)setTitlebarSeparatorStyle:(NSInteger)style;
+@end
+@interface NSView (MissingOnLinux)
+- (void)setWantsLayer:(BOOL)wantsLayer;
 @end
 
 extern "C" {

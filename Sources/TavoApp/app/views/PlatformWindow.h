@@ -1,10 +1,16 @@
 #pragma once
 
+#include <functional>
+
 class QWidget;
 
 namespace tavo {
 
-// What a window needs of its window system beyond what Qt asks of every one.
+// What an application and its windows need of their window system beyond what Qt asks of every one.
+
+/// Called once the application runs.
+/// @param onReopen  to be called when the application is asked for again, as by a click on its icon.
+void preparePlatformApplication(std::function<void()> onReopen);
 
 /// Called once, before the settings window is shown.
 void preparePlatformWindow(QWidget& window);

@@ -1,5 +1,6 @@
 #include "app/views/Symbol.h"
 
+#include "app/views/SystemSymbol.h"
 #include "app/views/Theme.h"
 
 #include <QFile>
@@ -34,6 +35,10 @@ QPixmap templatePixmap(const QString& file, int size, const QColor& colour, doub
 }
 
 QPixmap symbolPixmap(const QString& name, int size, const QColor& colour, double ratio) {
+    if (auto own = systemSymbol(name, static_cast<int>(std::lround(size * ratio)), colour); !own.isNull()) {
+        own.setDevicePixelRatio(ratio);
+        return own;
+    }
     return templatePixmap(QStringLiteral(":/tavo/symbols/%1.svg").arg(name), size, colour, ratio);
 }
 

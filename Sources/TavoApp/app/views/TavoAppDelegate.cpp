@@ -1,5 +1,6 @@
 #include "app/views/TavoAppDelegate.h"
 
+#include "app/views/PlatformWindow.h"
 #include "app/views/TavoAppIcon.h"
 
 #include <QApplication>
@@ -9,6 +10,11 @@ namespace tavo {
 void TavoAppDelegate::applicationDidFinishLaunching(const std::shared_ptr<TavoAppModel>& model, MainLoop& mainLoop,
                                                     bool isHidden) const {
     QApplication::setWindowIcon(TavoAppIcon::image());
+    preparePlatformApplication([weakModel = std::weak_ptr(model)] {
+        if (const auto strongModel = weakModel.lock()) {
+            strongModel->openSettings();
+        }
+    });
     if (isHidden) {
         return;
     }

@@ -14,6 +14,9 @@ bool isSet(const char* variable) {
 
 } // namespace
 
+// A second start asks by a signal.
+void preparePlatformApplication(std::function<void()>) {}
+
 void preparePlatformWindow(QWidget&) {}
 
 void bringPlatformWindowToFront(QWidget&) {}

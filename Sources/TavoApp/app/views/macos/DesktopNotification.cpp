@@ -1,0 +1,11 @@
+#include "app/views/DesktopNotification.h"
+
+#include <QSystemTrayIcon>
+
+namespace tavo {
+
+void notifyUser(QSystemTrayIcon& tray, const QString& title, const QString& text) {
+    tray.showMessage(title, text, tray.icon());
+}
+
+} // namespace tavo

@@ -1,0 +1,78 @@
+#include "app/views/macos/NativeApplication.h"
+
+#import <AppKit/AppKit.h>
+
+#include <utility>
+
+namespace {
+
+/// NSDistributedNotificationCenter's name for a change of the appearance.
+NSString* const appearanceChanged = @"AppleInterfaceThemeChangedNotification";
+
+} // namespace
+
+/// Passes on what the system tells. Lives as long as the application.
+@interface TavoApplicationObserver : NSObject {
+    std::function<void()> onTold;
+}
+- (id)initWithHandler:(std::function<void()>)handler;
+- (void)handleEvent:(NSAppleEventDescriptor*)event withReplyEvent:(NSAppleEventDescriptor*)reply;
+- (void)handleNotification:(NSNotification*)notification;
+@end
+
+@implementation TavoApplicationObserver
+
+- (id)initWithHandler:(std::function<void()>)handler {
+    self = [super init];
+    if (self != nil) {
+        onTold = std::move(handler);
+    }
+    return self;
+}
+
+- (void)handleEvent:(NSAppleEventDescriptor*)event withReplyEvent:(NSAppleEventDescriptor*)reply {
+    (void)event;
+    (void)reply;
+    onTold();
+}
+
+- (void)handleNotification:(NSNotification*)notification {
+    (void)notification;
+    onTold();
+}
+
+@end
+
+namespace tavo {
+
+void useRegularActivationPolicy() {
+    [[NSApplication sharedApplication] setActivationPolicy:NSApplicationActivationPolicyRegular];
+}
+
+void observeReopen(std::function<void()> onReopen) {
+    TavoApplicationObserver* observer = [[TavoApplicationObserver alloc] initWithHandler:std::move(onReopen)];
+    [[NSAppleEventManager sharedAppleEventManager] setEventHandler:observer
+                                                       andSelector:@selector(handleEvent:withReplyEvent:)
+                                                     forEventClass:kCoreEventClass
+                                                        andEventID:kAEReopenApplication];
+}
+
+void observeAppearance(std::function<void()> onChange) {
+    TavoApplicationObserver* observer = [[TavoApplicationObserver alloc] initWithHandler:std::move(onChange)];
+    [[NSDistributedNotificationCenter defaultCenter] addObserver:observer
+                                                        selector:@selector(handleNotification:)
+                                                            name:appearanceChanged
+                                                          object:nil];
+}
+
+bool isAppearanceDark() {
+    @autoreleasepool {
+        NSAppearance* appearance = [[NSApplication sharedApplication] effectiveAppearance];
+        NSString* match =
+            [appearance bestMatchFromAppearancesWithNames:[NSArray arrayWithObjects:NSAppearanceNameAqua,
+                                                                                    NSAppearanceNameDarkAqua, nil]];
+        return [match isEqualToString:NSAppearanceNameDarkAqua];
+    }
+}
+
+} // namespace tavo

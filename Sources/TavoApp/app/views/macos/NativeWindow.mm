@@ -1,0 +1,52 @@
+#include "app/views/macos/NativeWindow.h"
+
+#import <AppKit/AppKit.h>
+
+namespace tavo {
+
+namespace {
+
+/// Behind what the window shows, and as large as it. Not within it: a view always lies above what it is part of.
+void addGlass(NSView* content) {
+    NSVisualEffectView* glass = [[[NSVisualEffectView alloc] initWithFrame:[content frame]] autorelease];
+    [glass setMaterial:NSVisualEffectMaterialUnderWindowBackground];
+    [glass setBlendingMode:NSVisualEffectBlendingModeBehindWindow];
+    [glass setState:NSVisualEffectStateActive];
+    [glass setAutoresizingMask:NSViewWidthSizable | NSViewHeightSizable];
+    [[content superview] addSubview:glass positioned:NSWindowBelow relativeTo:content];
+}
+
+} // namespace
+
+void prepareNativeWindow(void* view) {
+    @autoreleasepool {
+        NSView* content = static_cast<NSView*>(view);
+        NSWindow* window = [content window];
+        [window setStyleMask:NSWindowStyleMaskTitled | NSWindowStyleMaskClosable | NSWindowStyleMaskMiniaturizable];
+        [window setTitleVisibility:NSWindowTitleVisible];
+        [window setTitlebarAppearsTransparent:NO];
+        [window setTitlebarSeparatorStyle:NSTitlebarSeparatorStyleLine];
+        [window setOpaque:NO];
+        [window setBackgroundColor:[NSColor clearColor]];
+        [window setReleasedWhenClosed:NO];
+        [window setInitialFirstResponder:nil];
+        [content setWantsLayer:YES];
+        addGlass(content);
+        [window cascadeTopLeftFromPoint:NSMakePoint(0, 0)];
+    }
+}
+
+void bringNativeWindowToFront(void* view) {
+    @autoreleasepool {
+        NSWindow* window = [static_cast<NSView*>(view) window];
+        NSWindow* key = [[NSApplication sharedApplication] keyWindow];
+        if (key != nil && key != window) {
+            [key orderOut:nil];
+        }
+        [window makeKeyAndOrderFront:nil];
+        [[NSApplication sharedApplication] activateIgnoringOtherApps:YES];
+        [window orderFrontRegardless];
+    }
+}
+
+} // namespace tavo
