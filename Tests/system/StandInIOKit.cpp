@@ -1,6 +1,9 @@
 #include "system/FakePowerSources.h"
 #include "system/FakeRunLoop.h"
 
+#include <fstream>
+#include <string>
+
 // The names and the C interface of IOKit and CoreFoundation, as the library that is loaded in their place has them.
 // NOLINTBEGIN(readability-identifier-naming)
 
@@ -14,6 +17,22 @@ const Functions& fake() {
     return functions;
 }
 
+#ifdef TAVO_POWER_FILE
+/// For a test that changes the power while a program runs: a file with "ac" or "battery" and a percentage.
+void readPower() {
+    std::ifstream file(TAVO_POWER_FILE);
+    std::string source;
+    std::int32_t percent = 0;
+    file >> source >> percent;
+    auto& sources = tavo::FakePowerSources::current();
+    sources.providingType = source == "ac" ? "AC Power" : "Battery Power";
+    sources.sources = {tavo::FakePowerSources::Source{
+        {"Current Capacity", percent}, {"Max Capacity", 100}, {"Is Charging", source == "ac"}}};
+}
+#else
+void readPower() {}
+#endif
+
 } // namespace
 
 extern "C" {
@@ -24,6 +43,7 @@ tavo::FakePowerSources* standInPowerSources() {
 }
 
 CoreFoundationRef IOPSCopyPowerSourcesInfo() {
+    readPower();
     return fake().copyPowerSourcesInfo();
 }
 

@@ -1,0 +1,56 @@
+# The helper put in, used and taken out; launch at login on and off.
+. /scenarios/mac.bash
+tool=/Library/PrivilegedHelperTools/TavoPrivilegedHelper
+plist=/Library/LaunchDaemons/com.vrd.tavo.helper.plist
+source=/Applications/Tavo.app/Contents/Helpers/TavoPrivilegedHelper
+staged="$root/helper-installer/com.vrd.tavo.helper.plist"
+
+# The approval is refused: said in the system's words, and nothing is there.
+: >/rehearsal/refused
+status=0
+message=$(control helper install 2>&1) || status=$?
+expectEqual 1 "$status" "status after a refusal"
+expectContains "$message" "User canceled" "the refusal"
+expectCalls "/usr/bin/osascript -e do shell script"
+[ ! -e "$tool" ] && [ ! -e "$root/helper-installer" ] || fail "a refusal left files"
+rm /rehearsal/refused
+
+control helper install >/dev/null
+expectCalls "/usr/bin/osascript -e do shell script
+/bin/launchctl bootout system/com.vrd.tavo.helper
+/bin/launchctl enable system/com.vrd.tavo.helper
+/usr/bin/install -m 755 $source $tool
+/usr/sbin/chown root:wheel $tool
+/usr/bin/install -m 644 $staged $plist
+/usr/sbin/chown root:wheel $plist
+/bin/launchctl bootstrap system $plist
+/bin/launchctl kickstart -k system/com.vrd.tavo.helper"
+cmp -s "$source" "$tool" || fail "another helper was installed"
+[ ! -e "$root/helper-installer" ] || fail "the staging folder is left"
+expectContains "$(cat "$plist")" "<key>MachServices</key>" "the service's definition"
+expectEqual true "$(control get closedLidPermissionGranted)" "the permission"
+expectContains "$(control helper status)" "ready" "the state"
+: >/rehearsal/log
+
+beginRun --always --lid closed
+expectCalls "/usr/bin/caffeinate -i -s
+/usr/bin/pmset -a disablesleep 1"
+endRun
+expectCalls "/usr/bin/caffeinate ends
+/usr/bin/pmset -a disablesleep 0"
+
+# It removes itself a second later.
+control helper reset >/dev/null
+expectCalls "/bin/launchctl bootout system/com.vrd.tavo.helper"
+[ ! -e "$tool" ] && [ ! -e "$plist" ] || fail "files of the helper are left"
+expectEqual false "$(control get closedLidPermissionGranted)" "the permission after the reset"
+
+# Launch at login.
+agent=$HOME/Library/LaunchAgents/com.vrd.tavo.plist
+control login on >/dev/null
+expectCalls "/bin/launchctl bootout gui/0 $agent
+/bin/launchctl bootstrap gui/0 $agent"
+expectContains "$(cat "$agent")" "<string>/Applications/Tavo.app/Contents/MacOS/tavo</string>" "the agent"
+control set launchAtLoginEnabled false >/dev/null
+expectCalls "/bin/launchctl bootout gui/0 $agent"
+[ ! -e "$agent" ] || fail "the agent is left"

@@ -1,0 +1,32 @@
+# Tavo killed: the next start ends what it has left, and only that.
+. /scenarios/mac.bash
+
+# Somebody else's.
+/usr/bin/caffeinate -d &
+other=$!
+expectCalls "/usr/bin/caffeinate -d"
+
+beginRun --always
+expectCalls "/usr/bin/caffeinate -i -s"
+orphan=$(tail -n 1 /rehearsal/caffeinates)
+expectContains "$(cat "$root/assertion.json")" "\"pid\": $orphan" "the note"
+kill -s KILL "$run"
+wait "$run" 2>/dev/null || true
+kill -0 "$orphan" || fail "the real one would have lived on"
+
+# Asking about it ends nothing.
+control status >/dev/null
+kill -0 "$orphan" || fail "tavoctl status has ended it"
+: >/rehearsal/log
+
+beginRun --always
+expectWithin 10 hasEnded "$orphan"
+endedAndStarted() { [ "$(LC_ALL=C sort /rehearsal/log)" = "/usr/bin/caffeinate -i -s
+/usr/bin/caffeinate ends" ]; }
+expectWithin 10 endedAndStarted
+kill -0 "$other" || fail "somebody else's has been ended"
+: >/rehearsal/log
+endRun
+expectCalls "/usr/bin/caffeinate ends"
+[ ! -e "$root/assertion.json" ] || fail "the note is left"
+kill "$other"
