@@ -1,4 +1,4 @@
-# The layout of the Mac's application bundle, put together with stand-ins for the two programs that only a Mac has.
+# The layout of the Mac's application bundle, put together with stand-ins for the programs that only a Mac has.
 # Usage: Bundle.bash PROJECT CMAKE ICONS VERSION
 set -euo pipefail
 project=$1 cmake=$2 icons=$3 version=$4
@@ -23,6 +23,9 @@ mkdir -p "\$1/Contents/Frameworks/QtCore.framework" "\$1/Contents/PlugIns/platfo
 : >"\$1/Contents/PlugIns/platforms/libqcocoa.dylib"
 SH
 printf '#!/bin/sh\necho "codesign $*" >>"%s"\n' "$folder/calls" >"$folder/bin/codesign"
+# What otool(1) prints: the file, then a line for each library.
+needs() { printf '#!/bin/sh\nprintf "%%s:\\n" "$2"\nprintf "\\t%%s (compatibility version 1.0.0)\\n" %s\n' "$*" >"$folder/bin/otool"; }
+needs /usr/lib/libSystem.B.dylib /System/Library/Frameworks/Foundation.framework/Versions/C/Foundation
 chmod 755 "$folder/bin/"*
 
 app="$folder/a folder with spaces/Tavo.app"
@@ -30,7 +33,7 @@ assemble() {
     : >"$folder/calls"
     "$cmake" -D "BUNDLE=$app" -D "VERSION=$version" -D "PROGRAMS=$folder/programs" -D "ICON=$icons/AppIcon.icns" \
         -D "RESOURCES=$project/Resources" -D "MACDEPLOYQT=$folder/bin/macdeployqt" \
-        -D "CODESIGN=$folder/bin/codesign" "$@" -P "$project/cmake/AssembleBundle.cmake"
+        -D "CODESIGN=$folder/bin/codesign" -D "OTOOL=$folder/bin/otool" "$@" -P "$project/cmake/AssembleBundle.cmake"
 }
 
 assemble
@@ -64,7 +67,7 @@ expectEqual "$version" "$(valueOf CFBundleShortVersionString)" "the version"
 expectEqual "" "$(valueOf LSUIElement)" "the app has an icon in the Dock"
 
 contents=$app/Contents
-expectEqual "macdeployqt $app -executable=$contents/Helpers/tavoctl -executable=$contents/Helpers/TavoPrivilegedHelper -always-overwrite
+expectEqual "macdeployqt $app -executable=$contents/Helpers/tavoctl -always-overwrite
 codesign --force --sign - --identifier com.vrd.tavo.helper $contents/Helpers/TavoPrivilegedHelper
 codesign --force --sign - --identifier com.vrd.tavo.control $contents/Helpers/tavoctl
 codesign --force --sign - $contents/PlugIns/platforms/libqcocoa.dylib
@@ -78,6 +81,12 @@ assemble -D "IDENTITY=Developer ID Application: Somebody (ABCDE12345)"
 expectEqual 5 "$(grep -c -- '--sign Developer ID Application: Somebody (ABCDE12345) --options runtime --timestamp' "$folder/calls")" \
     "signatures with a hardened runtime"
 expectEqual "$app" "$(tail -n 1 "$folder/calls" | sed 's/.*com\.vrd\.tavo //')" "what is signed last"
+
+# A helper that would find its libraries in the bundle alone is not put into it.
+needs /usr/lib/libSystem.B.dylib @rpath/libfmt.9.dylib
+message=$(assemble 2>&1) && fail "a helper that needs a library of others was taken"
+[[ $message == *"the helper needs @rpath/libfmt.9.dylib"* ]] || fail "what the helper needs is not named: $message"
+needs /usr/lib/libSystem.B.dylib
 
 # A program that fails stops everything.
 printf '#!/bin/sh\nexit 3\n' >"$folder/bin/codesign"

@@ -1,11 +1,11 @@
 # Puts Tavo.app together. Usage:
 #
 #   cmake -D BUNDLE=DIR/Tavo.app -D VERSION=1.2.3 -D PROGRAMS=FOLDER -D ICON=FILE.icns -D RESOURCES=FOLDER \
-#         -D MACDEPLOYQT=PROGRAM -D CODESIGN=PROGRAM [-D IDENTITY=NAME] -P AssembleBundle.cmake
+#         -D MACDEPLOYQT=PROGRAM -D CODESIGN=PROGRAM -D OTOOL=PROGRAM [-D IDENTITY=NAME] -P AssembleBundle.cmake
 #
 # PROGRAMS holds tavo, tavoctl and TavoPrivilegedHelper; RESOURCES is the project's own folder of that name. An empty or missing
-# IDENTITY signs ad hoc. Needs no Mac but for the two programs that it calls.
-foreach(argument IN ITEMS BUNDLE VERSION PROGRAMS ICON RESOURCES MACDEPLOYQT CODESIGN)
+# IDENTITY signs ad hoc. Needs no Mac but for the three programs that it calls.
+foreach(argument IN ITEMS BUNDLE VERSION PROGRAMS ICON RESOURCES MACDEPLOYQT CODESIGN OTOOL)
     if(NOT ${argument})
         message(FATAL_ERROR "AssembleBundle: ${argument} is missing.")
     endif()
@@ -30,9 +30,20 @@ set(TAVO_VERSION "${VERSION}")
 configure_file("${RESOURCES}/macOS/Info.plist.in" "${contents}/Info.plist" @ONLY)
 file(WRITE "${contents}/PkgInfo" "APPL????")
 
-# Qt and what it needs, and what the other programs load, come into Contents/Frameworks.
-run("${MACDEPLOYQT}" "${BUNDLE}" "-executable=${contents}/Helpers/tavoctl"
-    "-executable=${contents}/Helpers/TavoPrivilegedHelper" -always-overwrite)
+# Qt and what it needs, and what tavoctl loads, come into Contents/Frameworks. The helper is installed elsewhere, where it finds
+# nothing but the system's own libraries.
+execute_process(COMMAND "${OTOOL}" -L "${contents}/Helpers/TavoPrivilegedHelper" OUTPUT_VARIABLE loaded RESULT_VARIABLE status)
+string(REGEX MATCHALL "\n[ \t]+[^ \n]+" libraries "${loaded}")
+foreach(library IN LISTS libraries)
+    string(STRIP "${library}" library)
+    if(NOT library MATCHES "^(/usr/lib/|/System/)")
+        message(FATAL_ERROR "AssembleBundle: the helper needs ${library}, which is not part of macOS.")
+    endif()
+endforeach()
+if(NOT status EQUAL 0 OR NOT libraries)
+    message(FATAL_ERROR "AssembleBundle: it cannot be told which libraries the helper needs.")
+endif()
+run("${MACDEPLOYQT}" "${BUNDLE}" "-executable=${contents}/Helpers/tavoctl" -always-overwrite)
 
 # From the inside to the outside: the signature of a bundle covers what is in it.
 set(identity "-")
