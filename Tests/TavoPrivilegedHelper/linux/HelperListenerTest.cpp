@@ -231,10 +231,12 @@ TEST_F(Listener, ACallerWhoseRequestArrivedWhileAnotherWasServedIsServedToo) {
 TEST_F(Listener, AnOverrideWhoseCallerHasStoppedWaitingIsGivenBack) {
     std::promise<void> isServing;
     std::promise<void> mayEnd;
+    std::atomic<int> calls = 0;
     setting->onCall = [&] {
-        setting->onCall = nullptr;
-        isServing.set_value();
-        mayEnd.get_future().wait();
+        if (++calls == 1) {
+            isServing.set_value();
+            mayEnd.get_future().wait();
+        }
     };
     auto impatient = connectTo();
     const auto request = SocketFraming::request(R"({"setSleepDisabled":{"scope":"ac","disabled":true}})");
@@ -251,6 +253,7 @@ TEST_F(Listener, AnOverrideWhoseCallerHasStoppedWaitingIsGivenBack) {
     EXPECT_TRUE(waitUntil([this] { return openConnections() == 0; }));
     end();
     EXPECT_THAT(*setting->log, ElementsAre("sleep off ac", "sleep on ac"));
+    setting->onCall = nullptr;
     begin({});
 }
 
