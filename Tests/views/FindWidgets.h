@@ -1,11 +1,29 @@
 #pragma once
 
+#include <QApplication>
+#include <QFont>
 #include <QWidget>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 namespace tavo {
+
+/// The application's font in another size, for as long as this lives.
+class FontSize {
+public:
+    explicit FontSize(int pixels) : before(QApplication::font()) {
+        auto font = before;
+        font.setPixelSize(pixels);
+        QApplication::setFont(font);
+    }
+    FontSize(const FontSize&) = delete;
+    FontSize& operator=(const FontSize&) = delete;
+    ~FontSize() { QApplication::setFont(before); }
+
+private:
+    QFont before;
+};
 
 /// All parts of a type, which need no meta-object of their own, in the order in which they were made.
 template <typename Part>

@@ -355,10 +355,7 @@ TEST_F(SettingsViewTest, EveryControlHasANameAndARole) {
 TEST_F(SettingsViewTest, NothingIsWiderThanTheWindow) {
     for (const int pixels : {13, 20, 26}) {
         for (const auto direction : {Qt::LeftToRight, Qt::RightToLeft}) {
-            auto font = QApplication::font();
-            font.setPixelSize(pixels);
-            const auto before = QApplication::font();
-            QApplication::setFont(font);
+            const FontSize size(pixels);
             QApplication::setLayoutDirection(direction);
             helper->otherwise = PrivilegedHelperResponse::ok();
             installHelper();
@@ -369,7 +366,6 @@ TEST_F(SettingsViewTest, NothingIsWiderThanTheWindow) {
             const auto* scroll = view->findChild<QScrollArea*>();
             EXPECT_LE(scroll->widget()->width(), scroll->viewport()->width()) << pixels;
             view.reset();
-            QApplication::setFont(before);
             QApplication::setLayoutDirection(Qt::LeftToRight);
         }
     }

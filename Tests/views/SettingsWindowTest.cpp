@@ -16,27 +16,19 @@ protected:
 };
 
 TEST_F(SettingsWindowTest, HasItsSizeAndItsTitleAndCannotBeResized) {
-    const auto before = QApplication::font();
-    auto font = before;
-    font.setPixelSize(13);
-    QApplication::setFont(font);
+    const FontSize size(13);
     const TavoSettingsWindowController controller(*observer, "computer", false);
     EXPECT_EQ(controller.window().minimumSize(), QSize(378, 350));
     EXPECT_EQ(controller.window().maximumSize(), QSize(378, 350));
     EXPECT_EQ(controller.window().windowTitle(), "tavo");
     EXPECT_FALSE(controller.window().windowFlags().testFlag(Qt::WindowMaximizeButtonHint));
     EXPECT_TRUE(controller.window().windowFlags().testFlag(Qt::WindowMinimizeButtonHint));
-    QApplication::setFont(before);
 }
 
 TEST_F(SettingsWindowTest, GrowsWithLargeFonts) {
-    const auto before = QApplication::font();
-    auto font = before;
-    font.setPixelSize(26);
-    QApplication::setFont(font);
+    const FontSize size(26);
     const TavoSettingsWindowController controller(*observer, "computer", false);
     EXPECT_EQ(controller.window().size(), QSize(756, 700));
-    QApplication::setFont(before);
 }
 
 TEST_F(SettingsWindowTest, NoControlStandsOutWhenItAppears) {

@@ -45,6 +45,7 @@ enum : NSInteger { NSWindowTitleVisible = 0, NSVisualEffectMaterialUnderWindowBa
 @end
 @interface NSView (MissingOnLinux)
 - (void)setWantsLayer:(BOOL)wantsLayer;
+- (void)setAccessibilityLabel:(NSString*)label;
 @end
 
 extern "C" {

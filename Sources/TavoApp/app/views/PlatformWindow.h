@@ -2,6 +2,7 @@
 
 #include <functional>
 
+class QString;
 class QWidget;
 
 namespace tavo {
@@ -23,6 +24,9 @@ bool hasDisplay();
 
 /// Whether windows may choose where they stand.
 bool canPlaceWindows();
+
+/// Names the item in the menu bar for those who hear the screen, once it is shown; where Qt does not do so by itself.
+void labelStatusItem(const QString& label);
 
 /// Whether a click on the icon in the tray can be told of where a menu is attached to it.
 bool trayTellsOfClicksBesideMenu();

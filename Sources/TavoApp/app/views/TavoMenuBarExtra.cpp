@@ -43,6 +43,7 @@ TavoMenuBarExtra::TavoMenuBarExtra(ModelObserver& observer)
     connect(&observer, &ModelObserver::changed, this, &TavoMenuBarExtra::showModel);
     showModel(~ModelChanges());
     tray.show();
+    labelStatusItem(QStringLiteral("tavo"));
 }
 
 TavoMenuBarExtra::~TavoMenuBarExtra() = default;

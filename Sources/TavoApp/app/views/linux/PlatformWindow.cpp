@@ -29,6 +29,9 @@ bool canPlaceWindows() {
     return !QGuiApplication::platformName().startsWith(QStringLiteral("wayland"));
 }
 
+// A tray knows the name of the application.
+void labelStatusItem(const QString&) {}
+
 bool trayTellsOfClicksBesideMenu() {
     return true;
 }

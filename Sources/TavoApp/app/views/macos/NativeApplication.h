@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <string>
 
 namespace tavo {
 
@@ -13,6 +14,9 @@ void observeReopen(std::function<void()> onReopen);
 
 /// Has `onChange` called whenever the desktop changes between light and dark.
 void observeAppearance(std::function<void()> onChange);
+
+/// Gives the application's item in the menu bar its accessibility label.
+void labelNativeStatusItem(const std::string& label);
 
 /// Whether the application is to look dark now.
 bool isAppearanceDark();

@@ -65,6 +65,17 @@ void observeAppearance(std::function<void()> onChange) {
                                                           object:nil];
 }
 
+void labelNativeStatusItem(const std::string& label) {
+    @autoreleasepool {
+        // The item itself is Qt's; the window that the system shows it in is among the application's own.
+        for (NSWindow* window in [[NSApplication sharedApplication] windows]) {
+            if ([NSStringFromClass([window class]) isEqualToString:@"NSStatusBarWindow"]) {
+                [[window contentView] setAccessibilityLabel:[NSString stringWithUTF8String:label.c_str()]];
+            }
+        }
+    }
+}
+
 bool isAppearanceDark() {
     @autoreleasepool {
         NSAppearance* appearance = [[NSApplication sharedApplication] effectiveAppearance];

@@ -37,6 +37,10 @@ bool canPlaceWindows() {
     return true;
 }
 
+void labelStatusItem(const QString& label) {
+    labelNativeStatusItem(label.toStdString());
+}
+
 // A menu that is attached to an item of the menu bar opens in the place of everything else.
 bool trayTellsOfClicksBesideMenu() {
     return false;
