@@ -57,7 +57,7 @@ private:
         sigaddset(&blocked, SIGUSR1);
         sigset_t whileWaiting;
         sigprocmask(SIG_BLOCK, &blocked, &whileWaiting);
-        std::signal(SIGUSR1, [](int) { isSignalled = 1; });
+        std::signal(SIGUSR1, [](int) {});
         const auto lock = InstanceLock::acquire(lockFile, note);
         const char unit = 0;
         if (!lock || write(ready, &unit, 1) != 1) {
@@ -70,8 +70,8 @@ private:
             if (pselect(stop + 1, &waited, nullptr, nullptr, nullptr, &whileWaiting) >= 0) {
                 return;
             }
-            if (isSignalled != 0 && onSignal) {
-                isSignalled = 0;
+            // Interrupted, and there is one signal that does that.
+            if (onSignal) {
                 onSignal();
             }
         }
@@ -81,8 +81,6 @@ private:
         close(stopEnd);
         waitpid(child, nullptr, 0);
     }
-
-    inline static volatile std::sig_atomic_t isSignalled = 0;
 
     pid_t child = -1;
     int stopEnd = -1;
