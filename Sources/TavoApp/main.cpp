@@ -5,6 +5,7 @@
 #include "app/views/TavoAppIcon.h"
 #include "app/views/TavoAppMain.h"
 #include "base/JsonCoding.h"
+#include "base/PrintError.h"
 #include "config/InstanceLock.h"
 #include "config/TavoStore.h"
 #include "system/ProgramLocation.h"
@@ -49,7 +50,7 @@ std::optional<int> parse(int count, char** values, Arguments& arguments) {
     } catch (const CLI::CallForHelp&) {
         fmt::print("{}", parser.help());
     } catch (const CLI::ParseError& error) {
-        fmt::print(stderr, "tavo: {}; tavo --help lists what there is.\n", error.what());
+        printError("tavo: {}; tavo --help lists what there is.\n", error.what());
         return wrongUsage;
     }
     return EXIT_SUCCESS;
@@ -73,7 +74,7 @@ int raiseOther(const TavoPaths& paths) {
     }
     const auto text = fmt::format("another tavo is running in a terminal{}; end it first.",
                                   holder ? fmt::format(" (process id {})", *holder) : "");
-    fmt::print(stderr, "tavo: {}\n", text);
+    printError("tavo: {}\n", text);
     QMessageBox(QMessageBox::Information, QStringLiteral("tavo"), QString::fromStdString(text)).exec();
     return alreadyRunning;
 }
@@ -98,7 +99,7 @@ int start(int count, char** values) {
     // A parent that ignores this signal would have the kernel reap our children before we can ask how they ended.
     std::signal(SIGCHLD, SIG_DFL);
     if (!hasDisplay()) {
-        fmt::print(stderr, "tavo: there is no display to show windows on; tavoctl run works without one.\n");
+        printError("tavo: there is no display to show windows on; tavoctl run works without one.\n");
         return systemUnavailable;
     }
     // Nobody may find the process id in the lock file and signal it before the signals are handled; and the threads that
@@ -111,7 +112,7 @@ int start(int count, char** values) {
     try {
         return runApplication(application, arguments, values[0]);
     } catch (const std::exception& error) {
-        fmt::print(stderr, "tavo: {}\n", error.what());
+        printError("tavo: {}\n", error.what());
         QMessageBox(QMessageBox::Critical, QStringLiteral("tavo"), QString::fromUtf8(error.what())).exec();
         return EXIT_FAILURE;
     }

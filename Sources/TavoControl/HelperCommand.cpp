@@ -5,6 +5,7 @@
 #include "HelperReport.h"
 #include "RunningTavo.h"
 #include "Version.h"
+#include "base/PrintError.h"
 #include "base/Text.h"
 
 #include <fmt/format.h>
@@ -82,7 +83,7 @@ ExitStatus HelperCommand::printStatus(bool json) const {
 
 ExitStatus HelperCommand::install() const {
     if (!platform.helperSource) {
-        fmt::print(stderr, "tavoctl: could not find the tavo helper executable in this build; install tavo again.\n");
+        printError("tavoctl: could not find the tavo helper executable in this build; install tavo again.\n");
         return ExitStatus::failure;
     }
     const auto state = support.install(store.paths());
@@ -102,7 +103,7 @@ ExitStatus HelperCommand::uninstall() const {
     support.uninstall(store.paths());
     recordPermission(false);
     if (support.hasFiles()) {
-        fmt::print(stderr, "tavoctl: files of the helper are still there; see tavoctl helper status.\n");
+        printError("tavoctl: files of the helper are still there; see tavoctl helper status.\n");
         return ExitStatus::failure;
     }
     fmt::print("the helper is removed; tavo no longer keeps awake with the lid closed.\n");
@@ -112,12 +113,11 @@ ExitStatus HelperCommand::uninstall() const {
 ExitStatus HelperCommand::reset() const {
     const auto state = support.state();
     if (state == PrivilegedHelperInstallState::notInstalled) {
-        fmt::print(stderr, "tavoctl: the helper is not installed, so there is nothing to reset.\n");
+        printError("tavoctl: the helper is not installed, so there is nothing to reset.\n");
         return ExitStatus::failure;
     }
     if (state != PrivilegedHelperInstallState::ready || !support.matchesThisBuild()) {
-        fmt::print(stderr,
-                   "tavoctl: the helper {}, so it is not trusted to remove itself; tavoctl helper uninstall removes it "
+        printError("tavoctl: the helper {}, so it is not trusted to remove itself; tavoctl helper uninstall removes it "
                    "with an administrator's approval.\n",
                    state == PrivilegedHelperInstallState::ready ? "is not the one of this build" : "does not answer");
         return ExitStatus::failure;
@@ -125,7 +125,7 @@ ExitStatus HelperCommand::reset() const {
     const bool isGone = support.reset();
     recordPermission(false);
     if (!isGone) {
-        fmt::print(stderr, "tavoctl: closed-lid support could not be fully reset; see tavoctl helper status.\n");
+        printError("tavoctl: closed-lid support could not be fully reset; see tavoctl helper status.\n");
         return ExitStatus::failure;
     }
     fmt::print("the helper has removed itself; tavo no longer keeps awake with the lid closed.\n");
@@ -135,7 +135,7 @@ ExitStatus HelperCommand::reset() const {
 /// Notes it where the settings window looks, and has a running Tavo act on it.
 void HelperCommand::recordPermission(bool granted) const {
     if (actsForAnotherUser()) {
-        fmt::print(stderr, "tavoctl: the configuration of the user who called sudo is left as it is.\n");
+        printError("tavoctl: the configuration of the user who called sudo is left as it is.\n");
         return;
     }
     try {
@@ -145,7 +145,7 @@ void HelperCommand::recordPermission(bool granted) const {
             store.saveConfig(config);
         }
     } catch (const std::exception& error) {
-        fmt::print(stderr, "tavoctl: config.json was left as it is: {}\n", visibleControls(errorSentence(error)));
+        printError("tavoctl: config.json was left as it is: {}\n", visibleControls(errorSentence(error)));
     }
     tellRunningTavo(store);
 }

@@ -5,6 +5,7 @@
 #include "app/AsioMainLoop.h"
 #include "app/ProcessSignals.h"
 #include "app/TavoAppModel.h"
+#include "base/PrintError.h"
 #include "base/Text.h"
 #include "base/WakeControlError.h"
 #include "config/InstanceLock.h"
@@ -130,7 +131,7 @@ private:
         } catch (const std::exception&) {
             // What is to be said follows, on standard error.
         }
-        fmt::print(stderr, "tavoctl: {}{}\n", visibleControls(failed.lastError.value_or("the evaluation failed.")),
+        printError("tavoctl: {}{}\n", visibleControls(failed.lastError.value_or("the evaluation failed.")),
                    adviceFor(failure));
     }
 
@@ -154,8 +155,7 @@ ExitStatus runInForeground(const RunOptions& options, std::shared_ptr<const Tavo
     const auto lock = InstanceLock::acquire(store->paths().lockURL(), noteOf(options.overrides));
     if (!lock) {
         const auto holder = InstanceLock::holder(store->paths().lockURL());
-        fmt::print(
-            stderr,
+        printError(
             "tavoctl: another tavo is running{}; end it first, or give this one a folder of its own with --root.\n",
             holder ? fmt::format(" (process id {})", *holder) : "");
         return ExitStatus::alreadyRunning;

@@ -6,6 +6,7 @@
 #include "Settings.h"
 #include "StatusCommand.h"
 #include "base/FileDescriptor.h"
+#include "base/PrintError.h"
 #include "base/Text.h"
 #include "config/AtomicFile.h"
 
@@ -151,10 +152,18 @@ ExitStatus SettingsCommand::haveRunningTavoFollow(const AppConfig& config) const
     }
     const auto state = store.paths().stateURL();
     const auto versionBefore = versionOf(state);
+    // An evaluation that had begun before the change writes a state, too.
+    const bool isEnabled = running->overrides.appliedTo(config).isEnabled;
+    const auto isObeyed = [&] {
+        try {
+            return store.loadRuntimeSnapshot().isEnabled == isEnabled;
+        } catch (const std::exception&) {
+            return false;
+        }
+    };
     const auto told = tellRunningTavo(store);
-    if (told && !waitForNewState([&] { return versionOf(state) != versionBefore; })) {
-        fmt::print(stderr,
-                   "tavoctl: the change is saved, but the running tavo (process id {}) has not taken it up within 2 "
+    if (told && !waitForNewState([&] { return versionOf(state) != versionBefore && isObeyed(); })) {
+        printError("tavoctl: the change is saved, but the running tavo (process id {}) has not taken it up within 2 "
                    "seconds; see tavoctl status.\n",
                    *told);
         return ExitStatus::failure;

@@ -8,6 +8,7 @@
 #include "RunCommand.h"
 #include "SettingsCommand.h"
 #include "StatusCommand.h"
+#include "base/PrintError.h"
 #include "base/Text.h"
 #include "system/ProgramLocation.h"
 
@@ -56,7 +57,7 @@ ExitStatus runProgram(int count, const char* const* values) {
     const auto parsed = parseCommandLine(count, values);
     if (const auto* usage = std::get_if<UsageReply>(&parsed)) {
         if (usage->isError) {
-            fmt::print(stderr, "tavoctl: {}\n", visibleControls(usage->text));
+            printError("tavoctl: {}\n", visibleControls(usage->text));
             return ExitStatus::wrongUsage;
         }
         fmt::print("{}", usage->text);
@@ -65,7 +66,7 @@ ExitStatus runProgram(int count, const char* const* values) {
     try {
         return carryOut(std::get<Invocation>(parsed), values[0]);
     } catch (const std::exception& error) {
-        fmt::print(stderr, "tavoctl: {}\n", visibleControls(errorSentence(error)));
+        printError("tavoctl: {}\n", visibleControls(errorSentence(error)));
         return exitStatusOf(std::current_exception());
     }
 }

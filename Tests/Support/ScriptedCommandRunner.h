@@ -60,6 +60,9 @@ public:
         if (failure) {
             std::rethrow_exception(failure);
         }
+        if (onStart) {
+            onStart();
+        }
         children.push_back(std::make_shared<ScriptedRunningCommand>(log));
         return children.back();
     }
@@ -79,6 +82,9 @@ public:
 
     /// Thrown by every call while it is set.
     std::exception_ptr failure;
+
+    /// What happens while a child is being started.
+    std::function<void()> onStart;
 
     /// What every command that is run brings about.
     std::function<void()> onRun;

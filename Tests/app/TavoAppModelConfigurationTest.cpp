@@ -310,5 +310,27 @@ TEST_F(TavoAppModelTest, WhereTheSystemTellsNobodyTheNextMinuteWillDo) {
     EXPECT_EQ(model->runtimeSnapshot().lastDecisionReason, Reason::batteryCutoffReached);
 }
 
+TEST_F(TavoAppModelTest, QuittingSavesWhatCouldNotBeSavedBefore) {
+    startWith(enabled());
+    disk->hasNoRoomForConfig = true;
+    model->toggleEnabled();
+    disk->hasNoRoomForConfig = false;
+    model->quit();
+    EXPECT_FALSE(store->loadConfig().isEnabled);
+}
+
+TEST_F(TavoAppModelTest, APlugPulledWhileThePlanIsCarriedOutIsActedOnAtOnce) {
+    auto config = enabled();
+    config.powerSourcePolicy = PowerSourcePolicy::acOnly;
+    runner->onStart = [this] {
+        power->status = {.source = CurrentPowerSource::battery, .batteryPercent = 80};
+        powerChanges->tell();
+    };
+    startWith(config);
+    loop->advance(std::chrono::seconds{1});
+    EXPECT_EQ(model->runtimeSnapshot().lastDecisionReason, Reason::powerSourceMismatch);
+    EXPECT_FALSE(runner->children.back()->isRunning());
+}
+
 } // namespace
 } // namespace tavo

@@ -214,5 +214,31 @@ TEST_F(HelperFlowTest, ThePermissionIsAskedForByWhatIsInForceAndNotByTheDraft) {
     EXPECT_TRUE(model->needsClosedLidPermission());
 }
 
+TEST_F(HelperFlowTest, AnOverrideThatCouldNotBeGivenBackIsGivenBackLater) {
+    installHelper();
+    startWith(enabledWithLidClosed());
+    asked();
+    // Killed, and looked at before it is back; it takes over what this living process had asked for.
+    helper->otherwise = std::make_exception_ptr(std::runtime_error("nobody listens."));
+    model->lookAround();
+    EXPECT_EQ(model->helperInstallState(), HelperState::installedUnreachable);
+    helper->otherwise = PrivilegedHelperResponse::ok();
+    asked();
+    model->toggleEnabled();
+    EXPECT_THAT(asked(), ElementsAre(Command::setSleepDisabled(PMSetScope::all, false)));
+}
+
+TEST_F(HelperFlowTest, AHelperThatComesLateIsFoundByTheUserAndByItself) {
+    installHelper();
+    helper->otherwise = PrivilegedHelperResponse::ok();
+    startWith(enabledWithLidClosed());
+    EXPECT_EQ(model->lastError(), WakeControlError::closedLidRequiresPrivilege().description());
+    helper->otherwise = PrivilegedHelperResponse::pong();
+    loop->advance(std::chrono::seconds{60});
+    EXPECT_EQ(model->lastError(), std::nullopt);
+    EXPECT_TRUE(model->runtimeSnapshot().isWakeAssertionActive);
+    EXPECT_EQ(loop->armedTimers(), 1U);
+}
+
 } // namespace
 } // namespace tavo

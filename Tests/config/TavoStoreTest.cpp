@@ -165,6 +165,27 @@ TEST_F(TavoStoreTest, WhatIsAsideAlreadyIsNeverReplaced) {
     EXPECT_EQ(fileContent(root / "config.json.unreadable.3"), "third");
 }
 
+TEST_F(TavoStoreTest, WhatALinkLeadsToIsKeptAsideAndTheLinkStays) {
+    const auto target = folder.write("dotfiles/tavo.json", "mine {");
+    std::filesystem::create_directories(root);
+    std::filesystem::create_symlink(target, root / "config.json");
+    store.saveConfig(AppConfig::defaultConfig());
+    EXPECT_EQ(fileContent(root / "config.json.unreadable"), "mine {");
+    EXPECT_FALSE(std::filesystem::is_symlink(root / "config.json.unreadable"));
+    EXPECT_TRUE(std::filesystem::is_symlink(root / "config.json"));
+    EXPECT_EQ(fileContent(target), configText());
+    EXPECT_EQ(store.loadConfig(), AppConfig::defaultConfig());
+}
+
+TEST_F(TavoStoreTest, ALinkToAFileThatIsNotThereYetStays) {
+    std::filesystem::create_directories(root);
+    std::filesystem::create_directories(folder.path() / "dotfiles");
+    std::filesystem::create_symlink("../../dotfiles/tavo.json", root / "config.json");
+    store.saveConfig(AppConfig::defaultConfig());
+    EXPECT_TRUE(std::filesystem::is_symlink(root / "config.json"));
+    EXPECT_NE(fileContent(folder.path() / "dotfiles/tavo.json"), "");
+}
+
 TEST_F(TavoStoreTest, AFileThatCanBeLoadedIsSimplyReplaced) {
     store.saveConfig(AppConfig::defaultConfig());
     store.saveConfig(AppConfig::defaultConfig());

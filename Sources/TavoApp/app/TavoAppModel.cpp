@@ -153,6 +153,10 @@ void TavoAppModel::evaluateNow() {
 
 void TavoAppModel::lookAround() {
     perform([this] {
+        reloadPersistedConfigIfSafe();
+        if (!appliedConfig.isEnabled) {
+            evaluate(); // lets go before a helper that may be slow to answer is asked for anything
+        }
         refreshHelperInstallState(false);
         evaluate();
     });
@@ -160,13 +164,17 @@ void TavoAppModel::lookAround() {
 
 void TavoAppModel::evaluate() {
     reloadPersistedConfigIfSafe();
+    releaseReplaced();
+    lookForHelper();
     publish(ModelProperty::powerStatus, power, platform.powerEnvironment->currentStatus());
+    const auto before = power;
     try {
         const auto evaluation = coordinator->evaluate(appliedConfig, mainLoop->now());
         failure = nullptr;
         publish(ModelProperty::runtimeSnapshot, snapshot, evaluation.snapshot);
         publish(ModelProperty::powerStatus, power, platform.powerEnvironment->currentStatus());
-        scheduleNextEvaluation(evaluation.suggestedNextEvaluationInterval);
+        // What changed while the plan was being carried out was not decided upon.
+        scheduleNextEvaluation(power == before ? evaluation.suggestedNextEvaluationInterval : 0.0);
         publish(ModelProperty::lastError, lastErrorText, overdueSave ? ErrorText(overdueSave->error) : std::nullopt);
     } catch (const std::exception& error) {
         failure = std::current_exception();
@@ -185,6 +193,14 @@ void TavoAppModel::applyFailure(const std::exception& error) {
     failed.lastError = error.what();
     publish(ModelProperty::runtimeSnapshot, snapshot, failed);
     persistBestEffort(snapshot);
+    if (needsClosedLidPermission() && helperState == PrivilegedHelperInstallState::installedUnreachable) {
+        // It may only be late, as at login, or be starting again; nobody would tell.
+        helperTimer = mainLoop->startTimer(idleInterval, [weakModel = weak_from_this()] {
+            if (const auto model = weakModel.lock()) {
+                model->evaluateNow();
+            }
+        });
+    }
 }
 
 void TavoAppModel::scheduleNextEvaluation(double seconds) {
@@ -203,12 +219,38 @@ void TavoAppModel::persistBestEffort(const RuntimeSnapshot& toPersist) const {
     }
 }
 
+/// What a replaced coordinator could not give back is given back as soon as that is possible.
+void TavoAppModel::releaseReplaced() {
+    if (helperState == PrivilegedHelperInstallState::notInstalled) {
+        replaced.clear(); // a helper that is removed has undone everything
+    }
+    std::erase_if(replaced, [](const auto& old) {
+        try {
+            old->release();
+            return true;
+        } catch (const std::exception&) {
+            return false; // tried again at the next evaluation
+        }
+    });
+}
+
+void TavoAppModel::lookForHelper() {
+    helperTimer.reset();
+    if (appliedConfig.isEnabled && needsClosedLidPermission() &&
+        helperState == PrivilegedHelperInstallState::installedUnreachable) {
+        refreshHelperInstallState(false);
+    }
+}
+
 void TavoAppModel::rebuildCoordinator(bool restartIfEnabled) {
     timer.reset();
     try {
         coordinator->stop(mainLoop->now());
     } catch (const std::exception&) {
-        // What a helper that has gone was asked for, it has given back itself.
+        // Shown by the evaluation that follows, if it still matters then.
+        if (coordinator->wakeStatus().usesClosedLidOverride) {
+            replaced.push_back(coordinator);
+        }
     }
     coordinator = makeCoordinator();
     if (!restartIfEnabled) {
@@ -236,6 +278,9 @@ void TavoAppModel::openSettings() {
 void TavoAppModel::quit() {
     perform([this] {
         timer.reset();
+        helperTimer.reset();
+        saveWhatIsOverdue();
+        releaseReplaced();
         try {
             const auto stopped = coordinator->stop(mainLoop->now());
             publish(ModelProperty::runtimeSnapshot, snapshot, stopped.snapshot);

@@ -14,6 +14,7 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace tavo {
 
@@ -157,12 +158,15 @@ private:
     void persistBestEffort(const RuntimeSnapshot& toPersist) const;
     std::shared_ptr<RuntimeCoordinator> makeCoordinator() const;
     void rebuildCoordinator(bool restartIfEnabled);
+    void releaseReplaced();
+    void lookForHelper();
 
     void reloadPersistedConfigIfSafe();
     void takeUp(const AppConfig& inFile);
     void publishConfig(const AppConfig& config);
     void save(const AppConfig& config);
     void saveAppliedConfig();
+    void saveWhatIsOverdue();
     void persistConfigAndReschedule();
 
     void refreshHelperInstallState(bool restartIfEnabled);
@@ -197,6 +201,12 @@ private:
     bool canResetSilently = false;
     bool isHelperWorkRunning = false;
     std::shared_ptr<RuntimeCoordinator> coordinator;
+
+    /// Replaced while they could not give back an override: a helper that comes back keeps it in force for this process.
+    std::vector<std::shared_ptr<RuntimeCoordinator>> replaced;
+
+    /// Looks for a helper that is installed, does not answer, and is needed.
+    std::unique_ptr<MainLoopTimer> helperTimer;
     ErrorText lastErrorText;
     ErrorText configFileErrorText;
     std::exception_ptr failure;

@@ -60,6 +60,8 @@ void TavoAppModel::persistConfigAndReschedule() {
         return;
     }
     timer.reset();
+    helperTimer.reset();
+    releaseReplaced();
     try {
         publish(ModelProperty::runtimeSnapshot, snapshot, coordinator->stop(mainLoop->now()).snapshot);
         failure = nullptr;
@@ -76,6 +78,17 @@ void TavoAppModel::saveAppliedConfig() {
     } catch (const std::exception& error) {
         // Without this, what its user has just switched off would come back with the next look at the file.
         overdueSave = OverdueSave{.inFile = lastInFile, .error = error.what()};
+        fail(error.what());
+    }
+}
+
+/// At the end: what was switched off must not be on again at the next start.
+void TavoAppModel::saveWhatIsOverdue() {
+    try {
+        if (overdueSave && store->loadConfig() == overdueSave->inFile) {
+            save(appliedConfig);
+        }
+    } catch (const std::exception& error) {
         fail(error.what());
     }
 }

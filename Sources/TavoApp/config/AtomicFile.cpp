@@ -74,12 +74,17 @@ private:
 
 /// Where a link leads, also when the file that it names is not there yet.
 std::filesystem::path resolvedLink(const std::filesystem::path& path) {
-    std::error_code ignored; // a link that cannot be followed is replaced by the file itself
-    if (!std::filesystem::is_symlink(path, ignored)) {
-        return path;
+    constexpr int mostLinks = 40; // as many as the kernel follows
+    std::error_code error;
+    auto resolved = path;
+    for (int followed = 0; std::filesystem::is_symlink(resolved, error); ++followed) {
+        const auto target = std::filesystem::read_symlink(resolved, error);
+        if (error || followed == mostLinks) {
+            return path; // a link that cannot be followed is replaced by the file itself
+        }
+        resolved = resolved.parent_path() / target;
     }
-    const auto resolved = std::filesystem::weakly_canonical(path, ignored);
-    return ignored ? path : resolved;
+    return resolved;
 }
 
 /// Makes the rename last through a power cut. A file system that cannot flush a folder has done its best already.
@@ -91,6 +96,22 @@ void flushFolder(const std::filesystem::path& folder) {
 }
 
 } // namespace
+
+bool createFile(const std::filesystem::path& path, std::string_view content) {
+    const FileDescriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR));
+    if (!file && errno == EEXIST) {
+        return false;
+    }
+    if (!file) {
+        throwErrno("could not write", path);
+    }
+    writeAll(file, content, path);
+    if (fsync(file.get()) != 0) {
+        throwErrno("could not flush to the disk", path);
+    }
+    flushFolder(path.parent_path());
+    return true;
+}
 
 std::string readWholeFile(const std::filesystem::path& path) {
     // Without O_NONBLOCK a pipe in the file's place would hold the caller for ever.

@@ -18,6 +18,10 @@ std::string readWholeFile(const std::filesystem::path& path);
 /// @throws std::system_error naming the path; the old file is whole then, and no temporary file is left.
 void replaceFileAtomically(const std::filesystem::path& path, std::string_view content, mode_t mode = 0600);
 
+/// Makes a file for its owner alone. Gives false when there is something under that name already.
+/// @throws std::system_error naming the path.
+bool createFile(const std::filesystem::path& path, std::string_view content);
+
 /// Makes a folder and the missing ones above it, each with mode 0700; leaves one that exists as it is.
 /// @throws std::system_error naming the path.
 void ensureDirectoryExists(const std::filesystem::path& directory);

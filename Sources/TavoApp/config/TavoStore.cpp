@@ -46,17 +46,30 @@ void TavoStore::keepUnreadableConfigAside() const {
         // What is wrong with it has been said where it was loaded.
     }
     const auto aside = filePaths.configURL().string() + ".unreadable";
-    // A second name rather than another: at every moment there is a file under the first one.
-    for (int number = 1;; ++number) {
-        const auto name = number == 1 ? aside : aside + "." + std::to_string(number);
-        if (link(filePaths.configURL().c_str(), name.c_str()) == 0) {
-            return;
-        }
-        if (errno != EEXIST) {
-            throw std::system_error(errno, std::generic_category(),
-                                    "could not keep the unreadable " + filePaths.configURL().string() + " as " + name);
-        }
+    const auto nameOf = [&](int number) { return number == 1 ? aside : aside + "." + std::to_string(number); };
+    std::optional<std::string> content;
+    try {
+        content = readWholeFile(filePaths.configURL());
+    } catch (const std::system_error&) {
+        // What cannot be read can still be given another name.
     }
+    for (int number = 1; !keepAs(nameOf(number), content); ++number) {
+    }
+}
+
+/// Says whether the name was free.
+bool TavoStore::keepAs(const std::string& name, const std::optional<std::string>& content) const {
+    if (content) {
+        return createFile(name, *content);
+    }
+    if (link(filePaths.configURL().c_str(), name.c_str()) == 0) {
+        return true;
+    }
+    if (errno != EEXIST) {
+        throw std::system_error(errno, std::generic_category(),
+                                "could not keep the unreadable " + filePaths.configURL().string() + " as " + name);
+    }
+    return false;
 }
 
 RuntimeSnapshot TavoStore::loadRuntimeSnapshot() const {

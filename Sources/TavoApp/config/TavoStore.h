@@ -4,6 +4,9 @@
 #include "config/AppConfig.h"
 #include "config/TavoPaths.h"
 
+#include <optional>
+#include <string>
+
 namespace tavo {
 
 /// Keeps the configuration and the last runtime snapshot.
@@ -48,6 +51,7 @@ public:
 private:
     void ensureBaseDirectoryExists() const;
     void keepUnreadableConfigAside() const;
+    bool keepAs(const std::string& name, const std::optional<std::string>& content) const;
 
     TavoPaths filePaths;
 };

@@ -35,6 +35,10 @@ public:
     /// Lets go of everything. @throws errors of the wake controller and the store.
     RuntimeEvaluation stop(TimePoint at);
 
+    /// Lets go of what is held and writes nothing down: for a coordinator that another has replaced.
+    /// @throws the wake controller's error; the next call tries again.
+    void release() { wakeController->deactivate(); }
+
     WakeControllerStatus wakeStatus() const { return wakeController->status(); }
 
     /// See WakeController::reassertOverride().
