@@ -14,8 +14,16 @@ expectCalls "/usr/bin/caffeinate ends
 /usr/bin/caffeinate -i -s"
 
 # Killed from outside: a new one, and nothing else.
-kill -s KILL "$(tail -n 1 /rehearsal/caffeinates)"
-reevaluate
+killed=$(tail -n 1 /rehearsal/caffeinates)
+kill -s KILL "$killed"
+isReaped() { [ ! -e "/proc/$killed" ]; }
+expectWithin 10 isReaped
+# Between the end of the process and its parent's knowledge of it there is a moment more.
+isBack() {
+    reevaluate
+    grep -q caffeinate /rehearsal/log
+}
+expectWithin 10 isBack
 expectCalls "/usr/bin/caffeinate -i -s"
 
 # What the system lists comes from its own tool.
