@@ -113,3 +113,8 @@ status=0
 message=$(env -u DISPLAY -u QT_QPA_PLATFORM -u WAYLAND_DISPLAY "$TAVO_BIN/tavo" --root "$root" 2>&1) || status=$?
 expectEqual 69 "$status" "status without a display"
 expectContains "$message" "tavoctl run" "the message without a display"
+
+# A display that has gone.
+status=0
+message=$(DISPLAY=:99999 env -u QT_QPA_PLATFORM -u WAYLAND_DISPLAY "$TAVO_BIN/tavo" --root "$root" 2>&1) || status=$?
+expectEqual 69 "$status" "status with a display that has gone"

@@ -14,6 +14,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <QAbstractItemView>
 #include <QAccessible>
 #include <QScrollArea>
 #include <QTest>
@@ -230,6 +231,47 @@ TEST_F(SettingsViewTest, ReturnOnAButtonIsThatButton) {
     EXPECT_FALSE(model->hasUnsavedEdits());
 }
 
+TEST_F(SettingsViewTest, KeysInThePickersListAreTheLists) {
+    open();
+    view->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(view.get()));
+    toggle("keep awake with closed lid").click();
+    picker().showPopup();
+    QTest::keyClick(picker().view(), Qt::Key_Escape);
+    EXPECT_TRUE(model->hasUnsavedEdits()) << "the list was closed, and nothing else";
+    picker().showPopup();
+    QTest::keyClick(picker().view(), Qt::Key_Down);
+    QTest::keyClick(picker().view(), Qt::Key_Return);
+    EXPECT_EQ(model->config(), AppConfig::defaultConfig()) << "chosen, not saved";
+}
+
+TEST_F(SettingsViewTest, TheKeyboardComesToTheChosenSegment) {
+    open();
+    choose("custom");
+    auto& executable = partWithText<SegmentButton>(*view, "executable");
+    auto& command = partWithText<SegmentButton>(*view, "command");
+    EXPECT_EQ(command.focusPolicy(), Qt::StrongFocus);
+    EXPECT_EQ(executable.focusPolicy(), Qt::ClickFocus);
+    executable.click();
+    EXPECT_EQ(executable.focusPolicy(), Qt::StrongFocus);
+}
+
+TEST_F(SettingsViewTest, ALongErrorLeavesRoomForTheSettings) {
+    open(enabled());
+    folder.write("config.json", R"({"isEnabled": ")" + std::string(900, 'x') + "\"");
+    model->evaluateNow();
+    std::string path;
+    for (int word = 0; word < 120; ++word) {
+        path += "a word ";
+    }
+    board->record(board->open(), {.service = "logind", .what = "idle", .notice = path});
+    loop->runPosted();
+    QApplication::processEvents();
+    const auto* list = partsOf<NoticeList>(*view).back();
+    EXPECT_LT(list->heightForWidth(348), 160);
+    EXPECT_TRUE(list->toolTip().contains(QString::fromStdString(path))) << "the whole of it is there";
+}
+
 TEST_F(SettingsViewTest, OnTheWelcomeViewTheKeysSaveNothing) {
     open({}, false);
     edit([](AppConfig& edited) { edited.batteryCutoffPercent = 44; });
@@ -346,10 +388,9 @@ TEST_F(SettingsViewTest, EveryControlHasANameAndARole) {
                              : interface->text(QAccessible::Name))
                             .toStdString());
     }
-    EXPECT_THAT(named,
-                testing::IsSupersetOf({"preset", "executable", "command", "process", "keep awake with closed lid",
-                                       "keep awake on battery", "battery cutoff", "launch at login",
-                                       "grant closed-lid permission", "cancel", "save", "enable"}));
+    EXPECT_THAT(named, testing::IsSupersetOf({"preset", "command", "process", "keep awake with closed lid",
+                                              "keep awake on battery", "battery cutoff", "launch at login",
+                                              "grant closed-lid permission", "cancel", "save", "enable"}));
 }
 
 TEST_F(SettingsViewTest, NothingIsWiderThanTheWindow) {

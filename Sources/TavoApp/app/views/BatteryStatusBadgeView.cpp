@@ -54,8 +54,9 @@ void BatteryStatusBadgeView::paintEvent(QPaintEvent*) {
     }
     painter.setFont(Typography::caption(font()));
     painter.setPen(theme.secondaryText);
-    painter.drawText(rect(), static_cast<int>(Qt::AlignVCenter | (isMirrored ? Qt::AlignLeft : Qt::AlignRight)),
-                     text());
+    painter.drawText(
+        rect(), static_cast<int>(Qt::AlignAbsolute | Qt::AlignVCenter | (isMirrored ? Qt::AlignLeft : Qt::AlignRight)),
+        text());
 }
 
 } // namespace tavo

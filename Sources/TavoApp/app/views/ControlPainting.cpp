@@ -23,6 +23,10 @@ void paintFocusRing(QPainter& painter, const QRectF& shape, double radius, const
     painter.setPen(QPen(theme.focusRing, ringWidth));
     const auto inset = ringWidth / 2;
     painter.drawRoundedRect(shape.adjusted(inset, inset, -inset, -inset), radius, radius);
+    // A second line, for grounds of the ring's own colour.
+    painter.setPen(QPen(theme.onColour, 1.0));
+    const auto second = ringWidth + 0.5;
+    painter.drawRoundedRect(shape.adjusted(second, second, -second, -second), radius - 2, radius - 2);
 }
 
 void paintGround(QPainter& painter, const QRectF& shape, double radius, const QColor& colour, const QColor& border) {

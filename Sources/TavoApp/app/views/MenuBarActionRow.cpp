@@ -84,8 +84,9 @@ void MenuBarActionRow::paintEvent(QPaintEvent*) {
     painter.drawPixmap(isMirrored ? width() - x - side : x, (height() - side) / 2,
                        symbolPixmap(symbol, side, ink, devicePixelRatioF()));
     painter.setPen(ink);
-    painter.drawText(isMirrored ? rect().adjusted(0, 0, -slot, 0) : rect().adjusted(slot, 0, 0, 0),
-                     static_cast<int>(Qt::AlignVCenter | (isMirrored ? Qt::AlignRight : Qt::AlignLeft)), text());
+    painter.drawText(
+        isMirrored ? rect().adjusted(0, 0, -slot, 0) : rect().adjusted(slot, 0, 0, 0),
+        static_cast<int>(Qt::AlignAbsolute | Qt::AlignVCenter | (isMirrored ? Qt::AlignRight : Qt::AlignLeft)), text());
 }
 
 } // namespace tavo

@@ -3,6 +3,7 @@
 #include "app/views/Symbol.h"
 #include "app/views/Theme.h"
 
+#include <QAccessible>
 #include <QPainter>
 #include <QTextLayout>
 #include <algorithm>
@@ -15,6 +16,9 @@ namespace {
 constexpr int noticePadding = 6;
 constexpr int noticeSymbol = 13;
 constexpr int betweenNotices = 4;
+
+/// Of one notice: a longer one would leave no room for what it is about. The tool tip has the whole of it.
+constexpr int mostRows = 4;
 
 } // namespace
 
@@ -40,6 +44,10 @@ void NoticeList::setNotices(const UserNotices& notices) {
     setAccessibleName(text());
     setToolTip(text());
     setVisible(!lines.empty());
+    if (!lines.empty()) {
+        QAccessibleEvent alert(this, QAccessible::Alert);
+        QAccessible::updateAccessibility(&alert);
+    }
     updateGeometry();
     update();
 }
@@ -59,9 +67,31 @@ QTextOption NoticeList::textOption() const {
     return option;
 }
 
+/// What fits into so many rows, with an ellipsis where it goes on.
+QString NoticeList::shownText(const Line& line, int width) const {
+    const auto font = Typography::caption(this->font());
+    QTextLayout layout(line.text, font);
+    layout.setTextOption(textOption());
+    layout.beginLayout();
+    int rows = 0;
+    int startOfLast = 0;
+    for (auto row = layout.createLine(); row.isValid(); row = layout.createLine()) {
+        row.setLineWidth(width);
+        if (++rows == mostRows) {
+            startOfLast = row.textStart();
+        }
+    }
+    layout.endLayout();
+    if (rows <= mostRows) {
+        return line.text;
+    }
+    return line.text.left(startOfLast) +
+           QFontMetrics(font).elidedText(line.text.mid(startOfLast), Qt::ElideRight, width - betweenNotices);
+}
+
 QRect NoticeList::textRect(const Line& line, int top, int width) const {
     const int textLeft = noticeSymbol + noticePadding;
-    QTextLayout layout(line.text, Typography::caption(font()));
+    QTextLayout layout(shownText(line, width - textLeft), Typography::caption(font()));
     layout.setTextOption(textOption());
     double height = 0;
     layout.beginLayout();
@@ -102,7 +132,7 @@ void NoticeList::paintEvent(QPaintEvent*) {
             isMirrored ? width() - noticeSymbol : 0, place.top(),
             symbolPixmap(QStringLiteral("exclamationmark.triangle"), noticeSymbol, colour, devicePixelRatioF()));
         painter.setPen(colour);
-        painter.drawText(QRectF(place), line.text, textOption());
+        painter.drawText(QRectF(place), shownText(line, place.width()), textOption());
     }
 }
 

@@ -30,6 +30,7 @@ private:
         bool isError;
     };
     QTextOption textOption() const;
+    QString shownText(const Line& line, int width) const;
     QRect textRect(const Line& line, int top, int width) const;
 
     UserNotices shown;

@@ -4,6 +4,8 @@
 #include "app/views/Symbol.h"
 #include "app/views/Theme.h"
 
+#include <QAbstractItemView>
+#include <QKeyEvent>
 #include <QPainter>
 #include <QWheelEvent>
 
@@ -14,6 +16,18 @@ using namespace ControlPainting;
 PopUpButton::PopUpButton(QWidget* parent) : QComboBox(parent) {
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     setFocusPolicy(Qt::StrongFocus);
+    view()->parentWidget()->installEventFilter(this);
+}
+
+bool PopUpButton::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() == QEvent::ShortcutOverride) {
+        const auto key = static_cast<QKeyEvent*>(event)->key();
+        if (key == Qt::Key_Return || key == Qt::Key_Enter || key == Qt::Key_Escape) {
+            event->accept();
+            return true;
+        }
+    }
+    return QComboBox::eventFilter(watched, event);
 }
 
 QSize PopUpButton::sizeHint() const {
@@ -31,8 +45,10 @@ void PopUpButton::paintEvent(QPaintEvent*) {
     const int side = grown(11, *this);
     const int edge = grown(9, *this);
     const auto textRect = rect().adjusted(isMirrored ? edge + side : edge, 0, isMirrored ? -edge : -edge - side, 0);
-    painter.drawText(textRect, static_cast<int>(Qt::AlignVCenter | (isMirrored ? Qt::AlignRight : Qt::AlignLeft)),
-                     currentText());
+    painter.drawText(
+        textRect,
+        static_cast<int>(Qt::AlignAbsolute | Qt::AlignVCenter | (isMirrored ? Qt::AlignRight : Qt::AlignLeft)),
+        currentText());
     painter.drawPixmap(isMirrored ? edge - 1 : width() - edge - side + 1, (height() - side) / 2 + 1,
                        symbolPixmap(QStringLiteral("chevron.down"), side, theme.controlText, devicePixelRatioF()));
     if (hasFocus()) {

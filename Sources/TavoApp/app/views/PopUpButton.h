@@ -12,6 +12,8 @@ public:
     QSize minimumSizeHint() const override { return sizeHint(); }
 
 protected:
+    /// Keys that choose in the list, or close it, are the list's: no shortcut of the window may take them as well.
+    bool eventFilter(QObject* watched, QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     /// Scrolling over it is for the view around it.
     void wheelEvent(QWheelEvent* event) override;

@@ -55,8 +55,9 @@ void StatusPill::paintEvent(QPaintEvent*) {
     painter.setFont(Typography::section(font()));
     painter.setPen(colour());
     const int behindDot = pillPaddingX + static_cast<int>(dotDiameter) + betweenDotAndWord;
-    painter.drawText(isMirrored ? rect().adjusted(0, 0, -behindDot, 0) : rect().adjusted(behindDot, 0, 0, 0),
-                     static_cast<int>(Qt::AlignVCenter | (isMirrored ? Qt::AlignRight : Qt::AlignLeft)), word);
+    painter.drawText(
+        isMirrored ? rect().adjusted(0, 0, -behindDot, 0) : rect().adjusted(behindDot, 0, 0, 0),
+        static_cast<int>(Qt::AlignAbsolute | Qt::AlignVCenter | (isMirrored ? Qt::AlignRight : Qt::AlignLeft)), word);
 }
 
 } // namespace tavo

@@ -77,9 +77,13 @@ void TavoAppMain::orderOutKeyWindow() {
 std::unique_ptr<SettingsWindowControlling> TavoAppMain::makeSettingsWindow(TavoAppModel&) {
     auto window = std::make_unique<TavoSettingsWindowController>(*observer, QString::fromStdString(machineNoun),
                                                                  options.isHidden);
-    if (!QSystemTrayIcon::isSystemTrayAvailable()) {
-        window->view().setHint(withoutTray);
-    }
+    auto* const view = &window->view();
+    const auto tellOfTray = [view] {
+        view->setHint(QSystemTrayIcon::isSystemTrayAvailable() ? QString() : withoutTray);
+    };
+    // A tray may come up after the first programs of a desktop.
+    connect(observer.get(), &ModelObserver::changed, view, tellOfTray);
+    tellOfTray();
     return window;
 }
 

@@ -126,7 +126,12 @@ void TavoMenuBarView::applyFonts() {
 }
 
 void TavoMenuBarView::paintEvent(QPaintEvent*) {
-    QPainter(this).fillRect(rect(), Theme::of(palette()).window);
+    const auto& theme = Theme::of(palette());
+    QPainter painter(this);
+    painter.fillRect(rect(), theme.window);
+    // It may stand over a window of its own colour.
+    painter.setPen(theme.cardBorder);
+    painter.drawRect(rect().adjusted(0, 0, -1, -1));
 }
 
 } // namespace tavo

@@ -34,7 +34,6 @@ public:
         layout->setSpacing(1);
         layout->addWidget(first);
         layout->addWidget(second);
-        setFocusProxy(first);
         setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     }
 
@@ -137,6 +136,9 @@ void TavoWakeSettings::showModel() {
     const bool isExecutable = shown.trigger.matchStrategy == TriggerMatchStrategy::executableName;
     executableChoice->setChecked(isExecutable);
     commandChoice->setChecked(!isExecutable);
+    // As radio buttons do it: the keyboard comes to the one that is chosen, and arrows lead to the other.
+    executableChoice->setFocusPolicy(isExecutable ? Qt::StrongFocus : Qt::ClickFocus);
+    commandChoice->setFocusPolicy(isExecutable ? Qt::ClickFocus : Qt::StrongFocus);
     showText(*processField, shown.trigger.query);
     closedLidRow->setOn(keepsAwakeWithClosedLid(shown));
     closedLidRow->setDetail(QString::fromStdString(closedLidDetail(shown)));

@@ -41,10 +41,9 @@ public:
         apply();
         auto bus = QDBusConnection::sessionBus();
         bus.connect(service, path, interface, QStringLiteral("SettingChanged"), this,
-                    SLOT(settingChanged(QString, QString, QDBusVariant)));
+                    SLOT(settingChanged(QDBusMessage)));
         auto call = QDBusMessage::createMethodCall(service, path, interface, QStringLiteral("Read"));
         call << space << key;
-        call.setAutoStartService(false);
         auto* watcher = new QDBusPendingCallWatcher(bus.asyncCall(call), this);
         connect(watcher, &QDBusPendingCallWatcher::finished, this, [this](QDBusPendingCallWatcher* finished) {
             const QDBusPendingReply<QDBusVariant> reply = *finished;
@@ -56,9 +55,11 @@ public:
     }
 
 private Q_SLOTS:
-    void settingChanged(const QString& changedSpace, const QString& changedKey, const QDBusVariant& value) {
-        if (changedSpace == space && changedKey == key) {
-            choose(numberIn(value.variant()));
+    // The message itself: no slot with the signal's own types is taken, for the variant among them.
+    void settingChanged(const QDBusMessage& signal) {
+        const auto arguments = signal.arguments();
+        if (arguments.size() == 3 && arguments.at(0) == space && arguments.at(1) == key) {
+            choose(numberIn(arguments.at(2)));
         }
     }
 

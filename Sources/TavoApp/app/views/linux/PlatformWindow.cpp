@@ -1,5 +1,7 @@
 #include "app/views/PlatformWindow.h"
 
+#include <xcb/xcb.h>
+
 #include <QGuiApplication>
 #include <cstdlib>
 
@@ -22,7 +24,17 @@ void preparePlatformWindow(QWidget&) {}
 void bringPlatformWindowToFront(QWidget&) {}
 
 bool hasDisplay() {
-    return isSet("DISPLAY") || isSet("WAYLAND_DISPLAY") || isSet("QT_QPA_PLATFORM");
+    if (isSet("WAYLAND_DISPLAY") || isSet("QT_QPA_PLATFORM")) {
+        return true;
+    }
+    if (!isSet("DISPLAY")) {
+        return false;
+    }
+    // One that is named may be gone, as in a terminal that outlived its desktop.
+    auto* const connection = xcb_connect(nullptr, nullptr);
+    const bool isThere = xcb_connection_has_error(connection) == 0;
+    xcb_disconnect(connection);
+    return isThere;
 }
 
 bool canPlaceWindows() {
