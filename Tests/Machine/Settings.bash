@@ -20,6 +20,9 @@ expectContains "$said" "waiting for codex: starts when codex runs" "what preset 
 expectContains "$said" "running (process id $run)" "what preset printed"
 "$folder/codex" 1000 &
 watched=$!
+# Until it has become that program, it is this one.
+isCodex() { tr '\0' ' ' <"/proc/$watched/cmdline" | grep -q "^$folder/codex"; }
+expectWithin "$soon" isCodex
 reevaluate
 expectHeld 'sleep:idle block'
 kill "$watched"
