@@ -17,11 +17,12 @@ void checkStat(std::string_view text) {
         return;
     }
     require(stat->pid > 0, "a process id is positive");
+    require(!stat->hasEnded() || stat->state == 'Z' || stat->state == 'X', "what runs or sleeps has not ended");
     require(stat->name.data() >= text.data() && stat->name.data() + stat->name.size() <= text.data() + text.size(),
             "the name is part of the text");
-    const auto again = std::to_string(stat->pid) + " (" + std::string(stat->name) + ") S " +
+    const auto again = std::to_string(stat->pid) + " (" + std::string(stat->name) + ") " + stat->state + " " +
                        std::to_string(stat->parentPID) + " 0 0 0 0 0 0 0 0 0 " + std::to_string(stat->userTicks) + " " +
-                       std::to_string(stat->systemTicks) + " 0";
+                       std::to_string(stat->systemTicks) + " 0 0 20 0 " + std::to_string(stat->threadCount) + " 0";
     require(parseProcfsStat(again) == stat, "what was read can be written and read again");
 }
 

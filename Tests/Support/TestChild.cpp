@@ -1,6 +1,7 @@
 // A child for the tests of the command runner: does what its first argument says, and reports on itself.
 
 #include <fcntl.h>
+#include <pthread.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -48,6 +49,24 @@ int listBlockedSignals() {
     return 0;
 }
 
+/// Ends the first thread and leaves another one, which ends the process at the end of its input.
+int leaveThread() {
+    pthread_t thread{};
+    const int error = pthread_create(
+        &thread, nullptr,
+        [](void*) -> void* {
+            char byte = 0;
+            while (read(STDIN_FILENO, &byte, 1) > 0) {
+            }
+            std::_Exit(0);
+        },
+        nullptr);
+    if (error != 0) {
+        return error;
+    }
+    pthread_exit(nullptr);
+}
+
 int waitForSignal() {
     for (;;) {
         pause();
@@ -73,6 +92,9 @@ int main(int count, char** values) {
     }
     if (what == "die") {
         return raise(static_cast<int>(std::strtol(argument.c_str(), nullptr, 10)));
+    }
+    if (what == "leave-a-thread") {
+        return leaveThread();
     }
     if (what == "wait") {
         return waitForSignal();

@@ -1,5 +1,8 @@
 #include "system/linux/ProcfsProcessSnapshotProvider.h"
 
+#include "Support/SpawnedProgram.h"
+#include "Support/TemporaryDirectory.h"
+#include "Support/WaitUntil.h"
 #include "system/FolderTree.h"
 
 #include <fcntl.h>
@@ -117,6 +120,28 @@ TEST(ProcfsProcessSnapshotProvider, ReadsCommandLinesOfAnyLengthWhole) {
         EXPECT_THAT(processesIn(tree), UnorderedElementsAre(ProcessSample{11, 1, 0, "x", argument + " tail"},
                                                             ProcessSample{12, 1, 0, "y", "short"}));
     }
+}
+
+TEST(ProcfsProcessSnapshotProvider, LeavesOutAChildThatHasEndedAndIsNotReaped) {
+    SpawnedProgram shell("/bin/sh", {.arguments = {"-c", "read line; exit 0"}, .environment = {}});
+    ASSERT_TRUE(sampleOf(shell.pid()));
+    shell.closeInput();
+    siginfo_t info{};
+    ASSERT_EQ(waitid(P_PID, static_cast<id_t>(shell.pid()), &info, WEXITED | WNOWAIT), 0);
+    ASSERT_TRUE(fs::exists("/proc/" + std::to_string(shell.pid()) + "/stat"));
+    EXPECT_FALSE(sampleOf(shell.pid()));
+}
+
+TEST(ProcfsProcessSnapshotProvider, AProcessWhoseFirstThreadHasExitedLivesAsLongAsAnotherDoes) {
+    SpawnedProgram program(TAVO_TEST_CHILD, {.arguments = {"leave-a-thread", "an argument"}, .environment = {}});
+    const auto stat = "/proc/" + std::to_string(program.pid()) + "/stat";
+    ASSERT_TRUE(waitUntil([&] { return fileContent(stat).find(") Z ") != std::string::npos; }));
+    const auto sample = sampleOf(program.pid());
+    ASSERT_TRUE(sample);
+    EXPECT_EQ(sample->executableName, fs::path(TAVO_TEST_CHILD).filename());
+    EXPECT_EQ(sample->commandLine, TAVO_TEST_CHILD " leave-a-thread an argument");
+    program.closeInput();
+    ASSERT_TRUE(waitUntil([&] { return !sampleOf(program.pid()); }));
 }
 
 TEST(ProcfsProcessSnapshotProvider, ATableThatCannotBeOpenedIsAnError) {

@@ -19,7 +19,29 @@ TEST(ProcfsStat, HasIdParentAndTicks) {
     const auto line = statLine("bash");
     const auto stat = parseProcfsStat(line);
     ASSERT_TRUE(stat);
-    EXPECT_EQ(*stat, (ProcfsStat{.pid = 42, .parentPID = 7, .userTicks = 150, .systemTicks = 25, .name = "bash"}));
+    EXPECT_EQ(*stat, (ProcfsStat{.pid = 42,
+                                 .parentPID = 7,
+                                 .state = 'S',
+                                 .threadCount = 1,
+                                 .userTicks = 150,
+                                 .systemTicks = 25,
+                                 .name = "bash"}));
+}
+
+TEST(ProcfsStat, TellsAZombieFromAProcessWhoseFirstThreadAloneHasExited) {
+    struct Row {
+        std::string state;
+        std::string threads;
+        bool hasEnded;
+    };
+    for (const auto& row : {Row{"Z", "1", true}, Row{"Z", "0", true}, Row{"Z", "2", false}, Row{"X", "0", true},
+                            Row{"X", "2", true}, Row{"S", "1", false}, Row{"R", "0", false}, Row{"T", "1", false},
+                            Row{"D", "1", false}, Row{"t", "1", false}, Row{"I", "1", false}}) {
+        const auto line = "42 (Z) " + row.state + " 7 42 42 0 -1 4 0 0 0 0 150 25 113 32 20 0 " + row.threads + " 0 3 ";
+        const auto stat = parseProcfsStat(line);
+        ASSERT_TRUE(stat) << line;
+        EXPECT_EQ(stat->hasEnded(), row.hasEnded) << line;
+    }
 }
 
 TEST(ProcfsStat, AnyNameIsReadWhole) {
@@ -45,7 +67,7 @@ TEST(ProcfsStat, TellsWhenTheProcessStartedWhateverItsName) {
 
 TEST(ProcfsStat, ALineThatIsCutAnywhereBeforeTheLastFieldThatCountsIsNone) {
     const auto line = statLine("a) R 1 (b");
-    const auto needed = line.find(" 150 25 ") + std::string(" 150 25 ").size();
+    const auto needed = line.find(" 20 0 1 0 ") + std::string(" 20 0 1 ").size();
     for (std::size_t length = 0; length < needed; ++length) {
         EXPECT_FALSE(parseProcfsStat(line.substr(0, length))) << line.substr(0, length);
     }
@@ -53,17 +75,31 @@ TEST(ProcfsStat, ALineThatIsCutAnywhereBeforeTheLastFieldThatCountsIsNone) {
 }
 
 TEST(ProcfsStat, GarbageIsNone) {
-    for (const auto& text :
-         {""s, "\n"s, "()"s, "42 (x"s, "42 x) S 7 "s, ") S 7 1 1 1 1 1 1 1 1 1 1 150 25 (x"s,
-          "x (x) S 7 1 1 1 1 1 1 1 1 1 150 25 0"s, "0 (x) S 7 1 1 1 1 1 1 1 1 1 150 25 0"s,
-          "-4 (x) S 7 1 1 1 1 1 1 1 1 1 150 25 0"s, "4 (x) SS 7 1 1 1 1 1 1 1 1 1 150 25 0"s,
-          "4 (x)  7 1 1 1 1 1 1 1 1 1 150 25 0"s, "4 (x) S x 1 1 1 1 1 1 1 1 1 150 25 0"s,
-          "4 (x) S 7 1 1 1 1 1 1 1 1 1 x 25 0"s, "4 (x) S 7 1 1 1 1 1 1 1 1 1 150 -25 0"s,
-          "4 (x) S 7 1 1 1 1 1 1 1 1 1 150 99999999999999999999 0"s, "99999999999 (x) S 7 1 1 1 1 1 1 1 1 1 150 25 0"s,
-          std::string(1 << 16, '('), std::string(1 << 16, ')'), "\0\0\0"s}) {
+    const auto rest = " 0 0 20 0 1 0"s;
+    for (const auto& text : {""s,
+                             "\n"s,
+                             "()"s,
+                             "42 (x"s,
+                             "42 x) S 7 "s,
+                             ") S 7 1 1 1 1 1 1 1 1 1 1 150 25" + rest + " (x",
+                             "x (x) S 7 1 1 1 1 1 1 1 1 1 150 25" + rest,
+                             "0 (x) S 7 1 1 1 1 1 1 1 1 1 150 25" + rest,
+                             "-4 (x) S 7 1 1 1 1 1 1 1 1 1 150 25" + rest,
+                             "4 (x) SS 7 1 1 1 1 1 1 1 1 1 150 25" + rest,
+                             "4 (x)  7 1 1 1 1 1 1 1 1 1 150 25" + rest,
+                             "4 (x) S x 1 1 1 1 1 1 1 1 1 150 25" + rest,
+                             "4 (x) S 7 1 1 1 1 1 1 1 1 1 x 25" + rest,
+                             "4 (x) S 7 1 1 1 1 1 1 1 1 1 150 -25" + rest,
+                             "4 (x) S 7 1 1 1 1 1 1 1 1 1 150 99999999999999999999" + rest,
+                             "99999999999 (x) S 7 1 1 1 1 1 1 1 1 1 150 25" + rest,
+                             "4 (x) S 7 1 1 1 1 1 1 1 1 1 150 25 0 0 20 0 x 0"s,
+                             "4 (x) S 7 1 1 1 1 1 1 1 1 1 150 25 0 0 20 0 99999999999999999999 0"s,
+                             std::string(1 << 16, '('),
+                             std::string(1 << 16, ')'),
+                             "\0\0\0"s}) {
         EXPECT_FALSE(parseProcfsStat(text)) << text.substr(0, 100);
     }
-    EXPECT_TRUE(parseProcfsStat("4 (x) S 7 1 1 1 1 1 1 1 1 1 150 25 0")) << "the table's own frame is right";
+    EXPECT_TRUE(parseProcfsStat("4 (x) S 7 1 1 1 1 1 1 1 1 1 150 25" + rest)) << "the table's own frame is right";
 }
 
 TEST(ProcfsCommandLine, HasItsArgumentsJoinedBySingleSpaces) {

@@ -78,14 +78,15 @@ public:
         }
     }
 
-    /// Nothing for a process that has ended, is hidden or cannot be understood.
+    /// Nothing for a process that has ended (reaped or not), is hidden or cannot be understood.
     std::optional<ProcessSample> read(std::string_view process, double ticksPerSecond) {
         const auto statLength = readFile(process, "/stat", stat);
         const auto parsed = statLength ? parseProcfsStat({stat.data(), *statLength}) : std::nullopt;
-        if (!parsed) {
+        if (!parsed || parsed->hasEnded()) {
             return std::nullopt;
         }
-        auto cmdlineLength = readFile(process, "/cmdline", cmdline);
+        auto cmdlineLength =
+            parsed->isLeaderGone() ? readArgumentsOfThreads(process) : readFile(process, "/cmdline", cmdline);
         if (!cmdlineLength) {
             if (lastError == ENOENT || lastError == ESRCH) {
                 return std::nullopt;
@@ -109,6 +110,24 @@ public:
 
 private:
     static constexpr std::size_t initialSize = 4096;
+
+    /// Like readFile(). The arguments have gone with the first thread; those that still run show them.
+    std::optional<std::size_t> readArgumentsOfThreads(std::string_view process) {
+        const auto tasks = std::string(process) + "/task/";
+        const Folder threads(opendir((root + "/" + tasks).c_str()));
+        if (!threads) {
+            return fail(errno);
+        }
+        // NOLINTNEXTLINE(concurrency-mt-unsafe): the folder is this call's own
+        while (const auto* entry = readdir(threads.get())) {
+            const std::string thread(static_cast<const char*>(entry->d_name));
+            const auto length = isProcessID(thread) ? readFile(tasks + thread, "/cmdline", cmdline) : std::nullopt;
+            if (length.value_or(0) > 0) {
+                return length;
+            }
+        }
+        return 0;
+    }
 
     /// The length of the whole file; nothing when it cannot be read, and why in lastError.
     std::optional<std::size_t> readFile(std::string_view process, std::string_view file, std::string& buffer) {

@@ -95,11 +95,16 @@ std::optional<ProcfsStat> parseProcfsStat(std::string_view text) {
     skipFields(rest, 9);
     const auto userTicks = takeNumber<std::uint64_t>(rest);
     const auto systemTicks = takeNumber<std::uint64_t>(rest);
-    if (!pid || *pid <= 0 || !state || state->size() != 1 || !parentPID || !userTicks || !systemTicks) {
+    // The times of waited-for children, the priority and the nice value.
+    skipFields(rest, 4);
+    const auto threadCount = takeNumber<std::int64_t>(rest);
+    if (!pid || *pid <= 0 || !state || state->size() != 1 || !parentPID || !userTicks || !systemTicks || !threadCount) {
         return std::nullopt;
     }
     return ProcfsStat{.pid = *pid,
                       .parentPID = *parentPID,
+                      .state = state->front(),
+                      .threadCount = *threadCount,
                       .userTicks = *userTicks,
                       .systemTicks = *systemTicks,
                       .name = text.substr(nameStart + 2, nameEnd - nameStart - 2)};

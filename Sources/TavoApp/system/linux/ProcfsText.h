@@ -12,6 +12,12 @@ struct ProcfsStat {
     std::int32_t pid = 0;
     std::int32_t parentPID = 0;
 
+    /// One letter, as in "R" for running.
+    char state = 0;
+
+    /// Those that have not exited; 1 for a process that has ended and was not reaped yet.
+    std::int64_t threadCount = 0;
+
     /// In clock ticks: sysconf(_SC_CLK_TCK) of them are a second.
     std::uint64_t userTicks = 0;
     std::uint64_t systemTicks = 0;
@@ -21,6 +27,11 @@ struct ProcfsStat {
     std::string_view name;
 
     bool operator==(const ProcfsStat&) const = default;
+
+    /// Whether nothing runs of it any more, though its parent has not reaped it yet. A process whose first thread alone has
+    /// exited shows the state of a zombie too, and lives as long as its other threads do.
+    bool hasEnded() const { return state == 'X' || (isLeaderGone() && threadCount <= 1); }
+    bool isLeaderGone() const { return state == 'Z'; }
 };
 
 /// Gives nothing for a text that is cut short or is no stat line.
