@@ -240,5 +240,82 @@ TEST_F(HelperFlowTest, AHelperThatComesLateIsFoundByTheUserAndByItself) {
     EXPECT_EQ(loop->armedTimers(), 1U);
 }
 
+TEST_F(HelperFlowTest, AnOverrideThatARefusalKeptInForceIsEndedAsSoonAsThatIsPossible) {
+    installHelper();
+    startWith(enabledWithLidClosed());
+    helper->onSend = [](const Command& command) {
+        if (command != Command::ping()) {
+            throw std::runtime_error("not now.");
+        }
+    };
+    model->toggleEnabled();
+    EXPECT_EQ(model->lastError(), "not now.");
+    loop->advance(std::chrono::seconds{60});
+    const auto failedAt = loop->now();
+    asked();
+    for (int minute = 1; minute <= 10; ++minute) {
+        EXPECT_EQ(loop->armedTimers(), 1U);
+        loop->advance(std::chrono::seconds{60});
+        EXPECT_THAT(asked(), ElementsAre(Command::setSleepDisabled(PMSetScope::all, false))) << minute;
+    }
+    EXPECT_EQ(model->runtimeSnapshot().lastEvaluationDate, failedAt) << "no evaluation follows a failure";
+    EXPECT_EQ(model->lastError(), "not now.");
+    helper->onSend = nullptr;
+    loop->advance(std::chrono::seconds{60});
+    EXPECT_THAT(asked(), ElementsAre(Command::setSleepDisabled(PMSetScope::all, false)));
+    EXPECT_EQ(model->lastError(), std::nullopt);
+    EXPECT_EQ(model->runtimeSnapshot().lastDecisionReason, Reason::disabled);
+    EXPECT_FALSE(model->runtimeSnapshot().isWakeAssertionActive);
+    EXPECT_EQ(loop->armedTimers(), 1U);
+    loop->advance(std::chrono::minutes{3});
+    EXPECT_THAT(asked(), IsEmpty());
+}
+
+TEST_F(HelperFlowTest, AnOverrideThatAnEmptyBatteryCouldNotEndIsEndedLater) {
+    installHelper();
+    auto config = enabledWithLidClosed();
+    config.batteryCutoffPercent = 20;
+    power->status = {.source = CurrentPowerSource::battery, .batteryPercent = 21};
+    startWith(config);
+    power->status.batteryPercent = 20;
+    helper->otherwise = std::make_exception_ptr(std::runtime_error("nobody listens."));
+    loop->advance(std::chrono::minutes{5});
+    asked();
+    helper->otherwise = PrivilegedHelperResponse::pong();
+    loop->advance(std::chrono::seconds{60});
+    EXPECT_THAT(asked(), ElementsAre(Command::setSleepDisabled(PMSetScope::all, false)));
+    EXPECT_EQ(model->runtimeSnapshot().lastDecisionReason, Reason::batteryCutoffReached);
+    EXPECT_EQ(model->lastError(), std::nullopt);
+}
+
+TEST_F(HelperFlowTest, AnOverrideThatWentWithItsHelperIsNotAskedForAnyMore) {
+    installHelper();
+    startWith(enabledWithLidClosed());
+    helper->otherwise = std::make_exception_ptr(std::runtime_error("nobody listens."));
+    model->toggleEnabled();
+    loop->advance(std::chrono::seconds{60});
+    removeHelper();
+    loop->advance(std::chrono::seconds{60});
+    asked();
+    loop->advance(std::chrono::minutes{10});
+    EXPECT_THAT(asked(), IsEmpty());
+    EXPECT_EQ(model->lastError(), std::nullopt);
+    EXPECT_EQ(model->runtimeSnapshot().lastDecisionReason, Reason::disabled);
+}
+
+TEST_F(HelperFlowTest, AFailureWithTheOverrideRightlyInForceArmsNothing) {
+    installHelper();
+    auto config = watching(TriggerPreset::codex);
+    config.watchMode = WatchMode::closed;
+    table->processes = {{.pid = 7, .executableName = "codex", .commandLine = "codex"}};
+    startWith(config);
+    table->failure = std::make_exception_ptr(ProcessWatcherError::malformedTimeValue("x"));
+    loop->advance(std::chrono::seconds{60});
+    EXPECT_EQ(loop->armedTimers(), 0U);
+    asked();
+    loop->advance(std::chrono::minutes{10});
+    EXPECT_THAT(asked(), IsEmpty());
+}
+
 } // namespace
 } // namespace tavo

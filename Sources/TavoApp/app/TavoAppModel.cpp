@@ -193,14 +193,7 @@ void TavoAppModel::applyFailure(const std::exception& error) {
     failed.lastError = error.what();
     publish(ModelProperty::runtimeSnapshot, snapshot, failed);
     persistBestEffort(snapshot);
-    if (needsClosedLidPermission() && helperState == PrivilegedHelperInstallState::installedUnreachable) {
-        // It may only be late, as at login, or be starting again; nobody would tell.
-        helperTimer = mainLoop->startTimer(idleInterval, [weakModel = weak_from_this()] {
-            if (const auto model = weakModel.lock()) {
-                model->evaluateNow();
-            }
-        });
-    }
+    watchHelperIfNeeded();
 }
 
 void TavoAppModel::scheduleNextEvaluation(double seconds) {

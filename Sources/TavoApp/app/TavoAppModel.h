@@ -160,6 +160,10 @@ private:
     void rebuildCoordinator(bool restartIfEnabled);
     void releaseReplaced();
     void lookForHelper();
+    void watchHelperIfNeeded();
+    void lookAtHelperAgain();
+    bool hasStuckOverride() const;
+    void releaseStuck();
 
     void reloadPersistedConfigIfSafe();
     void takeUp(const AppConfig& inFile);
@@ -205,7 +209,7 @@ private:
     /// Replaced while they could not give back an override: a helper that comes back keeps it in force for this process.
     std::vector<std::shared_ptr<RuntimeCoordinator>> replaced;
 
-    /// Looks for a helper that is installed, does not answer, and is needed.
+    /// Looks for a helper that is installed, does not answer, and is needed, or has an override end that could not be ended.
     std::unique_ptr<MainLoopTimer> helperTimer;
     ErrorText lastErrorText;
     ErrorText configFileErrorText;

@@ -129,6 +129,48 @@ void TavoAppModel::publishHelperState(State state) {
             state == State::ready && platform.closedLidSupport().matchesThisBuild());
 }
 
+/// No evaluation is armed after a failure. The helper alone is looked at again: it may only be late, as at login, or be
+/// starting again, and nobody would tell.
+void TavoAppModel::watchHelperIfNeeded() {
+    const bool isAwaited = needsClosedLidPermission() && helperState == State::installedUnreachable;
+    if (!isAwaited && !hasStuckOverride()) {
+        return;
+    }
+    helperTimer = mainLoop->startTimer(AppConfig::fixedPollIntervalSeconds, [weakModel = weak_from_this()] {
+        if (const auto model = weakModel.lock()) {
+            model->perform([&] { model->lookAtHelperAgain(); });
+        }
+    });
+}
+
+bool TavoAppModel::hasStuckOverride() const {
+    return coordinator->isOverrideStuck() || !replaced.empty();
+}
+
+/// An override that cannot be ended keeps a closed laptop awake: nothing else is done before it has ended.
+void TavoAppModel::lookAtHelperAgain() {
+    if (hasStuckOverride()) {
+        refreshHelperInstallState(false);
+        releaseReplaced();
+        releaseStuck();
+        if (hasStuckOverride()) {
+            watchHelperIfNeeded();
+            return;
+        }
+    }
+    evaluate();
+}
+
+void TavoAppModel::releaseStuck() {
+    try {
+        if (coordinator->isOverrideStuck()) {
+            coordinator->release();
+        }
+    } catch (const std::exception& error) {
+        fail(error.what());
+    }
+}
+
 void TavoAppModel::updateClosedLidPermissionGranted(bool granted, bool restartIfEnabled) {
     auto changed = appliedConfig;
     changed.closedLidPermissionGranted = granted;

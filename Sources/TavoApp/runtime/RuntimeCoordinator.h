@@ -41,6 +41,9 @@ public:
 
     WakeControllerStatus wakeStatus() const { return wakeController->status(); }
 
+    /// See WakeController::isOverrideStuck().
+    bool isOverrideStuck() const { return wakeController->isOverrideStuck(); }
+
     /// See WakeController::reassertOverride().
     void reassertOverride() { wakeController->reassertOverride(); }
 

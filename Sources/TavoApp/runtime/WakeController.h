@@ -40,6 +40,9 @@ public:
 
     WakeControllerStatus status() const;
 
+    /// Whether an override is in force that deactivate() could not end.
+    bool isOverrideStuck() const { return activeClosedLidScope && !activePlan; }
+
 private:
     bool isInForce(const WakePlan& plan) const;
     void beginOverride(PMSetScope scope, RunningCommand& assertion);
