@@ -4,6 +4,7 @@
 #include "app/views/PlatformWindow.h"
 #include "app/views/TavoAppIcon.h"
 #include "app/views/TavoAppMain.h"
+#include "base/ErrorText.h"
 #include "base/JsonCoding.h"
 #include "base/PrintError.h"
 #include "config/InstanceLock.h"
@@ -112,8 +113,9 @@ int start(int count, char** values) {
     try {
         return runApplication(application, arguments, values[0]);
     } catch (const std::exception& error) {
-        printError("tavo: {}\n", error.what());
-        QMessageBox(QMessageBox::Critical, QStringLiteral("tavo"), QString::fromUtf8(error.what())).exec();
+        const auto text = errorText(error);
+        printError("tavo: {}\n", text);
+        QMessageBox(QMessageBox::Critical, QStringLiteral("tavo"), QString::fromStdString(text)).exec();
         return EXIT_FAILURE;
     }
 }

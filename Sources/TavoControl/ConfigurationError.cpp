@@ -1,6 +1,6 @@
 #include "ConfigurationError.h"
 
-#include "ErrorSentence.h"
+#include "base/ErrorText.h"
 
 #include <fmt/format.h>
 

@@ -1,10 +1,10 @@
 #include "HelperCommand.h"
 
 #include "Console.h"
-#include "ErrorSentence.h"
 #include "HelperReport.h"
 #include "RunningTavo.h"
 #include "Version.h"
+#include "base/ErrorText.h"
 #include "base/PrintError.h"
 #include "base/Text.h"
 
@@ -62,13 +62,13 @@ ExitStatus HelperCommand::printStatus(bool json) const {
                       .installedFile = platform.helperSetup->helperExecutable()};
     if (isInstalled(facts.state)) {
         facts.installedVersion = installedVersion(platform);
-        facts.hasSource = platform.helperSource.has_value();
+        facts.hasSource = platform.helperSource().has_value();
         facts.matchesThisBuild = support.matchesThisBuild();
     }
     try {
         facts.overrides = SleepOverrideJournal(platform.helperSetup->overrideJournal()).load().overrides;
     } catch (const std::exception& error) {
-        facts.overridesError = errorSentence(error);
+        facts.overridesError = errorText(error);
     }
     const Console console(stdout);
     if (json) {
@@ -82,7 +82,7 @@ ExitStatus HelperCommand::printStatus(bool json) const {
 }
 
 ExitStatus HelperCommand::install() const {
-    if (!platform.helperSource) {
+    if (!platform.helperSource()) {
         printError("tavoctl: could not find the tavo helper executable in this build; install tavo again.\n");
         return ExitStatus::failure;
     }
@@ -145,7 +145,7 @@ void HelperCommand::recordPermission(bool granted) const {
             store.saveConfig(config);
         }
     } catch (const std::exception& error) {
-        printError("tavoctl: config.json was left as it is: {}\n", visibleControls(errorSentence(error)));
+        printError("tavoctl: config.json was left as it is: {}\n", visibleControls(errorText(error)));
     }
     tellRunningTavo(store);
 }

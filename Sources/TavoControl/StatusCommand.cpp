@@ -1,9 +1,9 @@
 #include "StatusCommand.h"
 
 #include "ConfigurationError.h"
-#include "ErrorSentence.h"
 #include "RunningTavo.h"
 #include "StatusReport.h"
+#include "base/ErrorText.h"
 
 #include <algorithm>
 #include <unordered_map>
@@ -60,7 +60,7 @@ ExitStatus printStatus(const StatusOptions& options, const TavoStoring& store, c
         keepOwn(held, facts.runningProcessID, *platform.processes, facts.now);
         facts.held = std::move(held);
     } catch (const std::exception& error) {
-        facts.heldError = errorSentence(error);
+        facts.heldError = errorText(error);
     }
     std::exception_ptr configurationFailure;
     try {

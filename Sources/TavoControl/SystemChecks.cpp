@@ -1,8 +1,8 @@
 #include "SystemChecks.h"
 
 #include "ConfigurationError.h"
-#include "ErrorSentence.h"
 #include "app/StatusCopy.h"
+#include "base/ErrorText.h"
 
 #include <fmt/format.h>
 #include <unistd.h>

@@ -1,13 +1,13 @@
 #include "CommandLine.h"
 #include "ConfigurationError.h"
 #include "DoctorCommand.h"
-#include "ErrorSentence.h"
 #include "ExitStatus.h"
 #include "HelperCommand.h"
 #include "ProcessesCommand.h"
 #include "RunCommand.h"
 #include "SettingsCommand.h"
 #include "StatusCommand.h"
+#include "base/ErrorText.h"
 #include "base/PrintError.h"
 #include "base/Text.h"
 #include "system/ProgramLocation.h"
@@ -66,7 +66,7 @@ ExitStatus runProgram(int count, const char* const* values) {
     try {
         return carryOut(std::get<Invocation>(parsed), values[0]);
     } catch (const std::exception& error) {
-        printError("tavoctl: {}\n", visibleControls(errorSentence(error)));
+        printError("tavoctl: {}\n", visibleControls(errorText(error)));
         return exitStatusOf(std::current_exception());
     }
 }

@@ -50,7 +50,7 @@ struct ScriptedSurroundings {
         platform.assertionBoard = board;
         platform.helperClient = helper;
         platform.helperSetup = helperSetup;
-        platform.helperSource = helperSource;
+        platform.findHelperSource = [this] { return helperSource; };
         platform.administratorRunner = administrator;
         platform.sleeper = [this](std::chrono::microseconds) { ++pauses; };
         platform.launchAtLogin = login;

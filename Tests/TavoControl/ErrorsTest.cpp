@@ -1,5 +1,4 @@
 #include "ConfigurationError.h"
-#include "ErrorSentence.h"
 #include "ExitStatus.h"
 #include "Support/TemporaryDirectory.h"
 #include "base/WakeControlError.h"
@@ -37,23 +36,6 @@ TEST(ExitStatus, TheNumbersArePartOfTheInterface) {
     EXPECT_EQ(static_cast<int>(ExitStatus::systemUnavailable), 69);
     EXPECT_EQ(static_cast<int>(ExitStatus::alreadyRunning), 75);
     EXPECT_EQ(static_cast<int>(ExitStatus::invalidConfiguration), 78);
-}
-
-TEST(ErrorSentence, EndsWithOneFullStop) {
-    EXPECT_EQ(errorSentence(std::runtime_error("it failed")), "it failed.");
-    EXPECT_EQ(errorSentence(std::runtime_error("it failed. ")), "it failed.");
-    EXPECT_EQ(errorClause(std::runtime_error("it failed.")), "it failed");
-    EXPECT_EQ(errorClause(std::runtime_error("")), "");
-}
-
-TEST(ErrorSentence, TheSystemsTextLosesItsCapital) {
-    const std::system_error error(EACCES, std::generic_category(), "could not open /Some/File");
-    EXPECT_EQ(errorSentence(error), "could not open /Some/File: permission denied.");
-}
-
-TEST(ErrorSentence, AnAbbreviationKeepsItsCapitals) {
-    EXPECT_EQ(errorClause(std::runtime_error("JSON ends too early")), "JSON ends too early");
-    EXPECT_EQ(errorClause(std::runtime_error("Access denied")), "access denied");
 }
 
 class ConfigurationErrorTest : public ::testing::Test {

@@ -47,7 +47,7 @@ protected:
         platform.administratorRunner = administrator;
         platform.helperClient = client;
         platform.helperSetup = setup;
-        platform.helperSource = folder.write("build/helper", "program");
+        platform.findHelperSource = [this] { return source; };
         platform.sleeper = [this](std::chrono::microseconds) {
             ++pauses;
             onPause();
@@ -89,6 +89,7 @@ protected:
     std::shared_ptr<ScriptedHelperClient> client = std::make_shared<ScriptedHelperClient>();
     std::string output;
     std::string errors;
+    std::optional<std::filesystem::path> source = folder.write("build/helper", "program");
     int pauses = 0;
     std::function<void()> onPause = [] {};
 };
@@ -141,7 +142,7 @@ TEST_F(HelperCommandTest, InstallGrantsThePermission) {
     EXPECT_EQ(carryOut(Action::install), ExitStatus::success);
     ASSERT_EQ(administrator->commands.size(), 1U);
     EXPECT_TRUE(administrator->commands[0].requiresPrivilege);
-    EXPECT_EQ(administrator->commands[0].arguments.back(), "install " + platform.helperSource->string());
+    EXPECT_EQ(administrator->commands[0].arguments.back(), "install " + source->string());
     EXPECT_TRUE(isGranted());
     EXPECT_THAT(output, HasSubstr("may now keep awake with the lid closed"));
 }
@@ -153,7 +154,7 @@ TEST_F(HelperCommandTest, ARefusedInstallationGrantsNothing) {
 }
 
 TEST_F(HelperCommandTest, WithoutAHelperInTheBuildThereIsNothingToInstall) {
-    platform.helperSource.reset();
+    source.reset();
     EXPECT_EQ(carryOut(Action::install), ExitStatus::failure);
     EXPECT_THAT(errors, HasSubstr("could not find the tavo helper executable in this build"));
     EXPECT_THAT(administrator->commands, IsEmpty());

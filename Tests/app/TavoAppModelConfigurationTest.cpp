@@ -54,11 +54,11 @@ TEST_F(TavoAppModelTest, SwitchingOffStaysOffThoughItCannotBeSaved) {
     startWith(enabled());
     disk->hasNoRoomForConfig = true;
     model->toggleEnabled();
-    EXPECT_EQ(model->lastError(), "could not write: No space left on device");
+    EXPECT_EQ(model->lastError(), "could not write: no space left on device.");
     loop->advance(std::chrono::minutes{10});
     EXPECT_FALSE(model->config().isEnabled) << "the file still says otherwise";
     EXPECT_FALSE(model->runtimeSnapshot().isWakeAssertionActive);
-    EXPECT_EQ(model->lastError(), "could not write: No space left on device");
+    EXPECT_EQ(model->lastError(), "could not write: no space left on device.");
     disk->hasNoRoomForConfig = false;
     loop->advance(std::chrono::seconds{60});
     EXPECT_FALSE(store->loadConfig().isEnabled);
@@ -71,7 +71,7 @@ TEST_F(TavoAppModelTest, SwitchingOnHoldsThoughItCannotBeSavedAndSaysSo) {
     model->toggleEnabled();
     EXPECT_TRUE(model->config().isEnabled);
     EXPECT_TRUE(model->runtimeSnapshot().isWakeAssertionActive);
-    EXPECT_EQ(model->lastError(), "could not write: No space left on device");
+    EXPECT_EQ(model->lastError(), "could not write: no space left on device.");
 }
 
 TEST_F(TavoAppModelTest, AnEditOfTheFileOutranksASaveThatFailed) {
@@ -90,7 +90,7 @@ TEST_F(TavoAppModelTest, ASwitchOffThatTheStateFileDoesNotTakeIsTriedAgain) {
     startWith(enabled());
     disk->hasNoRoomForState = true;
     model->toggleEnabled();
-    EXPECT_EQ(model->lastError(), "could not write: No space left on device");
+    EXPECT_EQ(model->lastError(), "could not write: no space left on device.");
     EXPECT_FALSE(runner->children.back()->isRunning());
     EXPECT_EQ(loop->armedTimers(), 1U);
     disk->hasNoRoomForState = false;

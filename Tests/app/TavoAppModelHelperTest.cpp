@@ -52,6 +52,20 @@ TEST_F(HelperFlowTest, WithoutAHelperInThisBuildThereIsNothingToInstall) {
     EXPECT_THAT(administrator->commands, IsEmpty());
 }
 
+TEST_F(HelperFlowTest, TheHelperIsLookedForAtEachInstallation) {
+    startWith({});
+    helperSource = folder.write("moved/helper", "helper");
+    model->installHelper();
+    loop->runPosted();
+    ASSERT_EQ(administrator->commands.size(), 1U);
+    EXPECT_THAT(administrator->commands[0].arguments.back(), testing::HasSubstr(helperSource->string()));
+    helperSource.reset();
+    EXPECT_FALSE(model->canInstallHelper());
+    model->installHelper();
+    EXPECT_EQ(model->lastError(), "could not find the tavo helper executable in this build");
+    EXPECT_EQ(administrator->commands.size(), 1U);
+}
+
 TEST_F(HelperFlowTest, ARefusalIsSaidAndNothingIsGranted) {
     administrator->onRun = nullptr;
     administrator->results = {{.exitCode = 1, .standardOutput = "", .standardError = "user canceled."}};
@@ -103,7 +117,7 @@ TEST_F(HelperFlowTest, APermissionThatCannotBeSavedIsSaid) {
     disk->hasNoRoomForConfig = true;
     model->installHelper();
     loop->runPosted();
-    EXPECT_EQ(model->lastError(), "could not write: No space left on device");
+    EXPECT_EQ(model->lastError(), "could not write: no space left on device.");
     EXPECT_FALSE(model->config().closedLidPermissionGranted);
     EXPECT_EQ(model->helperInstallState(), HelperState::ready);
 }

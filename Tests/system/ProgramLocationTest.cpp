@@ -26,6 +26,20 @@ TEST_F(ProgramLocation, TheOwnFolderComesFirstThenTheOthersInTheirOrder) {
     EXPECT_EQ(find(), folder.path() / "bin/tool");
 }
 
+TEST_F(ProgramLocation, TheOwnFolderMayComeLast) {
+    const auto findLast = [this] {
+        return findProgram(folder.path() / "MacOS/tavo", "helper", {"../Helpers", "../MacOS", "../Resources", "."});
+    };
+    EXPECT_EQ(findLast(), std::nullopt);
+    for (const auto* place : {"Resources/helper", "MacOS/helper", "Helpers/helper"}) {
+        folder.write(place, "");
+        EXPECT_EQ(findLast(), folder.path() / place);
+    }
+    EXPECT_EQ(findProgram(folder.path() / "bin/tavo", "helper", {"../lib", "."}), std::nullopt);
+    folder.write("bin/helper", "");
+    EXPECT_EQ(findProgram(folder.path() / "bin/tavo", "helper", {"../lib", "."}), folder.path() / "bin/helper");
+}
+
 TEST_F(ProgramLocation, AFolderIsNoProgram) {
     std::filesystem::create_directories(folder.path() / "bin/tool");
     EXPECT_EQ(find(), std::nullopt);

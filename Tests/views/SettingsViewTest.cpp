@@ -8,6 +8,7 @@
 #include "app/views/TavoSystemSettings.h"
 #include "app/views/TavoWelcomeView.h"
 #include "app/views/TextField.h"
+#include "base/WakeControlError.h"
 #include "views/FindWidgets.h"
 #include "views/Stage.h"
 
@@ -345,6 +346,21 @@ TEST_F(SettingsViewTest, TheHeaderReadsPausedWhileSwitchedOff) {
     EXPECT_EQ(partOf<BatteryStatusBadgeView>(*view).text(), "42%");
     model->toggleEnabled();
     EXPECT_NO_THROW(partWithText<QLabel>(*view, "keeping computer awake"));
+}
+
+TEST_F(SettingsViewTest, TheHeaderShowsAFailuresOwnWords) {
+    runner->failure = std::make_exception_ptr(WakeControlError::systemUnavailable("no means."));
+    open(enabled());
+    EXPECT_NO_THROW(partWithText<QLabel>(*view, "needs attention"));
+    EXPECT_NO_THROW(partWithText<QLabel>(*view, "no means."));
+}
+
+TEST_F(SettingsViewTest, AFailureOfAnyLengthLeavesTheWindowItsWidth) {
+    const auto path = "/" + std::string(500, 'x');
+    runner->failure = std::make_exception_ptr(WakeControlError::systemUnavailable("could not run " + path + "."));
+    open(enabled());
+    EXPECT_LE(view->minimumSizeHint().width(), 378);
+    EXPECT_LE(partWithText<QLabel>(*view, QString::fromStdString("could not run " + path + ".")).height(), 80);
 }
 
 TEST_F(SettingsViewTest, ErrorsAndWarningsAreShownAndGoWhenTheyAreResolved) {

@@ -38,9 +38,11 @@ Platform makeMacPlatform(const std::filesystem::path& programPath, const TavoPat
     platform.helperClient = std::move(helperClient);
     platform.helperSetup = std::make_shared<LaunchDaemonSetup>();
     platform.administratorRunner = std::make_shared<AdministratorCommandRunner>(platform.commandRunner);
-    // Of a bundle's folders, seen from "MacOS" and from "Helpers".
-    platform.helperSource = findCompanionProgram(programPath, PrivilegedHelperConstants::helperExecutableName,
-                                                 {"../Helpers", "../MacOS", "../Resources"});
+    // A bundle's folders, seen from "MacOS" and from "Helpers".
+    platform.findHelperSource = [programPath] {
+        return findProgram(programPath, PrivilegedHelperConstants::helperExecutableName,
+                           {"../Helpers", "../MacOS", "../Resources", "."});
+    };
     return platform;
 }
 

@@ -59,8 +59,10 @@ Platform makePlatform(const std::filesystem::path& programPath, const TavoPaths&
     platform.helperClient = std::make_shared<SocketPrivilegedHelperClient>();
     platform.helperSetup = std::make_shared<SystemdServiceSetup>();
     platform.administratorRunner = std::make_shared<PolkitCommandRunner>(platform.commandRunner);
-    platform.helperSource = findCompanionProgram(programPath, PrivilegedHelperConstants::helperExecutableName,
-                                                 {packagedPrograms, "../Helpers"});
+    platform.findHelperSource = [programPath] {
+        return findProgram(programPath, PrivilegedHelperConstants::helperExecutableName,
+                           {"../Helpers", packagedPrograms, "."});
+    };
     return platform;
 }
 

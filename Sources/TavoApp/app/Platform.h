@@ -60,8 +60,9 @@ struct Platform {
     /// Runs as root what requires privilege, with an administrator's approval.
     std::shared_ptr<CommandRunning> administratorRunner;
 
-    /// The helper that belongs to this build; absent when it does not come with it.
-    std::optional<std::filesystem::path> helperSource;
+    /// Looks for the helper that belongs to this build; gives nothing when it does not come with it. Tavo may be updated or
+    /// moved while it runs.
+    std::function<std::optional<std::filesystem::path>()> findHelperSource;
 
     /// Sleeps between two looks at the helper; the calling thread does when it is empty.
     PrivilegedHelperInstaller::Sleeper sleeper;
@@ -74,11 +75,17 @@ struct Platform {
     /// What the machine is called in status texts.
     std::string machineNoun;
 
+    /// The helper that belongs to this build, looked for now.
+    std::optional<std::filesystem::path> helperSource() const {
+        return findHelperSource ? findHelperSource() : std::nullopt;
+    }
+
+    /// With the helper's source as it is now.
     ClosedLidSupport closedLidSupport() const {
         return ClosedLidSupport({.client = helperClient,
                                  .setup = helperSetup,
                                  .administratorRunner = administratorRunner,
-                                 .source = helperSource,
+                                 .source = helperSource(),
                                  .sleeper = sleeper});
     }
 

@@ -1,5 +1,6 @@
 #include "app/TavoAppModel.h"
 
+#include "base/ErrorText.h"
 #include "helper/HelperBackedPrivilegedSleepController.h"
 
 namespace tavo {
@@ -60,7 +61,7 @@ void TavoAppModel::loadAtStart() {
         appliedConfig = asWritten->validated();
     } catch (const std::exception& error) {
         asWritten.reset();
-        configFileErrorText = error.what();
+        configFileErrorText = errorText(error);
         lastErrorText = configFileErrorText;
     }
     draft = appliedConfig;
@@ -184,13 +185,13 @@ void TavoAppModel::evaluate() {
 
 void TavoAppModel::applyFailure(const std::exception& error) {
     timer.reset();
-    fail(error.what());
+    fail(errorText(error));
     auto failed = snapshot;
     failed.isEnabled = appliedConfig.isEnabled;
     failed.isWakeAssertionActive = coordinator->wakeStatus().isActive;
     failed.lastEvaluationDate = mainLoop->now();
     failed.lastDecisionReason = RuntimeDecisionReason::error;
-    failed.lastError = error.what();
+    failed.lastError = errorText(error);
     publish(ModelProperty::runtimeSnapshot, snapshot, failed);
     persistBestEffort(snapshot);
     watchHelperIfNeeded();
@@ -279,7 +280,7 @@ void TavoAppModel::quit() {
             publish(ModelProperty::runtimeSnapshot, snapshot, stopped.snapshot);
         } catch (const std::exception& error) {
             // There is nobody left to try again; what is still held goes with this process.
-            fail(error.what());
+            fail(errorText(error));
         }
         application.terminate();
     });

@@ -120,7 +120,7 @@ public:
     bool needsClosedLidPermission() const;
 
     /// Whether there is a helper to install, and none is being installed.
-    bool canInstallHelper() const { return platform.helperSource && !isHelperWorkRunning; }
+    bool canInstallHelper() const { return !isHelperWorkRunning && platform.helperSource(); }
 
     /// Whether the helper is ready and this build's own, so that it may be asked to remove itself. As of the last look.
     bool supportsSilentHelperReset() const { return canResetSilently; }

@@ -1,5 +1,7 @@
 #include "app/TavoAppModel.h"
 
+#include "base/ErrorText.h"
+
 namespace tavo {
 
 void TavoAppModel::toggleEnabled() {
@@ -39,7 +41,7 @@ void TavoAppModel::saveDraft() {
             }
             publishConfig(checked);
         } catch (const std::exception& error) {
-            fail(error.what());
+            fail(errorText(error));
             return;
         }
         clearError();
@@ -66,7 +68,7 @@ void TavoAppModel::persistConfigAndReschedule() {
         publish(ModelProperty::runtimeSnapshot, snapshot, coordinator->stop(mainLoop->now()).snapshot);
         failure = nullptr;
     } catch (const std::exception& error) {
-        fail(error.what());
+        fail(errorText(error));
     }
     scheduleNextEvaluation(AppConfig::fixedPollIntervalSeconds);
 }
@@ -77,8 +79,8 @@ void TavoAppModel::saveAppliedConfig() {
         clearError();
     } catch (const std::exception& error) {
         // Without this, what its user has just switched off would come back with the next look at the file.
-        overdueSave = OverdueSave{.inFile = lastInFile, .error = error.what()};
-        fail(error.what());
+        overdueSave = OverdueSave{.inFile = lastInFile, .error = errorText(error)};
+        fail(errorText(error));
     }
 }
 
@@ -89,7 +91,7 @@ void TavoAppModel::saveWhatIsOverdue() {
             save(appliedConfig);
         }
     } catch (const std::exception& error) {
-        fail(error.what());
+        fail(errorText(error));
     }
 }
 
@@ -107,8 +109,8 @@ void TavoAppModel::reloadPersistedConfigIfSafe() {
     try {
         takeUp(store->loadConfig());
     } catch (const std::exception& error) {
-        publish(ModelProperty::configFileError, configFileErrorText, error.what());
-        fail(error.what());
+        publish(ModelProperty::configFileError, configFileErrorText, errorText(error));
+        fail(errorText(error));
     }
 }
 

@@ -1,4 +1,5 @@
 #include "app/TavoAppModel.h"
+#include "base/ErrorText.h"
 
 namespace tavo {
 
@@ -23,7 +24,7 @@ void TavoAppModel::installHelper() {
         if (isHelperWorkRunning) {
             return;
         }
-        if (!platform.helperSource) {
+        if (!platform.helperSource()) {
             fail("could not find the tavo helper executable in this build");
             return;
         }
@@ -36,7 +37,7 @@ void TavoAppModel::installHelper() {
                         outcome.state = support.waitForState(State::ready, HelperReachabilityWait());
                     }
                 } catch (const std::exception& error) {
-                    outcome.error = error.what();
+                    outcome.error = errorText(error);
                     outcome.state = support.state();
                 }
                 return outcome;
@@ -167,7 +168,7 @@ void TavoAppModel::releaseStuck() {
             coordinator->release();
         }
     } catch (const std::exception& error) {
-        fail(error.what());
+        fail(errorText(error));
     }
 }
 
@@ -183,7 +184,7 @@ void TavoAppModel::updateClosedLidPermissionGranted(bool granted, bool restartIf
         publish(ModelProperty::draftConfig, draft, changedDraft);
         clearError();
     } catch (const std::exception& error) {
-        saveFailure = error.what();
+        saveFailure = errorText(error);
     }
     rebuildCoordinator(restartIfEnabled);
     if (saveFailure) {

@@ -17,4 +17,8 @@ std::optional<std::filesystem::path> findCompanionProgram(const std::filesystem:
                                                           std::string_view name,
                                                           std::initializer_list<std::string_view> otherFolders);
 
+/// The same in the given folders alone, in their order.
+std::optional<std::filesystem::path> findProgram(const std::filesystem::path& programPath, std::string_view name,
+                                                 std::initializer_list<std::string_view> folders);
+
 } // namespace tavo

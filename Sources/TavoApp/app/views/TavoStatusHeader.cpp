@@ -9,6 +9,12 @@
 
 namespace tavo {
 
+namespace {
+
+constexpr int mostDetailRows = 3;
+
+} // namespace
+
 TavoStatusHeader::TavoStatusHeader(ModelObserver& observer, QWidget* parent)
     : QWidget(parent), observer(observer), titleLabel(new QLabel(this)), detailLabel(new QLabel(this)),
       badge(new BatteryStatusBadgeView(this)) {
@@ -18,6 +24,9 @@ TavoStatusHeader::TavoStatusHeader(ModelObserver& observer, QWidget* parent)
     detailLabel->setForegroundRole(QPalette::PlaceholderText);
     detailLabel->setTextFormat(Qt::PlainText);
     detailLabel->setWordWrap(true);
+    // A failure's words may be long, and a path among them wider than the window; the notices have the whole of it.
+    detailLabel->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    detailLabel->setMaximumHeight(mostDetailRows * detailLabel->fontMetrics().lineSpacing());
 
     auto* words = new QVBoxLayout;
     words->setSpacing(0);
@@ -38,10 +47,7 @@ void TavoStatusHeader::showModel() {
     const auto& model = observer.model();
     const auto copy = model.config().isEnabled ? model.runtimeStatusCopy() : RuntimeStatusCopy{"paused", "tavo is off"};
     titleLabel->setText(QString::fromStdString(copy.title));
-    // A failure's own words are in the notice below, where there is room for them.
-    const bool isError = model.runtimeSnapshot().lastDecisionReason == RuntimeDecisionReason::error &&
-                         model.lastError() && copy.detail == *model.lastError();
-    detailLabel->setText(isError ? QStringLiteral("see below") : QString::fromStdString(copy.detail));
+    detailLabel->setText(QString::fromStdString(copy.detail));
     badge->setPowerStatus(model.powerStatus());
 }
 

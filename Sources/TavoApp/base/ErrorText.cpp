@@ -1,4 +1,6 @@
-#include "ErrorSentence.h"
+#include "base/ErrorText.h"
+
+#include "base/DescribedError.h"
 
 #include <cctype>
 #include <system_error>
@@ -32,8 +34,8 @@ std::string errorClause(const std::exception& error) {
     return text;
 }
 
-std::string errorSentence(const std::exception& error) {
-    return errorClause(error) + ".";
+std::string errorText(const std::exception& error) {
+    return dynamic_cast<const DescribedError*>(&error) != nullptr ? error.what() : errorClause(error) + ".";
 }
 
 } // namespace tavo
