@@ -80,16 +80,23 @@ int raiseOther(const TavoPaths& paths) {
     return alreadyRunning;
 }
 
-int runApplication(QApplication& application, const Arguments& arguments, const char* calledAs) {
+int runApplication(QApplication& application, const Arguments& arguments, const char* calledAs,
+                   std::optional<BlockedSignals>& blocked) {
     const auto paths =
         arguments.root.empty() ? TavoPaths::defaultPaths() : TavoPaths{std::filesystem::absolute(arguments.root)};
     auto lock = InstanceLock::acquire(paths.lockURL(), TavoAppMain::lockNote(false));
     if (!lock) {
+        blocked.reset(); // there is nothing to release
         return raiseOther(paths);
     }
-    const TavoAppMain main({.isHidden = arguments.isHidden}, std::make_shared<TavoStore>(paths),
-                           makePlatform(runningProgram(calledAs), paths), std::move(*lock));
-    return application.exec();
+    TavoAppMain main({.isHidden = arguments.isHidden}, std::make_shared<TavoStore>(paths),
+                     makePlatform(runningProgram(calledAs), paths), std::move(*lock));
+    const int status = application.exec();
+    if (!main.finish()) {
+        std::fflush(nullptr);
+        std::_Exit(status);
+    }
+    return status;
 }
 
 int start(int count, char** values) {
@@ -105,14 +112,15 @@ int start(int count, char** values) {
     }
     // Nobody may find the process id in the lock file and signal it before the signals are handled; and the threads that
     // Qt starts leave them to the one that waits for them.
-    const BlockedSignals blocked(TavoAppMain::handledSignals());
+    std::optional<BlockedSignals> blocked(std::in_place, TavoAppMain::handledSignals());
     QApplication::setDesktopFileName(QStringLiteral("com.vrd.tavo"));
     QApplication::setApplicationName(QStringLiteral("tavo"));
     QApplication application(count, values);
     const DesktopColourScheme colours;
     try {
-        return runApplication(application, arguments, values[0]);
+        return runApplication(application, arguments, values[0], blocked);
     } catch (const std::exception& error) {
+        blocked.reset();
         const auto text = errorText(error);
         printError("tavo: {}\n", text);
         QMessageBox(QMessageBox::Critical, QStringLiteral("tavo"), QString::fromStdString(text)).exec();

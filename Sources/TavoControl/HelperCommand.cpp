@@ -2,6 +2,7 @@
 
 #include "Console.h"
 #include "HelperReport.h"
+#include "InterruptedBySignals.h"
 #include "RunningTavo.h"
 #include "Version.h"
 #include "base/ErrorText.h"
@@ -43,9 +44,13 @@ HelperCommand::HelperCommand(const Platform& platform, const TavoStoring& store)
     : platform(platform), store(store), support(platform.closedLidSupport()) {}
 
 ExitStatus HelperCommand::carryOut(const HelperCommandOptions& options) const {
+    if (options.action == HelperCommandOptions::Action::status) {
+        return printStatus(options.json);
+    }
+    const InterruptedBySignals interrupted(platform.interruption);
     switch (options.action) {
     case HelperCommandOptions::Action::status:
-        return printStatus(options.json);
+        break;
     case HelperCommandOptions::Action::install:
         return install();
     case HelperCommandOptions::Action::uninstall:

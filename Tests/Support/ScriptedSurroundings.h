@@ -35,6 +35,7 @@ struct ScriptedSurroundings {
     std::optional<std::filesystem::path> helperSource = folder.write("build/helper", "helper");
     std::shared_ptr<ScriptedLaunchAtLogin> login = std::make_shared<ScriptedLaunchAtLogin>();
     std::optional<std::filesystem::path> desktopApp = "/opt/tavo/bin/tavo";
+    std::shared_ptr<Interruption> interruption = std::make_shared<Interruption>();
     int pauses = 0;
     ScriptedApplication application;
 
@@ -51,6 +52,7 @@ struct ScriptedSurroundings {
         platform.helperClient = helper;
         platform.helperSetup = helperSetup;
         platform.findHelperSource = [this] { return helperSource; };
+        platform.interruption = interruption;
         platform.administratorRunner = administrator;
         platform.sleeper = [this](std::chrono::microseconds) { ++pauses; };
         platform.launchAtLogin = login;

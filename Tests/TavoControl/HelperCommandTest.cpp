@@ -3,11 +3,14 @@
 #include "HelperReport.h"
 #include "Support/ScriptedCommandRunner.h"
 #include "Support/ScriptedHelperClient.h"
+#include "Support/StandInPrompt.h"
+#include "Support/WaitUntil.h"
 #include "TavoControl/CommandTest.h"
 #include "Version.h"
 #include "helper/PrivilegedHelperInstallerError.h"
 
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <cstdlib>
@@ -257,6 +260,30 @@ TEST_F(HelperCommandTest, UnderSudoTheFilesOfTheOtherUserStayHis) {
     EXPECT_EQ(carryOut(Action::install), ExitStatus::success);
     unsetenv("SUDO_UID");
     EXPECT_FALSE(std::filesystem::exists(store->paths().configURL()));
+}
+
+TEST_F(HelperCommandTest, ASignalEndsThePromptAndLeavesNothingStaged) {
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
+        const TemporaryDirectory noteFolder;
+        platform.interruption = std::make_shared<Interruption>();
+        const auto prompt = std::make_shared<StandInPrompt>(noteFolder, platform.interruption);
+        platform.administratorRunner = prompt;
+        const auto child = fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            std::signal(SIGHUP, SIG_DFL); // ignored under nohup
+            HelperCommand(platform, *store).carryOut({.action = Action::install, .json = false});
+            _exit(1);
+        }
+        ASSERT_TRUE(waitUntil([&] { return prompt->isAsking(); }));
+        EXPECT_TRUE(std::filesystem::exists(folder.path() / "helper-installer"));
+        kill(child, signal);
+        int status = 0;
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == signal) << status;
+        EXPECT_FALSE(std::filesystem::exists(folder.path() / "helper-installer"));
+        EXPECT_TRUE(waitUntil([&] { return kill(prompt->processID(), 0) != 0; })) << "the prompt is still open";
+    }
 }
 
 } // namespace

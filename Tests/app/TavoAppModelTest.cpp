@@ -145,6 +145,25 @@ TEST_F(TavoAppModelTest, QuittingLetsGoAndArmsNothing) {
     EXPECT_TRUE(store->loadConfig().isEnabled);
 }
 
+TEST_F(TavoAppModelTest, QuittingCallsOffWhatWaitsForAnAdministrator) {
+    startWith(enabled());
+    EXPECT_FALSE(interruption->isInterrupted());
+    model->quit();
+    EXPECT_TRUE(interruption->isInterrupted());
+}
+
+TEST_F(TavoAppModelTest, QuittingAgainDoesNothing) {
+    startWith(enabled());
+    model->quit();
+    const auto asked = application.asked;
+    changes.clear();
+    model->quit();
+    model->toggleEnabled();
+    EXPECT_EQ(application.asked, asked);
+    EXPECT_THAT(changes, IsEmpty());
+    EXPECT_TRUE(store->loadConfig().isEnabled);
+}
+
 TEST_F(TavoAppModelTest, WhatWasPostedForAModelThatIsGoneDoesNothing) {
     store->saveConfig(enabled());
     make();

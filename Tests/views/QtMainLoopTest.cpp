@@ -5,6 +5,7 @@
 #include <QTest>
 #include <QThread>
 #include <atomic>
+#include <future>
 #include <thread>
 
 namespace tavo {
@@ -49,6 +50,16 @@ TEST(QtMainLoop, BackgroundWorkRunsElsewhereAndItsEndHere) {
     EXPECT_TRUE(QTest::qWaitFor([&] { return endedOn != nullptr; }));
     EXPECT_NE(workedOn, QThread::currentThread());
     EXPECT_EQ(endedOn, QThread::currentThread());
+}
+
+TEST(QtMainLoop, SaysWhetherBackgroundWorkHasEnded) {
+    QtMainLoop loop;
+    EXPECT_TRUE(loop.waitForBackgroundWork(std::chrono::milliseconds{0}));
+    std::promise<void> end;
+    loop.runInBackground([waited = end.get_future().share()] { waited.wait(); }, [] {});
+    EXPECT_FALSE(loop.waitForBackgroundWork(std::chrono::milliseconds{10}));
+    end.set_value();
+    EXPECT_TRUE(loop.waitForBackgroundWork(std::chrono::seconds{20}));
 }
 
 } // namespace

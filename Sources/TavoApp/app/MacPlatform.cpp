@@ -6,6 +6,7 @@
 #include "helper/PrivilegedHelperConstants.h"
 #include "login/LoginLaunchManager.h"
 #include "runtime/NotingCommandRunner.h"
+#include "system/InterruptibleCommandRunner.h"
 #include "system/PMSetAssertionList.h"
 #include "system/PSProcessSnapshotProvider.h"
 #include "system/PowerSourceNotifications.h"
@@ -37,7 +38,9 @@ Platform makeMacPlatform(const std::filesystem::path& programPath, const TavoPat
     platform.launchAtLogin = std::make_shared<LoginLaunchManager>(platform.commandRunner);
     platform.helperClient = std::move(helperClient);
     platform.helperSetup = std::make_shared<LaunchDaemonSetup>();
-    platform.administratorRunner = std::make_shared<AdministratorCommandRunner>(platform.commandRunner);
+    makeInterruptible(platform);
+    platform.administratorRunner = std::make_shared<AdministratorCommandRunner>(
+        std::make_shared<InterruptibleCommandRunner>(platform.interruption));
     // A bundle's folders, seen from "MacOS" and from "Helpers".
     platform.findHelperSource = [programPath] {
         return findProgram(programPath, PrivilegedHelperConstants::helperExecutableName,

@@ -12,6 +12,7 @@
 #include "helper/linux/SystemdServiceSetup.h"
 #include "login/linux/AutostartLoginManager.h"
 #include "runtime/linux/InhibitorCommandRunner.h"
+#include "system/InterruptibleCommandRunner.h"
 #include "system/ProgramLocation.h"
 #include "system/SystemCommandRunner.h"
 #include "system/linux/KernelEvents.h"
@@ -58,7 +59,9 @@ Platform makePlatform(const std::filesystem::path& programPath, const TavoPaths&
     platform.launchAtLogin = std::make_shared<AutostartLoginManager>();
     platform.helperClient = std::make_shared<SocketPrivilegedHelperClient>();
     platform.helperSetup = std::make_shared<SystemdServiceSetup>();
-    platform.administratorRunner = std::make_shared<PolkitCommandRunner>(platform.commandRunner);
+    makeInterruptible(platform);
+    platform.administratorRunner =
+        std::make_shared<PolkitCommandRunner>(std::make_shared<InterruptibleCommandRunner>(platform.interruption));
     platform.findHelperSource = [programPath] {
         return findProgram(programPath, PrivilegedHelperConstants::helperExecutableName,
                            {"../Helpers", packagedPrograms, "."});

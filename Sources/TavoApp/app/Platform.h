@@ -9,6 +9,7 @@
 #include "runtime/WakePlan.h"
 #include "system/CommandRunning.h"
 #include "system/HeldAssertionsProviding.h"
+#include "system/Interruption.h"
 #include "system/PowerChangeNotifying.h"
 #include "system/PowerEnvironmentProviding.h"
 #include "system/ProcessSnapshot.h"
@@ -59,6 +60,9 @@ struct Platform {
 
     /// Runs as root what requires privilege, with an administrator's approval.
     std::shared_ptr<CommandRunning> administratorRunner;
+
+    /// Calls off what administratorRunner and sleeper wait for, when the program quits; null where nothing can wait.
+    std::shared_ptr<Interruption> interruption;
 
     /// Looks for the helper that belongs to this build; gives nothing when it does not come with it. Tavo may be updated or
     /// moved while it runs.

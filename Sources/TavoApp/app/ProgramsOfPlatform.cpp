@@ -20,6 +20,13 @@ std::optional<std::filesystem::path> findDesktopApp(const std::filesystem::path&
     return findCompanionProgram(programPath, desktopAppName, {"../MacOS", "../../bin"});
 }
 
+void makeInterruptible(Platform& platform) {
+    platform.interruption = std::make_shared<Interruption>();
+    platform.sleeper = [interruption = platform.interruption](std::chrono::microseconds time) {
+        interruption->sleep(time);
+    };
+}
+
 std::shared_ptr<ProcessSnapshotProviding> withoutOwnPrograms(std::shared_ptr<ProcessSnapshotProviding> processes) {
     return std::make_shared<OwnProgramFilter>(std::move(processes), getpid());
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/Platform.h"
 #include "system/ProcessSnapshot.h"
 
 #include <filesystem>
@@ -15,5 +16,8 @@ std::optional<std::filesystem::path> findDesktopApp(const std::filesystem::path&
 
 /// Tavo's own programs never count as a match.
 std::shared_ptr<ProcessSnapshotProviding> withoutOwnPrograms(std::shared_ptr<ProcessSnapshotProviding> processes);
+
+/// Gives the platform what calls off its waiting for an administrator and for the helper. @throws std::system_error
+void makeInterruptible(Platform& platform);
 
 } // namespace tavo

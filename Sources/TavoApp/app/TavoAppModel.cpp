@@ -271,6 +271,9 @@ void TavoAppModel::openSettings() {
 
 void TavoAppModel::quit() {
     perform([this] {
+        if (platform.interruption) {
+            platform.interruption->interrupt();
+        }
         timer.reset();
         helperTimer.reset();
         saveWhatIsOverdue();

@@ -83,7 +83,8 @@ public:
     /// Shows the settings window in front of everything.
     void openSettings();
 
-    /// Lets go of everything, persists that nothing is held, arms nothing any more, and ends the program. Once is enough.
+    /// Releases everything, persists that nothing is held, arms nothing any more, calls off what waits for an administrator,
+    /// and ends the program. Once is enough.
     void quit();
 
     /// The configuration in force.

@@ -38,6 +38,10 @@ QtMainLoop::~QtMainLoop() {
     QThreadPool::globalInstance()->waitForDone();
 }
 
+bool QtMainLoop::waitForBackgroundWork(std::chrono::milliseconds bound) const {
+    return QThreadPool::globalInstance()->waitForDone(static_cast<int>(bound.count()));
+}
+
 void QtMainLoop::post(std::function<void()> work) {
     QMetaObject::invokeMethod(&receiver, std::move(work), Qt::QueuedConnection);
 }

@@ -17,6 +17,9 @@ public:
     [[nodiscard]] std::unique_ptr<MainLoopTimer> startTimer(double seconds, std::function<void()> work) override;
     void runInBackground(std::function<void()> work, std::function<void()> then) override;
 
+    /// Says whether nothing runs in the background any more, waiting for that at most `bound`.
+    [[nodiscard]] bool waitForBackgroundWork(std::chrono::milliseconds bound) const;
+
 private:
     QObject receiver;
 };

@@ -9,6 +9,9 @@ namespace tavo {
 
 namespace {
 
+/// Longer than an interrupted command takes, and with what else there is to do at the end still under a second.
+constexpr std::chrono::milliseconds patience{800};
+
 const QString withoutTray =
     QStringLiteral("this desktop shows no tray, so tavo has no icon there: it goes on when this window is closed, and "
                    "starting tavo again brings the window back.");
@@ -44,6 +47,11 @@ TavoAppMain::TavoAppMain(Options options, std::shared_ptr<const TavoStoring> sto
 TavoAppMain::~TavoAppMain() {
     signals.reset();
     appModel->quit();
+}
+
+bool TavoAppMain::finish() {
+    appModel->quit();
+    return mainLoop->waitForBackgroundWork(patience);
 }
 
 void TavoAppMain::handleSignal(int signal) {

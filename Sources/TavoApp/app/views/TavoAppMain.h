@@ -30,6 +30,10 @@ public:
     TavoAppMain(Options options, std::shared_ptr<const TavoStoring> store, Platform platform, InstanceLock lock);
     ~TavoAppMain() override;
 
+    /// To be called when the main loop has ended: releases everything. Gives false when work in the background does not end
+    /// within a moment: the process has to end without waiting for it, since it has no window and takes no signal any more.
+    [[nodiscard]] bool finish();
+
     /// What the lock's note says of a desktop app, with or without unsaved edits.
     static std::string lockNote(bool hasUnsavedEdits);
 
