@@ -92,10 +92,14 @@ ExitStatus SettingsCommand::print(const GetOptions& options) const {
 
 ExitStatus SettingsCommand::change(const ChangeOptions& options) const {
     const auto lock = lockFolder(store.paths().rootDirectory);
-    const auto before = loadConfigOrExplain(store);
-    const auto after = changed(before, options);
+    auto before = loadConfigOrExplain(store);
+    const bool wasEnabled = before.isEnabled;
+    auto after = changed(before, options, wasEnabled);
     if (options.login || after.launchAtLoginEnabled != before.launchAtLoginEnabled) {
         platform.setLaunchAtLogin(after.launchAtLoginEnabled);
+        // That may have taken seconds, in which somebody else may have edited the file.
+        before = loadConfigOrExplain(store);
+        after = changed(before, options, wasEnabled);
     }
     const Console console(stdout);
     if (before == after) {
@@ -113,7 +117,8 @@ ExitStatus SettingsCommand::change(const ChangeOptions& options) const {
     return haveRunningTavoFollow(after);
 }
 
-AppConfig SettingsCommand::changed(const AppConfig& config, const ChangeOptions& options) const {
+/// @param wasEnabled  what the command found: it is decided by that what a toggle means.
+AppConfig SettingsCommand::changed(const AppConfig& config, const ChangeOptions& options, bool wasEnabled) const {
     auto result = config;
     switch (options.kind) {
     case ChangeOptions::Kind::enable:
@@ -123,7 +128,7 @@ AppConfig SettingsCommand::changed(const AppConfig& config, const ChangeOptions&
         result.isEnabled = false;
         return result;
     case ChangeOptions::Kind::toggle:
-        if (!config.isEnabled) {
+        if (!wasEnabled) {
             return config.enabledForCurrentPowerSource(platform.powerEnvironment->currentStatus());
         }
         result.isEnabled = false;
@@ -146,7 +151,7 @@ ExitStatus SettingsCommand::haveRunningTavoFollow(const AppConfig& config) const
     if (running->hasUnsavedEdits) {
         fmt::print(
             "the window of the running tavo (process id {}) has unsaved edits, so it does not follow until they are "
-            "saved or reverted; saving them writes over this.\n",
+            "saved or reverted; saving them puts them in force instead, and this is kept as config.json.edited.\n",
             running->processID);
         return ExitStatus::success;
     }

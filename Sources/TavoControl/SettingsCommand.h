@@ -23,7 +23,7 @@ public:
     ExitStatus change(const ChangeOptions& options) const;
 
 private:
-    AppConfig changed(const AppConfig& config, const ChangeOptions& options) const;
+    AppConfig changed(const AppConfig& config, const ChangeOptions& options, bool wasEnabled) const;
     ExitStatus haveRunningTavoFollow(const AppConfig& config) const;
     bool waitForNewState(const std::function<bool()>& isNew) const;
 

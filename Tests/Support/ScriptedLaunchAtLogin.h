@@ -3,6 +3,7 @@
 #include "login/LaunchAtLoginManaging.h"
 
 #include <exception>
+#include <functional>
 #include <optional>
 
 namespace tavo {
@@ -12,10 +13,12 @@ class ScriptedLaunchAtLogin final : public LaunchAtLoginManaging {
 public:
     void enable(const std::filesystem::path& executablePath) override {
         throwFailure();
+        onChange();
         program = executablePath;
     }
     void disable() override {
         throwFailure();
+        onChange();
         program.reset();
     }
     bool isEnabled() const override { return program.has_value(); }
@@ -24,6 +27,9 @@ public:
 
     /// Thrown by every change while it is set.
     std::exception_ptr failure;
+
+    /// What happens while a change is under way.
+    std::function<void()> onChange = [] {};
 
 private:
     void throwFailure() const {

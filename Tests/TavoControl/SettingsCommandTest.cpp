@@ -211,5 +211,17 @@ TEST_F(SettingsCommandTest, SettingsArePrintedAsTheyAreInTheFile) {
     EXPECT_THROW(get("nothing"), SettingError);
 }
 
+TEST_F(SettingsCommandTest, AnEditMadeWhileTheLoginIsBeingSetUpIsKept) {
+    login->onChange = [this] {
+        auto edited = saved();
+        edited.batteryCutoffPercent = 33;
+        store->saveConfig(edited);
+    };
+    EXPECT_EQ(set("launchAtLoginEnabled", "true"), ExitStatus::success);
+    EXPECT_TRUE(saved().launchAtLoginEnabled);
+    EXPECT_EQ(saved().batteryCutoffPercent, 33);
+    EXPECT_THAT(output, Not(HasSubstr("batteryCutoffPercent:"))) << "somebody else has changed that";
+}
+
 } // namespace
 } // namespace tavo

@@ -40,6 +40,14 @@ TEST_F(UserNoticesTest, AnotherErrorIsSaidBesideIt) {
     EXPECT_EQ(notices().errors[1], "no means.");
 }
 
+TEST_F(UserNoticesTest, AnEditedFileThatWasKeptAsideIsAWarning) {
+    startWith({});
+    edit([](AppConfig& draft) { draft.batteryCutoffPercent = 44; });
+    store->saveConfig(enabled());
+    model->saveDraft();
+    EXPECT_THAT(notices().warnings, ElementsAre(testing::EndsWith("kept as config.json.edited.")));
+}
+
 TEST_F(UserNoticesTest, WhatIsHeldLessThanPlannedIsAWarning) {
     startWith(enabled());
     board->record(board->open(), {.service = "logind", .what = "idle", .notice = "sleep was refused."});

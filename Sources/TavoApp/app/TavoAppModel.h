@@ -30,6 +30,7 @@ enum class ModelProperty : unsigned {
     draftConfig = 1U << 7U,
     isInstallingHelper = 1U << 8U,
     supportsSilentHelperReset = 1U << 9U,
+    editedFileNotice = 1U << 10U,
 };
 
 /// A set of properties: bits of ModelProperty.
@@ -63,7 +64,8 @@ public:
     void lookAround();
 
     /// Switches off, leaving unsaved edits alone; or switches on with the always trigger, on the present power source,
-    /// in the place of any unsaved edits.
+    /// in the place of any unsaved edits. Which of the two is decided by config() as it stands, which the control that calls
+    /// this is labelled by, even when the file is found to say otherwise.
     void toggleEnabled();
 
     /// Puts an edit where saveDraft() finds it. Nothing is checked yet.
@@ -107,6 +109,10 @@ public:
 
     /// Why the configuration file could not be read; absent once it has been read again.
     const std::optional<std::string>& configFileError() const { return configFileErrorText; }
+
+    /// Where an edited configuration file is kept that unsaved edits have kept from coming into force; absent after the
+    /// user's next step.
+    const std::optional<std::string>& editedFileNotice() const { return editedFileNoticeText; }
 
     /// What is held less than planned, in the words of the assertion's child.
     std::optional<std::string> assertionNotice() const { return platform.assertionBoard->notice(); }
@@ -168,6 +174,9 @@ private:
 
     void reloadPersistedConfigIfSafe();
     void takeUp(const AppConfig& inFile);
+    void adoptEditedFile();
+    void keepEditedFileAside(const AppConfig& toBeSaved);
+    void forgetEditedFile() { publish(ModelProperty::editedFileNotice, editedFileNoticeText, std::nullopt); }
     void publishConfig(const AppConfig& config);
     void save(const AppConfig& config);
     void saveAppliedConfig();
@@ -214,6 +223,7 @@ private:
     std::unique_ptr<MainLoopTimer> helperTimer;
     ErrorText lastErrorText;
     ErrorText configFileErrorText;
+    ErrorText editedFileNoticeText;
     std::exception_ptr failure;
     bool hasQuit = false;
 

@@ -1,12 +1,15 @@
+#include "app/EditedConfigFile.h"
 #include "app/TavoAppModel.h"
-
 #include "base/ErrorText.h"
 
 namespace tavo {
 
 void TavoAppModel::toggleEnabled() {
     perform([this] {
-        if (appliedConfig.isEnabled) {
+        const bool isPausing = appliedConfig.isEnabled;
+        forgetEditedFile();
+        adoptEditedFile();
+        if (isPausing) {
             auto paused = appliedConfig;
             paused.isEnabled = false;
             auto pausedDraft = draft;
@@ -28,12 +31,15 @@ void TavoAppModel::editDraft(const AppConfig& edited) {
 void TavoAppModel::revertDraft() {
     perform([this] {
         publish(ModelProperty::draftConfig, draft, appliedConfig);
+        forgetEditedFile();
         clearError();
     });
 }
 
 void TavoAppModel::saveDraft() {
     perform([this] {
+        forgetEditedFile();
+        adoptEditedFile();
         try {
             const auto checked = draft.validated();
             if (checked.launchAtLoginEnabled != appliedConfig.launchAtLoginEnabled) {
@@ -96,6 +102,7 @@ void TavoAppModel::saveWhatIsOverdue() {
 }
 
 void TavoAppModel::save(const AppConfig& config) {
+    keepEditedFileAside(config);
     store->saveConfig(config);
     lastInFile = config;
     overdueSave.reset();
@@ -111,6 +118,43 @@ void TavoAppModel::reloadPersistedConfigIfSafe() {
     } catch (const std::exception& error) {
         publish(ModelProperty::configFileError, configFileErrorText, errorText(error));
         fail(errorText(error));
+    }
+}
+
+/// Called before the file is written, and before what is written is decided on: nobody has looked at the file since the
+/// last evaluation, up to a minute ago.
+void TavoAppModel::adoptEditedFile() {
+    if (hasUnsavedEdits()) {
+        return; // kept aside when it comes to writing
+    }
+    try {
+        const auto inFile = store->loadConfig();
+        if (!(inFile == lastInFile)) {
+            takeUp(inFile);
+        }
+    } catch (const std::exception&) {
+        // The store keeps aside what it cannot read.
+    }
+}
+
+/// @throws std::system_error when it cannot be kept; the file must not be written over then.
+void TavoAppModel::keepEditedFileAside(const AppConfig& toBeSaved) {
+    AppConfig inFile;
+    try {
+        inFile = store->loadConfig();
+    } catch (const std::exception&) {
+        return; // the store keeps aside what it cannot read
+    }
+    if (inFile == lastInFile || inFile == toBeSaved) {
+        return;
+    }
+    if (const auto kept = keepEditedConfigAside(store->paths())) {
+        publish(
+            ModelProperty::editedFileNotice, editedFileNoticeText,
+            "config.json was edited while the settings here were not saved; the edited file is not in force, and is "
+            "kept as " +
+                kept->filename().string() + ".");
+        lastInFile = inFile; // kept once, however often the save has to be tried again
     }
 }
 

@@ -24,6 +24,7 @@ void TavoAppModel::installHelper() {
         if (isHelperWorkRunning) {
             return;
         }
+        forgetEditedFile();
         if (!platform.helperSource()) {
             fail("could not find the tavo helper executable in this build");
             return;
@@ -173,6 +174,7 @@ void TavoAppModel::releaseStuck() {
 }
 
 void TavoAppModel::updateClosedLidPermissionGranted(bool granted, bool restartIfEnabled) {
+    adoptEditedFile();
     auto changed = appliedConfig;
     changed.closedLidPermissionGranted = granted;
     ErrorText saveFailure;

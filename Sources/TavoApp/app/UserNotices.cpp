@@ -24,6 +24,7 @@ UserNotices UserNotices::of(const TavoAppModel& model) {
     if (model.lastError() != model.configFileError()) {
         addOnce(notices.errors, model.lastError());
     }
+    addOnce(notices.warnings, model.editedFileNotice());
     addOnce(notices.warnings, model.assertionNotice());
     return notices;
 }
