@@ -4,7 +4,6 @@
 
 #include <pthread.h>
 
-#include <chrono>
 #include <condition_variable>
 #include <csignal>
 #include <mutex>
@@ -14,8 +13,6 @@
 namespace tavo {
 
 namespace {
-
-constexpr std::chrono::milliseconds patience{900};
 
 /// Ends the process the way that the signal would have, so that the caller sees why it ended.
 void endBy(int signal) {
@@ -30,7 +27,8 @@ void endBy(int signal) {
 } // namespace
 
 struct InterruptedBySignals::State {
-    explicit State(std::shared_ptr<Interruption> interruption) : interruption(std::move(interruption)) {}
+    State(std::shared_ptr<Interruption> interruption, std::chrono::milliseconds patience)
+        : interruption(std::move(interruption)), patience(patience) {}
 
     void handle(int signal) {
         interruption->interrupt();
@@ -42,6 +40,7 @@ struct InterruptedBySignals::State {
     }
 
     std::shared_ptr<Interruption> interruption;
+    std::chrono::milliseconds patience;
     std::mutex mutex;
     std::condition_variable changed;
     std::optional<int> received;
@@ -52,11 +51,12 @@ struct InterruptedBySignals::State {
     std::optional<SignalWatch> watch;
 };
 
-InterruptedBySignals::InterruptedBySignals(std::shared_ptr<Interruption> interruption) {
+InterruptedBySignals::InterruptedBySignals(std::shared_ptr<Interruption> interruption,
+                                           std::chrono::milliseconds patience) {
     if (!interruption) {
         return;
     }
-    state = std::make_unique<State>(std::move(interruption));
+    state = std::make_unique<State>(std::move(interruption), patience);
     state->watch.emplace(quittingSignals(), [watched = state.get()](int signal) { watched->handle(signal); });
 }
 

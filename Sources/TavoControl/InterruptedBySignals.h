@@ -2,6 +2,7 @@
 
 #include "system/Interruption.h"
 
+#include <chrono>
 #include <memory>
 
 namespace tavo {
@@ -11,8 +12,12 @@ namespace tavo {
 /// away, and a second later at the latest.
 class InterruptedBySignals {
 public:
+    static constexpr std::chrono::milliseconds defaultPatience{900};
+
     /// @param interruption  null when nothing can wait: signals do what they always do then.
-    explicit InterruptedBySignals(std::shared_ptr<Interruption> interruption);
+    /// @param patience      how long after a signal everything may take to be put away.
+    explicit InterruptedBySignals(std::shared_ptr<Interruption> interruption,
+                                  std::chrono::milliseconds patience = defaultPatience);
     InterruptedBySignals(const InterruptedBySignals&) = delete;
     InterruptedBySignals& operator=(const InterruptedBySignals&) = delete;
 
