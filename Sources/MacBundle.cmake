@@ -1,5 +1,4 @@
 # Tavo.app with all its programs, and a disk image of it (cpack -G DragNDrop).
-set(TAVO_CODE_SIGNING_IDENTITY "" CACHE STRING "macOS: who signs Tavo.app; ad hoc when empty")
 find_program(MACDEPLOYQT macdeployqt REQUIRED HINTS "${QT6_INSTALL_PREFIX}/${QT6_INSTALL_BINS}")
 find_program(CODESIGN codesign REQUIRED)
 find_program(OTOOL otool REQUIRED)
