@@ -1,94 +1,132 @@
-# The layout of the Mac's application bundle, put together with stand-ins for the programs that only a Mac has.
+# The Mac's application bundle, put together and made ready for other Macs, with stand-ins for the programs that only a Mac has.
 # Usage: Bundle.bash PROJECT CMAKE ICONS VERSION
 set -euo pipefail
 project=$1 cmake=$2 icons=$3 version=$4
-
-fail() {
-    echo "failed: $*" >&2
-    exit 1
-}
-expectEqual() { [ "$1" = "$2" ] || fail "$3: expected '$1', got '$2'"; }
-
 folder=$(mktemp -d)
 trap 'rm -r "$folder"' EXIT
-mkdir "$folder/programs" "$folder/bin"
-for program in tavo tavoctl TavoPrivilegedHelper; do
-    echo "$program" >"$folder/programs/$program"
-    chmod 755 "$folder/programs/$program"
-done
-cat >"$folder/bin/macdeployqt" <<SH
-#!/bin/sh
-echo "macdeployqt \$*" >>"$folder/calls"
-mkdir -p "\$1/Contents/Frameworks/QtCore.framework" "\$1/Contents/PlugIns/platforms"
-: >"\$1/Contents/PlugIns/platforms/libqcocoa.dylib"
-SH
-printf '#!/bin/sh\necho "codesign $*" >>"%s"\n' "$folder/calls" >"$folder/bin/codesign"
-# What otool(1) prints: the file, then a line for each library.
-needs() { printf '#!/bin/sh\nprintf "%%s:\\n" "$2"\nprintf "\\t%%s (compatibility version 1.0.0)\\n" %s\n' "$*" >"$folder/bin/otool"; }
-needs /usr/lib/libSystem.B.dylib /System/Library/Frameworks/Foundation.framework/Versions/C/Foundation
-chmod 755 "$folder/bin/"*
+# shellcheck source=Tests/MacTools.bash
+. "$(dirname "$0")/MacTools.bash"
+makeMacTools
+makeQt
+makePrograms
 
 app="$folder/a folder with spaces/Tavo.app"
+contents=$app/Contents
+identity="Developer ID Application: Somebody (ABCDE12345)"
 assemble() {
     : >"$folder/calls"
     "$cmake" -D "BUNDLE=$app" -D "VERSION=$version" -D "PROGRAMS=$folder/programs" -D "ICON=$icons/AppIcon.icns" \
-        -D "RESOURCES=$project/Resources" -D "MACDEPLOYQT=$folder/bin/macdeployqt" \
-        -D "CODESIGN=$folder/bin/codesign" -D "OTOOL=$folder/bin/otool" "$@" -P "$project/cmake/AssembleBundle.cmake"
+        -D "RESOURCES=$project/Resources" -D "QT=$folder/qt/QtCore.framework/QtCore" -D "CODESIGN=$folder/bin/codesign" \
+        -D "OTOOL=$folder/bin/otool" "$@" -P "$project/cmake/AssembleBundle.cmake" >"$folder/output" 2>&1
 }
+deploy() {
+    : >"$folder/calls"
+    "$cmake" -D "BUNDLE=$app" -D "MACDEPLOYQT=$folder/bin/macdeployqt" -D "CODESIGN=$folder/bin/codesign" \
+        -D "OTOOL=$folder/bin/otool" -D "INSTALL_NAME_TOOL=$folder/bin/install_name_tool" "$@" \
+        -P "$project/cmake/DeployBundle.cmake" >"$folder/output" 2>&1
+}
+succeed() { "$@" || fail "$* failed: $(cat "$folder/output")"; }
 
-assemble
-expectEqual "Contents
-Contents/Frameworks
-Contents/Frameworks/QtCore.framework
-Contents/Helpers
-Contents/Helpers/TavoPrivilegedHelper
-Contents/Helpers/tavoctl
-Contents/Info.plist
-Contents/MacOS
-Contents/MacOS/tavo
-Contents/PkgInfo
-Contents/PlugIns
-Contents/PlugIns/platforms
-Contents/PlugIns/platforms/libqcocoa.dylib
-Contents/Resources
-Contents/Resources/AppIcon.icns
-Contents/Resources/soda-cap.svg" "$(cd "$app" && find . -mindepth 1 | sed 's,^\./,,' | LC_ALL=C sort)" "the layout"
+# What every build makes: no library is copied, and the runtime is not hardened, which would load none of Homebrew's.
+succeed assemble
+expectEqual "Helpers/TavoPrivilegedHelper
+Helpers/tavoctl
+Info.plist
+MacOS/tavo
+PkgInfo
+Resources/AppIcon.icns
+Resources/soda-cap.svg" "$(layoutOf "$app")" "the layout"
 for program in MacOS/tavo Helpers/tavoctl Helpers/TavoPrivilegedHelper; do
-    [ -x "$app/Contents/$program" ] || fail "$program cannot be run"
+    [ -x "$contents/$program" ] || fail "$program cannot be run"
 done
+expectEqual com.vrd.tavo "$(valueOf CFBundleIdentifier "$app")" "the identifier"
+expectEqual tavo "$(valueOf CFBundleExecutable "$app")" "the executable"
+expectEqual AppIcon "$(valueOf CFBundleIconFile "$app")" "the icon"
+expectEqual "$version" "$(valueOf CFBundleShortVersionString "$app")" "the version"
+expectEqual "" "$(valueOf LSUIElement "$app")" "the app has an icon in the Dock"
+expectEqual "codesign --force --sign - --identifier com.vrd.tavo.helper $contents/Helpers/TavoPrivilegedHelper
+codesign --force --sign - --identifier com.vrd.tavo.control $contents/Helpers/tavoctl
+codesign --force --sign - --identifier com.vrd.tavo $app" "$(cat "$folder/calls")" "what a build calls"
 
-# valueOf KEY: of the property list, as a parser reads it.
-valueOf() { xmllint --nonet --xpath "string(/plist/dict/key[.='$1']/following-sibling::*[1])" "$app/Contents/Info.plist"; }
-expectEqual com.vrd.tavo "$(valueOf CFBundleIdentifier)" "the identifier"
-expectEqual tavo "$(valueOf CFBundleExecutable)" "the executable"
-expectEqual AppIcon "$(valueOf CFBundleIconFile)" "the icon"
-expectEqual 13.0 "$(valueOf LSMinimumSystemVersion)" "the oldest system"
-expectEqual "$version" "$(valueOf CFBundleShortVersionString)" "the version"
-expectEqual "" "$(valueOf LSUIElement)" "the app has an icon in the Dock"
+# The oldest system is the one of what needs the newest.
+expectEqual 14.0 "$(valueOf LSMinimumSystemVersion "$app")" "the oldest system, which Qt decides"
+grep -q 'needs macOS 14.0, as this Qt does; Tavo itself is built for 13.0' "$folder/output" || fail "the build does not tell of it"
+sed -i 's/^minos 14.0/minos 12.3/' "$folder"/qt/*.framework/Versions/A/*
+succeed assemble
+expectEqual 13.0 "$(valueOf LSMinimumSystemVersion "$app")" "the oldest system, which Tavo decides"
+! grep -q 'as this Qt does' "$folder/output" || fail "the build tells of a difference that is none"
+sed -i 's/^minos 12.3/old minos 13.1/' "$folder/qt/QtCore.framework/Versions/A/QtCore"
+succeed assemble
+expectEqual 13.1 "$(valueOf LSMinimumSystemVersion "$app")" "the oldest system, said in the old way"
+makeQt
 
-contents=$app/Contents
+# What lay in the bundle before is gone, and an identity is used.
+touch "$contents/left over"
+succeed assemble -D "IDENTITY=$identity"
+[ ! -e "$contents/left over" ] || fail "the bundle still holds what was there before"
+expectEqual 3 "$(grep -c -- "--sign $identity --identifier" "$folder/calls")" "signatures of a build"
+
+# For other Macs. The plugin needs a newer system than all else.
+sed -i 's/^minos 14.0/minos 14.2/' "$plugin"
+succeed assemble
+succeed deploy
+frameworks=$contents/Frameworks
 expectEqual "macdeployqt $app -executable=$contents/Helpers/tavoctl -always-overwrite
+install_name_tool -delete_rpath $folder/qt $contents/MacOS/tavo
 codesign --force --sign - --identifier com.vrd.tavo.helper $contents/Helpers/TavoPrivilegedHelper
 codesign --force --sign - --identifier com.vrd.tavo.control $contents/Helpers/tavoctl
 codesign --force --sign - $contents/PlugIns/platforms/libqcocoa.dylib
-codesign --force --sign - $contents/Frameworks/QtCore.framework
-codesign --force --sign - --identifier com.vrd.tavo $app" "$(cat "$folder/calls")" "what is called"
+codesign --force --sign - $frameworks/QtCore.framework
+codesign --force --sign - $frameworks/QtGui.framework
+codesign --force --sign - --identifier com.vrd.tavo $app" "$(cat "$folder/calls")" "what packaging calls"
+expectEqual 14.2 "$(valueOf LSMinimumSystemVersion "$app")" "the oldest system of all that is in the bundle"
+expectEqual "$version" "$(valueOf CFBundleVersion "$app")" "what else the property list says"
 
-# With an identity the runtime is hardened, from the inside to the outside. What lay in the bundle before is gone.
-touch "$app/Contents/left over"
-assemble -D "IDENTITY=Developer ID Application: Somebody (ABCDE12345)"
-[ ! -e "$app/Contents/left over" ] || fail "the bundle still holds what was there before"
-expectEqual 5 "$(grep -c -- '--sign Developer ID Application: Somebody (ABCDE12345) --options runtime --timestamp' "$folder/calls")" \
-    "signatures with a hardened runtime"
+succeed assemble
+succeed deploy -D "IDENTITY=$identity"
+expectEqual 6 "$(grep -c -- "--sign $identity --options runtime --timestamp" "$folder/calls")" "signatures with a hardened runtime"
 expectEqual "$app" "$(tail -n 1 "$folder/calls" | sed 's/.*com\.vrd\.tavo //')" "what is signed last"
 
-# A helper that would find its libraries in the bundle alone is not put into it.
-needs /usr/lib/libSystem.B.dylib @rpath/libfmt.9.dylib
-message=$(assemble 2>&1) && fail "a helper that needs a library of others was taken"
-[[ $message == *"the helper needs @rpath/libfmt.9.dylib"* ]] || fail "what the helper needs is not named: $message"
-needs /usr/lib/libSystem.B.dylib
+# expectRefused WORDS: packaging names what would be missing on another Mac, signs nothing and leaves no bundle behind.
+expectRefused() {
+    succeed assemble
+    ! deploy || fail "taken, though $1"
+    [[ $(tr -s ' \n' ' ' <"$folder/output") == *"$1"* ]] || fail "'$1' is not said: $(cat "$folder/output")"
+    ! grep -q codesign "$folder/calls" || fail "signed, though $1"
+    [ ! -e "$app" ] || fail "the bundle is still there, though $1"
+    makeQt
+    makePrograms
+}
+echo 'needs @rpath/QtSvg.framework/Versions/A/QtSvg' >>"$plugin"
+expectRefused "PlugIns/platforms/libqcocoa.dylib needs @rpath/QtSvg.framework/Versions/A/QtSvg, which is neither part of macOS nor in"
+echo 'needs /opt/homebrew/opt/pcre2/lib/libpcre2.0.dylib' >>"$folder/qt/QtCore.framework/Versions/A/QtCore"
+expectRefused "Frameworks/QtCore.framework/Versions/A/QtCore needs /opt/homebrew/opt/pcre2/lib/libpcre2.0.dylib,"
+# It exists, but not in the bundle.
+machO "$folder/outside.dylib" "minos 13.0"
+echo 'needs @loader_path/../../../../outside.dylib' >>"$folder/programs/tavoctl"
+expectRefused "Helpers/tavoctl needs @loader_path/../../../../outside.dylib, which is neither"
+echo "needs $folder/outside.dylib" >>"$folder/programs/tavo"
+expectRefused "MacOS/tavo needs $folder/outside.dylib, which is neither"
+echo 'needs @rpath/QtCore.framework/QtCore' >>"$folder/programs/TavoPrivilegedHelper"
+expectRefused "the helper needs @rpath/QtCore.framework/QtCore, which is not part of macOS"
+sed -i '/^rpath @executable_path/d' "$folder/programs/tavo"
+expectRefused "MacOS/tavo does not look in @executable_path/../Frameworks"
+sed -i /^rpath/d "$folder/programs/tavoctl"
+echo 'needs @rpath/QtCore.framework/QtCore' >>"$folder/programs/tavoctl"
+expectRefused "Helpers/tavoctl does not look for @rpath/QtCore.framework/QtCore in @executable_path/../Frameworks"
+sed -i /^minos/d "$plugin"
+expectRefused "does not say which macOS"
 
 # A program that fails stops everything.
-printf '#!/bin/sh\nexit 3\n' >"$folder/bin/codesign"
-! assemble >/dev/null 2>&1 || fail "a signature that failed was not noticed"
-! "$cmake" -P "$project/cmake/AssembleBundle.cmake" >/dev/null 2>&1 || fail "missing arguments were not noticed"
+for tool in codesign macdeployqt install_name_tool; do
+    succeed assemble
+    cp "$folder/bin/$tool" "$folder/good"
+    printf '#!/bin/sh\nexit 3\n' >"$folder/bin/$tool"
+    ! deploy || fail "a $tool that failed was not noticed"
+    grep -q 'failed with 3' "$folder/output" || fail "the failure of $tool is not named: $(cat "$folder/output")"
+    [ $tool != codesign ] || ! assemble || fail "a signature that failed was not noticed"
+    cp "$folder/good" "$folder/bin/$tool"
+done
+for script in AssembleBundle DeployBundle; do
+    ! "$cmake" -P "$project/cmake/$script.cmake" >/dev/null 2>&1 || fail "missing arguments of $script were not noticed"
+done

@@ -1,23 +1,14 @@
-# Puts Tavo.app together. Usage:
+# Puts Tavo.app together, as this Mac runs it: it loads Qt and other libraries from where they are installed. DeployBundle.cmake
+# makes one for other Macs of it. Usage:
 #
-#   cmake -D BUNDLE=DIR/Tavo.app -D VERSION=1.2.3 -D PROGRAMS=FOLDER -D ICON=FILE.icns -D RESOURCES=FOLDER \
-#         -D MACDEPLOYQT=PROGRAM -D CODESIGN=PROGRAM -D OTOOL=PROGRAM [-D IDENTITY=NAME] -P AssembleBundle.cmake
+#   cmake -D BUNDLE=DIR/Tavo.app -D VERSION=1.2.3 -D PROGRAMS=FOLDER -D ICON=FILE.icns -D RESOURCES=FOLDER -D QT=LIBRARY \
+#         -D CODESIGN=PROGRAM -D OTOOL=PROGRAM [-D IDENTITY=NAME] -P AssembleBundle.cmake
 #
-# PROGRAMS holds tavo, tavoctl and TavoPrivilegedHelper; RESOURCES is the project's own folder of that name. An empty or missing
-# IDENTITY signs ad hoc. Needs no Mac but for the three programs that it calls.
-foreach(argument IN ITEMS BUNDLE VERSION PROGRAMS ICON RESOURCES MACDEPLOYQT CODESIGN OTOOL)
-    if(NOT ${argument})
-        message(FATAL_ERROR "AssembleBundle: ${argument} is missing.")
-    endif()
-endforeach()
-
-function(run)
-    execute_process(COMMAND ${ARGN} RESULT_VARIABLE status)
-    if(NOT status EQUAL 0)
-        list(JOIN ARGN " " line)
-        message(FATAL_ERROR "AssembleBundle: ${line} failed with ${status}.")
-    endif()
-endfunction()
+# PROGRAMS holds tavo, tavoctl and TavoPrivilegedHelper; RESOURCES is the project's own folder of that name; QT is one of Qt's
+# libraries. An empty or missing IDENTITY signs ad hoc. Needs no Mac but for the two programs that it calls.
+cmake_minimum_required(VERSION 3.25)
+include("${CMAKE_CURRENT_LIST_DIR}/BundleTools.cmake")
+require(BUNDLE VERSION PROGRAMS ICON RESOURCES QT CODESIGN OTOOL)
 
 set(contents "${BUNDLE}/Contents")
 file(REMOVE_RECURSE "${BUNDLE}")
@@ -26,40 +17,20 @@ file(COPY "${PROGRAMS}/tavo" DESTINATION "${contents}/MacOS")
 file(COPY "${PROGRAMS}/tavoctl" "${PROGRAMS}/TavoPrivilegedHelper" DESTINATION "${contents}/Helpers")
 file(COPY_FILE "${ICON}" "${contents}/Resources/AppIcon.icns")
 file(COPY "${RESOURCES}/App/soda-cap.svg" DESTINATION "${contents}/Resources")
-set(TAVO_VERSION "${VERSION}")
-configure_file("${RESOURCES}/macOS/Info.plist.in" "${contents}/Info.plist" @ONLY)
 file(WRITE "${contents}/PkgInfo" "APPL????")
 
-# Qt and what it needs, and what tavoctl loads, come into Contents/Frameworks. The helper is installed elsewhere, where it finds
-# nothing but the system's own libraries.
-execute_process(COMMAND "${OTOOL}" -L "${contents}/Helpers/TavoPrivilegedHelper" OUTPUT_VARIABLE loaded RESULT_VARIABLE status)
-string(REGEX MATCHALL "\n[ \t]+[^ \n]+" libraries "${loaded}")
-foreach(library IN LISTS libraries)
-    string(STRIP "${library}" library)
-    if(NOT library MATCHES "^(/usr/lib/|/System/)")
-        message(FATAL_ERROR "AssembleBundle: the helper needs ${library}, which is not part of macOS.")
-    endif()
-endforeach()
-if(NOT status EQUAL 0 OR NOT libraries)
-    message(FATAL_ERROR "AssembleBundle: it cannot be told which libraries the helper needs.")
+# Homebrew builds Qt for the system that it was built on, and none older.
+mach_o_files(programs "${contents}")
+oldest_system(ownSystem ${programs})
+oldest_system(TAVO_OLDEST_SYSTEM ${programs} "${QT}")
+if(NOT ownSystem VERSION_EQUAL TAVO_OLDEST_SYSTEM)
+    message(STATUS "Tavo.app needs macOS ${TAVO_OLDEST_SYSTEM}, as this Qt does; Tavo itself is built for ${ownSystem}.")
 endif()
-run("${MACDEPLOYQT}" "${BUNDLE}" "-executable=${contents}/Helpers/tavoctl" -always-overwrite)
+set(TAVO_VERSION "${VERSION}")
+configure_file("${RESOURCES}/macOS/Info.plist.in" "${contents}/Info.plist" @ONLY)
 
-# From the inside to the outside: the signature of a bundle covers what is in it.
-set(identity "-")
-if(IDENTITY)
-    set(identity "${IDENTITY}")
-endif()
-set(sign "${CODESIGN}" --force --sign "${identity}")
-if(IDENTITY)
-    # What a notarised program needs. Ad hoc signatures know neither.
-    list(APPEND sign --options runtime --timestamp)
-endif()
-run(${sign} --identifier com.vrd.tavo.helper "${contents}/Helpers/TavoPrivilegedHelper")
-run(${sign} --identifier com.vrd.tavo.control "${contents}/Helpers/tavoctl")
-file(GLOB frameworks "${contents}/Frameworks/*")
-file(GLOB_RECURSE plugins "${contents}/PlugIns/*.dylib")
-foreach(library IN LISTS plugins frameworks)
-    run(${sign} "${library}")
-endforeach()
-run(${sign} --identifier com.vrd.tavo "${BUNDLE}")
+# From the inside to the outside: the signature of a bundle covers what is in it. Without a hardened runtime, which loads no
+# library that others have signed.
+sign("${contents}/Helpers/TavoPrivilegedHelper" --identifier com.vrd.tavo.helper)
+sign("${contents}/Helpers/tavoctl" --identifier com.vrd.tavo.control)
+sign("${BUNDLE}" --identifier com.vrd.tavo)

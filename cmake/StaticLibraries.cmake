@@ -1,5 +1,29 @@
-# Has a Mac's programs take the archives of the libraries that the helper needs, in the place of the shared ones: it is installed
+# Has a Mac's programs take archives of the libraries that the helper needs, not the shared ones: it is installed
 # alone, far from the bundle's frameworks.
+
+# tavo_usage_of(RESULT TARGET PROPERTY): the values of PROPERTY, one of the INTERFACE_ ones, of TARGET and of all that it links.
+function(tavo_usage_of result target property)
+    set(values "")
+    set(seen "")
+    set(pending "${target}")
+    while(pending)
+        list(POP_FRONT pending name)
+        if(NOT TARGET "${name}" OR name IN_LIST seen)
+            continue()
+        endif()
+        list(APPEND seen "${name}")
+        get_target_property(own "${name}" ${property})
+        get_target_property(links "${name}" INTERFACE_LINK_LIBRARIES)
+        if(own)
+            list(APPEND values ${own})
+        endif()
+        if(links)
+            list(APPEND pending ${links})
+        endif()
+    endwhile()
+    list(REMOVE_DUPLICATES values)
+    set(${result} "${values}" PARENT_SCOPE)
+endfunction()
 
 # tavo_use_archive(TARGET NAME): TARGET, an imported one, is libNAME.a from here on.
 function(tavo_use_archive target name)
@@ -10,6 +34,11 @@ function(tavo_use_archive target name)
     endif()
     get_target_property(type ${target} TYPE)
     if(type STREQUAL "INTERFACE_LIBRARY")
+        # It may have its headers from what it links, and Homebrew's are not where the compiler looks by itself.
+        foreach(property IN ITEMS INCLUDE_DIRECTORIES SYSTEM_INCLUDE_DIRECTORIES COMPILE_DEFINITIONS COMPILE_OPTIONS)
+            tavo_usage_of(values ${target} INTERFACE_${property})
+            set_target_properties(${target} PROPERTIES INTERFACE_${property} "${values}")
+        endforeach()
         set_target_properties(${target} PROPERTIES INTERFACE_LINK_LIBRARIES "${TAVO_ARCHIVE_${name}}")
         return()
     endif()

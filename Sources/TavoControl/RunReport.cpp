@@ -5,12 +5,17 @@
 #include <fmt/chrono.h>
 #include <fmt/format.h>
 
+#include <ctime>
+
 namespace tavo {
 
 namespace {
 
 std::string clockTime(TimePoint at) {
-    return fmt::format("{:%H:%M:%S}", fmt::localtime(std::chrono::system_clock::to_time_t(at)));
+    const auto seconds = std::chrono::system_clock::to_time_t(at);
+    std::tm local{};
+    localtime_r(&seconds, &local);
+    return fmt::format("{:%H:%M:%S}", local);
 }
 
 std::string dumped(const Json& object) {

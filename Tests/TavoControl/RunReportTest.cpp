@@ -5,6 +5,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <ctime>
+
 namespace tavo {
 namespace {
 
@@ -52,6 +55,17 @@ protected:
 
     PrintedLines printed;
 };
+
+TEST_F(RunReportTest, TheClockIsLocalTime) {
+    const auto* const before = std::getenv("TZ");
+    const auto zone = before == nullptr ? std::optional<std::string>() : before;
+    setenv("TZ", "IST-05:30", 1);
+    tzset();
+    report().update(waiting(), std::nullopt, start);
+    zone ? setenv("TZ", zone->c_str(), 1) : unsetenv("TZ");
+    tzset();
+    EXPECT_THAT(printed.take(), ElementsAre(::testing::StartsWith("14:35:00  ")));
+}
 
 TEST_F(RunReportTest, EveryChangeIsOneLineAndTheSameAgainIsNone) {
     auto lines = report();

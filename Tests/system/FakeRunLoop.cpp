@@ -20,16 +20,16 @@ CoreFoundationRef reference(const void* object) {
 
 PowerNotificationFunctions FakeRunLoop::functions() {
     PowerNotificationFunctions functions{};
-    functions.createRunLoopSource = [](PowerNotificationFunctions::Callback callback, void* context) {
+    functions.createRunLoopSource = [](PowerNotificationFunctions::Callback onChange, void* argument) {
         auto& loop = current();
-        loop.callback = callback;
-        loop.context = context;
+        loop.callback = onChange;
+        loop.context = argument;
         return loop.lacksSources ? nullptr : reference(&theSource);
     };
     functions.getCurrentRunLoop = [] { return reference(&theRunLoop); };
-    functions.addSource = [](CoreFoundationRef runLoop, CoreFoundationRef source, CoreFoundationRef mode) {
+    functions.addSource = [](CoreFoundationRef runLoop, CoreFoundationRef source, CoreFoundationRef inMode) {
         if (runLoop == reference(&theRunLoop) && source == reference(&theSource)) {
-            current().mode = reinterpret_cast<const char*>(mode);
+            current().mode = reinterpret_cast<const char*>(inMode);
         }
     };
     functions.run = [] {

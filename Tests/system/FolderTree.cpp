@@ -1,5 +1,7 @@
 #include "system/FolderTree.h"
 
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstdlib>
 #include <fstream>

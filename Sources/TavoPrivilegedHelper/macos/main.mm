@@ -1,3 +1,4 @@
+#include "CodeSigningRequirement.h"
 #include "TavoPrivilegedHelper/HelperMain.h"
 #include "TavoPrivilegedHelper/HelperService.h"
 #include "TavoPrivilegedHelper/MachineWideSleepController.h"
@@ -50,8 +51,8 @@ namespace {
     const PrivilegedHelperSelfResetter resetter(runner, setup, helperRemovalDelay);
     const auto service = std::make_shared<HelperService>(
         keeper, [](uid_t user) { return consoleUser() == user; }, [&resetter] { resetter.requestReset(); });
-    XPCHelperListener listener(std::string(PrivilegedHelperConstants::machServiceName), TAVO_CODE_SIGNING_REQUIREMENT,
-                               service, processes);
+    XPCHelperListener listener(std::string(PrivilegedHelperConstants::machServiceName),
+                               std::string(codeSigningRequirement), service, processes);
     listener.resume();
     dispatch_main();
 }

@@ -18,22 +18,22 @@ int grown(int length, const QWidget& widget) {
     return static_cast<int>(std::lround(length * Typography::scale(widget.font())));
 }
 
-void paintFocusRing(QPainter& painter, const QRectF& shape, double radius, const Theme& theme) {
+void paintFocusRing(QPainter& painter, const QRectF& shape, double corner, const Theme& theme) {
     painter.setBrush(Qt::NoBrush);
     painter.setPen(QPen(theme.focusRing, ringWidth));
     const auto inset = ringWidth / 2;
-    painter.drawRoundedRect(shape.adjusted(inset, inset, -inset, -inset), radius, radius);
+    painter.drawRoundedRect(shape.adjusted(inset, inset, -inset, -inset), corner, corner);
     // A second line, for grounds of the ring's own colour.
     painter.setPen(QPen(theme.onColour, 1.0));
     const auto second = ringWidth + 0.5;
-    painter.drawRoundedRect(shape.adjusted(second, second, -second, -second), radius - 2, radius - 2);
+    painter.drawRoundedRect(shape.adjusted(second, second, -second, -second), corner - 2, corner - 2);
 }
 
-void paintGround(QPainter& painter, const QRectF& shape, double radius, const QColor& colour, const QColor& border) {
+void paintGround(QPainter& painter, const QRectF& shape, double corner, const QColor& colour, const QColor& border) {
     painter.setPen(border.isValid() ? QPen(border, 1.0) : QPen(Qt::NoPen));
     painter.setBrush(colour);
     const double inset = border.isValid() ? 0.5 : 0.0;
-    painter.drawRoundedRect(shape.adjusted(inset, inset, -inset, -inset), radius, radius);
+    painter.drawRoundedRect(shape.adjusted(inset, inset, -inset, -inset), corner, corner);
 }
 
 } // namespace ControlPainting

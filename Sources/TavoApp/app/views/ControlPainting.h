@@ -16,11 +16,12 @@ constexpr double disabledOpacity = 0.45;
 /// A length, grown with the widget's font.
 int grown(int length, const QWidget& widget);
 
+/// @param corner  its radius.
 /// @param border  none when it is not valid.
-void paintGround(QPainter& painter, const QRectF& shape, double radius, const QColor& colour, const QColor& border);
+void paintGround(QPainter& painter, const QRectF& shape, double corner, const QColor& colour, const QColor& border);
 
 /// Around a control that has the keyboard.
-void paintFocusRing(QPainter& painter, const QRectF& shape, double radius, const Theme& theme);
+void paintFocusRing(QPainter& painter, const QRectF& shape, double corner, const Theme& theme);
 
 } // namespace ControlPainting
 

@@ -31,7 +31,7 @@ const QIcon& TavoAppIcon::image() {
     return icon;
 }
 
-QIcon TavoAppIcon::load(const QString& bundleFile, const QString& drawing) {
+QIcon TavoAppIcon::load(const QString& bundleFile, const QString& drawingFile) {
     if (QFile::exists(bundleFile)) {
         QIcon icon(bundleFile);
         if (!icon.availableSizes().isEmpty()) {
@@ -39,9 +39,9 @@ QIcon TavoAppIcon::load(const QString& bundleFile, const QString& drawing) {
         }
     }
     QIcon icon;
-    if (QFile::exists(drawing) && QSvgRenderer(drawing).isValid()) {
+    if (QFile::exists(drawingFile) && QSvgRenderer(drawingFile).isValid()) {
         for (const int side : {16, 24, 32, 48, 64, 128, 256}) {
-            icon.addPixmap(rendered(drawing, side, 1.0));
+            icon.addPixmap(rendered(drawingFile, side, 1.0));
         }
     }
     return icon;

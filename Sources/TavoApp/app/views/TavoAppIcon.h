@@ -14,9 +14,9 @@ struct TavoAppIcon {
     /// empty icon when neither can be read.
     static const QIcon& image();
 
-    /// @param bundleFile  of an application bundle; tried first.
-    /// @param drawing     tried next.
-    static QIcon load(const QString& bundleFile, const QString& drawing);
+    /// @param bundleFile   of an application bundle; tried first.
+    /// @param drawingFile  tried next.
+    static QIcon load(const QString& bundleFile, const QString& drawingFile);
 };
 
 } // namespace tavo

@@ -13,8 +13,8 @@ const QString seal = QStringLiteral(":/tavo/symbols/seal.fill.svg");
 
 } // namespace
 
-QPixmap TavoMenuBarIcon::pixmap(const QString& drawing, int side, const QColor& colour, double opacity) {
-    auto shape = templatePixmap(drawing, side, colour, 1.0);
+QPixmap TavoMenuBarIcon::pixmap(const QString& drawingFile, int side, const QColor& colour, double opacity) {
+    auto shape = templatePixmap(drawingFile, side, colour, 1.0);
     if (shape.isNull()) {
         shape = templatePixmap(seal, side, colour, 1.0);
     }

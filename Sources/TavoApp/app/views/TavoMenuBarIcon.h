@@ -21,7 +21,7 @@ struct TavoMenuBarIcon {
     static QIcon image(bool isWakeAssertionActive, const QColor& colour);
 
     /// The drawing to show: the bottle cap, or else a plain seal.
-    static QPixmap pixmap(const QString& drawing, int side, const QColor& colour, double opacity);
+    static QPixmap pixmap(const QString& drawingFile, int side, const QColor& colour, double opacity);
 };
 
 } // namespace tavo
