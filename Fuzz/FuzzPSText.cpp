@@ -1,5 +1,6 @@
 #include "Require.h"
 #include "base/Text.h"
+#include "system/PSCommandLineCompleter.h"
 #include "system/PSProcessSnapshotProvider.h"
 
 #include <cmath>
@@ -62,6 +63,15 @@ void checkText(std::string_view text) {
     }
 }
 
+void checkCommandLines(std::string_view text) {
+    for (const auto& [pid, details] : PSCommandLineCompleter::parse(text)) {
+        require(trimWhitespace(details.commandLine) == details.commandLine, "a whole command line is trimmed");
+        require(text.find(details.commandLine) != std::string_view::npos, "a whole command line is part of the text");
+        require(text.find(std::to_string(pid < 0 ? -static_cast<std::int64_t>(pid) : pid)) != std::string_view::npos,
+                "an id is part of the text");
+    }
+}
+
 void checkTime(std::string_view text) {
     try {
         require(std::isfinite(Provider::parseCPUTime(text)), "a time is finite");
@@ -84,5 +94,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     tavo::checkText(tavo::repairUTF8(bytes));
     tavo::checkTime(bytes);
+    tavo::checkCommandLines(tavo::repairUTF8(bytes));
     return 0;
 }

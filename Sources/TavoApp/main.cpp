@@ -132,5 +132,6 @@ int start(int count, char** values) {
 } // namespace tavo
 
 int main(int count, char** values) {
+    tavo::prepareChildEnvironment();
     return tavo::start(count, values);
 }

@@ -75,5 +75,6 @@ ExitStatus runProgram(int count, const char* const* values) {
 } // namespace tavo
 
 int main(int count, char** values) {
+    tavo::prepareChildEnvironment();
     return static_cast<int>(tavo::runProgram(count, values));
 }

@@ -33,7 +33,11 @@ private:
 
 } // namespace
 
-// In the place of the one that a Linux program is linked with: a terminal companion as it is on a Mac.
+// In the place of those that a Linux program is linked with: a program as it is on a Mac.
+void prepareChildEnvironment() {
+    prepareMacChildEnvironment();
+}
+
 Platform makePlatform(const std::filesystem::path& programPath, const TavoPaths& paths) {
     return makeMacPlatform(programPath, paths, std::make_shared<HelperInProcess>());
 }

@@ -191,6 +191,35 @@ TEST(OwnProgramFilter, AWrapperThatOnlyNamesTavoButDoesNotRunItStays) {
               IDs{});
 }
 
+TEST(OwnProgramFilter, ThePSAndTheCaffeinateThatTavoRunsNeverCount) {
+    EXPECT_EQ(
+        blanked({{20, 1, 1, "tavo", "/Applications/Tavo.app/Contents/MacOS/tavo"},
+                 {30, 20, 0, "ps", "/bin/ps -axwwc -o pid=PID,ppid=PPID,time=TIME,command=EXECUTABLE___,args=ARGS"},
+                 {31, 20, 0, "caffeinate", "/usr/bin/caffeinate -i -s"}}),
+        (IDs{20, 30, 31}));
+}
+
+TEST(OwnProgramFilter, NeitherDoThoseOfTheCallingProcessWhateverItsNameAndOfOtherTavos) {
+    EXPECT_EQ(blanked({{20, 1, 1, "tavo-dev", "./tavo-dev"},
+                       {30, 20, 0, "ps", "/bin/ps -o time"},
+                       // stands before its parent
+                       {33, 40, 0, "ps", "/bin/ps -o time"},
+                       {40, 1, 1, "tavoctl", "tavoctl processes"}},
+                      20),
+              (IDs{20, 30, 33, 40}));
+    EXPECT_EQ(blanked({{30, 20, 0, "ps", "/bin/ps -o time"}}, 20), IDs{30}) << "a parent that the table lacks";
+}
+
+TEST(OwnProgramFilter, ThePSOfSomebodyElseCounts) {
+    EXPECT_EQ(blanked({interactiveShell,
+                       {20, 11, 1, "tavoctl", "tavoctl run --command time"},
+                       {30, 11, 0, "ps", "ps -o time"},
+                       {31, 11, 0, "caffeinate", "caffeinate -t 60"},
+                       {32, 20, 0, "pstree", "pstree"},
+                       {33, 20, 0, "codex", "codex"}}),
+              IDs{20});
+}
+
 TEST(OwnProgramFilter, OneWrapperMayCarryTwoOwnPrograms) {
     EXPECT_EQ(blanked({{20, 1, 0, "sudo", "sudo sh -c tavoctl run | tavo"},
                        {21, 20, 0, "sh", "sh -c tavoctl run | tavo"},

@@ -6,18 +6,40 @@
 #include "helper/PrivilegedHelperConstants.h"
 #include "login/LoginLaunchManager.h"
 #include "runtime/NotingCommandRunner.h"
+#include "system/ChildLocale.h"
 #include "system/InterruptibleCommandRunner.h"
 #include "system/PMSetAssertionList.h"
+#include "system/PSCommandLineCompleter.h"
 #include "system/PSProcessSnapshotProvider.h"
 #include "system/PowerSourceNotifications.h"
 #include "system/ProcessStart.h"
 #include "system/ProgramLocation.h"
 #include "system/SystemCommandRunner.h"
 #include "system/SystemPowerEnvironment.h"
+#include "system/TimeLimitedCommandRunner.h"
 
+#include <chrono>
 #include <utility>
 
 namespace tavo {
+
+namespace {
+
+/// ps can hang on a process that the kernel has stuck, and the evaluation waits for it on the main thread.
+constexpr std::chrono::seconds processTableTimeLimit{10};
+
+std::shared_ptr<ProcessSnapshotProviding> makeProcessTable() {
+    const auto runner = std::make_shared<TimeLimitedCommandRunner>(processTableTimeLimit);
+    return std::make_shared<PSCommandLineCompleter>(std::make_shared<PSProcessSnapshotProvider>(runner), runner);
+}
+
+} // namespace
+
+void prepareMacChildEnvironment() {
+    // An app that launchd starts has no locale, and ps escapes what its locale cannot print: "Größe" becomes
+    // "GrM-CM-6M-CM^_e", which nothing that the user types matches.
+    useUTF8InChildren();
+}
 
 Platform makeMacPlatform(const std::filesystem::path& programPath, const TavoPaths& paths,
                          std::shared_ptr<PrivilegedHelperClient> helperClient) {
@@ -27,7 +49,7 @@ Platform makeMacPlatform(const std::filesystem::path& programPath, const TavoPat
     platform.desktopApp = findDesktopApp(programPath);
     platform.powerEnvironment = std::make_shared<SystemPowerEnvironment>();
     platform.powerChanges = std::make_shared<PowerSourceNotifications>();
-    platform.processes = withoutOwnPrograms(std::make_shared<PSProcessSnapshotProvider>(platform.commandRunner));
+    platform.processes = withoutOwnPrograms(makeProcessTable());
     const auto assertions = std::make_shared<NotingCommandRunner>(platform.commandRunner,
                                                                   paths.rootDirectory / "assertion.json", processStart);
     platform.assertionRunner = assertions;

@@ -5,6 +5,9 @@
 
 namespace tavo {
 
+/// What prepareChildEnvironment() does on a Mac.
+void prepareMacChildEnvironment();
+
 /// The collaborators of a Mac: its command lines, its property lists, its power sources through functions that are looked up
 /// at run time. Everything but the helper's client is portable, so that it is tried where there is no Mac.
 /// @param helperClient  asks the helper.

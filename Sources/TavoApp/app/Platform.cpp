@@ -33,6 +33,10 @@ constexpr const char* packagedPrograms = "../libexec/tavo";
 
 #ifdef __APPLE__
 
+void prepareChildEnvironment() {
+    prepareMacChildEnvironment();
+}
+
 Platform makePlatform(const std::filesystem::path& programPath, const TavoPaths& paths) {
     return makeMacPlatform(
         programPath, paths,
@@ -40,6 +44,10 @@ Platform makePlatform(const std::filesystem::path& programPath, const TavoPaths&
 }
 
 #else
+
+void prepareChildEnvironment() {
+    // No child's output depends on it here.
+}
 
 Platform makePlatform(const std::filesystem::path& programPath, const TavoPaths&) {
     Platform platform;

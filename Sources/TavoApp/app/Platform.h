@@ -98,6 +98,10 @@ struct Platform {
     void setLaunchAtLogin(bool enabled) const;
 };
 
+/// Prepares the environment that the children of this process inherit. The first thing that main() does: no thread may read
+/// the environment while it changes.
+void prepareChildEnvironment();
+
 /// Assembles the collaborators of the system that this program was built for: the one place that knows which it is.
 /// @param programPath  the running program's file, beside which the others lie.
 /// @param paths        where Tavo keeps its files.

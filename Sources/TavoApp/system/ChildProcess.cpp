@@ -159,7 +159,7 @@ std::shared_ptr<ReapedChild> ReapedChild::adopt(pid_t pid) {
         std::thread([child] { child->reapAtExit(); }).detach();
         return child;
     } catch (...) {
-        kill(pid, SIGKILL);
+        ::kill(pid, SIGKILL);
         tavo::waitForExit(pid);
         throw;
     }
@@ -187,10 +187,10 @@ bool ReapedChild::isRunning() const {
     return waitid(P_PID, static_cast<id_t>(processID), &info, WEXITED | WNOHANG | WNOWAIT) == 0 && info.si_pid == 0;
 }
 
-void ReapedChild::terminate() noexcept {
+void ReapedChild::send(int signal) noexcept {
     const std::lock_guard lock(mutex);
     if (!exitCode) {
-        kill(processID, SIGTERM);
+        ::kill(processID, signal);
     }
 }
 

@@ -9,6 +9,7 @@
 #include <array>
 #include <chrono>
 #include <condition_variable>
+#include <csignal>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -52,7 +53,10 @@ public:
 
     /// Sends SIGTERM while the child runs; the process id cannot have passed to another process by then, since it is
     /// reaped under the same lock.
-    void terminate() noexcept;
+    void terminate() noexcept { send(SIGTERM); }
+
+    /// Sends SIGKILL, as terminate() sends its signal.
+    void kill() noexcept { send(SIGKILL); }
 
     /// Waits until the child has ended, at most `bound`. Gives what waitForExit() gives, or nothing when it still runs.
     std::optional<std::int32_t> waitForExit(std::chrono::milliseconds bound) const;
@@ -62,6 +66,7 @@ public:
 private:
     explicit ReapedChild(pid_t pid) : processID(pid) {}
     void reapAtExit();
+    void send(int signal) noexcept;
 
     const pid_t processID;
     mutable std::mutex mutex;

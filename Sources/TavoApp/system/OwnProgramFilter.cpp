@@ -6,6 +6,7 @@
 #include <optional>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -14,6 +15,10 @@ namespace tavo {
 namespace {
 
 constexpr std::array<std::string_view, 4> ownPrograms{"tavo", "tavoctl", "tavo-inhibit", "TavoPrivilegedHelper"};
+
+/// What they run on macOS. The table that ps prints has ps itself in it, with its own arguments ("time", "EXECUTABLE") on its
+/// line; and a lock that is held because its holder runs would never be released.
+constexpr std::array<std::string_view, 2> ownTools{"caffeinate", "ps"};
 
 /// Programs that run another one whose name and arguments stand on their own command line.
 constexpr auto wrappers = std::to_array<std::string_view>({
@@ -151,10 +156,11 @@ bool namesAsWord(std::string_view commandLine, std::string_view program) {
     return false;
 }
 
-/// The places of the own processes and their wrappers in the table.
+/// The places of the own processes, their wrappers and their tools in the table.
 class OwnProcesses {
 public:
-    OwnProcesses(const std::vector<ProcessSample>& processes, std::int32_t ownPID) : processes(processes) {
+    OwnProcesses(const std::vector<ProcessSample>& processes, std::int32_t ownPID)
+        : processes(processes), ownPIDs{ownPID} {
         for (std::size_t index = 0; index < processes.size(); ++index) {
             placeOfPID.emplace(processes[index].pid, index);
         }
@@ -163,9 +169,11 @@ public:
             const auto program = ownProgram(process.executableName);
             if (program || process.pid == ownPID) {
                 places.push_back(index);
+                ownPIDs.insert(process.pid);
                 addWrappers(process.parentPID, program.value_or(process.executableName));
             }
         }
+        addTools();
     }
 
     const std::vector<std::size_t>& all() const { return places; }
@@ -186,8 +194,19 @@ private:
         }
     }
 
+    void addTools() {
+        for (std::size_t index = 0; index < processes.size(); ++index) {
+            const auto& process = processes[index];
+            if (ownPIDs.contains(process.parentPID) &&
+                std::find(ownTools.begin(), ownTools.end(), process.executableName) != ownTools.end()) {
+                places.push_back(index);
+            }
+        }
+    }
+
     const std::vector<ProcessSample>& processes;
     std::unordered_map<std::int32_t, std::size_t> placeOfPID;
+    std::unordered_set<std::int32_t> ownPIDs;
     std::vector<std::size_t> places;
 };
 

@@ -31,11 +31,11 @@ private:
     pid_t pid;
 };
 
-std::string asText(const std::string& bytes) {
+} // namespace
+
+std::string decodedOutput(std::string_view bytes) {
     return std::string(trimWhitespaceAndNewlines(repairUTF8(bytes)));
 }
-
-} // namespace
 
 std::string readToEnd(const FileDescriptor& descriptor) {
     std::string content;
@@ -63,7 +63,9 @@ ShellCommandResult SystemCommandRunner::run(const ShellCommand& command) {
     auto output = std::async(std::launch::async, [&child] { return readToEnd(child.output); });
     auto error = std::async(std::launch::async, [&child] { return readToEnd(child.error); });
     const auto exitCode = guard.wait();
-    return {.exitCode = exitCode, .standardOutput = asText(output.get()), .standardError = asText(error.get())};
+    return {.exitCode = exitCode,
+            .standardOutput = decodedOutput(output.get()),
+            .standardError = decodedOutput(error.get())};
 }
 
 std::shared_ptr<RunningCommand> SystemCommandRunner::start(const ShellCommand& command) {

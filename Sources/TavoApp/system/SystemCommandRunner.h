@@ -3,6 +3,9 @@
 #include "system/ChildProcess.h"
 #include "system/CommandRunning.h"
 
+#include <string>
+#include <string_view>
+
 namespace tavo {
 
 /// The handle of a child that SystemCommandRunner started. Dropping it neither stops the child nor waits for it.
@@ -47,5 +50,8 @@ private:
 
 /// Reads a descriptor to its end. An error counts as the end.
 std::string readToEnd(const FileDescriptor& descriptor);
+
+/// What a child has written, in the form that ShellCommandResult has it.
+std::string decodedOutput(std::string_view bytes);
 
 } // namespace tavo

@@ -1,0 +1,11 @@
+#pragma once
+
+namespace tavo {
+
+/// Sees to it that the programs which this one starts read and write UTF-8 (LC_CTYPE), whatever the environment says so
+/// far. Nothing else of their language changes. For macOS, which has a locale named "UTF-8" for letters alone.
+///
+/// The environment is changed: call this before any thread starts.
+void useUTF8InChildren();
+
+} // namespace tavo

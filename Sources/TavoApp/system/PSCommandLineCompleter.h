@@ -1,0 +1,49 @@
+#pragma once
+
+#include "system/CommandRunning.h"
+#include "system/ProcessSnapshot.h"
+
+#include <cstdint>
+#include <memory>
+#include <string_view>
+#include <unordered_map>
+
+namespace tavo {
+
+/// Completes what macOS's ps says in PSProcessSnapshotProvider's run of it. That run has to ask for names without their
+/// folders (-c), and so it is given
+///
+/// - command lines that begin after their last slash: "proj" for "node /opt/homebrew/bin/codex -C /Users/me/proj". A
+///   second run without -c has them whole.
+/// - processes that have ended and were not reaped yet, as "(name)". They are left out, as on Linux; their state is told by
+///   the second run too.
+/// - columns padded by bytes, where the provider counts characters: a name beyond ASCII then carries the beginning of the
+///   arguments. It is cut at the column's end in bytes.
+///
+/// Where the second run fails, or does not have a process, the text of the first one stays: a command line that may be cut
+/// is better than no table.
+class PSCommandLineCompleter final : public ProcessSnapshotProviding {
+public:
+    PSCommandLineCompleter(std::shared_ptr<ProcessSnapshotProviding> provider, std::shared_ptr<CommandRunning> runner);
+
+    /// @throws what the decorated provider throws.
+    ProcessSnapshot snapshot(TimePoint at) override;
+
+    /// What the second run says of one process. The view points into its output.
+    struct Details {
+        bool hasEnded = false;
+        std::string_view commandLine;
+
+        bool operator==(const Details&) const = default;
+    };
+
+    /// Parses the whole output, whose first line is the header: process id, state, command line. A line that cannot be
+    /// understood is passed over.
+    static std::unordered_map<std::int32_t, Details> parse(std::string_view output);
+
+private:
+    std::shared_ptr<ProcessSnapshotProviding> provider;
+    std::shared_ptr<CommandRunning> runner;
+};
+
+} // namespace tavo
