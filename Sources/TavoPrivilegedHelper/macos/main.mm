@@ -49,7 +49,9 @@ namespace {
 
     const PrivilegedHelperSelfResetter resetter(runner, setup, helperRemovalDelay);
     const auto service = std::make_shared<HelperService>(
-        keeper, [](uid_t user) { return consoleUser() == user; }, [&resetter] { resetter.requestReset(); });
+        keeper,
+        [](uid_t user) { return consoleUser() == user ? std::nullopt : std::optional(HelperService::notServed(user)); },
+        [&resetter] { resetter.requestReset(); }, logHelper);
     XPCHelperListener listener(std::string(PrivilegedHelperConstants::machServiceName), TAVO_CODE_SIGNING_REQUIREMENT,
                                service, processes);
     listener.resume();

@@ -53,8 +53,8 @@ protected:
                 .log =
                     [this](const std::string& line) { ends += line.find("has ended") != std::string::npos ? 1 : 0; }});
         service = std::make_shared<HelperService>(
-            keeper, [](uid_t) { return true; }, [this] { ++resets; });
-        listener = std::make_unique<HelperListener>(loop, path, service, processes, limits);
+            keeper, [](uid_t) { return std::nullopt; }, [this] { ++resets; }, [](const std::string&) {});
+        listener = std::make_unique<HelperListener>(loop, path, service, peers, limits);
         server = std::thread([this] { loop.run(); });
     }
 
@@ -119,6 +119,7 @@ protected:
     std::optional<asio::executor_work_guard<asio::io_context::executor_type>> idle;
     std::shared_ptr<ScriptedSleepController> setting = std::make_shared<ScriptedSleepController>();
     std::shared_ptr<PidfdProcessWatching> processes = std::make_shared<PidfdProcessWatching>(loop);
+    std::shared_ptr<PeerIdentification> peers = std::make_shared<PeerIdentification>();
     std::shared_ptr<OverrideKeeper> keeper;
     std::atomic<int> resets = 0;
 
