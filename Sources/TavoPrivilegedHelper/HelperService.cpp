@@ -1,5 +1,6 @@
 #include "TavoPrivilegedHelper/HelperService.h"
 
+#include "base/Text.h"
 #include "helper/PrivilegedHelperCommandDispatcher.h"
 
 #include <fmt/format.h>
@@ -8,42 +9,86 @@ namespace tavo {
 
 namespace {
 
+std::string nameOf(const HelperCaller& caller) {
+    return fmt::format("process {} of user {}", caller.process.pid, caller.user);
+}
+
 /// The setting as one process has it.
 class OwnedSleepController final : public PrivilegedSleepControlling {
 public:
-    OwnedSleepController(std::shared_ptr<OverrideKeeper> keeper, const ProcessIdentity& owner)
-        : keeper(std::move(keeper)), owner(owner) {}
+    OwnedSleepController(std::shared_ptr<OverrideKeeper> keeper, const HelperCaller& owner, BoundedLog& grants,
+                         BoundedLog& refusals)
+        : keeper(std::move(keeper)), owner(owner), grants(grants), refusals(refusals) {}
 
     bool isAvailable() const override { return true; }
 
     void setSleepDisabled(PMSetScope scope, bool disabled) override {
-        keeper->setSleepDisabled(owner, scope, disabled);
+        try {
+            keeper->setSleepDisabled(owner.process, scope, disabled, owner.user);
+        } catch (const std::exception& error) {
+            refusals.write(visibleControls(fmt::format(
+                "{} {} for {}: {}", nameOf(owner), disabled ? "did not get an override" : "could not end its override",
+                rawValue(scope), error.what())));
+            throw;
+        }
+        grants.write(fmt::format("{} {} for {}", nameOf(owner), disabled ? "got an override" : "ended its override",
+                                 rawValue(scope)));
     }
 
 private:
     std::shared_ptr<OverrideKeeper> keeper;
-    ProcessIdentity owner;
+    HelperCaller owner;
+    BoundedLog& grants;
+    BoundedLog& refusals;
 };
 
 } // namespace
 
-std::optional<std::string> HelperService::refusal(uid_t user) const {
-    if (user == 0 || isServed(user)) {
-        return std::nullopt;
-    }
+HelperService::HelperService(std::shared_ptr<OverrideKeeper> keeper, Admission admission, std::function<void()> reset,
+                             const Log& log)
+    : keeper(std::move(keeper)), admission(std::move(admission)), reset(std::move(reset)),
+      grants(std::make_shared<BoundedLog>(log)), removals(std::make_shared<BoundedLog>(log)),
+      refusals(std::make_shared<BoundedLog>(log)) {}
+
+std::string HelperService::notServed(uid_t user) {
     return fmt::format("the privileged helper does not serve this user (user id {}).", user);
 }
 
+std::optional<std::string> HelperService::refusal(uid_t user, pid_t process) const {
+    constexpr uid_t root = 0;
+    auto reason = user == root ? std::nullopt : admission(user);
+    if (reason) {
+        refusals->write(fmt::format("process {} of user {} was refused unread: {}", process, user, *reason));
+    }
+    return reason;
+}
+
 PrivilegedHelperReply HelperService::serve(const HelperCaller& caller, std::string_view body) const {
-    if (auto message = refusal(caller.user)) {
+    if (auto message = refusal(caller.user, caller.process.pid)) {
         return {std::nullopt, std::move(message)};
     }
     if (body.size() > longestBody) {
         return {std::nullopt,
                 fmt::format("a command of {} bytes is too long: {} are allowed.", body.size(), longestBody)};
     }
-    const auto controller = std::make_shared<OwnedSleepController>(keeper, caller.process);
-    return PrivilegedHelperCommandDispatcher(controller, reset).reply(body);
+    const auto controller = std::make_shared<OwnedSleepController>(keeper, caller, *grants, *refusals);
+    auto reply = PrivilegedHelperCommandDispatcher(controller, [&] { remove(caller); }).reply(body);
+    if (reply.message) {
+        refusals->write(
+            visibleControls(fmt::format("{} was refused, it sent no command: {}", nameOf(caller), *reply.message)));
+    }
+    return reply;
+}
+
+void HelperService::remove(const HelperCaller& caller) const {
+    try {
+        reset();
+    } catch (const std::exception& error) {
+        removals->write(visibleControls(
+            fmt::format("{} asked for the helper's removal, which failed: {}", nameOf(caller), error.what())));
+        throw;
+    }
+    removals->write(fmt::format("{} has the helper removed", nameOf(caller)));
 }
 
 void HelperService::takeBack(const HelperCaller& caller, std::string_view body) const noexcept {
@@ -52,6 +97,8 @@ void HelperService::takeBack(const HelperCaller& caller, std::string_view body) 
         const auto* change = std::get_if<PrivilegedHelperCommand::SetSleepDisabled>(&command.value);
         if (change != nullptr && change->disabled) {
             keeper->setSleepDisabled(caller.process, change->scope, false);
+            grants->write(fmt::format("{} was gone before it heard of its override for {}, which was ended",
+                                      nameOf(caller), rawValue(change->scope)));
         }
     } catch (const std::exception&) {
         // The keeper tries what has failed again by itself; what is no command has changed nothing.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "TavoPrivilegedHelper/BoundedLog.h"
 #include "TavoPrivilegedHelper/OverrideKeeper.h"
 #include "helper/PrivilegedHelperReply.h"
 #include "helper/ProcessIdentity.h"
@@ -29,14 +30,21 @@ public:
     /// Of an encoded command, in bytes; a longer one is refused unread, whatever it came over.
     static constexpr std::size_t longestBody = 65536;
 
-    /// @param isServed  whether a user other than root may ask for something.
-    /// @param reset     has the helper removed, or throws.
-    HelperService(std::shared_ptr<OverrideKeeper> keeper, std::function<bool(uid_t user)> isServed,
-                  std::function<void()> reset)
-        : keeper(std::move(keeper)), isServed(std::move(isServed)), reset(std::move(reset)) {}
+    using Log = std::function<void(const std::string&)>;
 
-    /// Why this user is not served; nothing for one that is.
-    std::optional<std::string> refusal(uid_t user) const;
+    /// Why a user other than root may not ask for anything; nothing for one who may.
+    using Admission = std::function<std::optional<std::string>(uid_t user)>;
+
+    /// @param reset  has the helper removed, or throws.
+    /// @param log    gets a line for all that is granted, given back, removed or refused, at a bounded rate.
+    HelperService(std::shared_ptr<OverrideKeeper> keeper, Admission admission, std::function<void()> reset,
+                  const Log& log);
+
+    /// Of a user whom the helper is not for.
+    static std::string notServed(uid_t user);
+
+    /// Why this user is not served; nothing for one that is. A refusal is logged.
+    std::optional<std::string> refusal(uid_t user, pid_t process) const;
 
     /// Carries out an encoded command in the caller's name.
     PrivilegedHelperReply serve(const HelperCaller& caller, std::string_view body) const;
@@ -46,9 +54,16 @@ public:
     void takeBack(const HelperCaller& caller, std::string_view body) const noexcept;
 
 private:
+    void remove(const HelperCaller& caller) const;
+
     std::shared_ptr<OverrideKeeper> keeper;
-    std::function<bool(uid_t user)> isServed;
+    Admission admission;
     std::function<void()> reset;
+
+    /// Each bounded on its own: strangers who are refused must not hide what was granted, nor grants a removal.
+    std::shared_ptr<BoundedLog> grants;
+    std::shared_ptr<BoundedLog> removals;
+    std::shared_ptr<BoundedLog> refusals;
 };
 
 } // namespace tavo

@@ -48,6 +48,7 @@ void OverrideKeeper::adopt(const SleepOverride& override) {
     auto& owner = owners[override.owner];
     owner.scopes.insert(override.scopes.begin(), override.scopes.end());
     owner.watch = std::move(exit);
+    owner.user = override.user;
     surroundings.log(fmt::format("took over what process {} has asked for", override.owner.pid));
 }
 
@@ -55,15 +56,16 @@ std::unique_ptr<ProcessWatch> OverrideKeeper::watch(const ProcessIdentity& proce
     return surroundings.processes->watchExit(process, [this, process] { ownerEnded(process); });
 }
 
-void OverrideKeeper::setSleepDisabled(const ProcessIdentity& owner, PMSetScope scope, bool disabled) {
+void OverrideKeeper::setSleepDisabled(const ProcessIdentity& owner, PMSetScope scope, bool disabled,
+                                      std::optional<uid_t> user) {
     if (disabled) {
-        add(owner, scope);
+        add(owner, scope, user);
     } else {
         remove(owner, scope);
     }
 }
 
-void OverrideKeeper::add(const ProcessIdentity& owner, PMSetScope scope) {
+void OverrideKeeper::add(const ProcessIdentity& owner, PMSetScope scope, std::optional<uid_t> user) {
     const bool isNewOwner = !owners.contains(owner);
     if (isNewOwner && owners.size() >= mostOwners) {
         throw WakeControlError::commandFailed(
@@ -77,6 +79,7 @@ void OverrideKeeper::add(const ProcessIdentity& owner, PMSetScope scope) {
         owners[owner].watch = std::move(exit);
     }
     auto& entry = owners[owner];
+    entry.user = user;
     const bool isNewScope = entry.scopes.insert(scope).second;
     try {
         writeJournal();
@@ -150,6 +153,21 @@ void OverrideKeeper::ownerEnded(ProcessIdentity owner) {
     }
 }
 
+void OverrideKeeper::endUnserved(const std::function<bool(uid_t user)>& isServed) {
+    const auto ended = std::erase_if(owners, [&](const auto& entry) {
+        const auto& [process, owner] = entry;
+        if (!owner.user || isServed(*owner.user)) {
+            return false;
+        }
+        surroundings.log(fmt::format("user {} is not served any more; what process {} asked for is undone", *owner.user,
+                                     process.pid));
+        return true;
+    });
+    if (ended > 0) {
+        settle();
+    }
+}
+
 void OverrideKeeper::undoAll() {
     owners.clear();
     settle();
@@ -168,7 +186,7 @@ void OverrideKeeper::writeJournal() const {
     SleepOverrideRecord record;
     for (const auto& [process, owner] : owners) {
         if (!owner.scopes.empty()) {
-            record.overrides.push_back({process, {owner.scopes.begin(), owner.scopes.end()}});
+            record.overrides.push_back({process, {owner.scopes.begin(), owner.scopes.end()}, owner.user});
         }
     }
     auto scopes = wantedScopes();

@@ -10,6 +10,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -59,7 +60,12 @@ public:
     /// Asks for an override in a process's name, or gives it back, which may come into force a little later.
     /// @throws the setting's error; an override that could not be had is not remembered. WakeControlError when the process
     /// has ended, std::system_error when it cannot be watched or the journal not be written.
-    void setSleepDisabled(const ProcessIdentity& owner, PMSetScope scope, bool disabled);
+    /// @param user  for whom the process asks.
+    void setSleepDisabled(const ProcessIdentity& owner, PMSetScope scope, bool disabled,
+                          std::optional<uid_t> user = std::nullopt);
+
+    /// Gives back at once what processes asked for whose user is not served any more. One whose user is not known keeps it.
+    void endUnserved(const std::function<bool(uid_t user)>& isServed);
 
     /// Gives back everything that anybody asked for, at once.
     void undoAll();
@@ -79,13 +85,14 @@ private:
         std::set<PMSetScope> released;
         std::unique_ptr<HelperTimer> releaseTimer;
         std::unique_ptr<ProcessWatch> watch;
+        std::optional<uid_t> user;
     };
 
     SleepOverrideRecord readJournal() const;
     void adopt(const SleepOverride& override);
     std::unique_ptr<ProcessWatch> watch(const ProcessIdentity& process);
     void ownerEnded(ProcessIdentity owner);
-    void add(const ProcessIdentity& owner, PMSetScope scope);
+    void add(const ProcessIdentity& owner, PMSetScope scope, std::optional<uid_t> user);
     void remove(const ProcessIdentity& owner, PMSetScope scope);
     void release(const ProcessIdentity& owner, PMSetScope scope);
     void forgetReleased(ProcessIdentity owner);

@@ -34,13 +34,19 @@ protected:
                                                                       .log = [](const std::string&) {}});
     int resets = 0;
     std::optional<std::string> resetFailure;
-    HelperService service{keeper, [](uid_t user) { return user == installingUser; },
+    std::vector<std::string> lines;
+    HelperService service{keeper,
+                          [](uid_t user) {
+                              return user == installingUser ? std::nullopt
+                                                            : std::optional(HelperService::notServed(user));
+                          },
                           [this] {
                               ++resets;
                               if (resetFailure) {
                                   throw DescribedError(*resetFailure);
                               }
-                          }};
+                          },
+                          [this](const std::string& line) { lines.push_back(line); }};
 };
 
 TEST_F(Service, AnswersAPing) {
@@ -61,13 +67,53 @@ TEST_F(Service, AFailureIsAResponse) {
 }
 
 TEST_F(Service, ServesRootAndTheUserItIsForAndNobodyElse) {
-    EXPECT_FALSE(service.refusal(0));
-    EXPECT_FALSE(service.refusal(installingUser));
+    EXPECT_FALSE(service.refusal(0, caller.process.pid));
+    EXPECT_FALSE(service.refusal(installingUser, caller.process.pid));
     const auto stranger = HelperCaller{1001, caller.process};
     const auto reply = service.serve(stranger, R"({"setSleepDisabled":{"scope":"ac","disabled":true}})");
     EXPECT_FALSE(reply.data);
     EXPECT_THAT(reply.message.value_or(""), HasSubstr("user id 1001"));
     EXPECT_THAT(*setting->log, IsEmpty());
+}
+
+TEST_F(Service, LogsWhatIsGrantedEndedAndRefusedWithUserProcessAndScope) {
+    service.serve(caller, R"({"setSleepDisabled":{"scope":"ac","disabled":true}})");
+    service.serve(caller, R"({"setSleepDisabled":{"scope":"ac","disabled":false}})");
+    service.serve({1001, caller.process}, R"({"setSleepDisabled":{"scope":"ac","disabled":true}})");
+    setting->failure = "logind refused.";
+    service.serve(caller, R"({"setSleepDisabled":{"scope":"battery","disabled":true}})");
+    service.serve(caller, "[]");
+    EXPECT_THAT(lines,
+                ElementsAre("process 100 of user 1000 got an override for ac",
+                            "process 100 of user 1000 ended its override for ac",
+                            "process 100 of user 1001 was refused unread: the privileged helper does not serve this "
+                            "user (user id 1001).",
+                            "process 100 of user 1000 did not get an override for battery: logind refused.",
+                            testing::StartsWith("process 100 of user 1000 was refused, it sent no command: ")));
+}
+
+TEST_F(Service, LogsARemovalAndOneThatFailed) {
+    service.serve(caller, R"({"resetSupport":{}})");
+    resetFailure = "no shell.\nof \x1b[31mours";
+    service.serve(caller, R"({"resetSupport":{}})");
+    EXPECT_THAT(lines,
+                ElementsAre("process 100 of user 1000 has the helper removed",
+                            "process 100 of user 1000 asked for the helper's removal, which failed: no shell.^Jof "
+                            "^[[31mours"));
+}
+
+TEST_F(Service, AFloodOfRefusalsFillsNoLogAndHidesNoGrant) {
+    for (int count = 0; count < 1000; ++count) {
+        service.serve({1001, caller.process}, R"({"ping":{}})");
+    }
+    EXPECT_LE(lines.size(), 2 * BoundedLog::burst);
+    service.serve(caller, R"({"setSleepDisabled":{"scope":"ac","disabled":true}})");
+    EXPECT_EQ(lines.back(), "process 100 of user 1000 got an override for ac");
+}
+
+TEST_F(Service, APingIsNotWorthALine) {
+    service.serve(caller, R"({"ping":{}})");
+    EXPECT_THAT(lines, IsEmpty());
 }
 
 TEST_F(Service, WhatIsNoCommandGetsAMessage) {

@@ -41,6 +41,9 @@ protected:
     }
 
     void ask(const ProcessIdentity& owner, PMSetScope scope) { keeper->setSleepDisabled(owner, scope, true); }
+    void askFor(uid_t user, const ProcessIdentity& owner, PMSetScope scope) {
+        keeper->setSleepDisabled(owner, scope, true, user);
+    }
     void giveBack(const ProcessIdentity& owner, PMSetScope scope) { keeper->setSleepDisabled(owner, scope, false); }
 
     std::vector<std::string> asked() { return std::exchange(*setting->log, {}); }
@@ -351,6 +354,39 @@ TEST_F(KeeperWithLidClosed, WhatWasNeverHadIsNotKept) {
     ask(tavoProcess, PMSetScope::ac);
     giveBack(tavoProcess, PMSetScope::battery);
     EXPECT_THAT(asked(), ElementsAre("sleep off ac"));
+}
+
+TEST_F(Keeper, AUserWhoIsNotServedAnyMoreLosesOverridesThoughTheProcessLives) {
+    askFor(1000, tavoProcess, PMSetScope::ac);
+    askFor(0, controlProcess, PMSetScope::battery);
+    asked();
+    keeper->endUnserved([](uid_t) { return true; });
+    EXPECT_THAT(asked(), IsEmpty());
+    isLidClosed = true; // no grace for one who has gone
+    keeper->endUnserved([](uid_t user) { return user == 0; });
+    EXPECT_THAT(asked(), ElementsAre("sleep on ac"));
+    EXPECT_FALSE(processes->isWatched(tavoProcess));
+    EXPECT_TRUE(processes->isWatched(controlProcess));
+    const auto record = journal.load();
+    ASSERT_EQ(record.overrides.size(), 1U);
+    EXPECT_EQ(record.overrides[0].owner, controlProcess);
+    EXPECT_THAT(lines, testing::Contains("user 1000 is not served any more; what process 100 asked for is undone"));
+}
+
+TEST_F(Keeper, TheNextHelperKnowsForWhomAProcessAsked) {
+    askFor(1000, tavoProcess, PMSetScope::ac);
+    restart();
+    keeper->takeOver();
+    asked();
+    keeper->endUnserved([](uid_t) { return false; });
+    EXPECT_THAT(asked(), ElementsAre("sleep on ac"));
+}
+
+TEST_F(Keeper, AnOwnerWhoseUserIsNotKnownKeepsWhatItHas) {
+    ask(tavoProcess, PMSetScope::ac);
+    asked();
+    keeper->endUnserved([](uid_t) { return false; });
+    EXPECT_THAT(asked(), IsEmpty());
 }
 
 } // namespace

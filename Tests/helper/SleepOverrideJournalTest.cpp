@@ -26,7 +26,7 @@ TEST_F(Journal, IsEmptyWithoutAFile) {
 TEST_F(Journal, GivesBackWhatWasSaved) {
     SleepOverrideRecord record;
     record.overrides = {{{12, 3456}, {PMSetScope::ac}},
-                        {{13, 9007199254740993}, {PMSetScope::all, PMSetScope::battery}}};
+                        {{13, 9007199254740993}, {PMSetScope::all, PMSetScope::battery}, 1000}};
     record.scopesInForce = {PMSetScope::all, PMSetScope::ac};
     journal.save(record);
     EXPECT_EQ(journal.load(), record);
@@ -65,6 +65,9 @@ TEST_F(Journal, RefusesWhatIsNoRecord) {
           R"json({"overrides":[{"pid":0,"startTime":2,"scopes":[]}],"scopesInForce":[]})json",
           R"json({"overrides":[{"pid":-4,"startTime":2,"scopes":[]}],"scopesInForce":[]})json",
           R"json({"overrides":[{"pid":4,"startTime":-2,"scopes":[]}],"scopesInForce":[]})json",
+          R"json({"overrides":[{"pid":4,"startTime":2,"scopes":[],"user":-1}],"scopesInForce":[]})json",
+          R"json({"overrides":[{"pid":4,"startTime":2,"scopes":[],"user":4294967295}],"scopesInForce":[]})json",
+          R"json({"overrides":[{"pid":4,"startTime":2,"scopes":[],"user":"me"}],"scopesInForce":[]})json",
           R"json({"overrides":[{"pid":4,"scopes":[]}],"scopesInForce":[]})json"}) {
         write(text);
         EXPECT_THROW(journal.load(), DecodingError) << text;

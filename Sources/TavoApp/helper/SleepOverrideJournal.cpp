@@ -27,6 +27,15 @@ std::vector<PMSetScope> readScopes(const JsonObjectReader& reader, std::string_v
     return scopes;
 }
 
+std::optional<uid_t> readUser(const JsonObjectReader& reader, const std::string& path) {
+    const auto user = reader.optional<std::int64_t>("user");
+    // The largest number means "no user" to the kernel's calls.
+    if (user && (*user < 0 || *user >= std::int64_t(std::numeric_limits<uid_t>::max()))) {
+        throw DecodingError(DecodingError::Kind::dataCorrupted, path, "this is no user.");
+    }
+    return user ? std::optional(static_cast<uid_t>(*user)) : std::nullopt;
+}
+
 } // namespace
 
 SleepOverride SleepOverride::fromJson(const Json& value, const std::string& path) {
@@ -36,7 +45,7 @@ SleepOverride SleepOverride::fromJson(const Json& value, const std::string& path
     if (pid <= 0 || startTime < 0) {
         throw DecodingError(DecodingError::Kind::dataCorrupted, path, "this is no process.");
     }
-    return {{pid, static_cast<std::uint64_t>(startTime)}, readScopes(reader, "scopes")};
+    return {{pid, static_cast<std::uint64_t>(startTime)}, readScopes(reader, "scopes"), readUser(reader, path)};
 }
 
 SleepOverrideRecord SleepOverrideRecord::fromJson(const Json& value, const std::string& path) {
@@ -64,6 +73,9 @@ void SleepOverrideJournal::save(const SleepOverrideRecord& record) const {
         json["overrides"].push_back({{"pid", override.owner.pid},
                                      {"startTime", override.owner.startTime},
                                      {"scopes", scopesJson(override.scopes)}});
+        if (override.user) {
+            json["overrides"].back()["user"] = *override.user;
+        }
     }
     replaceFileAtomically(file, prettyJson(json), readableByAll);
 }

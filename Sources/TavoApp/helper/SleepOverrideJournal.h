@@ -4,7 +4,10 @@
 #include "helper/PMSetScope.h"
 #include "helper/ProcessIdentity.h"
 
+#include <sys/types.h>
+
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,6 +19,9 @@ struct SleepOverride {
 
     /// In the scopes' own order, each once.
     std::vector<PMSetScope> scopes;
+
+    /// For whom it has asked. Not known of what an earlier version has noted.
+    std::optional<uid_t> user = std::nullopt;
 
     bool operator==(const SleepOverride&) const = default;
 

@@ -1,19 +1,22 @@
 #include "TavoPrivilegedHelper/linux/HelperConnection.h"
 
+#include "system/linux/ProcessDescriptor.h"
+
 #include <asio/post.hpp>
 #include <asio/write.hpp>
-#include <poll.h>
+#include <fmt/format.h>
 #include <sys/socket.h>
 
+#include <system_error>
 #include <utility>
 
 namespace tavo {
 
 HelperConnection::HelperConnection(asio::local::stream_protocol::socket socket,
                                    std::shared_ptr<const HelperService> service,
-                                   std::shared_ptr<const ProcessWatching> processes, std::chrono::milliseconds deadline,
+                                   std::shared_ptr<const PeerIdentification> peers, std::chrono::milliseconds deadline,
                                    std::shared_ptr<void> open)
-    : socket(std::move(socket)), service(std::move(service)), processes(std::move(processes)), deadline(deadline),
+    : socket(std::move(socket)), service(std::move(service)), peers(std::move(peers)), deadline(deadline),
       open(std::move(open)), timer(this->socket.get_executor()) {}
 
 void HelperConnection::begin() {
@@ -24,7 +27,7 @@ void HelperConnection::begin() {
         finish();
         return;
     }
-    if (auto message = service->refusal(peer.uid)) {
+    if (auto message = service->refusal(peer.uid, peer.pid)) {
         reply({std::nullopt, std::move(message)});
         return;
     }
@@ -49,39 +52,29 @@ void HelperConnection::handleBytes(std::string_view bytes) {
             readSome();
             return;
         }
-        if (hasHungUp()) {
+        if (hasHungUp(socket.native_handle())) {
             finish(); // waited for too long behind others; nobody would know what was done in its name
             return;
         }
-        const auto who = caller();
-        const auto answer =
-            who ? service->serve(*who, *body)
-                : PrivilegedHelperReply{std::nullopt, "the process that asked the privileged helper has ended."};
-        if (who && hasHungUp()) {
-            service->takeBack(*who, *body);
-        }
-        reply(answer);
+        const auto peer = peers->identify(socket.native_handle(), acceptedAt);
+        reply(peer ? serve(*peer, *body)
+                   : PrivilegedHelperReply{std::nullopt, "the process that asked the privileged helper has ended."});
     } catch (const SocketFramingError& error) {
         reply({std::nullopt, error.description()});
+    } catch (const std::system_error& error) {
+        // Out of descriptors or memory, for the moment.
+        reply({std::nullopt,
+               fmt::format("the privileged helper could not look at who asks: {}.", error.code().message())});
     }
 }
 
-/// By the kernel's word on who made the connection. A process that the kernel cannot name here, as one in another
-/// namespace, has the number 0, and so no identity.
-std::optional<HelperCaller> HelperConnection::caller() {
-    ucred peer{};
-    socklen_t size = sizeof(peer);
-    if (getsockopt(socket.native_handle(), SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0 || peer.pid <= 0) {
-        return std::nullopt;
+PrivilegedHelperReply HelperConnection::serve(const IdentifiedPeer& peer, const std::string& body) {
+    auto answer = service->serve(peer.caller, body);
+    // As long as the descriptor's process lives, its number stood for it all the while.
+    if (hasEnded(peer.process) || hasHungUp(socket.native_handle())) {
+        service->takeBack(peer.caller, body);
     }
-    const auto process = processes->identify(peer.pid);
-    return process ? std::optional(HelperCaller{peer.uid, *process}) : std::nullopt;
-}
-
-/// Whether the caller has closed its end altogether, as one does that has stopped waiting.
-bool HelperConnection::hasHungUp() {
-    pollfd state{.fd = socket.native_handle(), .events = 0, .revents = 0};
-    return poll(&state, 1, 0) > 0 && (state.revents & POLLHUP) != 0;
+    return answer;
 }
 
 void HelperConnection::reply(const PrivilegedHelperReply& reply) {

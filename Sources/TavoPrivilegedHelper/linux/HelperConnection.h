@@ -1,7 +1,7 @@
 #pragma once
 
 #include "TavoPrivilegedHelper/HelperService.h"
-#include "helper/ProcessWatching.h"
+#include "TavoPrivilegedHelper/linux/PeerIdentification.h"
 #include "helper/linux/SocketFraming.h"
 
 #include <asio/local/stream_protocol.hpp>
@@ -9,6 +9,7 @@
 
 #include <array>
 #include <chrono>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -20,7 +21,7 @@ class HelperConnection final : public std::enable_shared_from_this<HelperConnect
 public:
     /// @param open  destroyed with the connection.
     HelperConnection(asio::local::stream_protocol::socket socket, std::shared_ptr<const HelperService> service,
-                     std::shared_ptr<const ProcessWatching> processes, std::chrono::milliseconds deadline,
+                     std::shared_ptr<const PeerIdentification> peers, std::chrono::milliseconds deadline,
                      std::shared_ptr<void> open);
 
     void begin();
@@ -31,15 +32,15 @@ private:
     void reply(const PrivilegedHelperReply& reply);
     void finish();
     void restartDeadline();
-    bool hasHungUp();
-    std::optional<HelperCaller> caller();
+    PrivilegedHelperReply serve(const IdentifiedPeer& peer, const std::string& body);
 
     asio::local::stream_protocol::socket socket;
     std::shared_ptr<const HelperService> service;
-    std::shared_ptr<const ProcessWatching> processes;
+    std::shared_ptr<const PeerIdentification> peers;
     std::chrono::milliseconds deadline;
     std::shared_ptr<void> open;
     asio::steady_timer timer;
+    std::uint64_t acceptedAt = PeerIdentification::now();
     std::array<char, 4096> buffer{};
     RequestFrameReader reader;
     std::string outgoing;

@@ -22,9 +22,9 @@ constexpr std::chrono::milliseconds pauseAfterFailure{100};
 class HelperListener::Acceptor final : public std::enable_shared_from_this<Acceptor> {
 public:
     Acceptor(asio::io_context& loop, std::filesystem::path path, std::shared_ptr<const HelperService> service,
-             std::shared_ptr<const ProcessWatching> processes, Limits limits)
-        : path(std::move(path)), service(std::move(service)), processes(std::move(processes)), limits(limits),
-          acceptor(loop), pause(loop) {
+             std::shared_ptr<const PeerIdentification> peers, Limits limits)
+        : path(std::move(path)), service(std::move(service)), peers(std::move(peers)), limits(limits), acceptor(loop),
+          pause(loop) {
         std::filesystem::remove(this->path);
         acceptor.open();
         acceptor.bind(asio::local::stream_protocol::endpoint(this->path.string()));
@@ -83,7 +83,7 @@ private:
     };
 
     void serve(asio::local::stream_protocol::socket socket) {
-        std::make_shared<HelperConnection>(std::move(socket), service, processes, limits.deadline,
+        std::make_shared<HelperConnection>(std::move(socket), service, peers, limits.deadline,
                                            std::make_shared<OpenConnection>(weak_from_this()))
             ->begin();
     }
@@ -106,7 +106,7 @@ private:
 
     std::filesystem::path path;
     std::shared_ptr<const HelperService> service;
-    std::shared_ptr<const ProcessWatching> processes;
+    std::shared_ptr<const PeerIdentification> peers;
     Limits limits;
     asio::local::stream_protocol::acceptor acceptor;
     asio::steady_timer pause;
@@ -116,15 +116,15 @@ private:
 
 HelperListener::HelperListener(asio::io_context& loop, const std::filesystem::path& path,
                                std::shared_ptr<const HelperService> service,
-                               std::shared_ptr<const ProcessWatching> processes, Limits limits)
-    : acceptor(std::make_shared<Acceptor>(loop, path, std::move(service), std::move(processes), limits)) {
+                               std::shared_ptr<const PeerIdentification> peers, Limits limits)
+    : acceptor(std::make_shared<Acceptor>(loop, path, std::move(service), std::move(peers), limits)) {
     acceptor->acceptNext();
 }
 
 HelperListener::HelperListener(asio::io_context& loop, const std::filesystem::path& path,
                                std::shared_ptr<const HelperService> service,
-                               std::shared_ptr<const ProcessWatching> processes)
-    : HelperListener(loop, path, std::move(service), std::move(processes), Limits()) {}
+                               std::shared_ptr<const PeerIdentification> peers)
+    : HelperListener(loop, path, std::move(service), std::move(peers), Limits()) {}
 
 HelperListener::~HelperListener() {
     acceptor->close();

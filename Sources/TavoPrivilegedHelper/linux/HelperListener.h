@@ -1,7 +1,7 @@
 #pragma once
 
 #include "TavoPrivilegedHelper/HelperService.h"
-#include "helper/ProcessWatching.h"
+#include "TavoPrivilegedHelper/linux/PeerIdentification.h"
 
 #include <asio/io_context.hpp>
 
@@ -15,7 +15,7 @@ namespace tavo {
 /// The helper's socket. Reads from many connections at once, and serves complete requests one by one.
 ///
 /// Each connection carries one request and has a deadline for sending it, and another one for taking the reply. Callers are
-/// known by the kernel's word alone (SO_PEERCRED, unix(7)); one that is not served gets its message unread.
+/// known by the kernel's word alone (PeerIdentification); one that is not served gets its message unread.
 class HelperListener {
 public:
     struct Limits {
@@ -29,10 +29,10 @@ public:
     /// Makes the socket, in place of one that an earlier process has left, for all users to connect to. Its folder must
     /// exist. Serves while `loop` runs. @throws std::system_error
     HelperListener(asio::io_context& loop, const std::filesystem::path& path,
-                   std::shared_ptr<const HelperService> service, std::shared_ptr<const ProcessWatching> processes,
+                   std::shared_ptr<const HelperService> service, std::shared_ptr<const PeerIdentification> peers,
                    Limits limits);
     HelperListener(asio::io_context& loop, const std::filesystem::path& path,
-                   std::shared_ptr<const HelperService> service, std::shared_ptr<const ProcessWatching> processes);
+                   std::shared_ptr<const HelperService> service, std::shared_ptr<const PeerIdentification> peers);
     HelperListener(const HelperListener&) = delete;
     HelperListener& operator=(const HelperListener&) = delete;
 

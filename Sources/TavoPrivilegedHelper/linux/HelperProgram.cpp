@@ -4,6 +4,8 @@
 #include "TavoPrivilegedHelper/HelperService.h"
 #include "TavoPrivilegedHelper/linux/AsioHelperTimers.h"
 #include "TavoPrivilegedHelper/linux/HelperListener.h"
+#include "TavoPrivilegedHelper/linux/LoginPresence.h"
+#include "TavoPrivilegedHelper/linux/PeerIdentification.h"
 #include "TavoPrivilegedHelper/linux/PidfdProcessWatching.h"
 #include "helper/PrivilegedHelperSelfResetter.h"
 #include "helper/linux/LogindLidSwitch.h"
@@ -27,6 +29,8 @@ namespace {
 /// Before giving up at the end; the service manager's patience is longer.
 constexpr int attemptsToUndo = 5;
 
+constexpr uid_t root = 0;
+
 } // namespace
 
 HelperProgram::HelperProgram(std::optional<uid_t> user, Log log)
@@ -47,16 +51,33 @@ void HelperProgram::serve(const std::function<void()>& ready) {
     const PrivilegedHelperSelfResetter resetter(std::make_shared<SystemCommandRunner>(),
                                                 std::make_shared<SystemdServiceSetup>(), helperRemovalDelay);
     const auto service = std::make_shared<HelperService>(
-        keeper, [served = user](uid_t caller) { return served == caller; }, [&resetter] { resetter.requestReset(); });
+        keeper, [this](uid_t caller) { return refusal(caller); }, [&resetter] { resetter.requestReset(); }, log);
+    const auto isServed = [this](uid_t caller) { return caller == root || !refusal(caller); };
+    const LoginWatch logins(loop, [this, isServed] { keeper->endUnserved(isServed); });
+    keeper->endUnserved(isServed);
     {
         const HelperListener listener(loop, SocketPrivilegedHelperClient::systemSocket(), service,
-                                      std::make_shared<PidfdProcessWatching>(loop));
+                                      std::make_shared<PeerIdentification>());
         ready();
         loop.run();
     }
     if (!isBeingRestarted()) {
         undoAll();
     }
+}
+
+/// logind gives nobody else than root a lock on behalf of a user who is not there, and neither does this.
+std::optional<std::string> HelperProgram::refusal(uid_t caller) const {
+    if (user != caller) {
+        return HelperService::notServed(caller);
+    }
+    if (!isPresent(caller)) {
+        return fmt::format(
+            "the privileged helper serves this user (user id {}) only while logged in; log in, or have the "
+            "user linger, see loginctl(1), enable-linger.",
+            caller);
+    }
+    return std::nullopt;
 }
 
 bool HelperProgram::isBeingRestarted() const {

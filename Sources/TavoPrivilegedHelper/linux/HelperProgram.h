@@ -18,7 +18,7 @@ class HelperProgram {
 public:
     using Log = std::function<void(const std::string&)>;
 
-    /// @param user  is served beside root.
+    /// @param user  is served beside root, while logged in.
     HelperProgram(std::optional<uid_t> user, Log log);
 
     /// Takes over what an earlier helper has left, calls `ready` once requests are read, and serves until SIGTERM, SIGINT or
@@ -30,6 +30,7 @@ public:
 
 private:
     void takeOver();
+    std::optional<std::string> refusal(uid_t caller) const;
     void undoAll();
 
     /// What is in force stays then, for as long as its owner lives: with the lid closed, a gap would be a suspend.

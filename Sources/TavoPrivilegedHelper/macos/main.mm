@@ -50,7 +50,9 @@ namespace {
 
     const PrivilegedHelperSelfResetter resetter(runner, setup, helperRemovalDelay);
     const auto service = std::make_shared<HelperService>(
-        keeper, [](uid_t user) { return consoleUser() == user; }, [&resetter] { resetter.requestReset(); });
+        keeper,
+        [](uid_t user) { return consoleUser() == user ? std::nullopt : std::optional(HelperService::notServed(user)); },
+        [&resetter] { resetter.requestReset(); }, logHelper);
     XPCHelperListener listener(std::string(PrivilegedHelperConstants::machServiceName),
                                std::string(codeSigningRequirement), service, processes);
     listener.resume();

@@ -46,13 +46,15 @@ protected:
         idle.emplace(loop.get_executor());
         keeper = std::make_shared<OverrideKeeper>(
             setting, SleepOverrideJournal(folder.path() / "overrides.json"),
-            OverrideKeeper::Surroundings{.processes = processes,
-                                         .timers = std::make_shared<ManualHelperTimers>(),
-                                         .isLidClosed = [] { return false; },
-                                         .log = [](const std::string&) {}});
+            OverrideKeeper::Surroundings{
+                .processes = processes,
+                .timers = std::make_shared<ManualHelperTimers>(),
+                .isLidClosed = [] { return false; },
+                .log =
+                    [this](const std::string& line) { ends += line.find("has ended") != std::string::npos ? 1 : 0; }});
         service = std::make_shared<HelperService>(
-            keeper, [](uid_t) { return true; }, [this] { ++resets; });
-        listener = std::make_unique<HelperListener>(loop, path, service, processes, limits);
+            keeper, [](uid_t) { return std::nullopt; }, [this] { ++resets; }, [](const std::string&) {});
+        listener = std::make_unique<HelperListener>(loop, path, service, peers, limits);
         server = std::thread([this] { loop.run(); });
     }
 
@@ -117,8 +119,12 @@ protected:
     std::optional<asio::executor_work_guard<asio::io_context::executor_type>> idle;
     std::shared_ptr<ScriptedSleepController> setting = std::make_shared<ScriptedSleepController>();
     std::shared_ptr<PidfdProcessWatching> processes = std::make_shared<PidfdProcessWatching>(loop);
+    std::shared_ptr<PeerIdentification> peers = std::make_shared<PeerIdentification>();
     std::shared_ptr<OverrideKeeper> keeper;
     std::atomic<int> resets = 0;
+
+    /// Of processes, as the keeper saw them.
+    std::atomic<int> ends = 0;
     std::shared_ptr<HelperService> service;
     std::unique_ptr<HelperListener> listener;
     std::thread server;
@@ -276,6 +282,39 @@ TEST_F(Listener, ManyAtOnceAreAllAnswered) {
     for (auto& answer : answers) {
         EXPECT_EQ(answer.get(), PrivilegedHelperResponse::pong());
     }
+}
+
+TEST_F(Listener, NoLivingOwnerLosesItsOverrideWhileConnectionsComeAndGo) {
+    std::atomic<bool> isOver = false;
+    std::vector<std::thread> visitors;
+    for (int count = 0; count < 8; ++count) {
+        visitors.emplace_back([&] {
+            const auto request = SocketFraming::request(R"({"ping":{}})");
+            // More than the helper waits for: its connection has news while it is being closed.
+            while (!isOver) {
+                const auto connection = connectTo();
+                send(connection.get(), request.data(), request.size(), MSG_NOSIGNAL);
+                while (send(connection.get(), "x", 1, MSG_NOSIGNAL) == 1) {
+                }
+            }
+        });
+    }
+    SocketPrivilegedHelperClient client(path);
+    for (int round = 0; round < 100; ++round) {
+        for (const bool disabled : {true, false}) {
+            EXPECT_EQ(client.send(PrivilegedHelperCommand::setSleepDisabled(PMSetScope::ac, disabled)),
+                      PrivilegedHelperResponse::ok());
+        }
+    }
+    EXPECT_EQ(client.send(PrivilegedHelperCommand::setSleepDisabled(PMSetScope::ac, true)),
+              PrivilegedHelperResponse::ok());
+    isOver = true;
+    for (auto& visitor : visitors) {
+        visitor.join();
+    }
+    EXPECT_EQ(ping(), PrivilegedHelperResponse::pong());
+    EXPECT_EQ(ends, 0) << "this process lives";
+    EXPECT_EQ(SleepOverrideJournal(folder.path() / "overrides.json").load().overrides.size(), 1U);
 }
 
 TEST_F(Listener, RemovesItsSocketWhenItEnds) {

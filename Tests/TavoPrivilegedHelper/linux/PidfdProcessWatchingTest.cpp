@@ -1,9 +1,13 @@
 #include "TavoPrivilegedHelper/linux/PidfdProcessWatching.h"
 
+#include <asio/local/connect_pair.hpp>
+#include <asio/local/stream_protocol.hpp>
+#include <asio/write.hpp>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <csignal>
 #include <cstdlib>
 #include <limits>
@@ -106,6 +110,37 @@ TEST_F(PidfdWatching, AProcessThatHasEndedOrIsAnotherCannotBeWatched) {
     EXPECT_FALSE(processes.watchExit(identity, [] {})) << "ended, not reaped";
     sleeper.reap();
     EXPECT_FALSE(processes.watchExit(identity, [] {})) << "reaped";
+}
+
+/// Of two connections with news at once, the one that is handled first has the other one closed, and a watch made: the event
+/// loop hands the closed one's event to the descriptor that comes after it.
+TEST_F(PidfdWatching, AnEventThatWasMeantForAClosedConnectionIsNoEnd) {
+    using Socket = asio::local::stream_protocol::socket;
+    int exits = 0;
+    std::unique_ptr<ProcessWatch> watch;
+    std::array<Socket, 2> ours{Socket(loop), Socket(loop)};
+    std::array<Socket, 2> theirs{Socket(loop), Socket(loop)};
+    for (std::size_t index = 0; index < ours.size(); ++index) {
+        asio::local::connect_pair(ours[index], theirs[index]);
+        ours[index].async_wait(Socket::wait_read, [&, index](const asio::error_code&) {
+            if (!watch) {
+                ours[1 - index].close();
+                watch = processes.watchExit(*processes.identify(sleeper.pid), [&] { ++exits; });
+            }
+        });
+    }
+    loop.poll();
+    for (auto& socket : theirs) {
+        asio::write(socket, asio::buffer("x", 1));
+    }
+    loop.restart();
+    loop.poll();
+    ASSERT_TRUE(watch);
+    EXPECT_EQ(exits, 0) << "the process lives";
+    sleeper.end();
+    loop.restart();
+    loop.run();
+    EXPECT_EQ(exits, 1) << "the real end is still noticed";
 }
 
 } // namespace

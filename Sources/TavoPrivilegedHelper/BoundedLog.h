@@ -1,0 +1,32 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <functional>
+#include <string>
+
+namespace tavo {
+
+/// A log for what others cause: passes a burst of lines on and then one line an interval, and says how many it has left out.
+class BoundedLog {
+public:
+    using Log = std::function<void(const std::string&)>;
+    using Clock = std::function<std::chrono::steady_clock::time_point()>;
+
+    static constexpr std::size_t burst = 20;
+    static constexpr std::chrono::seconds interval{3};
+
+    explicit BoundedLog(
+        Log log, Clock clock = [] { return std::chrono::steady_clock::now(); });
+
+    void write(const std::string& line);
+
+private:
+    Log log;
+    Clock clock;
+    std::size_t allowance = burst;
+    std::chrono::steady_clock::time_point countedFrom;
+    std::size_t omitted = 0;
+};
+
+} // namespace tavo

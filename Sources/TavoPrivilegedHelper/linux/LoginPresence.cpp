@@ -1,0 +1,94 @@
+#include "TavoPrivilegedHelper/linux/LoginPresence.h"
+
+#include <asio/posix/stream_descriptor.hpp>
+#include <asio/steady_timer.hpp>
+#include <systemd/sd-login.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <utility>
+
+namespace tavo {
+
+namespace {
+
+/// Until logind has been started, there is nothing to watch.
+constexpr std::chrono::seconds pauseWithoutLogind{5};
+
+} // namespace
+
+bool isPresence(std::string_view state) {
+    return state == "active" || state == "online" || state == "lingering";
+}
+
+bool isPresent(uid_t user) {
+    char* text = nullptr;
+    const int result = sd_uid_get_state(user, &text);
+    const std::unique_ptr<char, decltype(&std::free)> state(text, std::free);
+    return result >= 0 && state && isPresence(state.get());
+}
+
+/// What the loop waits on. Its callbacks do nothing once it has gone.
+class LoginWatch::Monitor {
+public:
+    Monitor(asio::io_context& loop, sd_login_monitor* monitor, const std::function<void()>& onChange)
+        : monitor(monitor), readiness(loop, sd_login_monitor_get_fd(monitor)), onChange(onChange) {
+        wait();
+    }
+    Monitor(const Monitor&) = delete;
+    Monitor& operator=(const Monitor&) = delete;
+    ~Monitor() {
+        readiness.cancel();
+        readiness.release();
+        sd_login_monitor_unref(monitor);
+    }
+
+private:
+    void wait() {
+        readiness.async_wait(asio::posix::stream_descriptor::wait_read,
+                             [this, weakSelf = std::weak_ptr(alive)](const asio::error_code& error) {
+                                 if (!error && !weakSelf.expired()) {
+                                     // Before anybody is asked, so that a change meanwhile is news again.
+                                     sd_login_monitor_flush(monitor);
+                                     wait();
+                                     onChange();
+                                 }
+                             });
+    }
+
+    sd_login_monitor* monitor;
+    asio::posix::stream_descriptor readiness;
+    const std::function<void()>& onChange;
+    std::shared_ptr<bool> alive = std::make_shared<bool>(true);
+};
+
+struct LoginWatch::Retry {
+    explicit Retry(asio::io_context& loop) : timer(loop, pauseWithoutLogind) {}
+
+    asio::steady_timer timer;
+    std::shared_ptr<bool> alive = std::make_shared<bool>(true);
+};
+
+LoginWatch::LoginWatch(asio::io_context& loop, std::function<void()> onChange)
+    : loop(loop), onChange(std::move(onChange)) {
+    begin();
+}
+
+LoginWatch::~LoginWatch() = default;
+
+void LoginWatch::begin() {
+    sd_login_monitor* made = nullptr;
+    if (sd_login_monitor_new("uid", &made) >= 0) {
+        monitor = std::make_unique<Monitor>(loop, made, onChange);
+        return;
+    }
+    retry = std::make_unique<Retry>(loop);
+    retry->timer.async_wait([this, weakSelf = std::weak_ptr(retry->alive)](const asio::error_code& error) {
+        if (!error && !weakSelf.expired()) {
+            begin();
+            onChange();
+        }
+    });
+}
+
+} // namespace tavo

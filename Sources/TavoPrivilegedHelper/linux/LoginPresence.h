@@ -1,0 +1,40 @@
+#pragma once
+
+#include <asio/io_context.hpp>
+#include <sys/types.h>
+
+#include <functional>
+#include <memory>
+#include <string_view>
+
+namespace tavo {
+
+/// Whether a user in this state of sd_uid_get_state(3) is there: logged in, at the seat or not, or allowed to have programs
+/// running all the same, which is what lingering is for. One whose last session is just ending is not.
+bool isPresence(std::string_view state);
+
+/// Whether logind has this user as one who is there. Not when it cannot be asked.
+bool isPresent(uid_t user);
+
+/// Tells when users come and go, sd-login(3).
+class LoginWatch {
+public:
+    /// Calls `onChange` from the loop whenever the presence of any user may have changed, never before this returns.
+    LoginWatch(asio::io_context& loop, std::function<void()> onChange);
+    LoginWatch(const LoginWatch&) = delete;
+    LoginWatch& operator=(const LoginWatch&) = delete;
+    ~LoginWatch();
+
+private:
+    class Monitor;
+
+    void begin();
+
+    asio::io_context& loop;
+    std::function<void()> onChange;
+    std::unique_ptr<Monitor> monitor;
+    struct Retry;
+    std::unique_ptr<Retry> retry;
+};
+
+} // namespace tavo
