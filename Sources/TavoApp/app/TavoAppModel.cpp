@@ -277,6 +277,8 @@ void TavoAppModel::openSettings() {
 
 void TavoAppModel::quit() {
     perform([this] {
+        // First of all: an application that is told to end may say so to everybody at once, which leads back here.
+        hasQuit = true;
         timer.reset();
         helperTimer.reset();
         saveWhatIsOverdue();
@@ -290,7 +292,6 @@ void TavoAppModel::quit() {
         }
         application.terminate();
     });
-    hasQuit = true;
 }
 
 } // namespace tavo
