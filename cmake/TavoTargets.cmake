@@ -18,6 +18,9 @@ else()
     set(TAVO_PLATFORM linux)
 endif()
 
+# Programs that users do not call are installed where the others look for them, whatever the folder of the latter is.
+cmake_path(SET TAVO_COMPANIONS NORMALIZE "${CMAKE_INSTALL_BINDIR}/../libexec/tavo")
+
 add_library(tavo_options INTERFACE)
 target_compile_options(tavo_options INTERFACE -Wall -Wextra -Wpedantic -Wnon-virtual-dtor -Wold-style-cast
                                               -Wconversion -Wsign-conversion -Wno-missing-field-initializers

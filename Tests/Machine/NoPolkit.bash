@@ -1,6 +1,7 @@
 # Without polkit only root may hold locks, and everybody else is told so.
 . "$(dirname "$0")/machine.bash"
 
+sharePrograms
 folder=$(mktemp -d)
 chmod 0777 "$folder"
 status=0

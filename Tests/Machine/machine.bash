@@ -71,10 +71,23 @@ requireMachine() {
     [ "$(systemd-detect-virt --container)" = systemd-nspawn ] || fail "$1 is for scripts/in-machine alone"
 }
 
-# createUser NAME: an ordinary account with a home folder.
+# sharePrograms: from now on TAVO_BIN is a copy of the programs that every user can reach. The build folder may lie below one
+# that others may not enter, as homes often are.
+sharePrograms() {
+    local shared program
+    shared=$(mktemp -d)
+    for program in tavoctl tavo-inhibit TavoPrivilegedHelper helper-client; do
+        cp "$TAVO_BIN/$program" "$shared"
+    done
+    chmod -R a+rX "$shared"
+    TAVO_BIN=$shared
+}
+
+# createUser NAME: an ordinary account with a home folder, and programs that it can run.
 createUser() {
     requireMachine createUser
     useradd --create-home --shell /bin/bash "$1"
+    sharePrograms
 }
 
 asService() {
@@ -146,6 +159,8 @@ markSessionsIdle() {
     requireMachine markSessionsIdle
     local session
     for session in $(loginctl list-sessions --no-legend | awk '{ print $1 }'); do
+        # A user's service manager has a session as well, which cannot be idle.
+        case $(loginctl show-session --property=Type --value "$session") in x11 | wayland) ;; *) continue ;; esac
         busctl call org.freedesktop.login1 "$(callLogind GetSession s "$session" | cut -d '"' -f 2)" \
             org.freedesktop.login1.Session SetIdleHint b true
     done

@@ -2,6 +2,7 @@
 
 #include "app/ApplicationControlling.h"
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -18,9 +19,15 @@ public:
         return hasWindows ? std::make_unique<Window>(asked) : nullptr;
     }
 
-    void terminate() override { asked.emplace_back("terminate"); }
+    void terminate() override {
+        asked.emplace_back("terminate");
+        if (whenTerminated) {
+            whenTerminated();
+        }
+    }
 
     std::vector<std::string> asked;
+    std::function<void()> whenTerminated;
     bool hasWindows = true;
 
 private:

@@ -2,6 +2,7 @@
 
 #include "TavoControl/CommandTest.h"
 
+#include <grp.h>
 #include <unistd.h>
 
 namespace tavo {
@@ -143,7 +144,7 @@ TEST_F(DoctorCommandTest, AFileInThePlaceOfTheFolderIsBroken) {
 /// Ends the process with 0 when the folder is found broken for a user who is not root.
 [[noreturn]] void judgeAsOrdinaryUser(const std::function<SystemCheck()>& check, const std::string& finding) {
     constexpr uid_t nobody = 65534;
-    if (geteuid() == 0 && (setgid(nobody) != 0 || setuid(nobody) != 0)) {
+    if (geteuid() == 0 && (setgroups(0, nullptr) != 0 || setgid(nobody) != 0 || setuid(nobody) != 0)) {
         _exit(2);
     }
     const auto found = check();

@@ -171,6 +171,28 @@ TEST_F(TavoAppModelTest, AfterAQuitNothingHappensAnyMore) {
     EXPECT_THAT(administrator->commands, IsEmpty());
 }
 
+TEST_F(TavoAppModelTest, AQuitThatLeadsToAnotherQuitHappensOnce) {
+    startWith(enabled());
+    application.whenTerminated = [this] {
+        model->quit();
+        model->evaluateNow();
+    };
+    model->quit();
+    EXPECT_THAT(*runner->log, ElementsAre("start /usr/bin/caffeinate -i -s", "stop"));
+    EXPECT_THAT(application.asked, ElementsAre("terminate"));
+}
+
+TEST_F(TavoAppModelTest, AQuitFromWhereTheModelTellsOfAChangeHappensOnce) {
+    make();
+    model->onChange([this](ModelChanges) { model->quit(); });
+    model->start();
+    loop->runPosted();
+    model->toggleEnabled();
+    loop->advance(std::chrono::hours{1});
+    EXPECT_THAT(*runner->log, ElementsAre("start /usr/bin/caffeinate -i -s", "stop"));
+    EXPECT_THAT(application.asked, ElementsAre("terminate"));
+}
+
 TEST_F(TavoAppModelTest, AQuitThatCannotLetGoProperlyEndsAnyway) {
     installHelper();
     startWith(enabledWithLidClosed());

@@ -22,10 +22,12 @@ Source withFlag(Source source, Value isCharging) {
     return source;
 }
 
+const std::vector<std::optional<Source>> noSources;
+
 struct PowerSourceSnapshot : testing::Test {
     FakePowerSources& fake = FakePowerSources::current();
 
-    PowerSourceSnapshot() { fake = FakePowerSources{.providingType = "AC Power", .sources = {{}}}; }
+    PowerSourceSnapshot() { fake = FakePowerSources{.providingType = "AC Power", .sources = noSources}; }
 
     TavoPowerSourceSnapshot snapshot() { return TavoCopyPowerSourceSnapshot(FakePowerSources::functions()); }
 

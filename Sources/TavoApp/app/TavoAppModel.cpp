@@ -271,6 +271,8 @@ void TavoAppModel::openSettings() {
 
 void TavoAppModel::quit() {
     perform([this] {
+        // First of all: an application that is told to end may say so to everybody at once, which leads back here.
+        hasQuit = true;
         if (platform.interruption) {
             platform.interruption->interrupt();
         }
@@ -287,7 +289,6 @@ void TavoAppModel::quit() {
         }
         application.terminate();
     });
-    hasQuit = true;
 }
 
 } // namespace tavo

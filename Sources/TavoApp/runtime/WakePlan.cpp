@@ -16,17 +16,21 @@ std::optional<PMSetScope> closedLidScope(const AppConfig& config, bool supportsC
     return pmsetScope(config.powerSourcePolicy);
 }
 
+std::vector<std::string> assertionArguments(CurrentPowerSource source) {
+    if (source == CurrentPowerSource::ac) {
+        return {"-i", "-s"};
+    }
+    return {"-i"};
+}
+
 } // namespace
 
 WakePlan WakePlanBuilder::buildPlan(const AppConfig& config, const PowerStatus& powerStatus,
                                     bool supportsClosedLidOverride) const {
     const auto scope = closedLidScope(config, supportsClosedLidOverride);
-    WakePlan plan{.standardAssertionCommand = {.executableURL = assertionExecutable, .arguments = {"-i"}},
-                  .closedLidScope = scope};
-    if (powerStatus.source == CurrentPowerSource::ac) {
-        plan.standardAssertionCommand.arguments.emplace_back("-s");
-    }
-    return plan;
+    return {.standardAssertionCommand = {.executableURL = assertionExecutable,
+                                         .arguments = assertionArguments(powerStatus.source)},
+            .closedLidScope = scope};
 }
 
 } // namespace tavo

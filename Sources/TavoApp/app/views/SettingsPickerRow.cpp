@@ -7,7 +7,13 @@ namespace tavo {
 SettingsPickerRow::SettingsPickerRow(const QString& systemImage, const QString& title,
                                      const std::vector<Choice>& choices,
                                      std::function<void(const QString& value)> onChoice, QWidget* parent)
-    : SettingsControlRow(systemImage, title, new PopUpButton, parent), popUp(findChild<PopUpButton*>()) {
+    : SettingsPickerRow(systemImage, title, choices, std::move(onChoice), new PopUpButton, parent) {}
+
+SettingsPickerRow::SettingsPickerRow(const QString& systemImage, const QString& title,
+                                     const std::vector<Choice>& choices,
+                                     std::function<void(const QString& value)> onChoice, PopUpButton* control,
+                                     QWidget* parent)
+    : SettingsControlRow(systemImage, title, control, parent), popUp(control) {
     for (const auto& choice : choices) {
         popUp->addItem(choice.title, choice.value);
     }

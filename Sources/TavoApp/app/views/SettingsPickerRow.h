@@ -24,6 +24,9 @@ public:
     PopUpButton* picker() const { return popUp; }
 
 private:
+    SettingsPickerRow(const QString& systemImage, const QString& title, const std::vector<Choice>& choices,
+                      std::function<void(const QString& value)> onChoice, PopUpButton* control, QWidget* parent);
+
     PopUpButton* popUp;
 };
 

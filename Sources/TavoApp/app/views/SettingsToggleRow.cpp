@@ -7,7 +7,11 @@ namespace tavo {
 
 SettingsToggleRow::SettingsToggleRow(const QString& systemImage, const QString& title,
                                      std::function<void(bool)> onToggle, QWidget* parent)
-    : SettingsControlRow(systemImage, title, new SwitchControl, parent), switchControl(findChild<SwitchControl*>()) {
+    : SettingsToggleRow(systemImage, title, std::move(onToggle), new SwitchControl, parent) {}
+
+SettingsToggleRow::SettingsToggleRow(const QString& systemImage, const QString& title,
+                                     std::function<void(bool)> onToggle, SwitchControl* control, QWidget* parent)
+    : SettingsControlRow(systemImage, title, control, parent), switchControl(control) {
     connect(switchControl, &QCheckBox::toggled, this, std::move(onToggle));
 }
 

@@ -18,6 +18,9 @@ public:
     SwitchControl* toggle() const { return switchControl; }
 
 private:
+    SettingsToggleRow(const QString& systemImage, const QString& title, std::function<void(bool)> onToggle,
+                      SwitchControl* control, QWidget* parent);
+
     SwitchControl* switchControl;
 };
 
