@@ -10,6 +10,8 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <fstream>
+#include <functional>
 #include <system_error>
 #include <thread>
 #include <vector>
@@ -185,6 +187,41 @@ TEST_F(SystemCommandRunnerTest, RunLeavesNoDescriptorOpen) {
         EXPECT_THROW(runner.run({.executableURL = "/nonexistent"}), std::system_error);
     }
     EXPECT_EQ(lowestFree(), before);
+}
+
+/// Starts real threads until there are `most` of them, and fails then as the system does.
+SystemCommandRunner::ThreadStarter atMost(int most, const std::function<void()>& beforeFailing) {
+    return [left = most, beforeFailing](std::function<void()> work) mutable {
+        if (left-- > 0) {
+            startDetachedThread(std::move(work));
+            return;
+        }
+        beforeFailing();
+        throw std::system_error(EAGAIN, std::generic_category());
+    };
+}
+
+TEST_F(SystemCommandRunnerTest, AChildWhoseReadersCannotBothStartIsEndedAndItsOrphansAreNotWaitedFor) {
+    for (const int readers : {0, 1}) {
+        SCOPED_TRACE(readers);
+        const TemporaryDirectory folder;
+        const auto note = folder.path() / "note";
+        // The orphan keeps both pipes open for as long as it lives.
+        const ShellCommand command{.executableURL = "/bin/sh",
+                                   .arguments = {"-c", "sleep 600 & echo $$ $! > '" + note.string() + "'; wait"}};
+        pid_t child = -1;
+        pid_t orphan = -1;
+        SystemCommandRunner starved(false, atMost(readers, [&] {
+                                        EXPECT_TRUE(waitUntil([&] {
+                                            std::ifstream(note) >> child >> orphan;
+                                            return orphan > 0;
+                                        }));
+                                    }));
+        EXPECT_THROW(starved.run(command), std::system_error);
+        EXPECT_FALSE(isChild(child));
+        ASSERT_GT(orphan, 0);
+        EXPECT_EQ(kill(orphan, SIGKILL), 0);
+    }
 }
 
 TEST_F(SystemCommandRunnerTest, AParentWithoutStandardStreamsGetsItsOutputAllTheSame) {

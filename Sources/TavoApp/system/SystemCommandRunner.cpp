@@ -7,7 +7,8 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
-#include <future>
+#include <memory>
+#include <thread>
 
 namespace tavo {
 
@@ -53,19 +54,36 @@ std::string readToEnd(const FileDescriptor& descriptor) {
 ProcessRunningCommand::ProcessRunningCommand(SpawnedChild child)
     : output(std::move(child.output)), error(std::move(child.error)), process(ReapedChild::adopt(child.pid)) {}
 
+void startDetachedThread(std::function<void()> work) {
+    std::thread(std::move(work)).detach();
+}
+
 bool SystemCommandRunner::defaultSupportsPrivilegedCommands() {
     return geteuid() == 0;
 }
 
 ShellCommandResult SystemCommandRunner::run(const ShellCommand& command) {
-    const auto child = spawnChild(command, ChildInput::inherited);
+    auto child = spawnChild(command, ChildInput::inherited);
     ChildGuard guard(child.pid);
-    auto output = std::async(std::launch::async, [&child] { return readToEnd(child.output); });
-    auto error = std::async(std::launch::async, [&child] { return readToEnd(child.error); });
+    auto output = readInBackground(std::move(child.output));
+    auto error = readInBackground(std::move(child.error));
     const auto exitCode = guard.wait();
     return {.exitCode = exitCode,
             .standardOutput = decodedOutput(output.get()),
             .standardError = decodedOutput(error.get())};
+}
+
+/// The reading thread owns the descriptor, and the future does not wait for it when it is dropped. A process that the
+/// child left behind may keep the pipe open for hours after the child was ended, and nobody would be told of the failure.
+std::future<std::string> SystemCommandRunner::readInBackground(FileDescriptor descriptor) const {
+    // std::function wants what can be copied, and a task cannot.
+    const auto task =
+        std::make_shared<std::packaged_task<std::string()>>([descriptor = std::move(descriptor)]() mutable {
+            const auto closedAtReturn = std::move(descriptor);
+            return readToEnd(closedAtReturn);
+        });
+    startThread([task] { (*task)(); });
+    return task->get_future();
 }
 
 std::shared_ptr<RunningCommand> SystemCommandRunner::start(const ShellCommand& command) {

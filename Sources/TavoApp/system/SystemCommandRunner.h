@@ -3,8 +3,11 @@
 #include "system/ChildProcess.h"
 #include "system/CommandRunning.h"
 
+#include <functional>
+#include <future>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace tavo {
 
@@ -27,11 +30,17 @@ private:
     std::shared_ptr<ReapedChild> process;
 };
 
+/// Runs work on a thread of its own that nobody joins. @throws std::system_error when no thread can be started.
+void startDetachedThread(std::function<void()> work);
+
 /// Runs real programs.
 class SystemCommandRunner final : public CommandRunning {
 public:
-    explicit SystemCommandRunner(bool supportsPrivilegedCommands = defaultSupportsPrivilegedCommands())
-        : isPrivileged(supportsPrivilegedCommands) {}
+    using ThreadStarter = std::function<void(std::function<void()>)>;
+
+    explicit SystemCommandRunner(bool supportsPrivilegedCommands = defaultSupportsPrivilegedCommands(),
+                                 ThreadStarter startThread = startDetachedThread)
+        : isPrivileged(supportsPrivilegedCommands), startThread(std::move(startThread)) {}
 
     /// True exactly when the effective user is root.
     static bool defaultSupportsPrivilegedCommands();
@@ -39,13 +48,17 @@ public:
     bool supportsPrivilegedCommands() const override { return isPrivileged; }
 
     /// Blocks until the child has exited and both of its streams have ended; two jobs drain them meanwhile, so that a
-    /// child that writes more than a pipe holds cannot block. @throws std::system_error when launching fails.
+    /// child that writes more than a pipe holds cannot block. @throws std::system_error when launching fails, or when a
+    /// job cannot be started; the child is ended and reaped then.
     ShellCommandResult run(const ShellCommand& command) override;
 
     std::shared_ptr<RunningCommand> start(const ShellCommand& command) override;
 
 private:
+    std::future<std::string> readInBackground(FileDescriptor descriptor) const;
+
     bool isPrivileged;
+    ThreadStarter startThread;
 };
 
 /// Reads a descriptor to its end. An error counts as the end.
