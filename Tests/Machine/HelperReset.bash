@@ -20,6 +20,29 @@ expectContains "$(control helper reset)" "has removed itself" "reset"
 isGone || fail "something is left after a reset"
 expectStatus 1 control helper reset 2>/dev/null
 
+# Asked by many at once: one removal, whatever comes of it.
+control helper install
+process=$(helperProcess)
+requests=()
+for ((count = 0; count < 400; count++)); do requests+=('{"resetSupport":{}}'); done
+removals() { journalctl --output=cat | grep -c 'Started .*Removes the helper of Tavo' || true; }
+before=$(removals)
+# The last ones may find it gone already.
+client send "${requests[@]}" >/run/storm 2>/dev/null || true
+expectContains "$(sort -u /run/storm)" 'data {"ok":{}}' "answers to the storm"
+expectWithin 5 isGone
+expectEqual $((before + 1)) "$(removals)" "removals"
+expectWithin "$soon" nothingInForce
+
+# An installation that comes while a removal is about to begin wins.
+control helper install
+expectEqual 'data {"ok":{}}' "$(client send '{"resetSupport":{}}')" "answer to a reset"
+control helper install
+process=$(helperProcess)
+expectNeverWithin 3 isGone
+helperStateIs ready || fail "the installation has lost"
+not systemctl --quiet is-active com.vrd.tavo.helper-removal.service || fail "the removal goes on"
+
 # One byte more.
 control helper install
 { cat "$helperFile" && printf x; } >/run/differing

@@ -83,6 +83,11 @@ PrivilegedHelperInstaller::install(const std::filesystem::path& helperExecutable
     if (!fileExists(helperExecutableSourceURL)) {
         throw PrivilegedHelperInstallerError::missingHelperExecutable(helperExecutableSourceURL.string());
     }
+    // A pipe would keep whoever copies it waiting for ever, and a device might never end.
+    if (!std::filesystem::is_regular_file(helperExecutableSourceURL)) {
+        throw PrivilegedHelperInstallerError::installFailed(helperExecutableSourceURL.string() +
+                                                            " is no regular file; nothing was installed.");
+    }
     const auto stagingDirectory = paths.rootDirectory / "helper-installer";
     const auto stagedDefinition = stagingDirectory / setup->serviceDefinition().filename();
     ensureDirectoryExists(stagingDirectory);

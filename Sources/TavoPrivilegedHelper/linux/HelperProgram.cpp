@@ -2,6 +2,7 @@
 
 #include "TavoPrivilegedHelper/HelperMain.h"
 #include "TavoPrivilegedHelper/HelperService.h"
+#include "TavoPrivilegedHelper/SingleRemoval.h"
 #include "TavoPrivilegedHelper/linux/AsioHelperTimers.h"
 #include "TavoPrivilegedHelper/linux/HelperListener.h"
 #include "TavoPrivilegedHelper/linux/LoginPresence.h"
@@ -50,8 +51,9 @@ void HelperProgram::serve(const std::function<void()>& ready) {
     takeOver();
     const PrivilegedHelperSelfResetter resetter(std::make_shared<SystemCommandRunner>(),
                                                 std::make_shared<SystemdServiceSetup>(), helperRemovalDelay);
+    SingleRemoval removal([&resetter] { resetter.requestReset(); });
     const auto service = std::make_shared<HelperService>(
-        keeper, [this](uid_t caller) { return refusal(caller); }, [&resetter] { resetter.requestReset(); }, log);
+        keeper, [this](uid_t caller) { return refusal(caller); }, [&removal] { removal.request(); }, log);
     const auto isServed = [this](uid_t caller) { return caller == root || !refusal(caller); };
     const LoginWatch logins(loop, [this, isServed] { keeper->endUnserved(isServed); });
     keeper->endUnserved(isServed);

@@ -3,6 +3,7 @@
 #include "TavoPrivilegedHelper/HelperService.h"
 #include "TavoPrivilegedHelper/MachineWideSleepController.h"
 #include "TavoPrivilegedHelper/OverrideKeeper.h"
+#include "TavoPrivilegedHelper/SingleRemoval.h"
 #include "TavoPrivilegedHelper/macos/ConsoleUser.h"
 #include "TavoPrivilegedHelper/macos/DispatchHelperTimers.h"
 #include "TavoPrivilegedHelper/macos/DispatchProcessWatching.h"
@@ -49,10 +50,11 @@ namespace {
     });
 
     const PrivilegedHelperSelfResetter resetter(runner, setup, helperRemovalDelay);
+    SingleRemoval removal([&resetter] { resetter.requestReset(); });
     const auto service = std::make_shared<HelperService>(
         keeper,
         [](uid_t user) { return consoleUser() == user ? std::nullopt : std::optional(HelperService::notServed(user)); },
-        [&resetter] { resetter.requestReset(); }, logHelper);
+        [&removal] { removal.request(); }, logHelper);
     XPCHelperListener listener(std::string(PrivilegedHelperConstants::machServiceName),
                                std::string(codeSigningRequirement), service, processes);
     listener.resume();

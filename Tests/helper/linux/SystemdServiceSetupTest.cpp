@@ -4,6 +4,7 @@
 #include "config/AtomicFile.h"
 #include "helper/PrivilegedHelperInstallerError.h"
 #include "helper/linux/FileDigest.h"
+#include "system/ShellQuoting.h"
 #include "system/SystemCommandRunner.h"
 
 #include <gmock/gmock.h>
@@ -44,7 +45,19 @@ class SystemdSetup : public testing::Test {
 protected:
     void SetUp() override {
         std::filesystem::create_directories(layout.systemdMark);
-        standIn("systemctl", "echo \"systemctl $*\" >>\"" + calls.string() + "\"");
+        standIn("systemctl", "echo \"systemctl $*\" >>\"" + calls.string() + "\"\n" + noRemoval);
+        standIn("stat", "for path; do :; done\n"
+                        "case $path in\n"
+                        "    " +
+                            shellQuoted(root.string()) + " | " + shellQuoted(root.string()) +
+                            "/*)\n"
+                            "        answer=$(/usr/bin/stat \"$@\")\n"
+                            "        [ \"${answer%%:*}\" != " +
+                            std::to_string(geteuid()) +
+                            " ] || answer=0:${answer#*:}\n"
+                            "        echo \"$answer\" ;;\n"
+                            "    *) echo 0:drwxr-xr-x ;;\n"
+                            "esac");
         // Only root may give files away.
         if (geteuid() != 0) {
             standIn("chown", "echo \"chown $*\" >>\"" + calls.string() + "\"");
@@ -67,10 +80,24 @@ protected:
 
     std::string called() const { return std::filesystem::exists(calls) ? readWholeFile(calls) : ""; }
 
+    /// A refusal that names `folder`, and nothing installed.
+    void expectRefusal(const std::string& words) const {
+        const auto result = install();
+        EXPECT_EQ(result.exitCode, 1) << words;
+        EXPECT_THAT(result.standardError, HasSubstr(words));
+        std::error_code ignored; // what lies behind a link in a circle is not there
+        EXPECT_FALSE(std::filesystem::exists(layout.helperExecutable, ignored));
+        EXPECT_FALSE(std::filesystem::exists(layout.unitFile, ignored));
+        EXPECT_EQ(called(), "");
+    }
+
     /// Files and folders below a folder, hidden ones too.
     static std::size_t entriesOf(const std::filesystem::path& where) {
         return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(where), {}));
     }
+
+    /// Of systemctl: no removal of the helper's is under way.
+    static constexpr const char* noRemoval = "[ \"$1\" != is-active ] || exit 3";
 
     TemporaryDirectory folder;
     std::filesystem::path root = folder.path() / "the 'root' $HOME `x` \"é\"";
@@ -165,7 +192,7 @@ TEST_F(SystemdSetup, AStagedUnitOfSomebodyElsesIsNotInstalled) {
 }
 
 TEST_F(SystemdSetup, AFailingServiceManagerFailsTheInstallationInItsOwnWords) {
-    standIn("systemctl", "case $1 in restart) echo 'Job failed.' >&2; exit 1;; esac");
+    standIn("systemctl", "case $1 in restart) echo 'Job failed.' >&2; exit 1;; is-active) exit 3;; esac");
     const auto result = install();
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_EQ(result.standardError, "Job failed.");
@@ -210,8 +237,9 @@ TEST_F(SystemdSetup, RemovalGoesOnWhereTheServiceIsNotKnown) {
 
 TEST_F(SystemdSetup, TheDeferredRemovalRunsInAUnitOfItsOwnAndSleepsFirst) {
     const auto command = setup().deferredUninstallCommand(7);
-    EXPECT_EQ(command.executableURL, "/usr/bin/systemd-run");
-    EXPECT_THAT(command.arguments, testing::IsSupersetOf({"--collect", "--no-block"}));
+    EXPECT_THAT(command.arguments,
+                testing::IsSupersetOf({"--collect", "--no-block", "--unit=com.vrd.tavo.helper-removal.service",
+                                       "--property=RuntimeMaxSec=90"}));
     EXPECT_FALSE(command.requiresPrivilege);
     const auto& script = command.arguments.back();
     EXPECT_THAT(script, StartsWith("sleep 7\nset -e\n"));
@@ -223,6 +251,109 @@ TEST_F(SystemdSetup, TheDeferredRemovalRunsInAUnitOfItsOwnAndSleepsFirst) {
     EXPECT_EQ(runScript(script).exitCode, 0);
     EXPECT_THAT(called(), HasSubstr("sleep 7\nsystemctl disable --now"));
     EXPECT_FALSE(std::filesystem::exists(layout.helperExecutable));
+}
+
+TEST_F(SystemdSetup, ADeferredRemovalIsStartedUnderOneNameAndOnceAtATime) {
+    standIn("systemd-run", "echo systemd-run >>\"" + calls.string() + "\"");
+    const Variable path("PATH", layout.searchPath.c_str());
+    const auto command = setup().deferredUninstallCommand(1);
+    EXPECT_EQ(SystemCommandRunner().run(command).exitCode, 0);
+    EXPECT_THAT(called(), testing::EndsWith("systemd-run\n"));
+    standIn("systemctl", "exit 0"); // it is active
+    std::filesystem::remove(calls);
+    EXPECT_EQ(SystemCommandRunner().run(command).exitCode, 0);
+    EXPECT_EQ(called(), "");
+}
+
+TEST_F(SystemdSetup, AnInstallationEndsARemovalThatIsUnderWay) {
+    ASSERT_EQ(install().exitCode, 0);
+    EXPECT_THAT(called(), StartsWith("systemctl stop com.vrd.tavo.helper-removal.service\n"));
+}
+
+TEST_F(SystemdSetup, AnInstallationThatCannotEndARemovalSaysSo) {
+    standIn("systemctl", "exit 0");
+    expectRefusal("a removal of the helper is under way");
+}
+
+TEST_F(SystemdSetup, AFolderThatOthersMayWriteToIsRefusedAtEveryLevel) {
+    std::filesystem::create_directories(layout.helperExecutable.parent_path());
+    std::filesystem::create_directories(layout.unitFile.parent_path());
+    using std::filesystem::perms;
+    for (const auto& open : {root, layout.helperExecutable.parent_path(), layout.unitFile.parent_path()}) {
+        for (const auto whose : {perms::group_write, perms::others_write, perms::others_write | perms::sticky_bit}) {
+            std::filesystem::permissions(open, whose, std::filesystem::perm_options::add);
+            expectRefusal("may write to " + open.string() + ",");
+            std::filesystem::permissions(open, whose, std::filesystem::perm_options::remove);
+        }
+    }
+    EXPECT_EQ(install().exitCode, 0);
+}
+
+TEST_F(SystemdSetup, AFolderOfAnotherUsersIsRefused) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "only root may give folders away";
+    }
+    std::filesystem::create_directories(layout.helperExecutable.parent_path());
+    ASSERT_EQ(chown(root.c_str(), 1000, 0), 0);
+    expectRefusal("may write to " + root.string() + ",");
+}
+
+TEST_F(SystemdSetup, ALinkIsFollowedToFoldersThatRootAloneMayWriteTo) {
+    std::filesystem::create_directories(root / "elsewhere/deep");
+    for (const auto& target : {std::filesystem::path("elsewhere/deep/"), root / "elsewhere/deep"}) {
+        std::filesystem::remove(root / "libexec");
+        std::filesystem::create_symlink(target, root / "libexec");
+        std::filesystem::permissions(root / "elsewhere", std::filesystem::perms::others_write,
+                                     std::filesystem::perm_options::add);
+        expectRefusal("may write to " + (root / "elsewhere").string() + ",");
+        std::filesystem::permissions(root / "elsewhere", std::filesystem::perms::others_write,
+                                     std::filesystem::perm_options::remove);
+        EXPECT_EQ(install().exitCode, 0);
+        std::filesystem::remove(root / "elsewhere/deep/TavoPrivilegedHelper");
+        std::filesystem::remove(layout.unitFile);
+        std::filesystem::remove(calls);
+    }
+    std::filesystem::remove(root / "libexec");
+    std::filesystem::create_symlink("nowhere", root / "libexec");
+    expectRefusal("is a link that leads nowhere");
+    std::filesystem::remove(root / "libexec");
+    std::filesystem::create_symlink("libexec", root / "libexec");
+    expectRefusal("is a link that leads nowhere");
+}
+
+TEST_F(SystemdSetup, APipeOrADeviceInTheSourcesPlaceIsRefusedAtOnce) {
+    const auto script = setup().installScript(source, staged);
+    const auto expectRefused = [&](const std::string& words) {
+        const auto result = runScript(script);
+        EXPECT_EQ(result.exitCode, 1);
+        EXPECT_THAT(result.standardError, StartsWith(source.string() + words));
+        EXPECT_EQ(entriesOf(layout.helperExecutable.parent_path()), 0U);
+        EXPECT_EQ(called(), "");
+        std::filesystem::remove(source);
+    };
+    std::filesystem::remove(source);
+    ASSERT_EQ(mkfifo(source.c_str(), 0600), 0);
+    expectRefused(" is no regular file");
+    std::filesystem::create_symlink("/dev/zero", source);
+    expectRefused(" is no regular file");
+    // Put there between the look at it and the copying.
+    standIn("timeout", "rm -f " + shellQuoted(source.string()) + "; mkfifo " + shellQuoted(source.string()) +
+                           "; exec /usr/bin/timeout \"$@\"");
+    folder.write("it's a build/TavoPrivilegedHelper", "program\n");
+    expectRefused(" has changed");
+    standIn("timeout", "ln -sf /dev/zero " + shellQuoted(source.string()) + "; exec /usr/bin/timeout \"$@\"");
+    folder.write("it's a build/TavoPrivilegedHelper", "program\n");
+    expectRefused(" has changed");
+}
+
+TEST_F(SystemdSetup, AnInstallationThatIsTerminatedLeavesNothingStaged) {
+    for (const auto& [signal, status] : {std::pair{"HUP", 129}, std::pair{"INT", 130}, std::pair{"TERM", 143}}) {
+        standIn("sha256sum", std::string("kill -s ") + signal + " $PPID");
+        EXPECT_EQ(install().exitCode, status);
+        EXPECT_EQ(entriesOf(layout.helperExecutable.parent_path()), 0U) << signal;
+        EXPECT_EQ(entriesOf(layout.unitFile.parent_path()), 0U) << signal;
+        EXPECT_EQ(called(), "");
+    }
 }
 
 TEST_F(SystemdSetup, WithoutSystemdThereIsNoScriptAndTheErrorSaysSo) {

@@ -44,18 +44,52 @@ std::string unitWord(const std::filesystem::path& path) {
     return word + '"';
 }
 
-/// A temporary file of root's own beside its target, which goes with the script, made a copy of `source` and compared.
-std::string copyLines(const char* variable, const std::filesystem::path& source, const std::filesystem::path& target,
-                      const std::string& digest) {
-    return fmt::format("{0}=$(mktemp {1})\n"
-                       "cat {2} >\"${0}\"\n"
-                       "echo \"{3}  ${0}\" | sha256sum --check --status ||\n"
-                       "    refuse {4}\n",
-                       variable, quoted(target.parent_path() / ".tavo-install.XXXXXX"), quoted(source), digest,
-                       shellQuoted(fmt::format("{} has changed since the installation was asked for; nothing was "
-                                               "installed. ask again if you trust what is there now.",
-                                               source.string())));
+/// The name of a temporary file beside its target. Predictable, because only root may write there.
+std::string temporaryLine(const char* variable, const std::filesystem::path& target) {
+    return fmt::format("{}={}.$$\n", variable, quoted(target.parent_path() / ".tavo-install"));
 }
+
+/// Makes the temporary file a copy of `source`, and compares it. Whatever takes the source's place meanwhile, a pipe or an
+/// endless device, copying ends, and fills no disk.
+std::string copyLines(const char* variable, const std::filesystem::path& source, std::uintmax_t size,
+                      const std::string& digest) {
+    const auto name = source.string();
+    return fmt::format(
+        "[ -f {1} ] || refuse {4}\n"
+        "timeout 60 dd if={1} of=\"${0}\" iflag=nonblock,fullblock,count_bytes bs=65536 count={2} status=none\n"
+        "echo \"{3}  ${0}\" | sha256sum --check --status ||\n"
+        "    refuse {5}\n",
+        variable, quoted(source), size + 1, digest,
+        shellQuoted(fmt::format("{} is no regular file; nothing was installed.", name)),
+        shellQuoted(fmt::format("{} has changed since the installation was asked for; nothing was "
+                                "installed. ask again if you trust what is there now.",
+                                name)));
+}
+
+/// Shell functions: refuse MESSAGE, and onlyRoots PATH, which refuses unless root alone may change what PATH leads to.
+constexpr std::string_view installFunctions = R"sh(refuse() {
+    echo "$1" >&2
+    exit 1
+}
+onlyRoots() {
+    [ "$1" = / ] || onlyRoots "$(dirname "$1")"
+    if [ -L "$1" ]; then
+        [ -e "$1" ] || refuse "$1 is a link that leads nowhere; nothing was installed."
+        target=$(readlink "$1")
+        target=${target%"${target##*[!/]}"}
+        case $target in
+            /*) onlyRoots "$target" ;;
+            *) onlyRoots "$(dirname "$1")/$target" ;;
+        esac
+    fi
+    [ -e "$1" ] || return 0
+    case $(stat -L -c %u:%A "$1") in
+        0:?????-??-?) ;;
+        *) refuse "somebody else than root may write to $1, from where the helper would be run as root; nothing was \
+installed. make it root's alone (chown root, chmod go-w), then ask again." ;;
+    esac
+}
+)sh";
 
 } // namespace
 
@@ -74,27 +108,33 @@ std::string SystemdServiceSetup::installScript(const std::filesystem::path& sour
             "the privileged helper is a service of systemd, which does not run this system; keeping awake with the lid "
             "closed is not possible here.");
     }
-    return prologue() +
-           "umask 077\n"
-           "helper=\n"
-           "unit=\n"
+    const auto definition = serviceDefinitionContent();
+    return prologue() + "umask 077\n" + temporaryLine("helper", layout.helperExecutable) +
+           temporaryLine("unit", layout.unitFile) +
+           // A shell that a signal ends does not run what is to be done at its exit.
            "trap 'rm -f \"$helper\" \"$unit\"' EXIT\n"
-           "refuse() {\n"
-           "    echo \"$1\" >&2\n"
-           "    exit 1\n"
-           "}\n"
+           "trap 'exit 129' HUP\n"
+           "trap 'exit 130' INT\n"
+           "trap 'exit 143' TERM\n" +
+           std::string(installFunctions) +
            "user=${PKEXEC_UID:-${SUDO_UID:-0}}\n"
            "case $user in\n"
            "    *[!0-9]*) refuse \"the user to serve is not known: '$user' is no user id.\" ;;\n"
            "esac\n" +
-           fmt::format("mkdir -p -m 755 {} {}\n", quoted(layout.helperExecutable.parent_path()),
-                       quoted(layout.unitFile.parent_path())) +
-           copyLines("helper", source, layout.helperExecutable, sha256OfFile(source)) +
-           copyLines("unit", stagedDefinition, layout.unitFile, sha256(serviceDefinitionContent())) +
+           fmt::format("onlyRoots {0}\nonlyRoots {1}\nmkdir -p -m 755 {0} {1}\n",
+                       quoted(layout.helperExecutable.parent_path()), quoted(layout.unitFile.parent_path())) +
+           copyLines("helper", source, std::filesystem::file_size(source), sha256OfFile(source)) +
+           copyLines("unit", stagedDefinition, definition.size(), sha256(definition)) +
            fmt::format("sed -i \"s/{}/$user/\" \"$unit\"\n", userField) +
            "chown 0:0 \"$helper\" \"$unit\"\n"
            "chmod 755 \"$helper\"\n"
            "chmod 644 \"$unit\"\n" +
+           // It would remove what is installed now.
+           fmt::format(
+               "systemctl stop {0} >/dev/null 2>&1 || true\n"
+               "! systemctl is-active --quiet {0} ||\n"
+               "    refuse 'a removal of the helper is under way and does not end; ask again in two minutes.'\n",
+               removalUnitName) +
            fmt::format("mv -f \"$helper\" {0}\n"
                        "mv -f \"$unit\" {1}\n"
                        "if command -v restorecon >/dev/null; then\n"
@@ -130,9 +170,14 @@ std::string SystemdServiceSetup::uninstallScript() const {
 
 ShellCommand SystemdServiceSetup::deferredUninstallCommand(std::int64_t delaySeconds) const {
     const auto script = fmt::format("sleep {}\n{}{}", delaySeconds, prologue(), removalLines());
-    return {.executableURL = "/usr/bin/systemd-run",
-            .arguments = {"--quiet", "--collect", "--no-block", "--description=Removes the helper of Tavo", "--",
-                          "/bin/sh", "-c", script}};
+    // Bounded as a whole: the helper serves nobody else meanwhile.
+    return {.executableURL = "/usr/bin/timeout",
+            .arguments = {"4", "/bin/sh", "-c",
+                          fmt::format("systemctl is-active --quiet {} || exec systemd-run \"$@\"", removalUnitName),
+                          "sh", "--quiet", "--collect", "--no-block", fmt::format("--unit={}", removalUnitName),
+                          fmt::format("--property=RuntimeMaxSec={}", longestRemoval.count()),
+                          "--property=TimeoutStopSec=5", "--description=Removes the helper of Tavo", "--", "/bin/sh",
+                          "-c", script}};
 }
 
 } // namespace tavo

@@ -3,6 +3,7 @@
 #include "helper/HelperServiceSetup.h"
 #include "helper/linux/LogindSleepController.h"
 
+#include <chrono>
 #include <string_view>
 
 namespace tavo {
@@ -27,11 +28,18 @@ struct SystemdHelperLayout {
 /// The helper as a system service of systemd's.
 ///
 /// The installation takes nothing on trust that the user may change while a password is typed: root copies both files,
-/// compares the copies' SHA-256 with what the files were when the script was made, and only then puts them into place. The
+/// compares the copies' SHA-256 with what the files were when the script was made, and only then puts them into place. Nor
+/// are folders trusted that somebody else than root may write to, at any level above the files, links included. The
 /// user whom the helper serves is the one who gave the approval, as pkexec(1) or sudo(8) name him.
 class SystemdServiceSetup final : public HelperServiceSetup {
 public:
     static constexpr std::string_view unitName = "com.vrd.tavo.helper.service";
+
+    /// The removal that the helper asks for runs as this unit: one at a time, and one that an installation can end.
+    static constexpr std::string_view removalUnitName = "com.vrd.tavo.helper-removal.service";
+
+    /// Longer than the helper may take to stop, and to be cleaned up after.
+    static constexpr std::chrono::seconds longestRemoval{90};
 
     explicit SystemdServiceSetup(SystemdHelperLayout layout = {}) : layout(std::move(layout)) {}
 
@@ -51,7 +59,8 @@ public:
     /// @throws PrivilegedHelperInstallerError when systemd does not run the system.
     std::string uninstallScript() const override;
 
-    /// In a unit of its own: the service's control group ends with the service, whatever runs in it.
+    /// In a unit of its own: the service's control group ends with the service, whatever runs in it. Succeeds without doing
+    /// anything while an earlier removal is under way.
     ShellCommand deferredUninstallCommand(std::int64_t delaySeconds) const override;
 
 private:
