@@ -96,7 +96,9 @@ ExitStatus SettingsCommand::change(const ChangeOptions& options) const {
     const bool wasEnabled = before.isEnabled;
     auto after = changed(before, options, wasEnabled);
     if (options.login || after.launchAtLoginEnabled != before.launchAtLoginEnabled) {
-        platform.setLaunchAtLogin(after.launchAtLoginEnabled);
+        if (const auto rest = platform.setLaunchAtLogin(after.launchAtLoginEnabled)) {
+            rest();
+        }
         // That may have taken seconds, in which somebody else may have edited the file.
         before = loadConfigOrExplain(store);
         after = changed(before, options, wasEnabled);

@@ -33,7 +33,9 @@ public:
     }
 
     void runInBackground(std::function<void()> work, std::function<void()> then) override {
+        isInBackground = true;
         work();
+        isInBackground = false;
         post(std::move(then));
     }
 
@@ -63,6 +65,9 @@ public:
             return entry && entry->work;
         }));
     }
+
+    /// While work runs that was asked for in the background.
+    bool isInBackground = false;
 
 private:
     struct Entry {

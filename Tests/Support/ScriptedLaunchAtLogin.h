@@ -11,10 +11,11 @@ namespace tavo {
 /// Notes which program was to be started at login.
 class ScriptedLaunchAtLogin final : public LaunchAtLoginManaging {
 public:
-    void enable(const std::filesystem::path& executablePath) override {
+    Remainder enable(const std::filesystem::path& executablePath) override {
         throwFailure();
         onChange();
         program = executablePath;
+        return remainder;
     }
     void disable() override {
         throwFailure();
@@ -24,6 +25,9 @@ public:
     bool isEnabled() const override { return program.has_value(); }
 
     std::optional<std::filesystem::path> program;
+
+    /// Left to do by every enable().
+    Remainder remainder;
 
     /// Thrown by every change while it is set.
     std::exception_ptr failure;

@@ -233,6 +233,85 @@ TEST_F(TavoAppModelTest, AFailedLaunchAtLoginStopsTheSave) {
     EXPECT_EQ(store->loadConfig(), AppConfig::defaultConfig());
 }
 
+TEST_F(TavoAppModelTest, LaunchAtLoginThatTakesTimeIsWaitedForInTheBackgroundAndSavedAfterwards) {
+    startWith({});
+    bool wasInBackground = false;
+    login->remainder = [&] { wasInBackground = loop->isInBackground; };
+    edit([](AppConfig& draft) {
+        draft.launchAtLoginEnabled = true;
+        draft.batteryCutoffPercent = 40;
+    });
+    model->saveDraft();
+    EXPECT_EQ(model->config(), AppConfig::defaultConfig()) << "not before the system has done its part";
+    EXPECT_EQ(model->lastError(), std::nullopt);
+    loop->runPosted();
+    EXPECT_TRUE(wasInBackground);
+    EXPECT_FALSE(model->hasUnsavedEdits());
+    EXPECT_TRUE(store->loadConfig().launchAtLoginEnabled);
+    EXPECT_EQ(store->loadConfig().batteryCutoffPercent, 40);
+}
+
+TEST_F(TavoAppModelTest, LaunchAtLoginThatFailsAfterSomeTimeStopsTheSave) {
+    startWith({});
+    login->remainder = [] { throw LoginLaunchManagerError::bootstrapFailed("not today."); };
+    edit([](AppConfig& draft) { draft.launchAtLoginEnabled = true; });
+    model->saveDraft();
+    loop->runPosted();
+    EXPECT_EQ(model->lastError(), "not today.");
+    EXPECT_EQ(store->loadConfig(), AppConfig::defaultConfig());
+    EXPECT_TRUE(model->hasUnsavedEdits());
+    login->remainder = nullptr;
+    model->saveDraft();
+    EXPECT_EQ(model->lastError(), std::nullopt);
+    EXPECT_TRUE(store->loadConfig().launchAtLoginEnabled);
+}
+
+TEST_F(TavoAppModelTest, ASecondSaveWhileLaunchAtLoginTakesTimeIsRefused) {
+    startWith({});
+    login->remainder = [] {};
+    edit([](AppConfig& draft) { draft.launchAtLoginEnabled = true; });
+    model->saveDraft();
+    login->program.reset();
+    model->saveDraft();
+    EXPECT_EQ(model->lastError(), "launch at login is still being set up; save again in a moment.");
+    EXPECT_FALSE(login->program) << "asked for twice";
+    loop->runPosted();
+    EXPECT_EQ(model->lastError(), std::nullopt);
+    EXPECT_TRUE(store->loadConfig().launchAtLoginEnabled);
+}
+
+TEST_F(TavoAppModelTest, WhatIsSwitchedOrEditedWhileLaunchAtLoginTakesTimeStays) {
+    startWith({});
+    login->remainder = [] {};
+    edit([](AppConfig& draft) { draft.launchAtLoginEnabled = true; });
+    model->saveDraft();
+    model->toggleEnabled(); // takes the edits back, as ever
+    loop->runPosted();
+    EXPECT_TRUE(store->loadConfig().isEnabled);
+    EXPECT_TRUE(store->loadConfig().launchAtLoginEnabled);
+    EXPECT_FALSE(model->hasUnsavedEdits());
+
+    edit([](AppConfig& draft) { draft.launchAtLoginEnabled = false; });
+    model->saveDraft();
+    edit([](AppConfig& draft) { draft.launchAtLoginEnabled = true; });
+    model->saveDraft();
+    edit([](AppConfig& draft) { draft.batteryCutoffPercent = 40; });
+    loop->runPosted();
+    EXPECT_TRUE(store->loadConfig().launchAtLoginEnabled);
+    EXPECT_NE(store->loadConfig().batteryCutoffPercent, 40) << "an edit is saved when its user says so";
+    EXPECT_EQ(model->draftConfig().batteryCutoffPercent, 40);
+}
+
+TEST_F(TavoAppModelTest, AQuitWhileLaunchAtLoginTakesTimeIsNotHeldUp) {
+    startWith({});
+    login->remainder = [] {};
+    edit([](AppConfig& draft) { draft.launchAtLoginEnabled = true; });
+    model->saveDraft();
+    model->quit();
+    loop->runPosted();
+    EXPECT_FALSE(store->loadConfig().launchAtLoginEnabled);
+}
+
 TEST_F(TavoAppModelTest, WithoutADesktopAppNothingCanBeLaunchedAtLogin) {
     desktopApp.reset();
     startWith({});

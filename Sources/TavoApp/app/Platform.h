@@ -93,9 +93,9 @@ struct Platform {
                                  .sleeper = sleeper});
     }
 
-    /// Has the desktop app started at login, or no longer.
+    /// Has the desktop app started at login, or no longer. Gives what is left to do, see LaunchAtLoginManaging::enable().
     /// @throws LoginLaunchManagerError (missingDesktopApp when there is none), and what the manager throws.
-    void setLaunchAtLogin(bool enabled) const;
+    [[nodiscard]] LaunchAtLoginManaging::Remainder setLaunchAtLogin(bool enabled) const;
 };
 
 /// Prepares the environment that the children of this process inherit. The first thing that main() does: no thread may read

@@ -3,10 +3,10 @@
 
 namespace tavo {
 
-void Platform::setLaunchAtLogin(bool enabled) const {
+LaunchAtLoginManaging::Remainder Platform::setLaunchAtLogin(bool enabled) const {
     if (!enabled) {
         launchAtLogin->disable();
-        return;
+        return {};
     }
     if (!desktopApp) {
         throw LoginLaunchManagerError::missingDesktopApp();
@@ -14,7 +14,7 @@ void Platform::setLaunchAtLogin(bool enabled) const {
     if (desktopApp->empty()) {
         throw LoginLaunchManagerError::missingExecutablePath();
     }
-    launchAtLogin->enable(*desktopApp);
+    return launchAtLogin->enable(*desktopApp);
 }
 
 } // namespace tavo

@@ -71,7 +71,8 @@ public:
     /// Puts an edit where saveDraft() finds it. Nothing is checked yet.
     void editDraft(const AppConfig& draft);
 
-    /// Puts the draft into force, or says in lastError() what is wrong with it and changes nothing.
+    /// Puts the draft into force, or says in lastError() what is wrong with it and changes nothing. When the system needs time
+    /// for launch at login, the rest is done in the background and the draft is in force after that.
     void saveDraft();
 
     void revertDraft();
@@ -147,6 +148,9 @@ private:
     /// What became of an installation or a reset.
     struct HelperOutcome;
 
+    /// A save that waits for launch at login.
+    struct PendingSave;
+
     /// A save that failed: it is tried again, and until it works the file is not believed.
     struct OverdueSave {
         AppConfig inFile;
@@ -179,6 +183,9 @@ private:
     void forgetEditedFile() { publish(ModelProperty::editedFileNotice, editedFileNoticeText, std::nullopt); }
     void publishConfig(const AppConfig& config);
     void save(const AppConfig& config);
+    void putIntoForce(const AppConfig& checked);
+    void saveAfter(LaunchAtLoginManaging::Remainder work, PendingSave save);
+    void finishSave(const PendingSave& pending);
     void saveAppliedConfig();
     void saveWhatIsOverdue();
     void persistConfigAndReschedule();
@@ -214,6 +221,7 @@ private:
     PrivilegedHelperInstallState helperState;
     bool canResetSilently = false;
     bool isHelperWorkRunning = false;
+    bool isSavePending = false;
     std::shared_ptr<RuntimeCoordinator> coordinator;
 
     /// Replaced while they could not give back an override: a helper that comes back keeps it in force for this process.

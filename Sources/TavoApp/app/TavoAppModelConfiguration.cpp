@@ -1,5 +1,6 @@
 #include "app/EditedConfigFile.h"
 #include "app/TavoAppModel.h"
+#include "base/DescribedError.h"
 #include "base/ErrorText.h"
 
 namespace tavo {
@@ -36,23 +37,87 @@ void TavoAppModel::revertDraft() {
     });
 }
 
+struct TavoAppModel::PendingSave {
+    AppConfig checked;
+
+    /// As they were when the save was asked for.
+    AppConfig config;
+    AppConfig draft;
+
+    /// What became of launch at login.
+    ErrorText error;
+};
+
 void TavoAppModel::saveDraft() {
     perform([this] {
         forgetEditedFile();
         adoptEditedFile();
         try {
+            if (isSavePending) {
+                throw DescribedError("launch at login is still being set up; save again in a moment.");
+            }
             const auto checked = draft.validated();
             if (checked.launchAtLoginEnabled != appliedConfig.launchAtLoginEnabled) {
-                platform.setLaunchAtLogin(checked.launchAtLoginEnabled);
+                if (auto rest = platform.setLaunchAtLogin(checked.launchAtLoginEnabled)) {
+                    saveAfter(std::move(rest), {.checked = checked, .config = appliedConfig, .draft = draft});
+                    return;
+                }
             }
-            publishConfig(checked);
+            putIntoForce(checked);
         } catch (const std::exception& error) {
             fail(errorText(error));
-            return;
         }
-        clearError();
-        persistConfigAndReschedule();
     });
+}
+
+void TavoAppModel::putIntoForce(const AppConfig& checked) {
+    publishConfig(checked);
+    clearError();
+    persistConfigAndReschedule();
+}
+
+/// Launchd may take seconds, and the windows must not stand still meanwhile.
+void TavoAppModel::saveAfter(LaunchAtLoginManaging::Remainder work, PendingSave save) {
+    isSavePending = true;
+    clearError();
+    const auto pending = std::make_shared<PendingSave>(std::move(save));
+    mainLoop->runInBackground(
+        [work = std::move(work), pending] {
+            try {
+                work();
+            } catch (const std::exception& error) {
+                pending->error = errorText(error);
+            }
+        },
+        [weakModel = weak_from_this(), pending] {
+            if (const auto model = weakModel.lock()) {
+                model->perform([&] { model->finishSave(*pending); });
+            }
+        });
+}
+
+void TavoAppModel::finishSave(const PendingSave& pending) {
+    isSavePending = false;
+    if (pending.error) {
+        fail(*pending.error);
+        return;
+    }
+    adoptEditedFile();
+    if (draft == pending.draft && appliedConfig == pending.config) {
+        putIntoForce(pending.checked);
+        return;
+    }
+    // Somebody has switched or edited something since. That is not taken back, and edits are still to be saved; but launch at
+    // login has changed, and the configuration says so.
+    auto changed = appliedConfig;
+    changed.launchAtLoginEnabled = pending.checked.launchAtLoginEnabled;
+    if (hasUnsavedEdits()) {
+        publish(ModelProperty::config, appliedConfig, changed);
+    } else {
+        publishConfig(changed);
+    }
+    clearError();
+    persistConfigAndReschedule();
 }
 
 void TavoAppModel::publishConfig(const AppConfig& config) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 
 namespace tavo {
 
@@ -8,9 +9,13 @@ namespace tavo {
 struct LaunchAtLoginManaging {
     virtual ~LaunchAtLoginManaging() = default;
 
+    /// The rest of a change, which may take seconds and throws as the change itself does. Empty when nothing is left to do.
+    using Remainder = std::function<void()>;
+
+    /// Gives what the system has no time for yet. Whoever must not block calls that on another thread.
     /// @param executablePath  of the desktop app.
     /// @throws LoginLaunchManagerError, std::system_error and the errors of running commands.
-    virtual void enable(const std::filesystem::path& executablePath) = 0;
+    [[nodiscard]] virtual Remainder enable(const std::filesystem::path& executablePath) = 0;
 
     /// Does nothing when it is off. @throws std::system_error
     virtual void disable() = 0;

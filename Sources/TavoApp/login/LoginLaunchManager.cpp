@@ -12,6 +12,19 @@ namespace {
 /// launchd refuses an agent's file that only its owner may read in some of its versions' domains.
 constexpr mode_t readableByAll = 0644;
 
+std::string guiDomain() {
+    return fmt::format("gui/{}", getuid());
+}
+
+void throwUnlessLoaded(const ShellCommandResult& bootstrap) {
+    if (bootstrap.exitCode != 0) {
+        throw LoginLaunchManagerError::bootstrapFailed(
+            bootstrap.standardError.empty()
+                ? fmt::format("launchctl bootstrap failed with exit code {}.", bootstrap.exitCode)
+                : bootstrap.standardError);
+    }
+}
+
 } // namespace
 
 PropertyListValue LaunchAgentDefinition::propertyList() const {
@@ -24,17 +37,21 @@ PropertyListValue LaunchAgentDefinition::propertyList() const {
                       {"ProcessType", "Interactive"}};
 }
 
-void LoginLaunchManager::enable(const std::filesystem::path& executablePath) {
+LaunchAtLoginManaging::Remainder LoginLaunchManager::enable(const std::filesystem::path& executablePath) {
     const auto content = propertyListXML(LaunchAgentDefinition{executablePath.string()}.propertyList());
     ensureDirectoryExists(launchAgent.parent_path());
     replaceFileAtomically(launchAgent, content, readableByAll);
     bootoutIgnoringFailure();
-    const auto result = runner->run(launchctl("bootstrap"));
-    if (result.exitCode != 0) {
-        throw LoginLaunchManagerError::bootstrapFailed(
-            result.standardError.empty() ? fmt::format("launchctl bootstrap failed with exit code {}.", result.exitCode)
-                                         : result.standardError);
+    const auto bootstrap = launchctl("bootstrap");
+    const auto result = runner->run(bootstrap);
+    if (result.exitCode == launchdRefusedToLoad) {
+        return [bootstrap, runner = runner, sleeper = sleeper] {
+            waitUntilLaunchdForgets(fmt::format("{}/{}", guiDomain(), LaunchAgentDefinition::label), *runner, sleeper);
+            throwUnlessLoaded(runner->run(bootstrap));
+        };
     }
+    throwUnlessLoaded(result);
+    return {};
 }
 
 void LoginLaunchManager::disable() {
@@ -60,8 +77,7 @@ void LoginLaunchManager::bootoutIgnoringFailure() const noexcept {
 }
 
 ShellCommand LoginLaunchManager::launchctl(const std::string& action) const {
-    return {.executableURL = "/bin/launchctl",
-            .arguments = {action, fmt::format("gui/{}", getuid()), launchAgent.string()}};
+    return {.executableURL = "/bin/launchctl", .arguments = {action, guiDomain(), launchAgent.string()}};
 }
 
 } // namespace tavo

@@ -4,6 +4,7 @@
 #include "login/LaunchAtLoginManaging.h"
 #include "login/LoginLaunchManagerError.h"
 #include "system/CommandRunning.h"
+#include "system/LaunchdJob.h"
 #include "system/PropertyList.h"
 
 #include <filesystem>
@@ -30,16 +31,19 @@ struct LaunchAgentDefinition {
 /// The agent's file is the state: what launchd has loaded is not asked.
 class LoginLaunchManager final : public LaunchAtLoginManaging {
 public:
-    LoginLaunchManager(std::filesystem::path launchAgent, std::shared_ptr<CommandRunning> runner)
-        : launchAgent(std::move(launchAgent)), runner(std::move(runner)) {}
+    /// @param sleeper  sleeps between two looks at an earlier copy that is still being unloaded.
+    LoginLaunchManager(std::filesystem::path launchAgent, std::shared_ptr<CommandRunning> runner,
+                       Sleeper sleeper = threadSleeper())
+        : launchAgent(std::move(launchAgent)), runner(std::move(runner)), sleeper(std::move(sleeper)) {}
 
     /// With the user's own agent file. @throws CocoaPathsError
     explicit LoginLaunchManager(std::shared_ptr<CommandRunning> runner)
         : LoginLaunchManager(TavoPaths::launchAgentURL(), std::move(runner)) {}
 
-    /// Writes the agent and loads it, which starts the app at once. An earlier copy is unloaded first.
+    /// Writes the agent and loads it, which starts the app at once. An earlier copy is unloaded first; when launchd refuses to
+    /// load the new one because it has not finished that, the remainder waits for it, 10 seconds at most, and tries again.
     /// @throws LoginLaunchManagerError when launchd does not load it; the file stays then.
-    void enable(const std::filesystem::path& executablePath) override;
+    [[nodiscard]] Remainder enable(const std::filesystem::path& executablePath) override;
 
     /// Unloads the agent, which ends an app that it has started, and removes the file.
     void disable() override;
@@ -53,6 +57,7 @@ private:
 
     std::filesystem::path launchAgent;
     std::shared_ptr<CommandRunning> runner;
+    Sleeper sleeper;
 };
 
 } // namespace tavo

@@ -29,7 +29,7 @@ protected:
 
 TEST_F(Autostart, IsOnWithTheEntryAndOffWithoutIt) {
     EXPECT_FALSE(manager.isEnabled());
-    manager.enable("/usr/bin/tavo");
+    EXPECT_FALSE(manager.enable("/usr/bin/tavo")) << "something is left to do";
     EXPECT_TRUE(manager.isEnabled());
     manager.disable();
     EXPECT_FALSE(manager.isEnabled());
@@ -44,14 +44,14 @@ TEST_F(Autostart, AnEntryThatWasSwitchedOffElsewhereIsOff) {
     EXPECT_FALSE(manager.isEnabled());
     writeEntry("X-GNOME-Autostart-enabled=false\n");
     EXPECT_FALSE(manager.isEnabled());
-    manager.enable("/usr/bin/tavo");
+    EXPECT_FALSE(manager.enable("/usr/bin/tavo")) << "something is left to do";
     EXPECT_TRUE(manager.isEnabled());
 }
 
 TEST_F(Autostart, APathThatAnEntryCannotCarryChangesNothing) {
-    manager.enable("/usr/bin/tavo");
+    EXPECT_FALSE(manager.enable("/usr/bin/tavo")) << "something is left to do";
     const auto before = readWholeFile(manager.entry());
-    EXPECT_THROW(manager.enable("/a\nExec=reboot"), LoginLaunchManagerError);
+    EXPECT_THROW((void)manager.enable("/a\nExec=reboot"), LoginLaunchManagerError);
     EXPECT_EQ(readWholeFile(manager.entry()), before);
 }
 
@@ -73,7 +73,7 @@ TEST_F(Autostart, WhateverThePathTheEntryIsValidAndStartsThatProgram) {
             folder.write("programs/" + name + "/tavo",
                          "#!/bin/sh\nprintf '%s|%s\\n' \"$0\" \"$#\" >\"$(dirname \"$0\")/started\"\n");
         std::filesystem::permissions(program, std::filesystem::perms::owner_all);
-        manager.enable(program);
+        EXPECT_FALSE(manager.enable(program)) << "something is left to do";
 
         const auto verdict = run("/usr/bin/desktop-file-validate", {manager.entry().string()});
         EXPECT_EQ(verdict.exitCode, 0) << verdict.standardOutput;

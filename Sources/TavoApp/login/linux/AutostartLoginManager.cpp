@@ -24,7 +24,7 @@ std::filesystem::path AutostartLoginManager::entry() const {
     return (folder ? *folder : userAutostartFolder()) / "com.vrd.tavo.desktop";
 }
 
-void AutostartLoginManager::enable(const std::filesystem::path& executablePath) {
+LaunchAtLoginManaging::Remainder AutostartLoginManager::enable(const std::filesystem::path& executablePath) {
     const auto program = desktopExecValue(executablePath);
     if (!program) {
         throw LoginLaunchManagerError::unusablePath(executablePath.string());
@@ -39,6 +39,7 @@ void AutostartLoginManager::enable(const std::filesystem::path& executablePath) 
                                                "Terminal=false\n"
                                                "X-GNOME-Autostart-enabled=true\n",
                                                *program));
+    return {};
 }
 
 void AutostartLoginManager::disable() {
