@@ -63,7 +63,7 @@ struct ScriptedSurroundings {
 
     void installHelper(const std::string& content = "helper") const {
         folder.write("system/helper", content);
-        folder.write("system/service", "");
+        folder.write("system/service", helperSetup->serviceDefinitionContent());
     }
     void removeHelper() const { std::filesystem::remove_all(folder.path() / "system"); }
 };

@@ -79,6 +79,32 @@ TEST_F(HelperFlowTest, ARefusalIsSaidAndNothingIsGranted) {
     EXPECT_TRUE(model->canInstallHelper());
 }
 
+TEST_F(HelperFlowTest, AForeignProgramInTheHelpersPlaceIsNeverReadyWhateverItAnswers) {
+    administrator->onRun = [this] {
+        installHelper();
+        folder.write("system/helper", "foreign");
+    };
+    startWith(enabledWithLidClosed());
+    model->installHelper();
+    loop->runPosted();
+    EXPECT_THAT(*model->lastError(), testing::HasSubstr("a foreign program has been started as root"));
+    EXPECT_EQ(model->helperInstallState(), HelperState::installedUnreachable);
+    EXPECT_FALSE(model->config().closedLidPermissionGranted);
+    model->lookAround();
+    loop->advance(std::chrono::seconds{120});
+    EXPECT_EQ(model->helperInstallState(), HelperState::installedUnreachable);
+    EXPECT_THAT(asked(), IsEmpty());
+
+    // Removed as the message says, and installed as it was meant.
+    std::filesystem::remove_all(folder.path() / "system");
+    model->lookAround();
+    EXPECT_EQ(model->helperInstallState(), HelperState::notInstalled);
+    administrator->onRun = [this] { installHelper(); };
+    model->installHelper();
+    loop->runPosted();
+    EXPECT_EQ(model->helperInstallState(), HelperState::ready);
+}
+
 TEST_F(HelperFlowTest, AHelperThatNeverAnswersIsInstalledAndUnreachable) {
     helper->otherwise = PrivilegedHelperResponse::ok();
     startWith({});

@@ -39,6 +39,12 @@ TEST_F(AdministratorCommandRunnerTest, APrivilegedCommandAsksThroughAppleScript)
               R"(do shell script "'/bin/sh' '-c' 'id'" with administrator privileges)");
 }
 
+TEST_F(AdministratorCommandRunnerTest, AReasonIsShownInThePrompt) {
+    runner.run({.executableURL = "/usr/bin/id", .requiresPrivilege = true, .approvalPrompt = R"(say "why")"});
+    EXPECT_EQ(system->commands.back().arguments.back(),
+              R"(do shell script "'/usr/bin/id'" with prompt "say \"why\"" with administrator privileges)");
+}
+
 TEST_F(AdministratorCommandRunnerTest, ADoubleQuoteAndABackslashAreEscapedOnce) {
     EXPECT_EQ(sourceFor("/bin/echo", {R"(a"b)"}),
               R"(do shell script "'/bin/echo' 'a\"b'" with administrator privileges)");

@@ -28,7 +28,7 @@ public:
     bool supportsPrivilegedCommands() const override { return true; }
     ShellCommandResult run(const ShellCommand& command) override {
         commands.push_back(command);
-        return act();
+        return actOn ? actOn(command) : act();
     }
     std::shared_ptr<RunningCommand> start(const ShellCommand&) override {
         throw std::logic_error("the installer starts nothing");
@@ -36,6 +36,9 @@ public:
 
     std::vector<ShellCommand> commands;
     std::function<ShellCommandResult()> act = [] { return ShellCommandResult{}; };
+
+    /// Instead, where it depends on the command.
+    std::function<ShellCommandResult(const ShellCommand&)> actOn;
 };
 
 class PrivilegedHelperInstallerTest : public testing::Test {
@@ -59,7 +62,14 @@ protected:
 
     void installFiles() const {
         folder.write("root/TavoPrivilegedHelper", "program");
-        folder.write("root/com.vrd.tavo.helper.plist", "list");
+        folder.write("root/com.vrd.tavo.helper.plist", setup->serviceDefinitionContent());
+    }
+
+    /// Nothing that launchctl(1) is asked about is known, and every script fails so.
+    void failEveryScriptWith(const ShellCommandResult& failure) {
+        runner->actOn = [failure](const ShellCommand& command) {
+            return command.requiresPrivilege ? failure : ShellCommandResult{.exitCode = 113};
+        };
     }
 
     template <typename Operation>
@@ -159,6 +169,121 @@ TEST_F(PrivilegedHelperInstallerTest, AScriptThatFailsGivesItsOwnWords) {
                          PrivilegedHelperInstallerError::installFailed("User canceled. (-128)"));
     EXPECT_THAT(client->commands, IsEmpty());
     EXPECT_FALSE(std::filesystem::exists(staging));
+}
+
+const ShellCommandResult refusedByLaunchd{
+    .exitCode = 1, .standardError = "0:414: execution error: Bootstrap failed: 5: Input/output error (5)"};
+const ShellCommand printsTheJob{.executableURL = "/bin/launchctl",
+                                .arguments = {"print", "system/com.vrd.tavo.helper"}};
+
+TEST_F(PrivilegedHelperInstallerTest, AnEarlierHelperThatIsStillEndingIsWaitedForAndTheUserAskedOnceMore) {
+    int scripts = 0;
+    int prints = 0;
+    runner->actOn = [&](const ShellCommand& command) {
+        if (!command.requiresPrivilege) {
+            return ShellCommandResult{.exitCode = ++prints < 3 ? 0 : 113};
+        }
+        installFiles();
+        return ++scripts == 1 ? refusedByLaunchd : ShellCommandResult{};
+    };
+    EXPECT_EQ(installer.install(source), State::ready);
+    const ShellCommand first{.executableURL = "/bin/sh",
+                             .arguments = {"-c", setup->installScript(source, stagedPlist)},
+                             .requiresPrivilege = true};
+    auto second = first;
+    second.approvalPrompt = "tavo could not start its helper while the system was still ending the earlier one. please "
+                            "approve once more.";
+    EXPECT_THAT(runner->commands, ElementsAre(first, printsTheJob, printsTheJob, printsTheJob, second));
+    EXPECT_THAT(sleeps, SizeIs(2));
+}
+
+TEST_F(PrivilegedHelperInstallerTest, ASecondRefusalIsTheLast) {
+    failEveryScriptWith(refusedByLaunchd);
+    expectInstallerError([&] { installer.install(source); },
+                         PrivilegedHelperInstallerError::installFailed(refusedByLaunchd.standardError));
+    EXPECT_THAT(runner->commands, SizeIs(3));
+    EXPECT_FALSE(std::filesystem::exists(staging));
+}
+
+TEST_F(PrivilegedHelperInstallerTest, AJobThatNeverGoesIsWaitedForTenSecondsBeforeTheSecondRun) {
+    runner->actOn = [](const ShellCommand& command) {
+        return command.requiresPrivilege ? refusedByLaunchd : ShellCommandResult{};
+    };
+    EXPECT_THROW(installer.install(source), PrivilegedHelperInstallerError);
+    EXPECT_THAT(sleeps, SizeIs(50));
+    EXPECT_THAT(sleeps, Each(microseconds{200000}));
+    EXPECT_TRUE(runner->commands.back().requiresPrivilege);
+}
+
+TEST_F(PrivilegedHelperInstallerTest, NoOtherFailureIsTriedAgain) {
+    for (const auto* failure : {"0:414: execution error: User canceled. (-128)", "install: No space left on device",
+                                "Bootstrap failed: 119: Service is disabled"}) {
+        runner->commands.clear();
+        failEveryScriptWith({.exitCode = 1, .standardError = failure});
+        expectInstallerError([&] { installer.install(source); },
+                             PrivilegedHelperInstallerError::installFailed(failure));
+        EXPECT_THAT(runner->commands, SizeIs(1)) << failure;
+    }
+}
+
+class ReplacedDuringApproval : public PrivilegedHelperInstallerTest {
+protected:
+    /// Runs the installation, which must end in an error that says so.
+    void expectForeign(const std::filesystem::path& file, const std::string& has) {
+        try {
+            installer.install(source);
+            FAIL() << "succeeded";
+        } catch (const PrivilegedHelperInstallerError& error) {
+            EXPECT_EQ(error.kind(), PrivilegedHelperInstallerError::Kind::installFailed);
+            EXPECT_TRUE(error.foreignProgram());
+            const auto plist = "'" + layout.launchDaemonPlistURL.string() + "'";
+            EXPECT_EQ(error.description(), "the files to install were replaced while the approval was awaited: " +
+                                               file.string() + " is not tavo's, and a foreign program " + has +
+                                               " been started as root. remove it in a terminal:\n"
+                                               "sudo /bin/launchctl bootout system " +
+                                               plist + "\nsudo /bin/rm -f " + plist + "\nsudo /bin/rm -f '" +
+                                               layout.helperExecutableURL.string() + "'");
+        }
+        EXPECT_THAT(client->commands, IsEmpty()) << "it was asked whether it is the helper";
+        EXPECT_FALSE(std::filesystem::exists(staging));
+    }
+};
+
+TEST_F(ReplacedDuringApproval, AProgramIsSaidToHaveBeenStarted) {
+    runner->act = [&] {
+        folder.write("build/TavoPrivilegedHelper", "foreign"); // and root's script takes what it finds
+        installFiles();
+        folder.write("root/TavoPrivilegedHelper", "foreign");
+        return ShellCommandResult{};
+    };
+    expectForeign(layout.helperExecutableURL, "has");
+}
+
+TEST_F(ReplacedDuringApproval, APropertyListIsSaidToHaveBeenStarted) {
+    runner->act = [&] {
+        installFiles();
+        folder.write("root/com.vrd.tavo.helper.plist", setup->serviceDefinitionContent() + " ");
+        return ShellCommandResult{};
+    };
+    expectForeign(layout.launchDaemonPlistURL, "has");
+}
+
+TEST_F(ReplacedDuringApproval, AFailureAfterThatIsSaidToBeOneAndNobodyIsAskedAgain) {
+    installFiles();
+    runner->act = [&] {
+        folder.write("root/com.vrd.tavo.helper.plist", "a job by another name");
+        return refusedByLaunchd;
+    };
+    expectForeign(layout.launchDaemonPlistURL, "may have");
+    EXPECT_THAT(runner->commands, SizeIs(1));
+}
+
+TEST_F(ReplacedDuringApproval, AnEarlierHelperIsNoForeignOneAfterACancelledPrompt) {
+    folder.write("root/TavoPrivilegedHelper", "last year's");
+    folder.write("root/com.vrd.tavo.helper.plist", "last year's");
+    runner->act = [] { return ShellCommandResult{.exitCode = 1, .standardError = "User canceled. (-128)"}; };
+    expectInstallerError([&] { installer.install(source); },
+                         PrivilegedHelperInstallerError::installFailed("User canceled. (-128)"));
 }
 
 TEST_F(PrivilegedHelperInstallerTest, AScriptThatFailsWithoutWordsGetsSome) {

@@ -221,6 +221,9 @@ private:
     PrivilegedHelperInstallState helperState;
     bool canResetSilently = false;
     bool isHelperWorkRunning = false;
+
+    /// Whether an installation has put something else in the helper's place, and it is still there.
+    bool isHelperForeign = false;
     bool isSavePending = false;
     std::shared_ptr<RuntimeCoordinator> coordinator;
 

@@ -1,5 +1,6 @@
 #include "app/TavoAppModel.h"
 #include "base/ErrorText.h"
+#include "helper/PrivilegedHelperInstallerError.h"
 
 namespace tavo {
 
@@ -10,6 +11,9 @@ struct TavoAppModel::HelperOutcome {
 
     /// What stopped an installation.
     ErrorText error;
+
+    /// Whether something else was installed in the helper's place.
+    bool isForeign = false;
 
     /// Whether a reset removed everything.
     bool isGone = false;
@@ -37,6 +41,9 @@ void TavoAppModel::installHelper() {
                     if (outcome.state != State::ready) {
                         outcome.state = support.waitForState(State::ready, HelperReachabilityWait());
                     }
+                } catch (const PrivilegedHelperInstallerError& error) {
+                    outcome.error = errorText(error);
+                    outcome.isForeign = error.foreignProgram();
                 } catch (const std::exception& error) {
                     outcome.error = errorText(error);
                     outcome.state = support.state();
@@ -48,6 +55,7 @@ void TavoAppModel::installHelper() {
 }
 
 void TavoAppModel::finishInstall(const HelperOutcome& outcome) {
+    isHelperForeign = outcome.isForeign || (isHelperForeign && outcome.error);
     if (outcome.state == State::ready && !outcome.error) {
         publishHelperState(outcome.state);
         updateClosedLidPermissionGranted(true, true);
@@ -126,6 +134,11 @@ void TavoAppModel::reassertOverride(bool restartIfEnabled) {
 }
 
 void TavoAppModel::publishHelperState(State state) {
+    // Its answers count for nothing: it is root's, and not Tavo's.
+    isHelperForeign = isHelperForeign && isInstalled(state);
+    if (isHelperForeign) {
+        state = State::installedUnreachable;
+    }
     publish(ModelProperty::helperInstallState, helperState, state);
     publish(ModelProperty::supportsSilentHelperReset, canResetSilently,
             state == State::ready && platform.closedLidSupport().matchesThisBuild());

@@ -22,8 +22,10 @@ ShellCommand withApproval(const ShellCommand& command) {
     if (!command.requiresPrivilege) {
         return command;
     }
+    const auto prompt =
+        command.approvalPrompt.empty() ? "" : " with prompt " + appleScriptLiteral(command.approvalPrompt);
     return {.executableURL = "/usr/bin/osascript",
-            .arguments = {"-e", "do shell script " + appleScriptLiteral(shellLine(command)) +
+            .arguments = {"-e", "do shell script " + appleScriptLiteral(shellLine(command)) + prompt +
                                     " with administrator privileges"}};
 }
 

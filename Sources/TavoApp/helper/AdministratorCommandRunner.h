@@ -7,7 +7,8 @@
 namespace tavo {
 
 /// Runs as root what requires privilege, once the user has given an administrator's password: osascript(1) with
-/// "do shell script ... with administrator privileges". Everything else runs as it is.
+/// "do shell script ... with administrator privileges", with the command's own prompt where it has one. Everything else runs
+/// as it is.
 class AdministratorCommandRunner final : public CommandRunning {
 public:
     explicit AdministratorCommandRunner(std::shared_ptr<CommandRunning> systemRunner)

@@ -1,9 +1,11 @@
 #pragma once
 
-#include "system/ShellCommand.h"
+#include "system/CommandRunning.h"
+#include "system/LaunchdJob.h"
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <string>
 
 namespace tavo {
@@ -31,6 +33,24 @@ struct HelperServiceSetup {
     /// @throws std::system_error when a file cannot be read that the script is made from.
     virtual std::string installScript(const std::filesystem::path& source,
                                       const std::filesystem::path& stagedDefinition) const = 0;
+
+    /// Tells whether what lies installed is what was meant; gets whether the installation has succeeded, and throws
+    /// PrivilegedHelperInstallerError when it is something else. Empty where the script sees to that itself.
+    using InstallationCheck = std::function<void(bool hasSucceeded)>;
+
+    /// To be made before the user is asked for approval. @throws std::system_error when `source` cannot be read.
+    virtual InstallationCheck installationCheck(const std::filesystem::path& source) const {
+        (void)source;
+        return {};
+    }
+
+    /// Whether an installation that has failed like this may succeed now. Where it failed because the manager was still ending
+    /// the earlier service, this waits for the end of that first.
+    virtual bool waitsForEarlierService(const ShellCommandResult& failure, CommandRunning& runner,
+                                        const Sleeper& sleeper) const {
+        (void)failure, (void)runner, (void)sleeper;
+        return false;
+    }
 
     /// What root's shell runs to end the service and to remove both files.
     virtual std::string uninstallScript() const = 0;

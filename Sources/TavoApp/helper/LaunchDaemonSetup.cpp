@@ -1,5 +1,7 @@
 #include "helper/LaunchDaemonSetup.h"
 
+#include "config/AtomicFile.h"
+#include "helper/InstalledFilesCheck.h"
 #include "helper/PrivilegedHelperConstants.h"
 #include "system/ShellQuoting.h"
 
@@ -77,6 +79,26 @@ std::string LaunchDaemonSetup::installScript(const std::filesystem::path& source
         fmt::format("/bin/launchctl bootstrap system {}", plist),
         fmt::format("/bin/launchctl kickstart -k {}", serviceTarget()),
     });
+}
+
+HelperServiceSetup::InstallationCheck LaunchDaemonSetup::installationCheck(const std::filesystem::path& source) const {
+    const auto plist = quoted(layout.launchDaemonPlistURL);
+    // By its file: a foreign property list may name another job.
+    const auto removal = fmt::format("sudo /bin/launchctl bootout system {0}\nsudo /bin/rm -f {0}\nsudo /bin/rm -f {1}",
+                                     plist, quoted(layout.helperExecutableURL));
+    const InstalledFilesCheck check({{layout.helperExecutableURL, readWholeFile(source)},
+                                     {layout.launchDaemonPlistURL, serviceDefinitionContent()}},
+                                    removal);
+    return [check](bool hasSucceeded) { check.verify(hasSucceeded); };
+}
+
+bool LaunchDaemonSetup::waitsForEarlierService(const ShellCommandResult& failure, CommandRunning& runner,
+                                               const Sleeper& sleeper) const {
+    if (!saysThatLaunchdRefusedToLoad(failure.standardError)) {
+        return false;
+    }
+    waitUntilLaunchdForgets(serviceTarget(), runner, sleeper);
+    return true;
 }
 
 std::string LaunchDaemonSetup::uninstallScript() const {

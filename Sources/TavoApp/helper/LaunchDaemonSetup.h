@@ -39,6 +39,14 @@ public:
     std::string installScript(const std::filesystem::path& source,
                               const std::filesystem::path& stagedDefinition) const override;
 
+    /// The installed files are compared with the bytes of this moment: the script reads its sources after the user has been
+    /// asked, and root has no digest to compare them with.
+    InstallationCheck installationCheck(const std::filesystem::path& source) const override;
+
+    /// When launchd refused to load the new job, once it has forgotten the earlier one, or 10 seconds later.
+    bool waitsForEarlierService(const ShellCommandResult& failure, CommandRunning& runner,
+                                const Sleeper& sleeper) const override;
+
     std::string uninstallScript() const override;
 
     /// A shell that leaves the removal to a shell in the background, which sleeps first. It leads a process group of its

@@ -11,6 +11,9 @@ namespace tavo {
 
 namespace {
 
+constexpr const char* secondApprovalPrompt =
+    "tavo could not start its helper while the system was still ending the earlier one. please approve once more.";
+
 /// What cannot be asked about does not exist for the caller.
 bool fileExists(const std::filesystem::path& path) {
     std::error_code ignored;
@@ -94,7 +97,18 @@ PrivilegedHelperInstaller::install(const std::filesystem::path& helperExecutable
     replaceFileAtomically(stagedDefinition, setup->serviceDefinitionContent());
     const RemovedAtEnd staging(stagingDirectory);
 
-    const auto result = runAsRoot(setup->installScript(helperExecutableSourceURL, stagedDefinition));
+    const auto check = setup->installationCheck(helperExecutableSourceURL);
+    const auto runScript = [&](const std::string& prompt) {
+        auto result = runAsRoot(setup->installScript(helperExecutableSourceURL, stagedDefinition), prompt);
+        if (check) {
+            check(result.exitCode == 0);
+        }
+        return result;
+    };
+    auto result = runScript("");
+    if (result.exitCode != 0 && setup->waitsForEarlierService(result, *runner, sleeper)) {
+        result = runScript(secondApprovalPrompt);
+    }
     if (result.exitCode != 0) {
         throw PrivilegedHelperInstallerError::installFailed(
             messageOf(result, "failed to install the privileged helper."));
@@ -130,8 +144,9 @@ bool PrivilegedHelperInstaller::waitForReachability() const {
     return false;
 }
 
-ShellCommandResult PrivilegedHelperInstaller::runAsRoot(const std::string& script) const {
-    return runner->run({.executableURL = "/bin/sh", .arguments = {"-c", script}, .requiresPrivilege = true});
+ShellCommandResult PrivilegedHelperInstaller::runAsRoot(const std::string& script, const std::string& prompt) const {
+    return runner->run(
+        {.executableURL = "/bin/sh", .arguments = {"-c", script}, .requiresPrivilege = true, .approvalPrompt = prompt});
 }
 
 } // namespace tavo

@@ -17,6 +17,12 @@ public:
     static PrivilegedHelperInstallerError installFailed(const std::string& message) {
         return {Kind::installFailed, message};
     }
+    /// installFailed, and something that is not the helper runs as root, or will.
+    static PrivilegedHelperInstallerError foreignProgramInstalled(const std::string& message) {
+        auto error = installFailed(message);
+        error.isForeign = true;
+        return error;
+    }
     static PrivilegedHelperInstallerError uninstallFailed(const std::string& message) {
         return {Kind::uninstallFailed, message};
     }
@@ -25,6 +31,9 @@ public:
     }
 
     Kind kind() const { return errorKind; }
+
+    /// Whether the files that lie installed are not the helper's: its answers are not to be believed.
+    bool foreignProgram() const { return isForeign; }
 
     bool operator==(const PrivilegedHelperInstallerError& other) const {
         return errorKind == other.errorKind && description() == other.description();
@@ -35,6 +44,7 @@ private:
         : DescribedError(description), errorKind(kind) {}
 
     Kind errorKind;
+    bool isForeign = false;
 };
 
 } // namespace tavo

@@ -23,6 +23,10 @@ struct ShellCommand {
     /// that to a job that it boots out. Such a child cannot read from the caller's terminal.
     bool startsOwnProcessGroup = false;
 
+    /// Shown to a user who is asked to approve a command that requires privilege, where the system's question has a place for
+    /// it; the system's own words when empty.
+    std::string approvalPrompt = {};
+
     bool operator==(const ShellCommand&) const = default;
 };
 
