@@ -1,0 +1,28 @@
+# A program of the same user that rewrites the staged file while the password prompt is open.
+. /scenarios/mac.bash
+plist=/Library/LaunchDaemons/com.vrd.tavo.helper.plist
+staged="$root/helper-installer/com.vrd.tavo.helper.plist"
+
+cat >/rehearsal/during-prompt <<PROMPT
+sed -i 's:/Library/PrivilegedHelperTools/TavoPrivilegedHelper:/tmp/foreign:' "$staged"
+PROMPT
+status=0
+message=$(control helper install 2>&1) || status=$?
+expectEqual 1 "$status" "status after the replacement"
+expectContains "$(cat "$plist")" "<string>/tmp/foreign</string>" "what root's script has installed"
+expectContains "$message" "$plist is not tavo's, and a foreign program has been started as root" "the message"
+expectEqual false "$(control get closedLidPermissionGranted)" "the permission"
+: >/rehearsal/log
+
+# The commands that the message names remove it.
+sudo() { "$@"; }
+commands=$(grep '^sudo ' <<<"$message")
+expectEqual 3 "$(wc -l <<<"$commands")" "the number of commands"
+eval "$commands"
+expectCalls "/bin/launchctl bootout system $plist"
+[ ! -e "$plist" ] && [ ! -e /Library/PrivilegedHelperTools/TavoPrivilegedHelper ] || fail "files are left"
+
+# With nobody in between it is installed, though launchd has yet to release the foreign job.
+rm /rehearsal/during-prompt
+control helper install >/dev/null
+expectContains "$(control helper status)" "ready" "the state"
