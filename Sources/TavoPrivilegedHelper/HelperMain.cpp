@@ -13,12 +13,6 @@ constexpr int wrongUsage = 64; // EX_USAGE of sysexits.h
 
 } // namespace
 
-void logHelper(const std::string& line) noexcept {
-    // A log that nobody takes any more must not end what keeps a lid covered.
-    std::fputs(line.c_str(), stderr);
-    std::fputc('\n', stderr);
-}
-
 int runHelper(std::span<const char* const> arguments, const std::function<void(const HelperOptions&)>& serve,
               const std::function<void(const HelperOptions&)>& afterStop) {
     try {

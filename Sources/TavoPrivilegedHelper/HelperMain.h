@@ -12,7 +12,8 @@ namespace tavo {
 /// waits for the files to go.
 inline constexpr std::int64_t helperRemovalDelay = 1;
 
-/// Goes to standard error, and from there to the service manager's log, which knows who wrote it and when.
+/// Goes to the system's log, which knows who wrote it and when, and to standard error for somebody at a terminal. May be called
+/// from any thread.
 void logHelper(const std::string& line) noexcept;
 
 /// What main() does on every system: understands the arguments, prints what they ask to be printed, and calls what the system

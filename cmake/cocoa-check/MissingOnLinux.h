@@ -11,6 +11,7 @@
 
 // GNUstep has the class without what an exporting side needs: the first is misspelt there, the others are missing.
 @interface NSXPCConnection (MissingOnLinux)
++ (NSXPCConnection*)currentConnection;
 - (void)setExportedInterface:(NSXPCInterface*)interface;
 - (void)setExportedObject:(id)object;
 - (void)setCodeSigningRequirement:(NSString*)requirement;
@@ -71,7 +72,10 @@ void dispatch_source_cancel(dispatch_source_t source);
 void dispatch_resume(dispatch_source_t object);
 void dispatch_release(dispatch_source_t object);
 dispatch_time_t dispatch_time(dispatch_time_t when, int64_t delta);
-void dispatch_sync(dispatch_queue_t queue, dispatch_block_t block);
+void dispatch_async(dispatch_queue_t queue, dispatch_block_t block);
+void dispatch_after(dispatch_time_t when, dispatch_queue_t queue, dispatch_block_t block);
+#define DISPATCH_QUEUE_PRIORITY_DEFAULT 0
+dispatch_queue_t dispatch_get_global_queue(intptr_t identifier, uintptr_t flags);
 void dispatch_main(void) __attribute__((noreturn));
 
 // <SystemConfiguration/SystemConfiguration.h> with what it takes of CoreFoundation: both belong to macOS.
@@ -80,6 +84,17 @@ typedef const struct __CFString* CFStringRef;
 typedef const struct __SCDynamicStore* SCDynamicStoreRef;
 void CFRelease(CFTypeRef value);
 CFStringRef SCDynamicStoreCopyConsoleUser(SCDynamicStoreRef store, uid_t* user, gid_t* group);
+
+// <Security/Security.h> and <os/log.h>: both belong to macOS. The second's function is a macro there.
+typedef int32_t OSStatus;
+typedef struct __SecRequirement* SecRequirementRef;
+enum : OSStatus { errSecSuccess = 0, errSecParam = -50 };
+enum : uint32_t { kSecCSDefaultFlags = 0 };
+OSStatus SecRequirementCreateWithString(CFStringRef text, uint32_t flags, SecRequirementRef* requirement);
+typedef struct os_log_s* os_log_t;
+enum : uint8_t { OS_LOG_TYPE_DEFAULT = 0 };
+os_log_t os_log_create(const char* subsystem, const char* category);
+void os_log_with_type(os_log_t log, uint8_t type, const char* format, ...);
 
 // <sys/sysctl.h>: Linux has no such header any more.
 #define CTL_KERN 1
