@@ -11,6 +11,7 @@ BoundedLog::BoundedLog(Log log, Clock clock)
     : log(std::move(log)), clock(std::move(clock)), countedFrom(this->clock()) {}
 
 void BoundedLog::write(const std::string& line) {
+    const std::lock_guard lock(mutex);
     const auto earned = (clock() - countedFrom) / interval;
     if (earned > 0) {
         allowance = std::min(burst, allowance + static_cast<std::size_t>(earned));

@@ -3,11 +3,13 @@
 #include <chrono>
 #include <cstddef>
 #include <functional>
+#include <mutex>
 #include <string>
 
 namespace tavo {
 
 /// A log for what others cause: passes a burst of lines on and then one line an interval, and says how many it has left out.
+/// May be written to from any thread, when `log` and `clock` may be called from any.
 class BoundedLog {
 public:
     using Log = std::function<void(const std::string&)>;
@@ -24,6 +26,7 @@ public:
 private:
     Log log;
     Clock clock;
+    std::mutex mutex;
     std::size_t allowance = burst;
     std::chrono::steady_clock::time_point countedFrom;
     std::size_t omitted = 0;

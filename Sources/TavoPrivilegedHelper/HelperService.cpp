@@ -63,13 +63,19 @@ std::optional<std::string> HelperService::refusal(uid_t user, pid_t process) con
     return reason;
 }
 
+std::optional<std::string> HelperService::refusalOfLength(std::size_t length) {
+    if (length <= longestBody) {
+        return std::nullopt;
+    }
+    return fmt::format("a command of {} bytes is too long: {} are allowed.", length, longestBody);
+}
+
 PrivilegedHelperReply HelperService::serve(const HelperCaller& caller, std::string_view body) const {
     if (auto message = refusal(caller.user, caller.process.pid)) {
         return {std::nullopt, std::move(message)};
     }
-    if (body.size() > longestBody) {
-        return {std::nullopt,
-                fmt::format("a command of {} bytes is too long: {} are allowed.", body.size(), longestBody)};
+    if (auto message = refusalOfLength(body.size())) {
+        return {std::nullopt, std::move(message)};
     }
     const auto controller = std::make_shared<OwnedSleepController>(keeper, caller, *grants, *refusals);
     auto reply = PrivilegedHelperCommandDispatcher(controller, [&] { remove(caller); }).reply(body);

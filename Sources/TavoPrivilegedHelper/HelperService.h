@@ -43,8 +43,12 @@ public:
     /// Of a user whom the helper is not for.
     static std::string notServed(uid_t user);
 
-    /// Why this user is not served; nothing for one that is. A refusal is logged.
+    /// Why this user is not served; nothing for one that is. A refusal is logged. May be called
+    /// from any thread when `admission` and `log` may.
     std::optional<std::string> refusal(uid_t user, pid_t process) const;
+
+    /// Why a command of this many bytes is not read; nothing for one that is.
+    static std::optional<std::string> refusalOfLength(std::size_t length);
 
     /// Carries out an encoded command in the caller's name.
     PrivilegedHelperReply serve(const HelperCaller& caller, std::string_view body) const;

@@ -1,23 +1,25 @@
 #pragma once
 
-#include "TavoPrivilegedHelper/HelperService.h"
-#include "helper/ProcessWatching.h"
+#include "TavoPrivilegedHelper/HelperAdmission.h"
 
 #include <memory>
 #include <string>
 
 namespace tavo {
 
-/// The helper's mach service, NSXPCListener. Serves requests one by one on the main queue.
+/// The helper's mach service, NSXPCListener. Serves requests one by one on the main queue, which sees of a caller that is not
+/// served nothing at all.
 ///
-/// Callers are known by the system's word alone: the connection's effective user and process. One that is not served is let
-/// in all the same, so that it can be told why; one whose code is not signed as it has to be gets no answer.
+/// Callers are known by the system's word alone, asked when a connection is accepted: its effective user, and its process with
+/// the time at which that started. (NSXPCConnection has an audit token, too, but not for others than Apple.) A caller whose code
+/// is not signed as it has to be gets no answer.
 class XPCHelperListener {
 public:
     /// @param codeSigningRequirement  what a caller's signature has to fulfil, "Code Signing Requirement Language"; none
     ///                                when empty.
+    /// @throws DescribedError for a malformed requirement.
     XPCHelperListener(const std::string& machServiceName, const std::string& codeSigningRequirement,
-                      std::shared_ptr<const HelperService> service, std::shared_ptr<const ProcessWatching> processes);
+                      std::shared_ptr<HelperAdmission> admission);
     XPCHelperListener(const XPCHelperListener&) = delete;
     XPCHelperListener& operator=(const XPCHelperListener&) = delete;
     ~XPCHelperListener();

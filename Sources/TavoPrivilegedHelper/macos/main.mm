@@ -56,7 +56,7 @@ namespace {
         [](uid_t user) { return consoleUser() == user ? std::nullopt : std::optional(HelperService::notServed(user)); },
         [&removal] { removal.request(); }, logHelper);
     XPCHelperListener listener(std::string(PrivilegedHelperConstants::machServiceName),
-                               std::string(codeSigningRequirement), service, processes);
+                               std::string(codeSigningRequirement), HelperAdmission::make(service, processes));
     listener.resume();
     dispatch_main();
 }

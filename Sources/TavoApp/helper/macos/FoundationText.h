@@ -17,6 +17,11 @@ inline std::string textOf(NSData* data) {
     return {static_cast<const char*>([data bytes]), [data length]};
 }
 
+/// Without a copy: as long as the data itself.
+inline std::string_view bytesOf(NSData* data) {
+    return {static_cast<const char*>([data bytes]), [data length]};
+}
+
 /// Nothing for text that is not UTF-8.
 inline NSString* stringOf(const std::string& text) {
     return [NSString stringWithUTF8String:text.c_str()];
