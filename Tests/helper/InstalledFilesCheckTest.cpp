@@ -42,7 +42,7 @@ TEST_F(InstalledFiles, AnyOtherContentIsForeignAndTheRemovalIsNamed) {
             ADD_FAILURE() << "'" << content << "' passed";
         } catch (const PrivilegedHelperInstallerError& error) {
             EXPECT_TRUE(error.foreignProgram());
-            EXPECT_TRUE(error.description().ends_with("remove it in a terminal:\nsudo rm program"));
+            EXPECT_TRUE(error.description().ends_with("remove it with \"sudo rm program\" in a terminal."));
         }
     }
 }

@@ -239,10 +239,10 @@ protected:
             const auto plist = "'" + layout.launchDaemonPlistURL.string() + "'";
             EXPECT_EQ(error.description(), "the files to install were replaced while the approval was awaited: " +
                                                file.string() + " is not tavo's, and a foreign program " + has +
-                                               " been started as root. remove it in a terminal:\n"
-                                               "sudo /bin/launchctl bootout system " +
-                                               plist + "\nsudo /bin/rm -f " + plist + "\nsudo /bin/rm -f '" +
-                                               layout.helperExecutableURL.string() + "'");
+                                               " been started as root. remove it with \"sudo /bin/launchctl bootout "
+                                               "system " +
+                                               plist + "; sudo /bin/rm -f " + plist + " '" +
+                                               layout.helperExecutableURL.string() + "'\" in a terminal.");
         }
         EXPECT_THAT(client->commands, IsEmpty()) << "it was asked whether it is the helper";
         EXPECT_FALSE(std::filesystem::exists(staging));

@@ -41,7 +41,7 @@ void InstalledFilesCheck::verify(bool hasSucceeded) const {
         throw PrivilegedHelperInstallerError::foreignProgramInstalled(
             fmt::format("the files to install were replaced while the approval was awaited: {} is not tavo's, and a "
                         "foreign program "
-                        "{} been started as root. remove it in a terminal:\n{}",
+                        "{} been started as root. remove it with \"{}\" in a terminal.",
                         file.installed.string(), hasSucceeded ? "has" : "may have", removal));
     }
 }

@@ -20,7 +20,7 @@ public:
         std::string meant;
     };
 
-    /// @param removal  the commands that remove what was installed, one a line, as the user is told to type them.
+    /// @param removal  the commands that remove what was installed, on one line, as the user is told to type them.
     InstalledFilesCheck(const std::vector<File>& files, std::string removal);
 
     /// To be called after the installation. A file that is not there is no foreign one. After a failure, a file that is as it

@@ -84,8 +84,8 @@ std::string LaunchDaemonSetup::installScript(const std::filesystem::path& source
 HelperServiceSetup::InstallationCheck LaunchDaemonSetup::installationCheck(const std::filesystem::path& source) const {
     const auto plist = quoted(layout.launchDaemonPlistURL);
     // By its file: a foreign property list may name another job.
-    const auto removal = fmt::format("sudo /bin/launchctl bootout system {0}\nsudo /bin/rm -f {0}\nsudo /bin/rm -f {1}",
-                                     plist, quoted(layout.helperExecutableURL));
+    const auto removal = fmt::format("sudo /bin/launchctl bootout system {0}; sudo /bin/rm -f {0} {1}", plist,
+                                     quoted(layout.helperExecutableURL));
     const InstalledFilesCheck check({{layout.helperExecutableURL, readWholeFile(source)},
                                      {layout.launchDaemonPlistURL, serviceDefinitionContent()}},
                                     removal);
