@@ -1,5 +1,6 @@
 #include "helper/LaunchDaemonSetup.h"
 
+#include "config/AtomicFile.h"
 #include "helper/PrivilegedHelperConstants.h"
 #include "system/ShellQuoting.h"
 
@@ -58,6 +59,12 @@ std::string LaunchDaemonSetup::serviceDefinitionContent() const {
         .machServiceName = std::string(PrivilegedHelperConstants::machServiceName),
         .executablePath = layout.helperExecutableURL.string()};
     return propertyListXML(definition.propertyList());
+}
+
+std::filesystem::path LaunchDaemonSetup::makeStagingDirectory(const TavoPaths& paths) const {
+    const auto staging = paths.rootDirectory / "helper-installer";
+    ensureDirectoryExists(staging);
+    return staging;
 }
 
 std::string LaunchDaemonSetup::installScript(const std::filesystem::path& source,

@@ -83,9 +83,8 @@ PrivilegedHelperInstaller::install(const std::filesystem::path& helperExecutable
     if (!fileExists(helperExecutableSourceURL)) {
         throw PrivilegedHelperInstallerError::missingHelperExecutable(helperExecutableSourceURL.string());
     }
-    const auto stagingDirectory = paths.rootDirectory / "helper-installer";
+    const auto stagingDirectory = setup->makeStagingDirectory(paths);
     const auto stagedDefinition = stagingDirectory / setup->serviceDefinition().filename();
-    ensureDirectoryExists(stagingDirectory);
     replaceFileAtomically(stagedDefinition, setup->serviceDefinitionContent());
     const RemovedAtEnd staging(stagingDirectory);
 
