@@ -1,6 +1,7 @@
 #include "app/Platform.h"
 #include "app/ProcessSignals.h"
 #include "app/views/DesktopColourScheme.h"
+#include "app/views/PlainMessageBox.h"
 #include "app/views/PlatformWindow.h"
 #include "app/views/TavoAppIcon.h"
 #include "app/views/TavoAppMain.h"
@@ -9,13 +10,14 @@
 #include "base/PrintError.h"
 #include "config/InstanceLock.h"
 #include "config/TavoStore.h"
+#include "config/TrustedPath.h"
+#include "system/BusAddresses.h"
 #include "system/ProgramLocation.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include <QApplication>
-#include <QMessageBox>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -76,7 +78,7 @@ int raiseOther(const TavoPaths& paths) {
     const auto text = fmt::format("another tavo is running in a terminal{}; end it first.",
                                   holder ? fmt::format(" (process id {})", *holder) : "");
     printError("tavo: {}\n", text);
-    QMessageBox(QMessageBox::Information, QStringLiteral("tavo"), QString::fromStdString(text)).exec();
+    PlainMessageBox(QMessageBox::Information, text).exec();
     return alreadyRunning;
 }
 
@@ -84,6 +86,7 @@ int runApplication(QApplication& application, const Arguments& arguments, const 
                    std::optional<BlockedSignals>& blocked) {
     const auto paths =
         arguments.root.empty() ? TavoPaths::defaultPaths() : TavoPaths{std::filesystem::absolute(arguments.root)};
+    trustedFolder(paths.rootDirectory);
     auto lock = InstanceLock::acquire(paths.lockURL(), TavoAppMain::lockNote(false));
     if (!lock) {
         blocked.reset(); // there is nothing to release
@@ -106,6 +109,7 @@ int start(int count, char** values) {
     }
     // A parent that ignores this signal would have the kernel reap our children before we can ask how they ended.
     std::signal(SIGCHLD, SIG_DFL);
+    restrictBusAddresses();
     if (!hasDisplay()) {
         printError("tavo: there is no display to show windows on; tavoctl run works without one.\n");
         return systemUnavailable;
@@ -123,7 +127,7 @@ int start(int count, char** values) {
         blocked.reset();
         const auto text = errorText(error);
         printError("tavo: {}\n", text);
-        QMessageBox(QMessageBox::Critical, QStringLiteral("tavo"), QString::fromStdString(text)).exec();
+        PlainMessageBox(QMessageBox::Critical, text).exec();
         return EXIT_FAILURE;
     }
 }

@@ -1,5 +1,7 @@
 #include "Console.h"
 
+#include "base/Text.h"
+
 #include <fmt/format.h>
 #include <unistd.h>
 
@@ -32,6 +34,10 @@ bool wantsColour(std::FILE* stream) {
 }
 
 } // namespace
+
+std::string shownJson(const Json& value, int indentation) {
+    return escapedControlsInJson(value.dump(indentation, ' ', false, Json::error_handler_t::replace));
+}
 
 Console::Console(std::FILE* stream) : stream(stream), hasColour(wantsColour(stream)) {}
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "base/JsonCoding.h"
+
 #include <cstdio>
 #include <string>
 #include <string_view>
@@ -8,6 +10,11 @@ namespace tavo {
 
 /// How a piece of output stands out on a terminal.
 enum class Emphasis { none, strong, good, warning, bad };
+
+/// JSON as it is printed: what could steer a terminal (DEL, C1, line and paragraph separators, the bidirectional controls) is
+/// written as an escape, as JSON itself demands of C0. For whoever parses it, it is the same.
+/// @param indentation  of each level; negative for a text on one line.
+std::string shownJson(const Json& value, int indentation = 2);
 
 /// Writes lines to a stream. Colour goes to a terminal only, and not when NO_COLOR is set and not empty (no-color.org).
 class Console {

@@ -49,7 +49,7 @@ ExitStatus printChecks(const DoctorOptions& options, const std::vector<SystemChe
         for (const auto& check : checks) {
             list.push_back(asJson(check));
         }
-        console.print(list.dump(2, ' ', false, Json::error_handler_t::replace));
+        console.print(shownJson(list));
     } else {
         for (const auto& check : checks) {
             printCheck(check, console);

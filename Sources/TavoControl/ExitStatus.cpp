@@ -4,6 +4,7 @@
 #include "Settings.h"
 #include "base/WakeControlError.h"
 #include "config/TavoValidationError.h"
+#include "config/TrustedPath.h"
 
 namespace tavo {
 
@@ -17,6 +18,8 @@ ExitStatus exitStatusOf(const std::exception_ptr& failure) {
         return ExitStatus::invalidConfiguration;
     } catch (const SettingError&) {
         return ExitStatus::wrongUsage;
+    } catch (const UntrustedPathError&) {
+        return ExitStatus::invalidConfiguration;
     } catch (const TavoValidationError&) {
         return ExitStatus::invalidConfiguration;
     } catch (...) {

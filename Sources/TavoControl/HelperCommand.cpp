@@ -77,7 +77,7 @@ ExitStatus HelperCommand::printStatus(bool json) const {
     }
     const Console console(stdout);
     if (json) {
-        console.print(helperReportJson(facts).dump(2, ' ', false, Json::error_handler_t::replace));
+        console.print(shownJson(helperReportJson(facts)));
         return ExitStatus::success;
     }
     for (const auto& line : helperReportLines(facts)) {

@@ -72,7 +72,7 @@ ExitStatus printProcesses(const ProcessesOptions& options, const TavoStoring& st
         for (const auto& tree : trees) {
             list.push_back(asJson(tree));
         }
-        console.print(list.dump(2, ' ', false, Json::error_handler_t::replace));
+        console.print(shownJson(list));
     } else if (isAlways) {
         console.print("the trigger is always on, so no process is watched; name one with --preset, --executable or "
                       "--command.");

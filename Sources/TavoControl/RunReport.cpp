@@ -19,7 +19,8 @@ std::string clockTime(TimePoint at) {
 }
 
 std::string dumped(const Json& object) {
-    return object.dump(-1, ' ', false, Json::error_handler_t::replace);
+    constexpr int onOneLine = -1;
+    return shownJson(object, onOneLine);
 }
 
 Emphasis emphasisOf(RuntimeDecisionReason reason) {

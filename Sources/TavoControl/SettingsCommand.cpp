@@ -81,7 +81,7 @@ ExitStatus SettingsCommand::print(const GetOptions& options) const {
         return ExitStatus::success;
     }
     if (options.json) {
-        console.print(Json(config).dump(2, ' ', false, Json::error_handler_t::replace));
+        console.print(shownJson(config));
         return ExitStatus::success;
     }
     for (const auto& setting : settingsOf(config)) {

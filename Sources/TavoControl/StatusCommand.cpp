@@ -5,6 +5,8 @@
 #include "StatusReport.h"
 #include "base/ErrorText.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <unordered_map>
 
@@ -17,23 +19,41 @@ bool isHeldForTavo(const HeldAssertion& assertion) {
     return assertion.who == "tavo" || assertion.who == "caffeinate";
 }
 
-/// Leaves only what belongs to the given Tavo: what itself or a child of its holds. Without one, what nobody's child
-/// holds any more stays in the list, since it would be left over.
-void keepOwn(std::vector<HeldAssertion>& held, std::optional<std::int32_t> owner, ProcessSnapshotProviding& processes,
-             TimePoint now) {
-    std::unordered_map<std::int32_t, std::int32_t> parents;
-    for (const auto& process : processes.snapshot(now).processes) {
-        parents.emplace(process.pid, process.parentPID);
+/// Leaves only what belongs to a Tavo of this user's: any program may take a lock under any name.
+class OwnLocks {
+public:
+    OwnLocks(const Platform& platform, TimePoint now) : platform(platform) {
+        for (auto& process : platform.processes->snapshot(now).processes) {
+            processes.emplace(process.pid, std::move(process));
+        }
     }
+
+    /// What the running Tavo or a child of its holds.
+    bool isHeldBy(std::int32_t owner, const HeldAssertion& assertion) const {
+        const auto holder = processes.find(assertion.pid);
+        return assertion.pid == owner || (holder != processes.end() && holder->second.parentPID == owner);
+    }
+
+    /// What a Tavo that is no more has left: nobody's child holds it.
+    bool isLeftOver(const HeldAssertion& assertion) const {
+        if (platform.orphanedAssertion) {
+            return platform.orphanedAssertion() == assertion.pid;
+        }
+        const auto holder = processes.find(assertion.pid);
+        // The platform's table leaves the names of Tavo's own programs out, and only those.
+        return holder != processes.end() && holder->second.parentPID == 1 && holder->second.executableName.empty() &&
+               assertion.uid.value_or(geteuid()) == geteuid();
+    }
+
+private:
+    const Platform& platform;
+    std::unordered_map<std::int32_t, ProcessSample> processes;
+};
+
+/// @param owner  the running Tavo; without one, what is left over stays in the list.
+void keepOwn(std::vector<HeldAssertion>& held, std::optional<std::int32_t> owner, const OwnLocks& locks) {
     std::erase_if(held, [&](const HeldAssertion& assertion) {
-        if (!isHeldForTavo(assertion)) {
-            return true;
-        }
-        const auto parent = parents.find(assertion.pid);
-        if (owner) {
-            return assertion.pid != *owner && (parent == parents.end() || parent->second != *owner);
-        }
-        return parent != parents.end() && parent->second != 1;
+        return !isHeldForTavo(assertion) || !(owner ? locks.isHeldBy(*owner, assertion) : locks.isLeftOver(assertion));
     });
 }
 
@@ -57,7 +77,7 @@ ExitStatus printStatus(const StatusOptions& options, const TavoStoring& store, c
                       .machineNoun = platform.machineNoun};
     try {
         auto held = platform.heldAssertions->heldAssertions();
-        keepOwn(held, facts.runningProcessID, *platform.processes, facts.now);
+        keepOwn(held, facts.runningProcessID, OwnLocks(platform, facts.now));
         facts.held = std::move(held);
     } catch (const std::exception& error) {
         facts.heldError = errorText(error);
@@ -73,7 +93,7 @@ ExitStatus printStatus(const StatusOptions& options, const TavoStoring& store, c
     const Console console(stdout);
     const StatusReport report(std::move(facts));
     if (options.json) {
-        console.print(report.json().dump(2, ' ', false, Json::error_handler_t::replace));
+        console.print(shownJson(report.json()));
     } else {
         for (const auto& line : report.lines(console)) {
             console.print(line);

@@ -10,6 +10,8 @@
 #include "base/ErrorText.h"
 #include "base/PrintError.h"
 #include "base/Text.h"
+#include "config/TrustedPath.h"
+#include "system/BusAddresses.h"
 #include "system/ProgramLocation.h"
 
 #include <fmt/format.h>
@@ -23,6 +25,7 @@ namespace {
 
 ExitStatus carryOut(const Invocation& invocation, const char* calledAs) {
     const auto paths = invocation.root ? TavoPaths{*invocation.root} : TavoPaths::defaultPaths();
+    trustedFolder(paths.rootDirectory);
     const auto store = std::make_shared<TavoStore>(paths);
     auto platform = makePlatform(runningProgram(calledAs), paths);
     return std::visit(
@@ -54,6 +57,7 @@ ExitStatus carryOut(const Invocation& invocation, const char* calledAs) {
 ExitStatus runProgram(int count, const char* const* values) {
     // A parent that ignores this signal would have the kernel reap our children before we can ask how they ended.
     std::signal(SIGCHLD, SIG_DFL);
+    restrictBusAddresses();
     const auto parsed = parseCommandLine(count, values);
     if (const auto* usage = std::get_if<UsageReply>(&parsed)) {
         if (usage->isError) {

@@ -1,6 +1,9 @@
 #include "TavoInhibit/SessionBusAddress.h"
 
+#include "system/BusAddresses.h"
+
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace tavo {
@@ -95,7 +98,8 @@ std::optional<SessionBusAddress> findSessionBus(const char* busAddress, const ch
         }
     }
     if (!address.empty()) {
-        return SessionBusAddress{std::string(address), std::nullopt};
+        auto sockets = unixBusAddresses(address);
+        return sockets.empty() ? std::nullopt : std::optional(SessionBusAddress{std::move(sockets), std::nullopt});
     }
     const std::string_view folder = runtimeFolder == nullptr ? "" : runtimeFolder;
     if (!folder.starts_with('/')) {

@@ -1,6 +1,7 @@
 #include "TavoInhibit/CommandLine.h"
 #include "TavoInhibit/InhibitProgram.h"
 #include "TavoInhibit/Wording.h"
+#include "system/BusAddresses.h"
 
 #include <sysexits.h>
 
@@ -35,6 +36,7 @@ int main(int argc, char** argv) {
     case Action::hold:
         break;
     }
+    tavo::restrictBusAddresses();
     try {
         return hold(line.sleep);
     } catch (const std::system_error& error) {

@@ -1,10 +1,15 @@
 # A desktop of the test's own: an X server without a screen, a window manager, a tray, a session bus. A test sources this
 # after machine.bash and calls beginDesktop first.
 
-# beginDesktop: runs the test again within a session bus, and brings up the rest. What it starts ends with the test.
+# beginDesktop: runs the test again as an ordinary user, within a session and its bus, and brings up the rest. What it starts
+# ends with the test. Root would do for the pointer, but has no session bus, and so neither notifications nor a screen reader.
 beginDesktop() {
     if [ -z "${TAVO_TEST_DESKTOP-}" ]; then
-        XDG_RUNTIME_DIR=$(mktemp -d) TAVO_TEST_DESKTOP=1 exec dbus-run-session -- bash "$0"
+        createUser tester
+        mkdir -p -m 1777 /tmp/.X11-unix
+        local status=0
+        runInSession tester env TAVO_TEST_DESKTOP=1 dbus-run-session -- bash "$(realpath "$0")" || status=$?
+        exit "$status"
     fi
     desktopPrograms=()
     trap endDesktop EXIT

@@ -1,6 +1,7 @@
 #include "Support/BareListener.h"
 
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -23,6 +24,7 @@ BareListener::BareListener(const std::filesystem::path& path)
         ::listen(listener, 5) != 0) {
         throw std::system_error(errno, std::generic_category(), "listen on a socket");
     }
+    ::chmod(path.c_str(), 0666); // who gets to it is up to its folder
 }
 
 BareListener::~BareListener() {

@@ -10,7 +10,7 @@ namespace tavo {
 
 /// A message bus of the test's own (a dbus-daemon in a temporary folder), which can die and come back on the same socket.
 ///
-/// Serves as a session bus or stands in for the system bus: anybody of this user may own any name.
+/// Serves as a session bus or stands in for the system bus: whoever gets to its folder may own any name.
 class PrivateBus {
 public:
     /// Makes the folder; the bus itself is not started. @throws std::system_error

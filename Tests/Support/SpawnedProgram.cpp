@@ -63,8 +63,11 @@ SpawnedProgram::SpawnedProgram(const std::string& program, const Options& option
 
     auto words = options.arguments;
     words.insert(words.begin(), program);
+    if (options.asOrdinaryUser && ::geteuid() == 0) {
+        words.insert(words.begin(), {"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"});
+    }
     auto environment = options.environment;
-    const auto result = ::posix_spawnp(&child, program.c_str(), &actions, nullptr, pointers(words).data(),
+    const auto result = ::posix_spawnp(&child, words.front().c_str(), &actions, nullptr, pointers(words).data(),
                                        pointers(environment).data());
     ::posix_spawn_file_actions_destroy(&actions);
     for (const auto descriptor : {inputPipe.readEnd, outputPipe.writeEnd, errorPipe.writeEnd}) {

@@ -23,6 +23,8 @@ public:
         Input input = Input::pipe;
         /// Gives the standard output as little room as the system allows, so that it is full with one unread line.
         bool smallOutput = false;
+        /// Has a test that runs as root start the program as "nobody": a bus turns users away whom it does not know.
+        bool asOrdinaryUser = false;
     };
 
     /// @param program absolute path, or a name looked up in PATH. @throws std::system_error

@@ -30,6 +30,10 @@ public:
 
     std::filesystem::path helperExecutable() const override { return folder / "helper"; }
     std::filesystem::path serviceDefinition() const override { return folder / "service"; }
+    std::filesystem::path makeStagingDirectory(const TavoPaths& paths) const override {
+        std::filesystem::create_directories(paths.rootDirectory / "staging");
+        return paths.rootDirectory / "staging";
+    }
     std::filesystem::path overrideJournal() const override { return folder / "overrides.json"; }
     std::string serviceDefinitionContent() const override { return "definition"; }
     std::string installScript(const std::filesystem::path& source, const std::filesystem::path&) const override {

@@ -4,6 +4,8 @@
 #include "TavoControl/CommandTest.h"
 #include "TavoControl/LockHolder.h"
 
+#include <unistd.h>
+
 namespace tavo {
 namespace {
 
@@ -69,6 +71,43 @@ TEST_F(StatusCommandTest, OnlyWhatBelongsToTheRunningTavoCounts) {
                   {.who = "player", .what = "idle", .pid = 500},
                   {.who = "caffeinate", .what = "PreventSystemSleep", .pid = 500}};
     EXPECT_THAT(heldPIDs(), ElementsAre(500, tavo.pid(), 500));
+}
+
+TEST_F(StatusCommandTest, AStrangersLockUnderTavosNameIsNotTavos) {
+    const auto own = static_cast<std::uint32_t>(geteuid());
+    // The names of Tavo's own programs are blanked in the table.
+    processes->processes = {{.pid = 700, .parentPID = 1},
+                            {.pid = 701, .parentPID = 1, .executableName = "player"},
+                            {.pid = 702, .parentPID = 1}};
+    held->held = {{.who = "tavo", .what = "idle", .pid = 700, .uid = own},
+                  {.who = "tavo", .what = "idle", .pid = 701, .uid = own},
+                  {.who = "tavo", .what = "idle", .pid = 702, .uid = own + 1},
+                  {.who = "tavo", .what = "idle", .pid = 703, .uid = own}};
+    EXPECT_THAT(heldPIDs(), ElementsAre(700));
+    held->held.erase(held->held.begin());
+    EXPECT_THAT(linesOf(run()), Contains("  held       nothing, as planned"));
+}
+
+TEST_F(StatusCommandTest, WhereTheSystemsOwnToolHoldsOnlyTheOneThatWasNotedIsLeftOver) {
+    platform.orphanedAssertion = [] { return std::optional<pid_t>(700); };
+    processes->processes = {{.pid = 700, .parentPID = 1, .executableName = "caffeinate"},
+                            {.pid = 701, .parentPID = 1, .executableName = "caffeinate"}};
+    held->held = {{.who = "caffeinate", .what = "PreventUserIdleSystemSleep", .pid = 700},
+                  {.who = "caffeinate", .what = "PreventUserIdleSystemSleep", .pid = 701}};
+    EXPECT_THAT(heldPIDs(), ElementsAre(700));
+    platform.orphanedAssertion = [] { return std::optional<pid_t>(); };
+    EXPECT_THAT(heldPIDs(), ::testing::IsEmpty());
+}
+
+TEST_F(StatusCommandTest, JsonSteersNoTerminalAndSaysTheSame) {
+    const LockHolder tavo(store->paths().lockURL());
+    saveAwake();
+    const std::string what = "idle \u009B2J\u202E\x7F\u2028";
+    processes->processes = {{.pid = 500, .parentPID = tavo.pid()}};
+    held->held = {{.who = "tavo", .what = what, .pid = 500}};
+    const auto text = run(true);
+    EXPECT_THAT(text, HasSubstr("idle \\u009b2J\\u202e\\u007f\\u2028"));
+    EXPECT_EQ(parseJson(text).at("held").at(0).at("what"), what);
 }
 
 TEST_F(StatusCommandTest, WithoutATavoOnlyWhatIsLeftOverCounts) {

@@ -69,7 +69,7 @@ TEST_F(InhibitProgramTest, TerminationBeforeLogindAnsweredEndsItAtOnce) {
 
 TEST_F(InhibitProgramTest, AHangUpThatTheParentIgnoredStaysIgnored) {
     startLogind();
-    program.emplace("nohup", SpawnedProgram::Options{{TAVO_INHIBIT_PROGRAM, "-i"}, environment()});
+    spawn("nohup", {{inhibitProgram, "-i"}, environment()});
     ASSERT_TRUE(waitForLine("logind held idle"));
     std::ifstream statusFile("/proc/" + std::to_string(program->pid()) + "/status");
     std::stringstream status;

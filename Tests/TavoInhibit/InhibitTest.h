@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <filesystem>
 #include <memory>
 #include <optional>
 
@@ -18,7 +19,11 @@ class InhibitTest : public ::testing::Test {
 protected:
     using Lines = std::vector<std::string>;
 
-    InhibitTest() { systemBus.start(); }
+    InhibitTest() {
+        systemBus.start();
+        // The build may lie where only root gets to.
+        std::filesystem::copy_file(TAVO_INHIBIT_PROGRAM, inhibitProgram);
+    }
 
     ScriptedLogind& startLogind() { return logind.emplace(pump, systemBus.address()); }
 
@@ -27,10 +32,15 @@ protected:
                 "DBUS_SESSION_BUS_ADDRESS=" + sessionBusAddress.value_or(sessionBus.address())};
     }
 
+    /// Starts a program as an ordinary user: root has no session bus.
+    SpawnedProgram& spawn(const std::string& path, SpawnedProgram::Options options) {
+        options.asOrdinaryUser = true;
+        return program.emplace(path, options);
+    }
+
     SpawnedProgram& startInhibit(std::vector<std::string> arguments = {"-i"},
                                  SpawnedProgram::Input input = SpawnedProgram::Input::pipe, bool smallOutput = false) {
-        return program.emplace(TAVO_INHIBIT_PROGRAM,
-                               SpawnedProgram::Options{std::move(arguments), environment(), input, smallOutput});
+        return spawn(inhibitProgram, {std::move(arguments), environment(), input, smallOutput});
     }
 
     /// Starts logind and the program, and waits for the first line.
@@ -73,6 +83,7 @@ protected:
     PrivateBus systemBus;
     PrivateBus sessionBus;
     std::optional<std::string> sessionBusAddress;
+    std::filesystem::path inhibitProgram = sessionBus.folder() / "tavo-inhibit";
     BusPump pump;
     std::optional<ScriptedLogind> logind;
     std::optional<SpawnedProgram> program;

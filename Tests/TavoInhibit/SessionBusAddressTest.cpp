@@ -22,12 +22,21 @@ TEST(SessionBusAddress, TheFirstThatNamesASocketIsTakenOfSeveral) {
               (SessionBusAddress{"unix:path=/tmp/bus", "/tmp/bus"}));
 }
 
-TEST(SessionBusAddress, OtherTransportsArePassedOnAndNotWatchedFor) {
-    for (const auto* address : {"unix:abstract=/tmp/dbus-1", "tcp:host=localhost,port=1", "nonsense",
-                                "unix:", "unix:path=", "unix:path=relative/bus", "unix:path=/tmp/%2",
-                                "unix:path=/tmp/%zz", "unix:path=/tmp/%00", "unix:pathological=/tmp/bus", ";"}) {
+TEST(SessionBusAddress, OtherSocketsArePassedOnAndNotWatchedFor) {
+    for (const auto* address :
+         {"unix:abstract=/tmp/dbus-1", "unix:", "unix:path=", "unix:path=relative/bus", "unix:path=/tmp/%2",
+          "unix:path=/tmp/%zz", "unix:path=/tmp/%00", "unix:pathological=/tmp/bus"}) {
         EXPECT_EQ(findSessionBus(address, "/run/user/1000"), (SessionBusAddress{address, std::nullopt})) << address;
     }
+}
+
+TEST(SessionBusAddress, WhateverIsNoSocketIsNoBus) {
+    for (const auto* address : {"tcp:host=localhost,port=1", "unixexec:path=/bin/touch,argv1=/tmp/mark", "autolaunch:",
+                                "disabled:", "nonsense", "UNIX:path=/tmp/bus", " unix:path=/tmp/bus", ";"}) {
+        EXPECT_EQ(findSessionBus(address, "/run/user/1000"), std::nullopt) << address;
+    }
+    EXPECT_EQ(findSessionBus("unixexec:path=/bin/true;unix:abstract=/tmp/dbus-1;tcp:host=localhost,port=1", nullptr),
+              (SessionBusAddress{"unix:abstract=/tmp/dbus-1", std::nullopt}));
 }
 
 TEST(SessionBusAddress, WithoutAnAddressTheBusIsInTheRuntimeFolder) {

@@ -4,6 +4,7 @@
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
@@ -42,8 +43,7 @@ protected:
 
 TEST_F(SessionBusWatchTest, NoSessionBusAtAllIsSilent) {
     startLogind();
-    program.emplace(TAVO_INHIBIT_PROGRAM,
-                    SpawnedProgram::Options{{"-i"}, {"DBUS_SYSTEM_BUS_ADDRESS=" + systemBus.address()}});
+    spawn(inhibitProgram, {{"-i"}, {"PATH=/usr/bin:/bin", "DBUS_SYSTEM_BUS_ADDRESS=" + systemBus.address()}});
     ASSERT_TRUE(waitForLine("logind held idle"));
     expectReleaseAtEndOfInput();
     EXPECT_THAT(program->lines(), ElementsAre("logind held idle"));
@@ -53,9 +53,9 @@ TEST_F(SessionBusWatchTest, TheBusInTheRuntimeFolderIsFoundWithoutAnAddress) {
     sessionBus.start();
     const auto gnome = makeGnome();
     startLogind();
-    program.emplace(TAVO_INHIBIT_PROGRAM, SpawnedProgram::Options{{"-i"},
-                                                                  {"DBUS_SYSTEM_BUS_ADDRESS=" + systemBus.address(),
-                                                                   "XDG_RUNTIME_DIR=" + busFolder().string()}});
+    spawn(inhibitProgram, {{"-i"},
+                           {"PATH=/usr/bin:/bin", "DBUS_SYSTEM_BUS_ADDRESS=" + systemBus.address(),
+                            "XDG_RUNTIME_DIR=" + busFolder().string()}});
     ASSERT_TRUE(waitForLine("gnome held suspend"));
 }
 
@@ -144,6 +144,46 @@ TEST_F(SessionBusWatchTest, ABusInAFolderThatIsMountedOverTheOneThatWasMadeForIt
     expectReleaseAtEndOfInput();
     EXPECT_EQ(::umount2((made / "run").c_str(), MNT_DETACH), 0);
     EXPECT_EQ(::umount2(made.c_str(), MNT_DETACH), 0);
+}
+
+TEST_F(SessionBusWatchTest, RootTellsNoSession) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "needs root";
+    }
+    sessionBus.start();
+    const auto gnome = makeGnome();
+    startLogind();
+    for (const auto& found : {environment().back(), "XDG_RUNTIME_DIR=" + busFolder().string()}) {
+        program.emplace(inhibitProgram,
+                        SpawnedProgram::Options{{"-i"}, {"DBUS_SYSTEM_BUS_ADDRESS=" + systemBus.address(), found}});
+        ASSERT_TRUE(waitForLine("logind held idle"));
+        // Nobody would have been told before the program ends, which it does after its last word to the session.
+        program->closeInput();
+        EXPECT_EQ(waitForExit(), 0);
+        EXPECT_THAT(program->lines(), ElementsAre("logind held idle"));
+    }
+    EXPECT_TRUE(gnome->calls().empty());
+}
+
+TEST_F(SessionBusWatchTest, AnAddressThatNamesAProgramRunsNone) {
+    const auto mark = sessionBus.folder() / "mark";
+    const auto address = "unixexec:path=/usr/bin/touch,argv1=" + mark.string();
+    startLogind();
+    for (const bool asUser : {true, false}) {
+        SpawnedProgram::Options options{{"-i"},
+                                        {"PATH=/usr/bin:/bin", "DBUS_SYSTEM_BUS_ADDRESS=" + systemBus.address(),
+                                         "DBUS_SESSION_BUS_ADDRESS=" + address}};
+        options.asOrdinaryUser = asUser;
+        program.emplace(inhibitProgram, options);
+        ASSERT_TRUE(waitForLine("logind held idle"));
+        program->closeInput();
+        EXPECT_EQ(waitForExit(), 0);
+
+        options.environment[1] = "DBUS_SYSTEM_BUS_ADDRESS=" + address;
+        program.emplace(inhibitProgram, options);
+        EXPECT_NE(waitForExit(), 0) << "there is no system bus then";
+    }
+    EXPECT_FALSE(std::filesystem::exists(mark));
 }
 
 TEST_F(SessionBusWatchTest, AnAddressThatCannotBeUsedIsSilent) {

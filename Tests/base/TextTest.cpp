@@ -60,6 +60,12 @@ TEST(Text, ControlCharactersBecomeVisible) {
     EXPECT_EQ(visibleControls("\xFF"), "\uFFFD");
 }
 
+TEST(Text, ControlCharactersBecomeEscapesOfJson) {
+    EXPECT_EQ(escapedControlsInJson("{\n  \"a\": \"\u009B2J\x7F\u202Eabc\u2028 \u061C\u2066\u0085\"\n}"),
+              "{\n  \"a\": \"\\u009b2J\\u007f\\u202eabc\\u2028 \\u061c\\u2066\\u0085\"\n}");
+    EXPECT_EQ(escapedControlsInJson("\"schön ✓ \\u001b\""), "\"schön ✓ \\u001b\"");
+}
+
 TEST(FoldedQuery, CaseDoesNotCount) {
     EXPECT_TRUE(FoldedQuery("CODEX").isContainedIn("/usr/local/bin/codex --full-auto"));
     EXPECT_TRUE(FoldedQuery("cursor").equals("Cursor"));

@@ -4,7 +4,9 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <cstdint>
 #include <system_error>
 
 namespace tavo {
@@ -98,6 +100,49 @@ TEST(AtomicFile, WhatIsNoFileCannotBeReadAndBlocksNobody) {
     const auto fifo = folder.path() / "fifo";
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
     EXPECT_THROW(readWholeFile(fifo), std::system_error);
+}
+
+TEST(AtomicFile, AFileBeyondTheLimitIsRefusedHoweverLongItIs) {
+    const TemporaryDirectory folder;
+    const auto path = folder.write("file", "12345");
+    EXPECT_EQ(readWholeFile(path, 5), "12345");
+    for (const std::uintmax_t size : {std::uintmax_t{6}, std::uintmax_t{1} << 40U}) {
+        std::filesystem::resize_file(path, size); // a hole takes no room on the disk
+        try {
+            readWholeFile(path, 5);
+            FAIL() << size << " bytes passed";
+        } catch (const std::system_error& error) {
+            EXPECT_EQ(error.code(), std::errc::file_too_large);
+        }
+    }
+}
+
+TEST(AtomicFile, WhatIsStagedAndNotMovedVanishes) {
+    const TemporaryDirectory folder;
+    const auto path = folder.write("file", "old");
+    {
+        const StagedFile staged(path, "new");
+        EXPECT_EQ(entriesIn(folder.path()), 2U);
+        EXPECT_EQ(staged.target(), path);
+    }
+    EXPECT_EQ(fileContent(path), "old");
+    EXPECT_EQ(entriesIn(folder.path()), 1U);
+}
+
+TEST(AtomicFile, RootLeavesAReplacedFileToItsOwner) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "needs root, to give a file away";
+    }
+    const TemporaryDirectory folder;
+    const auto path = folder.write("file", "old");
+    ASSERT_EQ(chown(path.c_str(), 54321, 54322), 0);
+    replaceFileAtomically(path, "new");
+    struct stat status {};
+    ASSERT_EQ(stat(path.c_str(), &status), 0);
+    EXPECT_EQ(fileContent(path), "new");
+    EXPECT_EQ(status.st_uid, 54321U);
+    EXPECT_EQ(status.st_gid, 54322U);
+    EXPECT_EQ(permissions(path), 0600U);
 }
 
 } // namespace

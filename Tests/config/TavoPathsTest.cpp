@@ -1,6 +1,7 @@
 #include "config/TavoPaths.h"
 
 #include <gtest/gtest.h>
+#include <pwd.h>
 
 #include <cstdlib>
 #include <optional>
@@ -64,20 +65,35 @@ TEST(TavoPaths, TheLaunchAgentLiesInTheHomeDirectory) {
               "/home/somebody/Library/LaunchAgents/com.vrd.tavo.plist");
 }
 
+constexpr uid_t ordinaryUser = 54321;
+
 TEST(TavoPaths, TheHomeDirectoryIsTheEnvironmentsUnlessThatIsNoPath) {
-    const SystemUserDirectories directories;
+    const SystemUserDirectories directories(ordinaryUser);
     const EnvironmentVariable home("HOME", "/home/of mine");
     EXPECT_EQ(directories.homeDirectory(), "/home/of mine");
     const EnvironmentVariable noPath("HOME", "here");
-    EXPECT_TRUE(directories.homeDirectory().is_absolute());
+    EXPECT_EQ(directories.homeDirectory(), "") << "the user database knows no such user";
 }
 
 TEST(TavoPaths, TheSupportDirectoryIsBelowTheHomeDirectory) {
     const EnvironmentVariable config("XDG_CONFIG_HOME", "relative");
     const EnvironmentVariable home("HOME", "/home/mine");
-    const auto directories = SystemUserDirectories().applicationSupportDirectories();
+    const auto directories = SystemUserDirectories(ordinaryUser).applicationSupportDirectories();
     ASSERT_EQ(directories.size(), 1U);
     EXPECT_TRUE(directories[0] == "/home/mine/.config" || directories[0] == "/home/mine/Library/Application Support");
+}
+
+TEST(TavoPaths, RootsFoldersAreThoseOfItsAccountWhateverTheEnvironmentSays) {
+    const EnvironmentVariable home("HOME", "/home/mallory");
+    const EnvironmentVariable config("XDG_CONFIG_HOME", "/home/mallory/.config");
+    const auto* const root = getpwuid(0);
+    ASSERT_NE(root, nullptr);
+    const std::filesystem::path account = root->pw_dir;
+    const SystemUserDirectories directories(0);
+    EXPECT_EQ(directories.homeDirectory(), account);
+    const auto folders = directories.applicationSupportDirectories();
+    ASSERT_EQ(folders.size(), 1U);
+    EXPECT_TRUE(folders[0] == account / ".config" || folders[0] == account / "Library" / "Application Support");
 }
 
 } // namespace

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <cstdint>
 #include <system_error>
 
 namespace tavo {
@@ -205,6 +206,58 @@ TEST_F(TavoStoreTest, AFolderInTheFilesPlaceIsNotSavedOver) {
     std::filesystem::create_directories(root / "config.json");
     EXPECT_THROW(store.saveConfig(AppConfig::defaultConfig()), std::system_error);
     EXPECT_TRUE(std::filesystem::is_directory(root / "config.json"));
+}
+
+TEST_F(TavoStoreTest, AFileBeyondOneMebibyteIsRefusedAndKeptAside) {
+    store.saveConfig({});
+    const auto valid = configText();
+    writeConfig(valid + std::string((std::size_t{1} << 20U) - valid.size(), ' '));
+    EXPECT_EQ(store.loadConfig(), AppConfig::defaultConfig());
+    std::filesystem::resize_file(root / "config.json", std::uintmax_t{1} << 40U); // a hole takes no room on the disk
+    try {
+        store.loadConfig();
+        FAIL() << "a file of a tebibyte passed";
+    } catch (const DecodingError& error) {
+        EXPECT_EQ(error.description(), "the file is larger than 1 MiB, which no configuration is.");
+    }
+    store.saveConfig({});
+    EXPECT_EQ(store.loadConfig(), AppConfig::defaultConfig());
+    EXPECT_EQ(std::filesystem::file_size(root / "config.json.unreadable"), std::uintmax_t{1} << 40U);
+}
+
+TEST_F(TavoStoreTest, AFileThatIsNestedBeyondReasonIsRefused) {
+    auto json = Json(AppConfig::defaultConfig());
+    const auto nested = [](std::size_t levels) { return std::string(levels, '[') + std::string(levels, ']'); };
+    json["unknown"] = parseJson(nested(63));
+    writeConfig(json.dump());
+    EXPECT_EQ(store.loadConfig(), AppConfig::defaultConfig());
+    for (const std::string open : {"[", "{\"a\":"}) {
+        std::string deep;
+        while (deep.size() < (std::size_t{1} << 20U) - open.size()) {
+            deep += open;
+        }
+        writeConfig(deep);
+        try {
+            store.loadConfig();
+            FAIL() << "a deep file passed";
+        } catch (const DecodingError& error) {
+            EXPECT_EQ(error.description(), "the text is nested more than 64 levels deep.");
+        }
+    }
+    EXPECT_NO_THROW(parseJson(nested(64)));
+    EXPECT_THROW(parseJson(nested(65)), DecodingError);
+}
+
+TEST_F(TavoStoreTest, WhatALinkLeadsToIsKeptAsideEvenWhenItCannotBeRead) {
+    const auto target = folder.write("dotfiles/tavo.json", "");
+    std::filesystem::resize_file(target, std::uintmax_t{1} << 40U);
+    std::filesystem::create_directories(root);
+    std::filesystem::create_symlink(target, root / "config.json");
+    store.saveConfig({});
+    EXPECT_EQ(std::filesystem::symlink_status(root / "config.json.unreadable").type(),
+              std::filesystem::file_type::regular);
+    EXPECT_EQ(std::filesystem::file_size(root / "config.json.unreadable"), std::uintmax_t{1} << 40U);
+    EXPECT_EQ(fileContent(target), configText());
 }
 
 TEST_F(TavoStoreTest, ASnapshotReadsBackEqual) {

@@ -33,6 +33,17 @@ TEST_F(NotingRunner, TheChildIsNotedForAsLongAsItIsToRun) {
     EXPECT_TRUE(waitUntil([&] { return !child->isRunning(); }));
 }
 
+TEST_F(NotingRunner, AnOrphanIsTheProcessThatWasNotedAndNoOther) {
+    EXPECT_EQ(runner().orphan(), std::nullopt);
+    auto first = runner();
+    const auto child = first.start(sleeper());
+    EXPECT_EQ(runner().orphan(), child->processID());
+    const NotingCommandRunner otherStart(std::make_shared<SystemCommandRunner>(), note, [](pid_t) { return 1; });
+    EXPECT_EQ(otherStart.orphan(), std::nullopt) << "the number has gone to another process";
+    child->stop();
+    EXPECT_EQ(runner().orphan(), std::nullopt);
+}
+
 TEST_F(NotingRunner, AnOrphanIsEndedByTheNextStart) {
     auto first = runner();
     const auto child = first.start(sleeper());

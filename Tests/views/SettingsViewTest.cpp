@@ -1,5 +1,6 @@
 #include "app/views/BatteryStatusBadgeView.h"
 #include "app/views/NoticeList.h"
+#include "app/views/PlainMessageBox.h"
 #include "app/views/PopUpButton.h"
 #include "app/views/SegmentButton.h"
 #include "app/views/SettingsActionValueRow.h"
@@ -17,8 +18,11 @@
 
 #include <QAbstractItemView>
 #include <QAccessible>
+#include <QHelpEvent>
 #include <QScrollArea>
 #include <QTest>
+#include <QTextDocumentFragment>
+#include <QToolTip>
 
 namespace tavo {
 namespace {
@@ -271,6 +275,23 @@ TEST_F(SettingsViewTest, ALongErrorLeavesRoomForTheSettings) {
     const auto* list = partsOf<NoticeList>(*view).back();
     EXPECT_LT(list->heightForWidth(348), 160);
     EXPECT_TRUE(list->toolTip().contains(QString::fromStdString(path))) << "the whole of it is there";
+}
+
+TEST(PlainText, AToolTipAndADialogShowMarkupAsItStands) {
+    const std::string error = "<b>bold</b> & <img src=x>\nsecond line";
+    NoticeList list;
+    list.setNotices({.errors = {error}, .warnings = {}});
+    list.show();
+    QHelpEvent help(QEvent::ToolTip, QPoint(1, 1), list.mapToGlobal(QPoint(1, 1)));
+    QApplication::sendEvent(&list, &help);
+    ASSERT_TRUE(Qt::mightBeRichText(QToolTip::text())) << "else the tool tip would show our escapes";
+    EXPECT_EQ(QTextDocumentFragment::fromHtml(QToolTip::text()).toPlainText().replace(QChar::LineSeparator, u'\n'),
+              QString::fromStdString(error));
+    QToolTip::hideText();
+
+    const PlainMessageBox box(QMessageBox::Critical, error);
+    EXPECT_EQ(box.textFormat(), Qt::PlainText);
+    EXPECT_EQ(box.text(), QString::fromStdString(error));
 }
 
 TEST_F(SettingsViewTest, OnTheWelcomeViewTheKeysSaveNothing) {

@@ -54,6 +54,7 @@ Platform makeMacPlatform(const std::filesystem::path& programPath, const TavoPat
                                                                   paths.rootDirectory / "assertion.json", processStart);
     platform.assertionRunner = assertions;
     platform.endOrphanedAssertion = [assertions] { assertions->endOrphan(); };
+    platform.orphanedAssertion = [assertions] { return assertions->orphan(); };
     platform.heldAssertions = std::make_shared<PMSetAssertionList>(platform.commandRunner);
     platform.silentAssertionHolder = "caffeinate";
     platform.machineNoun = "mac";

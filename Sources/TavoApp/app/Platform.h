@@ -41,6 +41,9 @@ struct Platform {
     /// Ends what a killed Tavo has left running; empty where nothing of that kind is left. For the one Tavo of the user.
     std::function<void()> endOrphanedAssertion;
 
+    /// The process that endOrphanedAssertion would end; empty where nothing of that kind is left.
+    std::function<std::optional<pid_t>()> orphanedAssertion;
+
     /// What the assertion's child says it holds; stays empty where the system's own tool holds it and says nothing.
     std::shared_ptr<AssertionBoard> assertionBoard;
 

@@ -13,6 +13,19 @@ std::string describeFailure(const std::string& path, const std::string& debugDes
     return path.empty() ? debugDescription : fmt::format("{}: {}", path, debugDescription);
 }
 
+/// The files and messages here go three levels deep; a parser that follows whatever comes runs out of memory.
+constexpr int deepestNesting = 64;
+
+/// @param depth  how many objects and arrays surround what has been parsed.
+bool refuseDeepNesting(int depth, Json::parse_event_t event, const Json&) {
+    const bool begins = event == Json::parse_event_t::object_start || event == Json::parse_event_t::array_start;
+    if (begins && depth >= deepestNesting) {
+        throw DecodingError(DecodingError::Kind::dataCorrupted, {},
+                            fmt::format("the text is nested more than {} levels deep.", deepestNesting));
+    }
+    return true;
+}
+
 [[noreturn]] void throwUnexpectedInput(std::string_view text, std::size_t offset) {
     const auto consumed = text.substr(0, offset);
     const auto line = 1 + std::count(consumed.begin(), consumed.end(), '\n');
@@ -35,7 +48,7 @@ Json parseJson(std::string_view text) {
         throwUnexpectedInput(text, terminator);
     }
     try {
-        return Json::parse(text);
+        return Json::parse(text, refuseDeepNesting);
     } catch (const Json::parse_error& error) {
         throwUnexpectedInput(text, std::min(error.byte == 0 ? 0 : error.byte - 1, text.size()));
     } catch (const Json::out_of_range&) {

@@ -108,6 +108,12 @@ bool isBidirectionalControl(char32_t character) {
            (character >= 0x202A && character <= 0x202E) || (character >= 0x2066 && character <= 0x2069);
 }
 
+/// Controls that are no ASCII: C1, separators of lines and paragraphs, and what changes the direction of text.
+bool isHiddenBeyondAscii(char32_t character) {
+    return (character >= 0x80 && character < 0xA0) || character == 0x2028 || character == 0x2029 ||
+           isBidirectionalControl(character);
+}
+
 } // namespace
 
 bool isWhitespace(char32_t character) {
@@ -207,8 +213,7 @@ std::string visibleControls(std::string_view text) {
         const auto next = decodeFirst(text);
         if (next.character < 0x20 || next.character == 0x7F) {
             visible += {'^', static_cast<char>(next.character ^ 0x40U)};
-        } else if ((next.character >= 0x80 && next.character < 0xA0) || isNewline(next.character) ||
-                   isBidirectionalControl(next.character)) {
+        } else if (isHiddenBeyondAscii(next.character)) {
             visible += fmt::format("\\u{{{:x}}}", static_cast<unsigned>(next.character));
         } else {
             append(visible, next.character);
@@ -216,6 +221,21 @@ std::string visibleControls(std::string_view text) {
         text.remove_prefix(next.length);
     }
     return visible;
+}
+
+std::string escapedControlsInJson(std::string_view json) {
+    std::string escaped;
+    escaped.reserve(json.size());
+    while (!json.empty()) {
+        const auto next = decodeFirst(json);
+        if (next.character == 0x7F || isHiddenBeyondAscii(next.character)) {
+            escaped += fmt::format("\\u{:04x}", static_cast<unsigned>(next.character));
+        } else {
+            append(escaped, next.character);
+        }
+        json.remove_prefix(next.length);
+    }
+    return escaped;
 }
 
 std::string foldedForComparison(std::string_view text) {

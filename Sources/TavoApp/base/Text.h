@@ -35,6 +35,9 @@ std::string lowercased(std::string_view text);
 /// ("^[", "^?"), C1, line and paragraph separators and the bidirectional controls as "\u{202e}".
 std::string visibleControls(std::string_view text);
 
+/// The same for JSON text, in which C0 is escaped already: the others become escapes of JSON's own ("\u202e").
+std::string escapedControlsInJson(std::string_view json);
+
 /// A text folded so that neither case nor diacritics count: two texts are alike when their folded forms are equal.
 ///
 /// Folding is Unicode's full case folding over the canonical decomposition, without the combining marks that modify a

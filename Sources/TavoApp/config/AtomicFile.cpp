@@ -1,6 +1,6 @@
 #include "config/AtomicFile.h"
 
-#include "base/FileDescriptor.h"
+#include "config/TrustedPath.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <system_error>
+#include <utility>
 
 namespace tavo {
 
@@ -31,47 +32,6 @@ void writeAll(const FileDescriptor& file, std::string_view content, const std::f
     }
 }
 
-/// A file in the folder of its target, which goes with the object unless it was moved into the target's place.
-class TemporaryFile {
-public:
-    explicit TemporaryFile(const std::filesystem::path& target) : target(target), name(target.string() + ".XXXXXX") {
-        file = FileDescriptor(mkostemp(name.data(), O_CLOEXEC));
-        if (!file) {
-            throwErrno("could not write a temporary file beside", target);
-        }
-    }
-    TemporaryFile(const TemporaryFile&) = delete;
-    TemporaryFile& operator=(const TemporaryFile&) = delete;
-    ~TemporaryFile() {
-        if (!isMoved) {
-            unlink(name.c_str());
-        }
-    }
-
-    void fill(std::string_view content, mode_t mode) {
-        writeAll(file, content, target);
-        if (fchmod(file.get(), mode) != 0) {
-            throwErrno("could not set who may read", target);
-        }
-        if (fsync(file.get()) != 0) {
-            throwErrno("could not flush to the disk", target);
-        }
-    }
-
-    void moveIntoPlace() {
-        if (rename(name.c_str(), target.c_str()) != 0) {
-            throwErrno("could not replace", target);
-        }
-        isMoved = true;
-    }
-
-private:
-    std::filesystem::path target;
-    std::string name;
-    FileDescriptor file;
-    bool isMoved = false;
-};
-
 /// Where a link leads, also when the file that it names is not there yet.
 std::filesystem::path resolvedLink(const std::filesystem::path& path) {
     constexpr int mostLinks = 40; // as many as the kernel follows
@@ -87,6 +47,11 @@ std::filesystem::path resolvedLink(const std::filesystem::path& path) {
     return resolved;
 }
 
+/// Where the content of a path is to be put: a link stays one.
+std::filesystem::path placeOf(const std::filesystem::path& path) {
+    return geteuid() == 0 ? trustedFile(path) : resolvedLink(path);
+}
+
 /// Makes the rename last through a power cut. A file system that cannot flush a folder has done its best already.
 void flushFolder(const std::filesystem::path& folder) {
     const FileDescriptor descriptor(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
@@ -95,25 +60,90 @@ void flushFolder(const std::filesystem::path& folder) {
     }
 }
 
+void makeDirectories(const std::filesystem::path& directory) {
+    std::error_code ignored; // what stat cannot tell, mkdir does
+    if (directory.empty() || std::filesystem::is_directory(directory, ignored)) {
+        return;
+    }
+    if (directory.has_parent_path() && directory.parent_path() != directory) {
+        makeDirectories(directory.parent_path());
+    }
+    if (mkdir(directory.c_str(), S_IRWXU) != 0 &&
+        !(errno == EEXIST && std::filesystem::is_directory(directory, ignored))) {
+        throwErrno("could not create the folder", directory);
+    }
+}
+
 } // namespace
 
+StagedFile::StagedFile(const std::filesystem::path& path, std::string_view content, mode_t mode)
+    : place(placeOf(path)), name(place.string() + ".XXXXXX") {
+    file = FileDescriptor(mkostemp(name.data(), O_CLOEXEC));
+    if (!file) {
+        throwErrno("could not write a temporary file beside", place);
+    }
+    try {
+        writeAll(file, content, place);
+        keepOwner();
+        if (fchmod(file.get(), mode) != 0) {
+            throwErrno("could not set who may read", place);
+        }
+        if (fsync(file.get()) != 0) {
+            throwErrno("could not flush to the disk", place);
+        }
+    } catch (...) {
+        unlink(name.c_str());
+        throw;
+    }
+}
+
+StagedFile::~StagedFile() {
+    if (!isMoved) {
+        unlink(name.c_str());
+    }
+}
+
+/// Root may write anybody's file, and must not lock its owner out with that.
+void StagedFile::keepOwner() const {
+    struct stat old {};
+    if (geteuid() == 0 && lstat(place.c_str(), &old) == 0 && S_ISREG(old.st_mode) && old.st_uid != 0 &&
+        fchown(file.get(), old.st_uid, old.st_gid) != 0) {
+        throwErrno("could not keep the owner of", place);
+    }
+}
+
+void StagedFile::moveIntoPlace() {
+    if (rename(name.c_str(), place.c_str()) != 0) {
+        throwErrno("could not replace", place);
+    }
+    isMoved = true;
+    flushFolder(place.parent_path());
+}
+
 bool createFile(const std::filesystem::path& path, std::string_view content) {
-    const FileDescriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR));
+    const auto place = trustedFile(path);
+    const FileDescriptor file(open(place.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR));
     if (!file && errno == EEXIST) {
         return false;
     }
     if (!file) {
-        throwErrno("could not write", path);
+        throwErrno("could not write", place);
     }
-    writeAll(file, content, path);
-    if (fsync(file.get()) != 0) {
-        throwErrno("could not flush to the disk", path);
+    try {
+        writeAll(file, content, place);
+        if (fsync(file.get()) != 0) {
+            throwErrno("could not flush to the disk", place);
+        }
+    } catch (...) {
+        // Each attempt on a full disk would leave one more empty file.
+        unlink(place.c_str());
+        throw;
     }
-    flushFolder(path.parent_path());
+    flushFolder(place.parent_path());
     return true;
 }
 
-std::string readWholeFile(const std::filesystem::path& path) {
+std::string readWholeFile(const std::filesystem::path& path, std::size_t limit) {
     // Without O_NONBLOCK a pipe in the file's place would hold the caller for ever.
     const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct stat status {};
@@ -131,6 +161,10 @@ std::string readWholeFile(const std::filesystem::path& path) {
         content.resize(before + chunk);
         const auto count = read(file.get(), content.data() + before, chunk);
         content.resize(before + static_cast<std::size_t>(count > 0 ? count : 0));
+        if (content.size() > limit) {
+            errno = EFBIG;
+            throwErrno("could not read", path);
+        }
         if (count == 0) {
             return content;
         }
@@ -141,25 +175,13 @@ std::string readWholeFile(const std::filesystem::path& path) {
 }
 
 void replaceFileAtomically(const std::filesystem::path& path, std::string_view content, mode_t mode) {
-    const auto target = resolvedLink(path);
-    TemporaryFile temporary(target);
-    temporary.fill(content, mode);
-    temporary.moveIntoPlace();
-    flushFolder(target.parent_path());
+    StagedFile(path, content, mode).moveIntoPlace();
 }
 
 void ensureDirectoryExists(const std::filesystem::path& directory) {
-    std::error_code ignored; // what stat cannot tell, mkdir does
-    if (directory.empty() || std::filesystem::is_directory(directory, ignored)) {
-        return;
-    }
-    if (directory.has_parent_path() && directory.parent_path() != directory) {
-        ensureDirectoryExists(directory.parent_path());
-    }
-    if (mkdir(directory.c_str(), S_IRWXU) != 0 &&
-        !(errno == EEXIST && std::filesystem::is_directory(directory, ignored))) {
-        throwErrno("could not create the folder", directory);
-    }
+    makeDirectories(trustedFolder(directory));
+    // In a folder such as /tmp somebody else may have been faster.
+    trustedFolder(directory);
 }
 
 } // namespace tavo

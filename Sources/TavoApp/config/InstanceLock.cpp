@@ -1,6 +1,7 @@
 #include "config/InstanceLock.h"
 
 #include "config/AtomicFile.h"
+#include "config/TrustedPath.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -29,7 +30,7 @@ struct flock wholeFile(short type) {
 
 std::optional<InstanceLock> InstanceLock::acquire(const std::filesystem::path& path, const std::string& note) {
     ensureDirectoryExists(path.parent_path());
-    FileDescriptor file(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR));
+    FileDescriptor file(open(trustedFile(path).c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR));
     if (!file) {
         throwErrno(path);
     }

@@ -19,7 +19,7 @@ public:
     /// Takes the lock and writes the process id into the first line of the file, whose folder is made when it is missing.
     /// @param note  what the holder has to tell about itself; goes into the lines below.
     /// @return nothing when another process holds the lock. Within one process only one may be made.
-    /// @throws std::system_error naming the path.
+    /// @throws std::system_error naming the path, and UntrustedPathError.
     static std::optional<InstanceLock> acquire(const std::filesystem::path& path, const std::string& note = {});
 
     /// In a note that is a JSON object: true for a Tavo whose window has edits that are not saved.

@@ -9,13 +9,13 @@
 namespace tavo {
 
 std::filesystem::path SystemUserDirectories::homeDirectory() const {
-    if (const char* home = std::getenv("HOME"); home != nullptr && home[0] == '/') {
+    if (const char* home = std::getenv("HOME"); obeysEnvironment() && home != nullptr && home[0] == '/') {
         return home;
     }
     std::array<char, 16384> buffer{};
     passwd entry{};
     passwd* found = nullptr;
-    if (getpwuid_r(getuid(), &entry, buffer.data(), buffer.size(), &found) == 0 && found != nullptr &&
+    if (getpwuid_r(user, &entry, buffer.data(), buffer.size(), &found) == 0 && found != nullptr &&
         found->pw_dir != nullptr) {
         return found->pw_dir;
     }

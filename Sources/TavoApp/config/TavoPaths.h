@@ -2,6 +2,9 @@
 
 #include "base/DescribedError.h"
 
+#include <sys/types.h>
+#include <unistd.h>
+
 #include <filesystem>
 #include <vector>
 
@@ -18,11 +21,13 @@ private:
     using DescribedError::DescribedError;
 };
 
-/// Finds the user's folders. Stands behind an interface so that a test can take them away.
+/// Finds the user's folders. Stands behind an interface so that a test can take
+/// them away.
 struct UserDirectoriesProviding {
     virtual ~UserDirectoriesProviding() = default;
 
-    /// The folders for the files of applications, the preferred one first; empty when there is none.
+    /// The folders for the files of applications, the preferred one first; empty
+    /// when there is none.
     virtual std::vector<std::filesystem::path> applicationSupportDirectories() const = 0;
 
     /// Empty when the system knows none.
@@ -31,13 +36,24 @@ struct UserDirectoriesProviding {
 
 /// The folders as this system has them.
 ///
-/// Linux: `$XDG_CONFIG_HOME` when it is an absolute path, else ".config" in the home directory (the XDG base
-/// directories of freedesktop.org). macOS: "Library/Application Support" in the home directory. The home directory is
+/// Linux: `$XDG_CONFIG_HOME` when it is an absolute path, else ".config" in the
+/// home directory (the XDG base directories of freedesktop.org). macOS:
+/// "Library/Application Support" in the home directory. The home directory is
 /// `$HOME` when it is an absolute path, else the user database's, getpwuid(3).
+/// Root's are those of root's account, whatever the environment says: sudo and
+/// su may leave another user's there, and root has no business in that user's
+/// folders.
 class SystemUserDirectories final : public UserDirectoriesProviding {
 public:
+    explicit SystemUserDirectories(uid_t user = geteuid()) : user(user) {}
+
     std::vector<std::filesystem::path> applicationSupportDirectories() const override;
     std::filesystem::path homeDirectory() const override;
+
+private:
+    bool obeysEnvironment() const { return user != 0; }
+
+    uid_t user;
 };
 
 /// Where Tavo keeps its files.
@@ -46,7 +62,8 @@ struct TavoPaths {
 
     bool operator==(const TavoPaths&) const = default;
 
-    /// The folder "Tavo" among the user's application support files. It is not created here.
+    /// The folder "Tavo" among the user's application support files. It is not
+    /// created here.
     /// @throws CocoaPathsError when the system knows no such folder.
     static TavoPaths defaultPaths(const UserDirectoriesProviding& directories = SystemUserDirectories());
 

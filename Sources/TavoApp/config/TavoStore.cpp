@@ -1,10 +1,10 @@
 #include "config/TavoStore.h"
 
 #include "config/AtomicFile.h"
+#include "config/KeptAside.h"
+#include "config/TrustedPath.h"
 
-#include <unistd.h>
-
-#include <cerrno>
+#include <optional>
 #include <string>
 #include <system_error>
 
@@ -12,19 +12,37 @@ namespace tavo {
 
 namespace {
 
-/// A file that may be missing. What cannot be looked at counts as being there, so that reading it says why.
+/// A file that may be missing. What cannot be looked at counts as being there,
+/// so that reading it says why.
 bool isMissing(const std::filesystem::path& path) {
     std::error_code error;
     return std::filesystem::status(path, error).type() == std::filesystem::file_type::not_found;
 }
 
+/// Far more than any configuration needs; a file that is a mistake is not worth
+/// the memory.
+constexpr std::size_t largestConfig = std::size_t{1} << 20U;
+
+std::string readConfigFile(const std::filesystem::path& path) {
+    try {
+        return readWholeFile(path, largestConfig);
+    } catch (const std::system_error& error) {
+        if (error.code() != std::errc::file_too_large) {
+            throw;
+        }
+        throw DecodingError(DecodingError::Kind::dataCorrupted, {},
+                            "the file is larger than 1 MiB, which no configuration is.");
+    }
+}
+
 } // namespace
 
 AppConfig TavoStore::loadConfigAsWritten() const {
-    if (isMissing(filePaths.configURL())) {
+    const auto file = trustedFile(filePaths.configURL());
+    if (isMissing(file)) {
         return AppConfig::defaultConfig();
     }
-    return AppConfig::fromJson(parseJson(readWholeFile(filePaths.configURL())));
+    return AppConfig::fromJson(parseJson(readConfigFile(file)));
 }
 
 AppConfig TavoStore::loadConfig() const {
@@ -34,49 +52,33 @@ AppConfig TavoStore::loadConfig() const {
 void TavoStore::saveConfig(const AppConfig& config) const {
     const auto validated = config.validated();
     ensureBaseDirectoryExists();
-    keepUnreadableConfigAside();
-    replaceFileAtomically(filePaths.configURL(), prettyJson(validated));
+    StagedFile staged(filePaths.configURL(), prettyJson(validated));
+    std::optional<KeptAside> unreadable;
+    if (!canBeLoaded()) {
+        unreadable.emplace(staged.target(), filePaths.configURL().string() + ".unreadable");
+    }
+    staged.moveIntoPlace();
+    if (unreadable) {
+        unreadable->confirm();
+    }
 }
 
-void TavoStore::keepUnreadableConfigAside() const {
+bool TavoStore::canBeLoaded() const {
     try {
         loadConfig();
-        return;
+        return true;
     } catch (const std::exception&) {
         // What is wrong with it has been said where it was loaded.
+        return false;
     }
-    const auto aside = filePaths.configURL().string() + ".unreadable";
-    const auto nameOf = [&](int number) { return number == 1 ? aside : aside + "." + std::to_string(number); };
-    std::optional<std::string> content;
-    try {
-        content = readWholeFile(filePaths.configURL());
-    } catch (const std::system_error&) {
-        // What cannot be read can still be given another name.
-    }
-    for (int number = 1; !keepAs(nameOf(number), content); ++number) {
-    }
-}
-
-/// Says whether the name was free.
-bool TavoStore::keepAs(const std::string& name, const std::optional<std::string>& content) const {
-    if (content) {
-        return createFile(name, *content);
-    }
-    if (link(filePaths.configURL().c_str(), name.c_str()) == 0) {
-        return true;
-    }
-    if (errno != EEXIST) {
-        throw std::system_error(errno, std::generic_category(),
-                                "could not keep the unreadable " + filePaths.configURL().string() + " as " + name);
-    }
-    return false;
 }
 
 RuntimeSnapshot TavoStore::loadRuntimeSnapshot() const {
-    if (isMissing(filePaths.stateURL())) {
+    const auto file = trustedFile(filePaths.stateURL());
+    if (isMissing(file)) {
         return RuntimeSnapshot::idle();
     }
-    return RuntimeSnapshot::fromJson(parseJson(readWholeFile(filePaths.stateURL())));
+    return RuntimeSnapshot::fromJson(parseJson(readWholeFile(file)));
 }
 
 void TavoStore::saveRuntimeSnapshot(const RuntimeSnapshot& snapshot) const {

@@ -1,7 +1,9 @@
 #pragma once
 
+#include "config/TavoPaths.h"
 #include "system/CommandRunning.h"
 #include "system/LaunchdJob.h"
+#include "system/ShellCommand.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -23,6 +25,11 @@ struct HelperServiceSetup {
 
     /// What that file holds. @throws DescribedError when it cannot be written down.
     virtual std::string serviceDefinitionContent() const = 0;
+
+    /// Makes an empty folder of the caller's own for a copy of that file, from where root's script takes it.
+    /// @param paths  of the user who installs.
+    /// @throws std::system_error
+    virtual std::filesystem::path makeStagingDirectory(const TavoPaths& paths) const = 0;
 
     /// Where the helper keeps its SleepOverrideJournal.
     virtual std::filesystem::path overrideJournal() const = 0;

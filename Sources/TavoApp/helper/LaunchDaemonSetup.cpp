@@ -62,6 +62,12 @@ std::string LaunchDaemonSetup::serviceDefinitionContent() const {
     return propertyListXML(definition.propertyList());
 }
 
+std::filesystem::path LaunchDaemonSetup::makeStagingDirectory(const TavoPaths& paths) const {
+    const auto staging = paths.rootDirectory / "helper-installer";
+    ensureDirectoryExists(staging);
+    return staging;
+}
+
 std::string LaunchDaemonSetup::installScript(const std::filesystem::path& source,
                                              const std::filesystem::path& stagedDefinition) const {
     const auto helper = quoted(layout.helperExecutableURL);

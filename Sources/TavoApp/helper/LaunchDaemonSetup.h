@@ -35,6 +35,9 @@ public:
     /// A property list in the XML format. @throws PropertyListError when XML cannot carry a path.
     std::string serviceDefinitionContent() const override;
 
+    /// "helper-installer" in the folder of the configuration.
+    std::filesystem::path makeStagingDirectory(const TavoPaths& paths) const override;
+
     /// Ten lines without a newline at the end. The first two calls of launchctl may fail, any other line ends the script.
     std::string installScript(const std::filesystem::path& source,
                               const std::filesystem::path& stagedDefinition) const override;

@@ -91,9 +91,8 @@ PrivilegedHelperInstaller::install(const std::filesystem::path& helperExecutable
         throw PrivilegedHelperInstallerError::installFailed(helperExecutableSourceURL.string() +
                                                             " is no regular file; nothing was installed.");
     }
-    const auto stagingDirectory = paths.rootDirectory / "helper-installer";
+    const auto stagingDirectory = setup->makeStagingDirectory(paths);
     const auto stagedDefinition = stagingDirectory / setup->serviceDefinition().filename();
-    ensureDirectoryExists(stagingDirectory);
     replaceFileAtomically(stagedDefinition, setup->serviceDefinitionContent());
     const RemovedAtEnd staging(stagingDirectory);
 

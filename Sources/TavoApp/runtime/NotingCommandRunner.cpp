@@ -59,16 +59,23 @@ void NotingCommandRunner::write(pid_t pid) const {
     }
 }
 
-void NotingCommandRunner::endOrphan() const {
+std::optional<pid_t> NotingCommandRunner::orphan() const {
     try {
         const auto noted = parseJson(readWholeFile(note));
         const JsonObjectReader reader(noted);
         const auto pid = reader.required<std::int32_t>("pid");
         if (pid > 1 && startTime(pid) == static_cast<std::uint64_t>(reader.required<std::int64_t>("startTime"))) {
-            kill(pid, SIGTERM);
+            return pid;
         }
     } catch (const std::exception&) {
-        // There is no note, or it says nothing: then there is nobody to end.
+        // There is no note, or it says nothing: then there is nobody.
+    }
+    return std::nullopt;
+}
+
+void NotingCommandRunner::endOrphan() const {
+    if (const auto pid = orphan()) {
+        kill(*pid, SIGTERM);
     }
     removeNote(note);
 }

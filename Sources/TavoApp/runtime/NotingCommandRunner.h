@@ -26,8 +26,10 @@ public:
     /// The note is best effort: a child without one is held as well as any other.
     std::shared_ptr<RunningCommand> start(const ShellCommand& command) override;
 
-    /// Ends the child that an earlier process has noted (SIGTERM), if the process with its number is still that one, and
-    /// removes the note. To be called by the one Tavo of the user alone.
+    /// The child that an earlier process has noted, if the process with its number is still that one.
+    std::optional<pid_t> orphan() const;
+
+    /// Ends the child that an earlier process has noted (SIGTERM), and removes the note. To be called by the one Tavo of the user alone.
     void endOrphan() const;
 
 private:

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,9 @@ struct HeldAssertion {
     /// What is held off, in the system's own words: "sleep:idle" on Linux, an assertion's type on macOS.
     std::string what;
     std::int32_t pid = 0;
+
+    /// The holder's user; absent where the system does not tell.
+    std::optional<std::uint32_t> uid = std::nullopt;
 
     bool operator==(const HeldAssertion&) const = default;
 };

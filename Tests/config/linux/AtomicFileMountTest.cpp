@@ -37,7 +37,7 @@ int inOwnMountNamespace(Body body) {
 TEST(AtomicFile, OnAFullDiskTheOldFileStaysWhole) {
     const TemporaryDirectory folder;
     const int status = inOwnMountNamespace([&] {
-        if (mount("tmpfs", folder.path().c_str(), "tmpfs", 0, "size=16k") != 0) {
+        if (mount("tmpfs", folder.path().c_str(), "tmpfs", 0, "size=16k,mode=0700") != 0) {
             return 1;
         }
         const auto path = folder.path() / "file";

@@ -384,5 +384,20 @@ TEST(FileDigest, IsTheOneOfTheStandard) {
     EXPECT_EQ(sha256("abc"), "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
 }
 
+TEST(SystemdStaging, IsAFolderOfTheCallersOwnOutsideTheConfiguration) {
+    const TemporaryDirectory folder;
+    const TavoPaths paths{folder.path() / "Tavo"};
+    const SystemdServiceSetup setup;
+    const auto first = setup.makeStagingDirectory(paths);
+    const auto second = setup.makeStagingDirectory(paths);
+    EXPECT_NE(first, second);
+    EXPECT_FALSE(std::filesystem::exists(paths.rootDirectory));
+    for (const auto& staging : {first, second}) {
+        EXPECT_TRUE(std::filesystem::is_empty(staging));
+        EXPECT_EQ(std::filesystem::status(staging).permissions(), std::filesystem::perms::owner_all);
+        std::filesystem::remove(staging);
+    }
+}
+
 } // namespace
 } // namespace tavo

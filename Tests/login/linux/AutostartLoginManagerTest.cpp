@@ -59,7 +59,12 @@ TEST_F(Autostart, TheFolderIsThatOfTheBaseDirectories) {
     const char* const before = std::getenv("XDG_CONFIG_HOME");
     const std::string saved = before == nullptr ? "" : before;
     setenv("XDG_CONFIG_HOME", folder.path().c_str(), 1);
-    EXPECT_EQ(AutostartLoginManager().entry(), folder.path() / "autostart/com.vrd.tavo.desktop");
+    const auto entry = AutostartLoginManager().entry();
+    if (geteuid() == 0) {
+        EXPECT_NE(entry, folder.path() / "autostart/com.vrd.tavo.desktop") << "root's folder is its account's";
+    } else {
+        EXPECT_EQ(entry, folder.path() / "autostart/com.vrd.tavo.desktop");
+    }
     setenv("XDG_CONFIG_HOME", "relative", 1);
     EXPECT_TRUE(AutostartLoginManager().entry().string().ends_with("/.config/autostart/com.vrd.tavo.desktop"));
     before == nullptr ? unsetenv("XDG_CONFIG_HOME") : setenv("XDG_CONFIG_HOME", saved.c_str(), 1);

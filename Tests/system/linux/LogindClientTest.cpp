@@ -110,9 +110,10 @@ TEST_F(LogindClientTest, OnlyBlockLocksThatCoverSleepAreListed) {
                                                 {"", "empty", "block", 17},
                                                 {"sleep:idle", "weak", "block-weak", 18},
                                             }));
-    EXPECT_THAT(ask(listed), ElementsAre(HeldAssertion{.who = "tavo", .what = "sleep:idle", .pid = 10},
-                                         HeldAssertion{.who = "player", .what = "idle", .pid = 12},
-                                         HeldAssertion{.who = "a \"who\"\x1B", .what = "shutdown:sleep", .pid = 15}));
+    EXPECT_THAT(ask(listed),
+                ElementsAre(HeldAssertion{.who = "tavo", .what = "sleep:idle", .pid = 10, .uid = 1000},
+                            HeldAssertion{.who = "player", .what = "idle", .pid = 12, .uid = 1000},
+                            HeldAssertion{.who = "a \"who\"\x1B", .what = "shutdown:sleep", .pid = 15, .uid = 1000}));
     ASSERT_EQ(service->calls().size(), 1U);
     const ScriptedBusService::Call expected{.path = "/org/freedesktop/login1",
                                             .interface = "org.freedesktop.login1.Manager",

@@ -4,8 +4,11 @@
 #include "app/views/Theme.h"
 
 #include <QAccessible>
+#include <QHelpEvent>
 #include <QPainter>
+#include <QTextDocument>
 #include <QTextLayout>
+#include <QToolTip>
 #include <algorithm>
 #include <cmath>
 
@@ -58,6 +61,16 @@ QString NoticeList::text() const {
         texts.append(line.text);
     }
     return texts.join(QLatin1Char('\n'));
+}
+
+/// A tool tip guesses whether its text is markup, and notices quote paths and the words of other programs.
+bool NoticeList::event(QEvent* event) {
+    if (event->type() != QEvent::ToolTip || toolTip().isEmpty()) {
+        return QWidget::event(event);
+    }
+    QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(),
+                       Qt::convertFromPlainText(toolTip(), Qt::WhiteSpaceNormal), this);
+    return true;
 }
 
 /// Between words where that is possible: a path may be longer than a line.

@@ -6,8 +6,12 @@
 #include "system/ShellQuoting.h"
 
 #include <fmt/format.h>
+#include <unistd.h>
 
+#include <cerrno>
+#include <cstdlib>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
 namespace tavo {
@@ -95,6 +99,16 @@ installed. make it root's alone (chown root, chmod go-w), then ask again." ;;
 
 std::string SystemdServiceSetup::serviceDefinitionContent() const {
     return replaced(std::string(helperUnit), executableField, unitWord(layout.helperExecutable));
+}
+
+std::filesystem::path SystemdServiceSetup::makeStagingDirectory(const TavoPaths&) const {
+    // Whatever the environment of root says may be another user's.
+    const auto folder = geteuid() == 0 ? std::filesystem::path("/tmp") : std::filesystem::temp_directory_path();
+    auto staging = (folder / "tavo-helper-XXXXXX").string();
+    if (mkdtemp(staging.data()) == nullptr) {
+        throw std::system_error(errno, std::generic_category(), "could not make a folder in " + folder.string());
+    }
+    return staging;
 }
 
 std::string SystemdServiceSetup::prologue() const {

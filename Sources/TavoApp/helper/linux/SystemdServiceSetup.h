@@ -52,6 +52,9 @@ public:
     /// The unit, in which the user to serve is still to be filled in.
     std::string serviceDefinitionContent() const override;
 
+    /// A folder among the temporary files: the configuration may lie where root may not read, or must not go.
+    std::filesystem::path makeStagingDirectory(const TavoPaths& paths) const override;
+
     /// @throws PrivilegedHelperInstallerError when systemd does not run the system.
     std::string installScript(const std::filesystem::path& source,
                               const std::filesystem::path& stagedDefinition) const override;

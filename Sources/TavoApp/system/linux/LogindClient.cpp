@@ -52,7 +52,7 @@ std::vector<HeldAssertion> LogindClient::blockingLocks() const {
             return locks;
         }
         if (std::string_view(mode) == "block" && coversSleep(what)) {
-            locks.push_back({.who = who, .what = what, .pid = static_cast<std::int32_t>(pid)});
+            locks.push_back({.who = who, .what = what, .pid = static_cast<std::int32_t>(pid), .uid = uid});
         }
     }
 }

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <QMessageBox>
+#include <string>
+
+namespace tavo {
+
+/// A dialog with a text and a button to close it. Errors quote paths and the words of other programs: whatever looks like
+/// markup in them is shown as it stands.
+class PlainMessageBox final : public QMessageBox {
+public:
+    PlainMessageBox(Icon icon, const std::string& text)
+        : QMessageBox(icon, QStringLiteral("tavo"), QString::fromStdString(text)) {
+        setTextFormat(Qt::PlainText);
+    }
+};
+
+} // namespace tavo
