@@ -29,6 +29,9 @@ struct ScriptedSurroundings {
     std::shared_ptr<ScriptedCommandRunner> runner = std::make_shared<ScriptedCommandRunner>();
     std::shared_ptr<ScriptedCommandRunner> administrator = std::make_shared<ScriptedCommandRunner>();
     std::shared_ptr<AssertionBoard> board = std::make_shared<AssertionBoard>();
+
+    /// Starts the assertion's child; `runner` does where it is null.
+    std::shared_ptr<CommandRunning> assertions;
     std::shared_ptr<ScriptedHelperClient> helper = std::make_shared<ScriptedHelperClient>();
     std::shared_ptr<LaunchDaemonSetup> helperSetup = std::make_shared<LaunchDaemonSetup>(
         PrivilegedHelperInstallLayout{folder.path() / "system/helper", folder.path() / "system/service"});
@@ -47,7 +50,7 @@ struct ScriptedSurroundings {
         platform.powerChanges = powerChanges;
         platform.processes = table;
         platform.commandRunner = runner;
-        platform.assertionRunner = runner;
+        platform.assertionRunner = assertions ? assertions : runner;
         platform.assertionBoard = board;
         platform.helperClient = helper;
         platform.helperSetup = helperSetup;

@@ -41,11 +41,8 @@ struct Platform {
     /// Ends what a killed Tavo has left running; empty where nothing of that kind is left. For the one Tavo of the user.
     std::function<void()> endOrphanedAssertion;
 
-    /// What the assertion's child says it holds; stays empty where the system's own tool holds it and says nothing.
+    /// Lists what the assertion's child holds, and nothing once it has ended.
     std::shared_ptr<AssertionBoard> assertionBoard;
-
-    /// What is said to be held where the assertion's child says nothing of it; empty where it does.
-    std::string silentAssertionHolder;
 
     /// What the system itself says is held.
     std::shared_ptr<HeldAssertionsProviding> heldAssertions;

@@ -120,7 +120,10 @@ void TavoAppModel::assertionChanged() {
     perform([this] {
         pendingChanges |= static_cast<ModelChanges>(ModelProperty::assertionNotice);
         // The child has ended unasked. A minute without a lock would be long enough for the machine to fall asleep.
-        if (snapshot.isWakeAssertionActive && platform.assertionBoard->reports().empty()) {
+        if ((snapshot.isWakeAssertionActive || hasLostAssertion()) && platform.assertionBoard->reports().empty()) {
+            auto lost = snapshot;
+            lost.isWakeAssertionActive = coordinator->wakeStatus().isActive;
+            publish(ModelProperty::runtimeSnapshot, snapshot, lost);
             scheduleNextEvaluation(lostAssertionInterval);
         }
     });

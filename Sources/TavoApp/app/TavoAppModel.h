@@ -132,6 +132,11 @@ public:
     /// Whether the helper is ready and this build's own, so that it may be asked to remove itself. As of the last look.
     bool supportsSilentHelperReset() const { return canResetSilently; }
 
+    /// Whether the assertion's child has ended unasked, and nothing keeps awake until a new one runs.
+    bool hasLostAssertion() const {
+        return !snapshot.isWakeAssertionActive && snapshot.lastDecisionReason == RuntimeDecisionReason::active;
+    }
+
     /// The failure that stopped the loop; null while it runs.
     const std::exception_ptr& evaluationFailure() const { return failure; }
 
