@@ -208,6 +208,29 @@ TEST_F(TavoAppModelTest, ALostAssertionIsTakenOnlyWhileAwakeIsWanted) {
     EXPECT_FALSE(model->hasLostAssertion());
 }
 
+TEST_F(TavoAppModelTest, TimersAreKeptOnTimeWhileItIsSwitchedOn) {
+    startWith(watching(TriggerPreset::codex));
+    EXPECT_EQ(activity->underWay, 1) << "waiting for a program counts, too";
+    loop->advance(std::chrono::minutes{5});
+    EXPECT_THAT(activity->reasons, testing::SizeIs(1));
+    model->toggleEnabled();
+    EXPECT_EQ(activity->underWay, 0);
+    store->saveConfig(enabled());
+    loop->advance(std::chrono::seconds{60});
+    EXPECT_EQ(activity->underWay, 1) << "switched on in the file";
+    table->failure = runner->failure = std::make_exception_ptr(WakeControlError::systemUnavailable("no means."));
+    model->lookAround();
+    EXPECT_EQ(activity->underWay, 1);
+    model->quit();
+    EXPECT_EQ(activity->underWay, 0);
+}
+
+TEST_F(TavoAppModelTest, SwitchedOffTimersMayBeLate) {
+    startWith({});
+    loop->advance(std::chrono::minutes{5});
+    EXPECT_EQ(activity->underWay, 0);
+}
+
 TEST_F(TavoAppModelTest, QuittingLetsGoAndArmsNothing) {
     startWith(enabled());
     model->quit();

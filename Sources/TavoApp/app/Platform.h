@@ -12,6 +12,7 @@
 #include "system/Interruption.h"
 #include "system/PowerChangeNotifying.h"
 #include "system/PowerEnvironmentProviding.h"
+#include "system/ProcessActivity.h"
 #include "system/ProcessSnapshot.h"
 
 #include <filesystem>
@@ -46,6 +47,9 @@ struct Platform {
 
     /// What the system itself says is held.
     std::shared_ptr<HeldAssertionsProviding> heldAssertions;
+
+    /// Keeps the timers of this process on time; null where the system slows nobody down.
+    std::shared_ptr<ProcessActivityStarting> processActivity;
 
     WakePlanBuilder wakePlanBuilder;
 

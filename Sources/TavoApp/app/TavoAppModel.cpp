@@ -99,6 +99,14 @@ std::shared_ptr<RuntimeCoordinator> TavoAppModel::makeCoordinator() const {
         store);
 }
 
+/// Only while it is switched on do the evaluations have to come on time, whether or not a window shows.
+void TavoAppModel::followSwitch() {
+    const bool isWanted = appliedConfig.isEnabled && !hasQuit;
+    if (platform.processActivity && isWanted != (activity != nullptr)) {
+        activity = isWanted ? platform.processActivity->begin("evaluates when to keep awake") : nullptr;
+    }
+}
+
 void TavoAppModel::observeAssertion() {
     platform.assertionBoard->onChange(
         onMainThread(mainLoop, weak_from_this(), [](TavoAppModel& model) { model.assertionChanged(); }));

@@ -159,6 +159,7 @@ private:
     };
 
     void loadAtStart();
+    void followSwitch();
     void observeAssertion();
     void observePower();
     void assertionChanged();
@@ -232,6 +233,9 @@ private:
     std::exception_ptr failure;
     bool hasQuit = false;
 
+    /// While keeping awake is switched on.
+    std::unique_ptr<ProcessActivity> activity;
+
     /// What the file held when it was read or written last.
     AppConfig lastInFile;
     std::optional<OverdueSave> overdueSave;
@@ -254,6 +258,7 @@ void TavoAppModel::perform(Work&& work) {
     work();
     --operationsUnderWay;
     if (operationsUnderWay == 0) {
+        followSwitch();
         const auto changes = std::exchange(pendingChanges, 0U);
         if (changes != 0 && changeObserver) {
             changeObserver(changes);
