@@ -1,3 +1,4 @@
+#include "app/LaunchArguments.h"
 #include "app/Platform.h"
 #include "app/ProcessSignals.h"
 #include "app/views/DesktopColourScheme.h"
@@ -137,5 +138,6 @@ int start(int count, char** values) {
 
 int main(int count, char** values) {
     tavo::prepareChildEnvironment();
-    return tavo::start(count, values);
+    auto arguments = tavo::withoutProcessSerialNumber(count, values);
+    return tavo::start(static_cast<int>(arguments.size()) - 1, arguments.data());
 }

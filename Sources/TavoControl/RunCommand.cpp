@@ -43,7 +43,7 @@ class ForegroundRun final : private ApplicationControlling {
 public:
     ForegroundRun(const RunOptions& options, std::shared_ptr<const TavoStoring> store, Platform platform)
         : store(std::make_shared<OverridingStore>(std::move(store), options.overrides)), board(platform.assertionBoard),
-          silentHolder(platform.silentAssertionHolder), report(Console(stdout), options.json),
+          report(Console(stdout), options.json),
           model(TavoAppModel::make(loop, this->store, std::move(platform), *this)) {}
 
     ExitStatus run() {
@@ -79,15 +79,13 @@ private:
             return;
         }
         const auto& snapshot = model->runtimeSnapshot();
-        const auto held = heldSummary();
-        // Between the end of the assertion's child and the evaluation that starts a new one, nothing keeps awake.
-        const auto copy = snapshot.isWakeAssertionActive && held.empty()
+        const auto copy = model->hasLostAssertion()
                               ? RuntimeStatusCopy{"not awake", "the lock was lost and is being taken again"}
                               : model->runtimeStatusCopy();
         const RunLine line{.reason = snapshot.lastDecisionReason,
                            .title = copy.title,
                            .detail = copy.detail,
-                           .held = held,
+                           .held = board->summary(),
                            .matchedProcesses = snapshot.matchedProcesses,
                            .notice = notice()};
         if (!report.update(line, model->configFileError(), loop->now())) {
@@ -102,11 +100,6 @@ private:
                    "this run, as in tavoctl run --always";
         }
         return model->assertionNotice();
-    }
-
-    std::string heldSummary() const {
-        const auto summary = board->summary();
-        return summary.empty() && model->runtimeSnapshot().isWakeAssertionActive ? silentHolder : summary;
     }
 
     void quit() {
@@ -138,7 +131,6 @@ private:
     std::shared_ptr<AsioMainLoop> loop = std::make_shared<AsioMainLoop>();
     std::shared_ptr<const TavoStoring> store;
     std::shared_ptr<AssertionBoard> board;
-    std::string silentHolder;
     RunReport report;
     std::shared_ptr<TavoAppModel> model;
     ExitStatus status = ExitStatus::success;

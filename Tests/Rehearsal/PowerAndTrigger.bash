@@ -13,18 +13,13 @@ reevaluate
 expectCalls "/usr/bin/caffeinate ends
 /usr/bin/caffeinate -i -s"
 
-# Killed from outside: a new one, and nothing else.
-killed=$(tail -n 1 /rehearsal/caffeinates)
-kill -s KILL "$killed"
-isReaped() { [ ! -e "/proc/$killed" ]; }
-expectWithin 10 isReaped
-# Between the end of the process and its parent's knowledge of it there is a moment more.
-isBack() {
-    reevaluate
-    grep -q caffeinate /rehearsal/log
-}
-expectWithin 10 isBack
+# Killed from outside: said at once, and a second later a new one, without anybody asking.
+expectContains "$(tail -n 1 /rehearsal/out)" "holding idle:sleep (caffeinate)" "what is held"
+kill -s KILL "$(tail -n 1 /rehearsal/caffeinates)"
+expectWithin 10 grep -q "not awake: the lock was lost and is being taken again; holding nothing" /rehearsal/out
 expectCalls "/usr/bin/caffeinate -i -s"
+saysHeld() { tail -n 1 /rehearsal/out | grep -q "keeping mac awake: always on; holding idle:sleep (caffeinate)"; }
+expectWithin 10 saysHeld
 
 # What the system lists comes from its own tool.
 control status >/dev/null

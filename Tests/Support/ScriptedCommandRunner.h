@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace tavo {
@@ -22,10 +23,17 @@ public:
         log->push_back("stop");
         running = false;
     }
-    void dieFromOutside() { running = false; }
+    void onEnd(std::function<void()> work) override { callback = std::move(work); }
+    void dieFromOutside() {
+        running = false;
+        if (callback) {
+            callback();
+        }
+    }
 
 private:
     std::shared_ptr<EventLog> log;
+    std::function<void()> callback;
     bool running = true;
 };
 

@@ -8,6 +8,7 @@
 #include "Support/ScriptedHelperClient.h"
 #include "Support/ScriptedLaunchAtLogin.h"
 #include "Support/ScriptedPowerChanges.h"
+#include "Support/ScriptedProcessActivity.h"
 #include "Support/ScriptedProcessTable.h"
 #include "Support/TemporaryDirectory.h"
 #include "app/TavoAppModel.h"
@@ -25,10 +26,14 @@ struct ScriptedSurroundings {
     std::shared_ptr<ManualMainLoop> loop = std::make_shared<ManualMainLoop>(*parseISO8601("2026-01-31T09:00:00Z"));
     std::shared_ptr<FixedPowerEnvironment> power = std::make_shared<FixedPowerEnvironment>();
     std::shared_ptr<ScriptedPowerChanges> powerChanges = std::make_shared<ScriptedPowerChanges>();
+    std::shared_ptr<ScriptedProcessActivity> activity = std::make_shared<ScriptedProcessActivity>();
     std::shared_ptr<ScriptedProcessTable> table = std::make_shared<ScriptedProcessTable>();
     std::shared_ptr<ScriptedCommandRunner> runner = std::make_shared<ScriptedCommandRunner>();
     std::shared_ptr<ScriptedCommandRunner> administrator = std::make_shared<ScriptedCommandRunner>();
     std::shared_ptr<AssertionBoard> board = std::make_shared<AssertionBoard>();
+
+    /// Starts the assertion's child; `runner` does where it is null.
+    std::shared_ptr<CommandRunning> assertions;
     std::shared_ptr<ScriptedHelperClient> helper = std::make_shared<ScriptedHelperClient>();
     std::shared_ptr<LaunchDaemonSetup> helperSetup = std::make_shared<LaunchDaemonSetup>(
         PrivilegedHelperInstallLayout{folder.path() / "system/helper", folder.path() / "system/service"});
@@ -45,9 +50,10 @@ struct ScriptedSurroundings {
         Platform platform;
         platform.powerEnvironment = power;
         platform.powerChanges = powerChanges;
+        platform.processActivity = activity;
         platform.processes = table;
         platform.commandRunner = runner;
-        platform.assertionRunner = runner;
+        platform.assertionRunner = assertions ? assertions : runner;
         platform.assertionBoard = board;
         platform.helperClient = helper;
         platform.helperSetup = helperSetup;

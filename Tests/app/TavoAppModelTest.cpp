@@ -1,7 +1,28 @@
 #include "app/TavoAppModelTesting.h"
+#include "app/UserNotices.h"
+#include "runtime/CaffeinateCommandRunner.h"
 
 namespace tavo {
 namespace {
+
+/// The assertion's child ends as soon as it is there.
+class DyingAssertions final : public CommandRunning {
+public:
+    explicit DyingAssertions(std::shared_ptr<AssertionBoard> board) : board(std::move(board)) {}
+    bool supportsPrivilegedCommands() const override { return false; }
+    ShellCommandResult run(const ShellCommand&) override { return {}; }
+    std::shared_ptr<RunningCommand> start(const ShellCommand& command) override {
+        const auto inner = std::make_shared<ScriptedCommandRunner>();
+        auto child = CaffeinateCommandRunner(inner, board).start(command);
+        inner->children.back()->dieFromOutside();
+        ++timesStarted;
+        return child;
+    }
+    int timesStarted = 0;
+
+private:
+    std::shared_ptr<AssertionBoard> board;
+};
 
 TEST_F(TavoAppModelTest, SwitchedOffItEvaluatesNothingAndArmsOneTimer) {
     startWith({});
@@ -133,6 +154,81 @@ TEST_F(TavoAppModelTest, AnAssertionThatEndedUnaskedIsTakenAgainAfterASecond) {
     loop->advance(std::chrono::seconds{1});
     EXPECT_EQ(runner->children.size(), 2U);
     EXPECT_EQ(loop->armedTimers(), 1U);
+}
+
+TEST_F(TavoAppModelTest, AnAssertionThatEndedUnaskedIsNotSaidToBeHeld) {
+    assertions = std::make_shared<CaffeinateCommandRunner>(runner, board);
+    startWith(enabled());
+    loop->runPosted();
+    EXPECT_EQ(board->summary(), "idle:sleep (caffeinate)");
+    EXPECT_FALSE(model->hasLostAssertion());
+    changes.clear();
+    runner->children.back()->dieFromOutside();
+    loop->runPosted();
+    EXPECT_TRUE(model->hasLostAssertion());
+    EXPECT_FALSE(model->runtimeSnapshot().isWakeAssertionActive);
+    ASSERT_EQ(changes.size(), 1U);
+    EXPECT_TRUE(has(changes[0], ModelProperty::runtimeSnapshot));
+    EXPECT_THAT(UserNotices::of(*model).warnings, ElementsAre("the lock was lost and is being taken again."));
+    loop->advance(std::chrono::seconds{1});
+    EXPECT_EQ(runner->children.size(), 2U);
+    EXPECT_TRUE(model->runtimeSnapshot().isWakeAssertionActive);
+    EXPECT_TRUE(UserNotices::of(*model).isEmpty());
+}
+
+TEST_F(TavoAppModelTest, WithTheLidCoveredALostAssertionLeavesTheMachineAwake) {
+    assertions = std::make_shared<CaffeinateCommandRunner>(runner, board);
+    installHelper();
+    startWith(enabledWithLidClosed());
+    runner->children.back()->dieFromOutside();
+    loop->runPosted();
+    EXPECT_TRUE(model->runtimeSnapshot().isWakeAssertionActive);
+    loop->advance(std::chrono::seconds{1});
+    EXPECT_EQ(runner->children.size(), 2U);
+}
+
+TEST_F(TavoAppModelTest, AnAssertionThatEndsWhileItIsTakenIsTakenAgainAfterASecond) {
+    const auto dying = std::make_shared<DyingAssertions>(board);
+    assertions = dying;
+    startWith(enabled());
+    loop->runPosted();
+    EXPECT_TRUE(model->hasLostAssertion());
+    EXPECT_EQ(dying->timesStarted, 1);
+    loop->advance(std::chrono::seconds{1});
+    EXPECT_EQ(dying->timesStarted, 2);
+}
+
+TEST_F(TavoAppModelTest, ALostAssertionIsTakenOnlyWhileAwakeIsWanted) {
+    assertions = std::make_shared<CaffeinateCommandRunner>(runner, board);
+    startWith(enabled());
+    model->toggleEnabled();
+    runner->children.back()->dieFromOutside();
+    loop->advance(std::chrono::seconds{5});
+    EXPECT_EQ(runner->children.size(), 1U);
+    EXPECT_FALSE(model->hasLostAssertion());
+}
+
+TEST_F(TavoAppModelTest, TimersAreKeptOnTimeWhileItIsSwitchedOn) {
+    startWith(watching(TriggerPreset::codex));
+    EXPECT_EQ(activity->underWay, 1) << "waiting for a program counts, too";
+    loop->advance(std::chrono::minutes{5});
+    EXPECT_THAT(activity->reasons, testing::SizeIs(1));
+    model->toggleEnabled();
+    EXPECT_EQ(activity->underWay, 0);
+    store->saveConfig(enabled());
+    loop->advance(std::chrono::seconds{60});
+    EXPECT_EQ(activity->underWay, 1) << "switched on in the file";
+    table->failure = runner->failure = std::make_exception_ptr(WakeControlError::systemUnavailable("no means."));
+    model->lookAround();
+    EXPECT_EQ(activity->underWay, 1);
+    model->quit();
+    EXPECT_EQ(activity->underWay, 0);
+}
+
+TEST_F(TavoAppModelTest, SwitchedOffTimersMayBeLate) {
+    startWith({});
+    loop->advance(std::chrono::minutes{5});
+    EXPECT_EQ(activity->underWay, 0);
 }
 
 TEST_F(TavoAppModelTest, QuittingLetsGoAndArmsNothing) {

@@ -1,6 +1,7 @@
 #include "app/UserNotices.h"
 
 #include "app/TavoAppModelTesting.h"
+#include "runtime/CaffeinateCommandRunner.h"
 
 namespace tavo {
 namespace {
@@ -75,6 +76,18 @@ TEST_F(UserNoticesTest, AnErrorThatEndsKeepingAwakeIsTold) {
     runner->children.back()->dieFromOutside();
     runner->failure = std::make_exception_ptr(WakeControlError::systemUnavailable("no means."));
     model->evaluateNow();
+    EXPECT_EQ(look(), "needs attention: no means.");
+}
+
+TEST_F(UserNoticesTest, ALostLockThatCannotBeTakenAgainIsTold) {
+    assertions = std::make_shared<CaffeinateCommandRunner>(runner, board);
+    startWith(enabled());
+    look();
+    runner->children.back()->dieFromOutside();
+    runner->failure = std::make_exception_ptr(WakeControlError::systemUnavailable("no means."));
+    loop->runPosted();
+    EXPECT_EQ(look(), std::nullopt) << "a new one may be held in a second";
+    loop->advance(std::chrono::seconds{1});
     EXPECT_EQ(look(), "needs attention: no means.");
 }
 

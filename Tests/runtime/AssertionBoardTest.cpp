@@ -84,12 +84,20 @@ TEST_F(AssertionBoardTest, AnEarlierChildIsNotHeardAnyMore) {
     EXPECT_EQ(board.summary(), "");
 }
 
+TEST_F(AssertionBoardTest, TheLastWordsOfAChildThatHasEndedDoNotCount) {
+    record("logind held idle");
+    board.close(token);
+    record("gnome held suspend");
+    EXPECT_EQ(board.summary(), "");
+    EXPECT_NE(board.open(), token);
+}
+
 TEST_F(AssertionBoardTest, EveryChangeIsAnnouncedAfterItWasMade) {
     std::vector<std::string> seen;
     board.onChange([&] { seen.push_back(board.summary()); });
     record("logind held idle");
     board.close(token);
-    board.close(token + 1);
+    board.close(token);
     EXPECT_THAT(seen, ElementsAre("idle (logind)", ""));
 }
 

@@ -8,7 +8,9 @@
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 
+#include <chrono>
 #include <csignal>
+#include <future>
 
 namespace tavo {
 namespace {
@@ -42,6 +44,15 @@ TEST_F(NotingRunner, AnOrphanIsTheProcessThatWasNotedAndNoOther) {
     EXPECT_EQ(otherStart.orphan(), std::nullopt) << "the number has gone to another process";
     child->stop();
     EXPECT_EQ(runner().orphan(), std::nullopt);
+}
+
+TEST_F(NotingRunner, TheEndOfTheChildIsTold) {
+    auto noting = runner();
+    const auto child = noting.start(sleeper());
+    const auto ended = std::make_shared<std::promise<void>>();
+    child->onEnd([ended] { ended->set_value(); });
+    kill(*child->processID(), SIGKILL);
+    EXPECT_EQ(ended->get_future().wait_for(std::chrono::seconds{20}), std::future_status::ready);
 }
 
 TEST_F(NotingRunner, AnOrphanIsEndedByTheNextStart) {

@@ -9,9 +9,11 @@
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <fstream>
 #include <functional>
+#include <future>
 #include <system_error>
 #include <thread>
 #include <vector>
@@ -27,6 +29,13 @@ ShellCommand testChild(std::vector<std::string> arguments) {
 bool isChild(pid_t pid) {
     siginfo_t info{};
     return waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOHANG | WNOWAIT) == 0;
+}
+
+/// Waits until the handle has told of its child's end.
+bool isEndTold(RunningCommand& child) {
+    const auto ended = std::make_shared<std::promise<void>>();
+    child.onEnd([ended] { ended->set_value(); });
+    return ended->get_future().wait_for(std::chrono::seconds{20}) == std::future_status::ready;
 }
 
 class SystemCommandRunnerTest : public testing::Test {
@@ -177,6 +186,40 @@ TEST_F(SystemCommandRunnerTest, HandlesAreSafeFromManyThreads) {
         }
         EXPECT_TRUE(waitUntil([&] { return !isChild(child->pid()); }));
     }
+}
+
+TEST_F(SystemCommandRunnerTest, TheEndOfAChildIsToldOnceHoweverItEnds) {
+    for (const bool isStopped : {true, false}) {
+        const auto child = start({"wait"});
+        const auto wasRunning = std::make_shared<std::promise<bool>>();
+        child->onEnd([wasRunning, child] { wasRunning->set_value(child->isRunning()); });
+        if (isStopped) {
+            child->stop();
+        } else {
+            kill(child->pid(), SIGKILL);
+        }
+        auto told = wasRunning->get_future();
+        ASSERT_EQ(told.wait_for(std::chrono::seconds{20}), std::future_status::ready);
+        EXPECT_FALSE(told.get());
+    }
+}
+
+TEST_F(SystemCommandRunnerTest, TheEndOfAChildThatHasEndedIsToldAtOnce) {
+    const auto child = start({"exit", "0"});
+    ASSERT_TRUE(isEndTold(*child));
+    bool isTold = false;
+    child->onEnd([&] { isTold = true; });
+    EXPECT_TRUE(isTold);
+}
+
+TEST_F(SystemCommandRunnerTest, TheEndIsToldAlsoWhenTheHandleIsGone) {
+    auto child = start({"wait"});
+    const auto pid = child->pid();
+    const auto ended = std::make_shared<std::promise<void>>();
+    child->onEnd([ended] { ended->set_value(); });
+    child.reset();
+    kill(pid, SIGTERM);
+    EXPECT_EQ(ended->get_future().wait_for(std::chrono::seconds{20}), std::future_status::ready);
 }
 
 TEST_F(SystemCommandRunnerTest, RunLeavesNoDescriptorOpen) {

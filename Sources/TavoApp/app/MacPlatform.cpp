@@ -5,6 +5,7 @@
 #include "helper/LaunchDaemonSetup.h"
 #include "helper/PrivilegedHelperConstants.h"
 #include "login/LoginLaunchManager.h"
+#include "runtime/CaffeinateCommandRunner.h"
 #include "runtime/NotingCommandRunner.h"
 #include "system/ChildLocale.h"
 #include "system/InterruptibleCommandRunner.h"
@@ -52,11 +53,10 @@ Platform makeMacPlatform(const std::filesystem::path& programPath, const TavoPat
     platform.processes = withoutOwnPrograms(makeProcessTable());
     const auto assertions = std::make_shared<NotingCommandRunner>(platform.commandRunner,
                                                                   paths.rootDirectory / "assertion.json", processStart);
-    platform.assertionRunner = assertions;
+    platform.assertionRunner = std::make_shared<CaffeinateCommandRunner>(assertions, platform.assertionBoard);
     platform.endOrphanedAssertion = [assertions] { assertions->endOrphan(); };
     platform.orphanedAssertion = [assertions] { return assertions->orphan(); };
     platform.heldAssertions = std::make_shared<PMSetAssertionList>(platform.commandRunner);
-    platform.silentAssertionHolder = "caffeinate";
     platform.machineNoun = "mac";
     platform.launchAtLogin = std::make_shared<LoginLaunchManager>(platform.commandRunner);
     platform.helperClient = std::move(helperClient);

@@ -4,6 +4,7 @@
 #include "app/MacPlatform.h"
 #include "helper/PrivilegedHelperConstants.h"
 #include "helper/macos/XPCPrivilegedHelperClient.h"
+#include "system/macos/AppNapPrevention.h"
 #else
 #include "app/ProgramsOfPlatform.h"
 #include "helper/PrivilegedHelperConstants.h"
@@ -38,9 +39,11 @@ void prepareChildEnvironment() {
 }
 
 Platform makePlatform(const std::filesystem::path& programPath, const TavoPaths& paths) {
-    return makeMacPlatform(
+    auto platform = makeMacPlatform(
         programPath, paths,
         std::make_shared<XPCPrivilegedHelperClient>(std::string(PrivilegedHelperConstants::machServiceName)));
+    platform.processActivity = std::make_shared<AppNapPrevention>();
+    return platform;
 }
 
 #else

@@ -12,6 +12,7 @@
 #include "system/Interruption.h"
 #include "system/PowerChangeNotifying.h"
 #include "system/PowerEnvironmentProviding.h"
+#include "system/ProcessActivity.h"
 #include "system/ProcessSnapshot.h"
 
 #include <filesystem>
@@ -44,14 +45,14 @@ struct Platform {
     /// The process that endOrphanedAssertion would end; empty where nothing of that kind is left.
     std::function<std::optional<pid_t>()> orphanedAssertion;
 
-    /// What the assertion's child says it holds; stays empty where the system's own tool holds it and says nothing.
+    /// Lists what the assertion's child holds, and nothing once it has ended.
     std::shared_ptr<AssertionBoard> assertionBoard;
-
-    /// What is said to be held where the assertion's child says nothing of it; empty where it does.
-    std::string silentAssertionHolder;
 
     /// What the system itself says is held.
     std::shared_ptr<HeldAssertionsProviding> heldAssertions;
+
+    /// Keeps the timers of this process on time; null where the system slows nobody down.
+    std::shared_ptr<ProcessActivityStarting> processActivity;
 
     WakePlanBuilder wakePlanBuilder;
 

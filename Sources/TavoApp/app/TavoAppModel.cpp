@@ -99,6 +99,14 @@ std::shared_ptr<RuntimeCoordinator> TavoAppModel::makeCoordinator() const {
         store);
 }
 
+/// Only while it is switched on do the evaluations have to come on time, whether or not a window shows.
+void TavoAppModel::followSwitch() {
+    const bool isWanted = appliedConfig.isEnabled && !hasQuit;
+    if (platform.processActivity && isWanted != (activity != nullptr)) {
+        activity = isWanted ? platform.processActivity->begin("evaluates when to keep awake") : nullptr;
+    }
+}
+
 void TavoAppModel::observeAssertion() {
     platform.assertionBoard->onChange(
         onMainThread(mainLoop, weak_from_this(), [](TavoAppModel& model) { model.assertionChanged(); }));
@@ -120,7 +128,10 @@ void TavoAppModel::assertionChanged() {
     perform([this] {
         pendingChanges |= static_cast<ModelChanges>(ModelProperty::assertionNotice);
         // The child has ended unasked. A minute without a lock would be long enough for the machine to fall asleep.
-        if (snapshot.isWakeAssertionActive && platform.assertionBoard->reports().empty()) {
+        if ((snapshot.isWakeAssertionActive || hasLostAssertion()) && platform.assertionBoard->reports().empty()) {
+            auto lost = snapshot;
+            lost.isWakeAssertionActive = coordinator->wakeStatus().isActive;
+            publish(ModelProperty::runtimeSnapshot, snapshot, lost);
             scheduleNextEvaluation(lostAssertionInterval);
         }
     });

@@ -133,6 +133,11 @@ public:
     /// Whether the helper is ready and this build's own, so that it may be asked to remove itself. As of the last look.
     bool supportsSilentHelperReset() const { return canResetSilently; }
 
+    /// Whether the assertion's child has ended unasked, and nothing keeps awake until a new one runs.
+    bool hasLostAssertion() const {
+        return !snapshot.isWakeAssertionActive && snapshot.lastDecisionReason == RuntimeDecisionReason::active;
+    }
+
     /// The failure that stopped the loop; null while it runs.
     const std::exception_ptr& evaluationFailure() const { return failure; }
 
@@ -158,6 +163,7 @@ private:
     };
 
     void loadAtStart();
+    void followSwitch();
     void observeAssertion();
     void observePower();
     void assertionChanged();
@@ -238,6 +244,9 @@ private:
     std::exception_ptr failure;
     bool hasQuit = false;
 
+    /// While keeping awake is switched on.
+    std::unique_ptr<ProcessActivity> activity;
+
     /// What the file held when it was read or written last.
     AppConfig lastInFile;
     std::optional<OverdueSave> overdueSave;
@@ -260,6 +269,7 @@ void TavoAppModel::perform(Work&& work) {
     work();
     --operationsUnderWay;
     if (operationsUnderWay == 0) {
+        followSwitch();
         const auto changes = std::exchange(pendingChanges, 0U);
         if (changes != 0 && changeObserver) {
             changeObserver(changes);

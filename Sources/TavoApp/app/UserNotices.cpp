@@ -25,6 +25,9 @@ UserNotices UserNotices::of(const TavoAppModel& model) {
         addOnce(notices.errors, model.lastError());
     }
     addOnce(notices.warnings, model.editedFileNotice());
+    if (model.hasLostAssertion()) {
+        notices.warnings.emplace_back("the lock was lost and is being taken again.");
+    }
     addOnce(notices.warnings, model.assertionNotice());
     return notices;
 }
@@ -38,6 +41,9 @@ UserNotices UserNotices::withHint(const std::string& hint) const {
 }
 
 std::optional<std::string> AwakeEndWatch::look(const TavoAppModel& model) {
+    if (model.hasLostAssertion()) {
+        return std::nullopt; // whether it ends is up to the evaluation that follows at once
+    }
     const auto& snapshot = model.runtimeSnapshot();
     const bool hasEnded = std::exchange(wasAwake, snapshot.isWakeAssertionActive) && !snapshot.isWakeAssertionActive;
     const bool isUnwanted = snapshot.lastDecisionReason == RuntimeDecisionReason::batteryCutoffReached ||

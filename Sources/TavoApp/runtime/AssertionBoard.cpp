@@ -77,6 +77,8 @@ void AssertionBoard::close(Token token) {
         if (token != current) {
             return;
         }
+        // The child's last words may still be on their way.
+        ++current;
         latestReports.clear();
     }
     changed();

@@ -42,7 +42,7 @@ struct AssertionReport {
 /// Reads one line of the assertion's child; gives nothing for any other text.
 std::optional<AssertionReport> parseAssertionReport(std::string_view line);
 
-/// What the running assertion's child says it holds. Its members may be called from any thread.
+/// What the running assertion's child holds, in its own words or by its command line. Its members may be called from any thread.
 class AssertionBoard {
 public:
     /// Stands for one child. What an earlier child still says is dropped.
@@ -54,7 +54,7 @@ public:
     /// The newest report of a service takes the place of its earlier one.
     void record(Token token, AssertionReport report);
 
-    /// The child has ended.
+    /// The child has ended, or was told to. Nothing that it may still have said counts after that.
     void close(Token token);
 
     /// In the order in which the services first reported.

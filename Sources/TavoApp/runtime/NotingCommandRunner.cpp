@@ -27,6 +27,7 @@ public:
         child->stop();
         removeNote(note);
     }
+    void onEnd(std::function<void()> work) override { child->onEnd(std::move(work)); }
     std::optional<pid_t> processID() const override { return child->processID(); }
 
 private:

@@ -9,6 +9,7 @@
 #include <csignal>
 #include <system_error>
 #include <thread>
+#include <utility>
 #include <vector>
 
 // POSIX leaves the declaration to the program, environ(7).
@@ -170,11 +171,29 @@ void ReapedChild::reapAtExit() {
     siginfo_t info{};
     while (waitid(P_PID, static_cast<id_t>(processID), &info, WEXITED | WNOWAIT) != 0 && errno == EINTR) {
     }
-    const std::lock_guard lock(mutex);
-    int status = 0;
-    waitpid(processID, &status, 0);
-    exitCode = exitCodeOf(status);
-    ended.notify_all();
+    std::vector<std::function<void()>> toCall;
+    {
+        const std::lock_guard lock(mutex);
+        int status = 0;
+        waitpid(processID, &status, 0);
+        exitCode = exitCodeOf(status);
+        ended.notify_all();
+        toCall.swap(callbacks);
+    }
+    for (const auto& work : toCall) {
+        work();
+    }
+}
+
+void ReapedChild::onEnd(std::function<void()> work) {
+    {
+        const std::lock_guard lock(mutex);
+        if (!exitCode) {
+            callbacks.push_back(std::move(work));
+            return;
+        }
+    }
+    work();
 }
 
 bool ReapedChild::isRunning() const {

@@ -10,9 +10,11 @@
 #include <chrono>
 #include <condition_variable>
 #include <csignal>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <vector>
 
 namespace tavo {
 
@@ -61,6 +63,10 @@ public:
     /// Waits until the child has ended, at most `bound`. Gives what waitForExit() gives, or nothing when it still runs.
     std::optional<std::int32_t> waitForExit(std::chrono::milliseconds bound) const;
 
+    /// Has `work` called once the child has been reaped: on the thread that reaps it, or at once when that has happened. It
+    /// must not throw.
+    void onEnd(std::function<void()> work);
+
     pid_t pid() const { return processID; }
 
 private:
@@ -72,6 +78,7 @@ private:
     mutable std::mutex mutex;
     mutable std::condition_variable ended;
     std::optional<std::int32_t> exitCode;
+    std::vector<std::function<void()>> callbacks;
 };
 
 } // namespace tavo

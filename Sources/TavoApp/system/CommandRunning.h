@@ -4,6 +4,7 @@
 
 #include <sys/types.h>
 
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -17,6 +18,10 @@ struct RunningCommand {
 
     /// Asks the child to end (SIGTERM). Returns at once; does nothing when the child has ended already.
     virtual void stop() noexcept = 0;
+
+    /// Has `work` called once when the child has ended for whatever reason, at once when it already has. It is called on any
+    /// thread, and must not throw. Never called by a handle that has no child of its own to wait for.
+    virtual void onEnd(std::function<void()> work) { static_cast<void>(work); }
 
     /// The child's process id; absent where there is no child of this process.
     virtual std::optional<pid_t> processID() const { return std::nullopt; }

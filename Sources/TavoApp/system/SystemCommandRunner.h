@@ -18,6 +18,7 @@ public:
 
     bool isRunning() const override { return process->isRunning(); }
     void stop() noexcept override { process->terminate(); }
+    void onEnd(std::function<void()> work) override { process->onEnd(std::move(work)); }
 
     std::optional<pid_t> processID() const override { return process->pid(); }
 

@@ -8,6 +8,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <future>
 #include <system_error>
 
 namespace tavo {
@@ -75,6 +77,14 @@ TEST_F(InhibitorCommandRunnerTest, AChildThatEndsUnaskedLeavesTheBoardEmpty) {
     const auto child = start("echo logind held idle");
     EXPECT_TRUE(isSummary(""));
     EXPECT_TRUE(waitUntil([&] { return !child->isRunning(); }));
+}
+
+TEST_F(InhibitorCommandRunnerTest, TheEndOfTheChildIsTold) {
+    const auto child = start("echo logind held idle; read -r end");
+    const auto ended = std::make_shared<std::promise<void>>();
+    child->onEnd([ended] { ended->set_value(); });
+    child->stop();
+    EXPECT_EQ(ended->get_future().wait_for(std::chrono::seconds{20}), std::future_status::ready);
 }
 
 TEST_F(InhibitorCommandRunnerTest, ARefusedLockIsThrownInTheChildsOwnWords) {

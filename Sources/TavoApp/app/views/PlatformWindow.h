@@ -25,6 +25,23 @@ bool hasDisplay();
 /// Whether windows may choose where they stand.
 bool canPlaceWindows();
 
+/// The kind of window that the panel of the menu bar or tray is.
+enum class PanelKind {
+    /// Has the keyboard at once, and a click outside of it closes it, by the window system's own means.
+    popup,
+    /// Without a frame. Has the keyboard once it is the active window, and is closed when another one becomes that.
+    activeWindow,
+    /// An ordinary small window, where windows cannot be placed; closed when another one becomes active, too.
+    dialog,
+};
+PanelKind panelKind();
+
+/// Called when the panel is shown: puts it in front of all applications and gives it the keyboard, where Qt does not.
+void bringPanelToFront(QWidget& panel);
+
+/// Called when the panel was closed and no other window is shown: whoever had the keyboard before has it again.
+void giveActivationBack();
+
 /// Names the item in the menu bar for those who hear the screen, once it is shown; where Qt does not do so by itself.
 void labelStatusItem(const QString& label);
 

@@ -77,9 +77,10 @@ void TavoAppMain::tellUnsavedEdits() {
 }
 
 void TavoAppMain::orderOutKeyWindow() {
-    if (auto* panel = QApplication::activePopupWidget()) {
-        panel->hide();
+    if (auto* popup = QApplication::activePopupWidget()) {
+        popup->hide();
     }
+    menuBar->closePanel();
 }
 
 std::unique_ptr<SettingsWindowControlling> TavoAppMain::makeSettingsWindow(TavoAppModel&) {

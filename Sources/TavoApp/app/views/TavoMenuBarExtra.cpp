@@ -10,15 +10,35 @@
 #include <QKeyEvent>
 #include <QScreen>
 #include <QVBoxLayout>
+#include <QWindow>
+#include <algorithm>
 
 namespace tavo {
 
+namespace {
+
+Qt::WindowFlags flagsOf(PanelKind kind) {
+    switch (kind) {
+    case PanelKind::popup:
+        return Qt::Popup | Qt::FramelessWindowHint;
+    case PanelKind::activeWindow:
+        return Qt::Dialog | Qt::FramelessWindowHint;
+    case PanelKind::dialog:
+        break;
+    }
+    return Qt::Dialog | Qt::WindowTitleHint | Qt::WindowCloseButtonHint;
+}
+
+bool isAnyWindowShown() {
+    const auto windows = QGuiApplication::topLevelWindows();
+    return std::any_of(windows.begin(), windows.end(), [](const QWindow* window) { return window->isVisible(); });
+}
+
+} // namespace
+
 TavoMenuBarExtra::TavoMenuBarExtra(ModelObserver& observer)
     : observer(observer), toggleAction(new QAction(&contextMenu)), panelWindow(std::make_unique<QWidget>()) {
-    // A popup is closed by a click outside of it. Where windows cannot be placed it would have no place: it is an ordinary
-    // small window there, which closes when another one gets the keyboard.
-    panelWindow->setWindowFlags(canPlaceWindows() ? Qt::Popup | Qt::FramelessWindowHint
-                                                  : Qt::Dialog | Qt::WindowTitleHint | Qt::WindowCloseButtonHint);
+    panelWindow->setWindowFlags(flagsOf(panelKind()));
     panelWindow->setWindowTitle(QStringLiteral("tavo"));
     panelWindow->setObjectName(QStringLiteral("panel"));
     auto* view = new TavoMenuBarView(
@@ -89,11 +109,24 @@ void TavoMenuBarExtra::togglePanel() {
     panelWindow->show();
     panelWindow->raise();
     panelWindow->activateWindow();
+    bringPanelToFront(*panelWindow);
     panelWindow->setFocus(Qt::PopupFocusReason);
 }
 
 void TavoMenuBarExtra::closePanel() {
+    if (!panelWindow->isVisible()) {
+        return;
+    }
     panelWindow->hide();
+    // Not before it is known whether what closed it shows another window, as the settings do.
+    QMetaObject::invokeMethod(
+        this,
+        [] {
+            if (!isAnyWindowShown()) {
+                giveActivationBack();
+            }
+        },
+        Qt::QueuedConnection);
 }
 
 bool TavoMenuBarExtra::eventFilter(QObject* watched, QEvent* event) {
@@ -101,7 +134,7 @@ bool TavoMenuBarExtra::eventFilter(QObject* watched, QEvent* event) {
         closePanel();
         return true;
     }
-    if (event->type() == QEvent::WindowDeactivate && !canPlaceWindows()) {
+    if (event->type() == QEvent::WindowDeactivate && panelKind() != PanelKind::popup) {
         closePanel();
     }
     if (event->type() == QEvent::PaletteChange) {

@@ -19,6 +19,7 @@ public:
 
     /// Opens the panel, or closes it.
     void togglePanel();
+    void closePanel();
 
     QWidget& panel() const { return *panelWindow; }
     const QSystemTrayIcon& item() const { return tray; }
@@ -31,7 +32,6 @@ private:
     void showModel(ModelChanges changes);
     void showIcon();
     void fillMenu();
-    void closePanel();
 
     ModelObserver& observer;
     QSystemTrayIcon tray;

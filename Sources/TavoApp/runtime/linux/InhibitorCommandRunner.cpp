@@ -105,6 +105,8 @@ public:
         board->close(token);
     }
 
+    void onEnd(std::function<void()> work) override { process->onEnd(std::move(work)); }
+
 private:
     std::shared_ptr<ReapedChild> process;
     FileDescriptor input;
@@ -166,8 +168,8 @@ std::shared_ptr<RunningCommand> InhibitorCommandRunner::start(const ShellCommand
                 board->record(token, std::move(*report));
             }
         }
-        board->close(token);
     }).detach();
+    handle->onEnd([board = board, token] { board->close(token); });
     return handle;
 }
 

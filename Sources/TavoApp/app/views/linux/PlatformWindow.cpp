@@ -41,6 +41,14 @@ bool canPlaceWindows() {
     return !QGuiApplication::platformName().startsWith(QStringLiteral("wayland"));
 }
 
+PanelKind panelKind() {
+    return canPlaceWindows() ? PanelKind::popup : PanelKind::dialog;
+}
+
+void bringPanelToFront(QWidget&) {}
+
+void giveActivationBack() {}
+
 // A tray knows the name of the application.
 void labelStatusItem(const QString&) {}
 

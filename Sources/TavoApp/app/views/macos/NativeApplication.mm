@@ -49,6 +49,24 @@ void useRegularActivationPolicy() {
     [[NSApplication sharedApplication] setActivationPolicy:NSApplicationActivationPolicyRegular];
 }
 
+void whenLaunched(std::function<void()> work) {
+    @autoreleasepool {
+        if ([[NSRunningApplication currentApplication] isFinishedLaunching]) {
+            work();
+            return;
+        }
+        TavoApplicationObserver* observer = [[TavoApplicationObserver alloc] initWithHandler:std::move(work)];
+        [[NSNotificationCenter defaultCenter] addObserver:observer
+                                                 selector:@selector(handleNotification:)
+                                                     name:NSApplicationDidFinishLaunchingNotification
+                                                   object:nil];
+    }
+}
+
+void hideApplication() {
+    [[NSApplication sharedApplication] hide:nil];
+}
+
 void observeReopen(std::function<void()> onReopen) {
     TavoApplicationObserver* observer = [[TavoApplicationObserver alloc] initWithHandler:std::move(onReopen)];
     [[NSAppleEventManager sharedAppleEventManager] setEventHandler:observer

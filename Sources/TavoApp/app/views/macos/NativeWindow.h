@@ -11,4 +11,8 @@ void prepareNativeWindow(void* view);
 /// applications.
 void bringNativeWindowToFront(void* view);
 
+/// Shows the panel above everything, also beside an application that fills the screen, and gives it the keyboard.
+/// @param view  the NSView that the panel shows.
+void bringNativePanelToFront(void* view);
+
 } // namespace tavo

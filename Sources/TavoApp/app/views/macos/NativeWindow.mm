@@ -43,9 +43,28 @@ void bringNativeWindowToFront(void* view) {
         if (key != nil && key != window) {
             [key orderOut:nil];
         }
+        [[NSApplication sharedApplication] unhide:nil];
         [window makeKeyAndOrderFront:nil];
         [[NSApplication sharedApplication] activateIgnoringOtherApps:YES];
         [window orderFrontRegardless];
+    }
+}
+
+void bringNativePanelToFront(void* view) {
+    @autoreleasepool {
+        NSApplication* application = [NSApplication sharedApplication];
+        NSWindow* window = [static_cast<NSView*>(view) window];
+        [window setLevel:NSPopUpMenuWindowLevel];
+        NSWindowCollectionBehavior behaviour = NSWindowCollectionBehaviorMoveToActiveSpace;
+        behaviour |= NSWindowCollectionBehaviorTransient;
+        behaviour |= NSWindowCollectionBehaviorIgnoresCycle;
+        behaviour |= NSWindowCollectionBehaviorFullScreenAuxiliary;
+        [window setCollectionBehavior:behaviour];
+        [application unhideWithoutActivation];
+        // Before the application is active: else the screen might turn to where its other windows are.
+        [window orderFrontRegardless];
+        [application activateIgnoringOtherApps:YES];
+        [window makeKeyAndOrderFront:nil];
     }
 }
 

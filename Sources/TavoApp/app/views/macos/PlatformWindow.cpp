@@ -1,8 +1,10 @@
 #include "app/views/PlatformWindow.h"
 
 #include "app/views/macos/NativeApplication.h"
+#include "app/views/macos/NativeView.h"
 #include "app/views/macos/NativeWindow.h"
 
+#include <QGuiApplication>
 #include <QWidget>
 #include <utility>
 
@@ -10,23 +12,31 @@ namespace tavo {
 
 namespace {
 
-void* viewOf(const QWidget& window) {
-    return reinterpret_cast<void*>(window.winId());
+/// Has `work` done with the window's native view, where there is one.
+void withView(const QWidget& window, void (*work)(void* view)) {
+    if (void* const view = nativeView(window, QGuiApplication::platformName())) {
+        work(view);
+    }
 }
 
 } // namespace
 
+void* nativeView(const QWidget& window, const QString& windowSystem) {
+    return windowSystem == QStringLiteral("cocoa") ? reinterpret_cast<void*>(window.winId()) : nullptr;
+}
+
 void preparePlatformApplication(std::function<void()> onReopen) {
     useRegularActivationPolicy();
-    observeReopen(std::move(onReopen));
+    // AppKit puts a handler of its own in the place of an earlier one while it launches.
+    whenLaunched([onReopen = std::move(onReopen)] { observeReopen(onReopen); });
 }
 
 void preparePlatformWindow(QWidget& window) {
-    prepareNativeWindow(viewOf(window));
+    withView(window, prepareNativeWindow);
 }
 
 void bringPlatformWindowToFront(QWidget& window) {
-    bringNativeWindowToFront(viewOf(window));
+    withView(window, bringNativeWindowToFront);
 }
 
 bool hasDisplay() {
@@ -35,6 +45,19 @@ bool hasDisplay() {
 
 bool canPlaceWindows() {
     return true;
+}
+
+// A popup never becomes the key window while another application is active, as is usual when the menu bar is clicked.
+PanelKind panelKind() {
+    return PanelKind::activeWindow;
+}
+
+void bringPanelToFront(QWidget& panel) {
+    withView(panel, bringNativePanelToFront);
+}
+
+void giveActivationBack() {
+    hideApplication();
 }
 
 void labelStatusItem(const QString& label) {

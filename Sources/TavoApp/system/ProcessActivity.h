@@ -1,0 +1,22 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+namespace tavo {
+
+/// Ends with the object.
+struct ProcessActivity {
+    virtual ~ProcessActivity() = default;
+};
+
+/// Where the system slows down a program that shows no window, as App Nap does on a Mac: tells it that this one is at work.
+struct ProcessActivityStarting {
+    virtual ~ProcessActivityStarting() = default;
+
+    /// While the result lives, the timers of this process fire on time. It keeps neither the machine nor the screen awake.
+    /// @param reason  for whoever looks at what the system lists.
+    [[nodiscard]] virtual std::unique_ptr<ProcessActivity> begin(const std::string& reason) = 0;
+};
+
+} // namespace tavo

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace tavo {
+
+/// Stands in for AppKit: notes what the views of a Mac ask of it.
+struct StandInNative {
+    static StandInNative& shared();
+
+    std::vector<std::string> asked;
+
+    /// Whether the application has finished launching.
+    bool hasLaunched = false;
+
+    /// To be done once it has.
+    std::function<void()> onLaunched;
+
+    /// Done by a click on the icon in the Dock.
+    std::function<void()> onReopen;
+};
+
+} // namespace tavo
