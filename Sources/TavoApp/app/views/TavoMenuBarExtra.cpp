@@ -114,10 +114,13 @@ void TavoMenuBarExtra::togglePanel() {
 }
 
 void TavoMenuBarExtra::closePanel() {
-    if (!panelWindow->isVisible()) {
+    // A window that goes is no longer active either, which leads back here before it has gone.
+    if (isClosing || !panelWindow->isVisible()) {
         return;
     }
+    isClosing = true;
     panelWindow->hide();
+    isClosing = false;
     // Not before it is known whether what closed it shows another window, as the settings do.
     QMetaObject::invokeMethod(
         this,

@@ -38,6 +38,7 @@ private:
     QMenu contextMenu;
     QAction* toggleAction;
     std::unique_ptr<QWidget> panelWindow;
+    bool isClosing = false;
     AwakeEndWatch awakeEnd;
 };
 
