@@ -45,8 +45,8 @@ private:
 } // namespace
 
 HelperService::HelperService(std::shared_ptr<OverrideKeeper> keeper, Admission admission, std::function<void()> reset,
-                             const Log& log)
-    : keeper(std::move(keeper)), admission(std::move(admission)), reset(std::move(reset)),
+                             const Log& log, std::shared_ptr<TimeBudget> budget)
+    : keeper(std::move(keeper)), admission(std::move(admission)), reset(std::move(reset)), budget(std::move(budget)),
       grants(std::make_shared<BoundedLog>(log)), removals(std::make_shared<BoundedLog>(log)),
       refusals(std::make_shared<BoundedLog>(log)) {}
 
@@ -76,6 +76,10 @@ PrivilegedHelperReply HelperService::serve(const HelperCaller& caller, std::stri
     }
     if (auto message = refusalOfLength(body.size())) {
         return {std::nullopt, std::move(message)};
+    }
+    std::optional<TimeBudget::Request> request;
+    if (budget) {
+        request.emplace(*budget);
     }
     const auto controller = std::make_shared<OwnedSleepController>(keeper, caller, *grants, *refusals);
     auto reply = PrivilegedHelperCommandDispatcher(controller, [&] { remove(caller); }).reply(body);

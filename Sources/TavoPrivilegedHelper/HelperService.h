@@ -4,6 +4,7 @@
 #include "TavoPrivilegedHelper/OverrideKeeper.h"
 #include "helper/PrivilegedHelperReply.h"
 #include "helper/ProcessIdentity.h"
+#include "helper/TimeBudget.h"
 
 #include <sys/types.h>
 
@@ -37,8 +38,9 @@ public:
 
     /// @param reset  has the helper removed, or throws.
     /// @param log    gets a line for all that is granted, given back, removed or refused, at a bounded rate.
+    /// @param budget  bounds what is waited for in a request's name, where there is one.
     HelperService(std::shared_ptr<OverrideKeeper> keeper, Admission admission, std::function<void()> reset,
-                  const Log& log);
+                  const Log& log, std::shared_ptr<TimeBudget> budget = {});
 
     /// Of a user whom the helper is not for.
     static std::string notServed(uid_t user);
@@ -63,6 +65,7 @@ private:
     std::shared_ptr<OverrideKeeper> keeper;
     Admission admission;
     std::function<void()> reset;
+    std::shared_ptr<TimeBudget> budget;
 
     /// Each bounded on its own: strangers who are refused must not hide what was granted, nor grants a removal.
     std::shared_ptr<BoundedLog> grants;

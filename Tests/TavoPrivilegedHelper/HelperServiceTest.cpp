@@ -142,5 +142,20 @@ TEST_F(Service, ResetsAndSaysWhenThatFails) {
     EXPECT_EQ(resets, 2);
 }
 
+TEST_F(Service, ARequestHasATimeBudgetAndNothingElseHas) {
+    constexpr std::chrono::milliseconds usual{2000};
+    const auto budget = std::make_shared<TimeBudget>(std::chrono::milliseconds(500));
+    const HelperService bounded(
+        keeper, [](uid_t) { return std::nullopt; }, [] {}, [](const std::string&) {}, budget);
+    std::vector<std::chrono::milliseconds> bounds;
+    setting->onCall = [&] { bounds.push_back(budget->boundOf(usual)); };
+    bounded.serve(caller, R"({"setSleepDisabled":{"scope":"ac","disabled":true}})");
+    ASSERT_EQ(bounds.size(), 1U);
+    EXPECT_LE(bounds[0], std::chrono::milliseconds(500));
+    processes->end(caller.process);
+    ASSERT_EQ(bounds.size(), 2U);
+    EXPECT_EQ(bounds[1], usual);
+}
+
 } // namespace
 } // namespace tavo

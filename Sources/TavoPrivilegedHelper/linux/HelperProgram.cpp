@@ -18,6 +18,7 @@
 #include <asio/signal_set.hpp>
 #include <fmt/format.h>
 
+#include <chrono>
 #include <csignal>
 #include <thread>
 #include <utility>
@@ -32,10 +33,14 @@ constexpr int attemptsToUndo = 5;
 
 constexpr uid_t root = 0;
 
+/// What logind may take for one request. Shorter than callers wait.
+constexpr std::chrono::milliseconds longestRequest{3000};
+
 } // namespace
 
 HelperProgram::HelperProgram(std::optional<uid_t> user, Log log)
-    : user(user), log(log), logind(std::make_shared<LogindLidSwitch>()),
+    : user(user), log(log), budget(std::make_shared<TimeBudget>(longestRequest)),
+      logind(std::make_shared<LogindLidSwitch>(budget)),
       setting(std::make_shared<LogindSleepController>(logind, LogindSleepController::systemDropInFolder(), log)),
       keeper(std::make_shared<OverrideKeeper>(
           setting, SleepOverrideJournal(SystemdServiceSetup().overrideJournal()),
@@ -53,7 +58,7 @@ void HelperProgram::serve(const std::function<void()>& ready) {
                                                 std::make_shared<SystemdServiceSetup>(), helperRemovalDelay);
     SingleRemoval removal([&resetter] { resetter.requestReset(); });
     const auto service = std::make_shared<HelperService>(
-        keeper, [this](uid_t caller) { return refusal(caller); }, [&removal] { removal.request(); }, log);
+        keeper, [this](uid_t caller) { return refusal(caller); }, [&removal] { removal.request(); }, log, budget);
     const auto isServed = [this](uid_t caller) { return caller == root || !refusal(caller); };
     const LoginWatch logins(loop, [this, isServed] { keeper->endUnserved(isServed); });
     keeper->endUnserved(isServed);

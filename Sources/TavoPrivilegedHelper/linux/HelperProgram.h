@@ -1,6 +1,7 @@
 #pragma once
 
 #include "TavoPrivilegedHelper/OverrideKeeper.h"
+#include "helper/TimeBudget.h"
 #include "helper/linux/LogindSleepController.h"
 
 #include <asio/io_context.hpp>
@@ -39,6 +40,7 @@ private:
     std::optional<uid_t> user;
     Log log;
     asio::io_context loop{1};
+    std::shared_ptr<TimeBudget> budget;
     std::shared_ptr<LidSwitchManaging> logind;
     std::shared_ptr<LogindSleepController> setting;
     std::shared_ptr<OverrideKeeper> keeper;

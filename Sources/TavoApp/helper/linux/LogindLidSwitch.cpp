@@ -16,21 +16,25 @@ constexpr const char* lockReason = "the computer stays awake with its lid closed
 
 } // namespace
 
+std::chrono::milliseconds LogindLidSwitch::bound() const {
+    return budget ? budget->boundOf(BusConnection::usualBound) : BusConnection::usualBound;
+}
+
 LidSwitchActions LogindLidSwitch::actions() const {
-    const LogindClient logind;
+    const LogindClient logind(bound());
     return {logind.text("HandleLidSwitch"), logind.text("HandleLidSwitchExternalPower")};
 }
 
 void LogindLidSwitch::rereadConfiguration() const {
-    LogindClient().rereadConfiguration();
+    LogindClient(bound()).rereadConfiguration();
 }
 
 FileDescriptor LogindLidSwitch::takeSleepLock() const {
-    return LogindClient().takeLock("sleep", lockReason, lockHolder);
+    return LogindClient(bound()).takeLock("sleep", lockReason, lockHolder);
 }
 
 LidSituation LogindLidSwitch::situation() const {
-    const LogindClient logind;
+    const LogindClient logind(bound());
     const auto blocked = ":" + logind.text("BlockInhibited") + ":";
     return {.isLidClosed = logind.flag("LidClosed"),
             .isOnExternalPower = logind.flag("OnExternalPower"),
@@ -48,7 +52,7 @@ void LogindLidSwitch::sleep(const std::string& action) const {
          {"suspend-then-hibernate", "SuspendThenHibernate"}}};
     for (const auto& [word, method] : methods) {
         if (action == word) {
-            LogindClient().requestSleep(method);
+            LogindClient(bound()).requestSleep(method);
         }
     }
 }

@@ -12,8 +12,6 @@ namespace tavo {
 
 namespace {
 
-constexpr std::uint64_t callBoundMicroseconds = 2000000;
-
 /// An error that sd-bus fills in.
 struct ErrorReply {
     ErrorReply() = default;
@@ -57,24 +55,24 @@ void BusConnection::Closer::operator()(sd_bus* bus) const {
     sd_bus_flush_close_unref(bus);
 }
 
-BusConnection BusConnection::bounded(sd_bus* bus) {
-    BusConnection connection(bus);
+BusConnection BusConnection::bounded(sd_bus* bus, std::chrono::microseconds callBound) {
+    BusConnection connection(bus, callBound);
     // For the calls that sd-bus makes by itself.
-    checkBusResult(sd_bus_set_method_call_timeout(bus, callBoundMicroseconds),
+    checkBusResult(sd_bus_set_method_call_timeout(bus, static_cast<std::uint64_t>(callBound.count())),
                    "could not bound the calls on the message bus");
     return connection;
 }
 
-BusConnection BusConnection::openSystem() {
+BusConnection BusConnection::openSystem(std::chrono::milliseconds callBound) {
     sd_bus* bus = nullptr;
     checkBusResult(sd_bus_open_system(&bus), "there is no system message bus");
-    return bounded(bus);
+    return bounded(bus, callBound);
 }
 
 BusConnection BusConnection::openSession() {
     sd_bus* bus = nullptr;
     checkBusResult(sd_bus_open_user(&bus), "there is no session message bus");
-    return bounded(bus);
+    return bounded(bus, usualBound);
 }
 
 bool BusConnection::hasOwner(const std::string& name) const {
@@ -113,7 +111,8 @@ BusMessageHandle BusConnection::call(BusMessageHandle request, const std::string
     checkBusResult(sd_bus_message_set_auto_start(request.get(), 0), attempt);
     ErrorReply reply;
     sd_bus_message* answer = nullptr;
-    const int result = sd_bus_call(bus.get(), request.get(), callBoundMicroseconds, &reply.error, &answer);
+    const int result =
+        sd_bus_call(bus.get(), request.get(), static_cast<std::uint64_t>(callBound.count()), &reply.error, &answer);
     if (result < 0) {
         throw failure(attempt, result, &reply.error);
     }

@@ -4,6 +4,7 @@
 
 #include <sys/types.h>
 
+#include <chrono>
 #include <memory>
 #include <optional>
 #include <string>
@@ -46,8 +47,10 @@ void checkBusResult(int result, const std::string& attempt);
 /// A connection to the system's or the session's message bus, sd-bus(3). Every call is bounded and starts no service.
 class BusConnection {
 public:
-    /// @throws BusError when there is no such bus.
-    static BusConnection openSystem();
+    static constexpr std::chrono::milliseconds usualBound{2000};
+
+    /// @param callBound  of each call. @throws BusError when there is no such bus.
+    static BusConnection openSystem(std::chrono::milliseconds callBound = usualBound);
     static BusConnection openSession();
 
     /// Whether somebody owns the name now. @throws BusError.
@@ -72,13 +75,14 @@ private:
     struct Closer {
         void operator()(sd_bus* bus) const;
     };
-    explicit BusConnection(sd_bus* bus) : bus(bus) {}
-    static BusConnection bounded(sd_bus* bus);
+    BusConnection(sd_bus* bus, std::chrono::microseconds callBound) : bus(bus), callBound(callBound) {}
+    static BusConnection bounded(sd_bus* bus, std::chrono::microseconds callBound);
 
     /// The answer, opened up to the value. @throws BusError, also when the property is of another type.
     BusMessageHandle property(const BusTarget& target, const char* name, const char* type) const;
 
     std::unique_ptr<sd_bus, Closer> bus;
+    std::chrono::microseconds callBound;
 };
 
 } // namespace tavo

@@ -4,6 +4,7 @@
 #include "system/HeldAssertionsProviding.h"
 #include "system/linux/BusConnection.h"
 
+#include <chrono>
 #include <optional>
 #include <string>
 #include <vector>
@@ -13,8 +14,9 @@ namespace tavo {
 /// Talks to logind, org.freedesktop.login1(5).
 class LogindClient {
 public:
-    /// @throws BusError when there is no system bus.
-    LogindClient() : bus(BusConnection::openSystem()) {}
+    /// @param callBound  of each call. @throws BusError when there is no system bus.
+    explicit LogindClient(std::chrono::milliseconds callBound = BusConnection::usualBound)
+        : bus(BusConnection::openSystem(callBound)) {}
 
     /// The block locks that cover sleep or idleness. @throws BusError when logind does not answer.
     std::vector<HeldAssertion> blockingLocks() const;
