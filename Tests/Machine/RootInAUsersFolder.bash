@@ -39,12 +39,15 @@ export HOME=~alice XDG_CONFIG_HOME=~alice/.config
 export DBUS_SESSION_BUS_ADDRESS=unixexec:path=$HOME/bin/bus
 export AT_SPI_BUS_ADDRESS=$DBUS_SESSION_BUS_ADDRESS DBUS_SYSTEM_BUS_ADDRESS=$DBUS_SESSION_BUS_ADDRESS
 ENVIRONMENT
-# withSudo COMMAND...: as alice, who keeps her environment. withSu COMMAND...: as su in a shell of alice's, which asks no
-# password of root.
+# withSudo COMMAND..., withSu COMMAND...: as alice, who becomes root and keeps her environment.
 withSudo() {
     runWithoutSession alice bash -c '. /run/environment.bash; exec sudo -E env HOME="$HOME" "$@"' bash "$@" 2>&1
 }
-withSu() { bash -c '. /run/environment.bash; exec su --preserve-environment root -c "\"\$0\" \"\$@\"" -- "$@"' bash "$@" 2>&1; }
+sed -i '1i auth sufficient pam_permit.so' /etc/pam.d/su
+withSu() {
+    runWithoutSession alice bash -c '. /run/environment.bash; exec su --preserve-environment root -c "\"\$0\" \"\$@\"" -- "$@"' \
+        bash "$@" 2>&1
+}
 
 # The preparation works: an ordinary client of the bus does run the program.
 withSudo busctl --user list >/dev/null || true
