@@ -11,7 +11,8 @@ expectContains "$("$TAVO_BIN/tavoctl" --root "$root" status)" "waiting for $need
 
 bash -c 'exec -a "$0" sleep infinity' "$needle" &
 watched=$!
-isWatched() { "$TAVO_BIN/tavoctl" processes --command "$needle" | grep -q "^ *$watched "; }
+# By the name that the test asks for below: until it has become sleep, it is a bash with the same words.
+isWatched() { "$TAVO_BIN/tavoctl" processes --command "$needle" | grep -q "^ *$watched  *sleep "; }
 expectWithin "$soon" isWatched
 reevaluate
 expectHeld 'sleep:idle block'

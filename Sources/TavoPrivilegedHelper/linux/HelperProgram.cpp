@@ -1,5 +1,6 @@
 #include "TavoPrivilegedHelper/linux/HelperProgram.h"
 
+#include "TavoPrivilegedHelper/AbsenceConfirmation.h"
 #include "TavoPrivilegedHelper/HelperMain.h"
 #include "TavoPrivilegedHelper/HelperService.h"
 #include "TavoPrivilegedHelper/SingleRemoval.h"
@@ -60,8 +61,10 @@ void HelperProgram::serve(const std::function<void()>& ready) {
     const auto service = std::make_shared<HelperService>(
         keeper, [this](uid_t caller) { return refusal(caller); }, [&removal] { removal.request(); }, log, budget);
     const auto isServed = [this](uid_t caller) { return caller == root || !refusal(caller); };
-    const LoginWatch logins(loop, [this, isServed] { keeper->endUnserved(isServed); });
-    keeper->endUnserved(isServed);
+    AbsenceConfirmation absence(std::make_shared<AsioHelperTimers>(loop), isServed,
+                                [this](const auto& isPresent) { keeper->endUnserved(isPresent); });
+    const LoginWatch logins(loop, [&absence] { absence.check(); });
+    absence.check();
     {
         const HelperListener listener(loop, SocketPrivilegedHelperClient::systemSocket(), service,
                                       std::make_shared<PeerIdentification>());
