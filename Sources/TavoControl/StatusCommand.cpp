@@ -28,13 +28,13 @@ public:
         }
     }
 
-    /// What the running Tavo or a child of its holds.
+    /// Held by the running Tavo or a child of it.
     bool isHeldBy(std::int32_t owner, const HeldAssertion& assertion) const {
         const auto holder = processes.find(assertion.pid);
         return assertion.pid == owner || (holder != processes.end() && holder->second.parentPID == owner);
     }
 
-    /// What a Tavo that is no more has left: nobody's child holds it.
+    /// Left by a Tavo that has ended: nobody's child holds it.
     bool isLeftOver(const HeldAssertion& assertion) const {
         if (platform.orphanedAssertion) {
             return platform.orphanedAssertion() == assertion.pid;

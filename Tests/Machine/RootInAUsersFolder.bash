@@ -57,7 +57,7 @@ rm /run/ran-as-root
 for become in withSudo withSu; do
     expectContains "$("$become" sh -c 'id -u; echo "$XDG_CONFIG_HOME"' | tr '\n' ' ')" "0 /home/alice/.config" "$become"
     "$become" "$TAVO_BIN/tavoctl" preset codex >/dev/null
-    expectContains "$(cat /root/.config/Tavo/config.json)" '"codex"' "root's own configuration"
+    expectContains "$(cat ~root/.config/Tavo/config.json)" '"codex"' "root's own configuration"
     expectNothingPlanted "$become tavoctl preset"
     "$become" env -u DBUS_SYSTEM_BUS_ADDRESS "$TAVO_BIN/tavoctl" doctor >/run/doctor.out || true
     expectContains "$(cat /run/doctor.out)" "ok           idle lock" doctor
@@ -71,7 +71,7 @@ for become in withSudo withSu; do
     expectContains "$refusal" "root does not use $folder, since the folder /home/alice belongs to another user (user id \
 $(id -u alice)): run tavo as the user who owns it, or name a folder of root's own with --root." "the refusal"
     expectNothingPlanted "$become tavoctl --root"
-    rm -r /root/.config/Tavo
+    rm -r ~root/.config/Tavo
 done
 
 # It holds its lock, and tells no desktop.
@@ -79,24 +79,24 @@ bash -c '. /run/environment.bash; unset DBUS_SYSTEM_BUS_ADDRESS; exec "$TAVO_BIN
     >/run/out 2>/run/err </dev/null &
 run=$!
 expectHeld 'sleep:idle block'
-stateSays /root/.config/Tavo active || fail "root's state lies elsewhere"
+stateSays ~root/.config/Tavo active || fail "root's state lies elsewhere"
 endRun TERM
 expectNothingPlanted "tavoctl run"
 
 # The helper is installed for alice, her configuration is left alone, and nothing is staged in a folder of hers or root's.
-rm -rf /root/.config/Tavo
+rm -rf ~root/.config/Tavo
 said=$(withSudo env -u DBUS_SYSTEM_BUS_ADDRESS "$TAVO_BIN/tavoctl" helper install) || fail "no installation: $said"
 expectContains "$said" "the configuration of the user who called sudo is left as it is" "the installation"
 expectContains "$(cat "$unitFile")" " --user $(id -u alice)" "who is served"
 expectNothingPlanted "tavoctl helper install"
-[ ! -e /root/.config/Tavo ] || fail "the installation used root's folder"
+[ ! -e ~root/.config/Tavo ] || fail "the installation used root's folder"
 [ -z "$(find /tmp -maxdepth 1 -name 'tavo-*')" ] || fail "something staged is left"
 control helper uninstall >/dev/null
 
 # A file of alice's in a folder of root's stays hers.
-mkdir -p /root/.config/Tavo
-chmod 700 /root/.config/Tavo
+mkdir -p ~root/.config/Tavo
+chmod 700 ~root/.config/Tavo
 "$TAVO_BIN/tavoctl" preset codex >/dev/null
-chown alice:alice /root/.config/Tavo/config.json
+chown alice:alice ~root/.config/Tavo/config.json
 "$TAVO_BIN/tavoctl" preset always >/dev/null
-expectEqual "alice:alice 600" "$(stat -c '%U:%G %a' /root/.config/Tavo/config.json)" "the owner of a replaced file"
+expectEqual "alice:alice 600" "$(stat -c '%U:%G %a' ~root/.config/Tavo/config.json)" "the owner of a replaced file"

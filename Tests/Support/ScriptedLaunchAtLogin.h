@@ -32,7 +32,7 @@ public:
     /// Thrown by every change while it is set.
     std::exception_ptr failure;
 
-    /// What happens while a change is under way.
+    /// Runs while a change is under way.
     std::function<void()> onChange = [] {};
 
 private:

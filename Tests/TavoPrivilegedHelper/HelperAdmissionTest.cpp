@@ -21,7 +21,7 @@ class Admission : public testing::Test {
 protected:
     void SetUp() override { processes->start(process); }
 
-    /// What a caller sends and gets.
+    /// A caller's message and its answer.
     PrivilegedHelperReply ask(HelperVisit& visit, const std::string& body) {
         if (const auto refusal = visit.receive(body.size())) {
             return *refusal;

@@ -107,7 +107,7 @@ TEST(AtomicFile, AFileBeyondTheLimitIsRefusedHoweverLongItIs) {
     const auto path = folder.write("file", "12345");
     EXPECT_EQ(readWholeFile(path, 5), "12345");
     for (const std::uintmax_t size : {std::uintmax_t{6}, std::uintmax_t{1} << 40U}) {
-        std::filesystem::resize_file(path, size); // a hole takes no room on the disk
+        std::filesystem::resize_file(path, size); // a hole takes no space on the disk
         try {
             readWholeFile(path, 5);
             FAIL() << size << " bytes passed";

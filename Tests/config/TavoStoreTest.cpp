@@ -213,7 +213,7 @@ TEST_F(TavoStoreTest, AFileBeyondOneMebibyteIsRefusedAndKeptAside) {
     const auto valid = configText();
     writeConfig(valid + std::string((std::size_t{1} << 20U) - valid.size(), ' '));
     EXPECT_EQ(store.loadConfig(), AppConfig::defaultConfig());
-    std::filesystem::resize_file(root / "config.json", std::uintmax_t{1} << 40U); // a hole takes no room on the disk
+    std::filesystem::resize_file(root / "config.json", std::uintmax_t{1} << 40U); // a hole takes no space on the disk
     try {
         store.loadConfig();
         FAIL() << "a file of a tebibyte passed";

@@ -52,7 +52,7 @@ private:
     Variables before;
 };
 
-/// What all categories but LC_CTYPE say.
+/// The value of all categories but LC_CTYPE.
 Variables withOthers(const std::string& locale, Variables added) {
     for (const auto* name : {"LC_COLLATE", "LC_MESSAGES", "LC_MONETARY", "LC_NUMERIC", "LC_TIME"}) {
         added.emplace(name, locale);

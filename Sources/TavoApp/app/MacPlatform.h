@@ -5,7 +5,7 @@
 
 namespace tavo {
 
-/// What prepareChildEnvironment() does on a Mac.
+/// The Mac's part of prepareChildEnvironment().
 void prepareMacChildEnvironment();
 
 /// The collaborators of a Mac: its command lines, its property lists, its power sources through functions that are looked up

@@ -64,7 +64,7 @@ public:
     void lookAround();
 
     /// Switches off, leaving unsaved edits alone; or switches on with the always trigger, on the present power source,
-    /// in the place of any unsaved edits. Which of the two is decided by config() as it stands, which the control that calls
+    /// replacing any unsaved edits. Which of the two is decided by config() as it stands, which the control that calls
     /// this is labelled by, even when the file is found to say otherwise.
     void toggleEnabled();
 

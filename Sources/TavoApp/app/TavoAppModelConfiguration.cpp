@@ -44,7 +44,7 @@ struct TavoAppModel::PendingSave {
     AppConfig config;
     AppConfig draft;
 
-    /// What became of launch at login.
+    /// The failure of launch at login, if there was one.
     ErrorText error;
 };
 

@@ -16,7 +16,7 @@ public:
     struct File {
         std::filesystem::path installed;
 
-        /// What it has to hold afterwards.
+        /// Its expected content afterwards.
         std::string meant;
     };
 

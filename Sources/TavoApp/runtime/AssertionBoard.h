@@ -42,7 +42,7 @@ struct AssertionReport {
 /// Reads one line of the assertion's child; gives nothing for any other text.
 std::optional<AssertionReport> parseAssertionReport(std::string_view line);
 
-/// What the running assertion's child holds, in its own words or by its command line. Its members may be called from any thread.
+/// The locks of the running assertion's child, in its own words or by its command line. May be called from any thread.
 class AssertionBoard {
 public:
     /// Stands for one child. What an earlier child still says is dropped.

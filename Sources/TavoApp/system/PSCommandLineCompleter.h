@@ -29,7 +29,7 @@ public:
     /// @throws what the decorated provider throws.
     ProcessSnapshot snapshot(TimePoint at) override;
 
-    /// What the second run says of one process. The view points into its output.
+    /// One process in the second run's output. The view points into that output.
     struct Details {
         bool hasEnded = false;
         std::string_view commandLine;

@@ -65,7 +65,7 @@ private:
 /// Reads a descriptor to its end. An error counts as the end.
 std::string readToEnd(const FileDescriptor& descriptor);
 
-/// What a child has written, in the form that ShellCommandResult has it.
+/// A child's output in the form that ShellCommandResult has it.
 std::string decodedOutput(std::string_view bytes);
 
 } // namespace tavo

@@ -34,7 +34,7 @@ constexpr int attemptsToUndo = 5;
 
 constexpr uid_t root = 0;
 
-/// What logind may take for one request. Shorter than callers wait.
+/// How long logind may take for one request. Shorter than callers wait.
 constexpr std::chrono::milliseconds longestRequest{3000};
 
 } // namespace

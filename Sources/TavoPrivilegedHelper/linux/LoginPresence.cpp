@@ -28,7 +28,7 @@ bool isPresent(uid_t user) {
     return result >= 0 && state && isPresence(state.get());
 }
 
-/// What the loop waits on. Its callbacks do nothing once it has gone.
+/// The loop waits on this. Its callbacks do nothing once it has gone.
 class LoginWatch::Monitor {
 public:
     Monitor(asio::io_context& loop, sd_login_monitor* monitor, const std::function<void()>& onChange)

@@ -11,7 +11,7 @@
 
 namespace tavo {
 
-/// What the kernel says about the process at the other end of a connection. Its answers come in pieces, between which a
+/// The kernel's word about the process at the other end of a connection. Its answers come in pieces, between which a
 /// process may end and its number go to another one.
 struct PeerKernel {
     virtual ~PeerKernel() = default;

@@ -56,7 +56,7 @@ void endAfterDeadline(NSXPCConnection* connection, const std::shared_ptr<HelperV
         return;
     }
     NSXPCConnection* const connection = [NSXPCConnection currentConnection];
-    // What the callers change is changed on one queue. Nobody waits for that here: a connection that waited would not be told
+    // All changes for callers are made on one queue. Nobody waits for that here: a connection that waited would not be told
     // that its caller has hung up.
     dispatch_async(dispatch_get_main_queue(), ^{
       @autoreleasepool {

@@ -27,7 +27,7 @@ void* nativeView(const QWidget& window, const QString& windowSystem) {
 
 void preparePlatformApplication(std::function<void()> onReopen) {
     useRegularActivationPolicy();
-    // AppKit puts a handler of its own in the place of an earlier one while it launches.
+    // AppKit puts a handler of its own over an earlier one while it launches.
     whenLaunched([onReopen = std::move(onReopen)] { observeReopen(onReopen); });
 }
 
