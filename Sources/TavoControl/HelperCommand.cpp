@@ -8,6 +8,7 @@
 #include "base/ErrorText.h"
 #include "base/PrintError.h"
 #include "base/Text.h"
+#include "config/AtomicFile.h"
 
 #include <fmt/format.h>
 #include <unistd.h>
@@ -36,6 +37,19 @@ std::optional<std::string> installedVersion(const Platform& platform) {
         // A file that cannot be run has no version; its state says the rest.
     }
     return std::nullopt;
+}
+
+/// The service definition that is installed, if it is not what this build installs, or cannot be read.
+std::optional<std::filesystem::path> otherDefinition(const HelperServiceSetup& setup) {
+    auto definition = setup.serviceDefinition();
+    try {
+        if (readWholeFile(definition) == setup.serviceDefinitionContent()) {
+            return std::nullopt;
+        }
+    } catch (const std::exception&) {
+        // It is meant to be readable by all: whoever has changed that may have changed more.
+    }
+    return definition;
 }
 
 } // namespace
@@ -69,6 +83,7 @@ ExitStatus HelperCommand::printStatus(bool json) const {
         facts.installedVersion = installedVersion(platform);
         facts.hasSource = platform.helperSource().has_value();
         facts.matchesThisBuild = support.matchesThisBuild();
+        facts.otherDefinition = otherDefinition(*platform.helperSetup);
     }
     try {
         facts.overrides = SleepOverrideJournal(platform.helperSetup->overrideJournal()).load().overrides;

@@ -58,6 +58,11 @@ std::vector<std::string> helperReportLines(const HelperFacts& facts) {
         lines.push_back(lineOf(
             "installed", fmt::format("{}, {}", facts.installedVersion.value_or("version unknown"), comparison(facts))));
     }
+    if (facts.otherDefinition) {
+        lines.push_back(lineOf("service", fmt::format("{} is another file than this build's, and may start another "
+                                                      "program; tavoctl helper install replaces it",
+                                                      facts.otherDefinition->string())));
+    }
     for (const auto& override : facts.overrides) {
         lines.push_back(lineOf("override", fmt::format("{} for process {}", fmt::join(namesOf(override.scopes), ", "),
                                                        override.owner.pid)));
@@ -78,7 +83,7 @@ Json helperReportJson(const HelperFacts& facts) {
     return {{"state", nameOf(facts.state)},
             {"buildVersion", facts.buildVersion},
             {"installedVersion", facts.installedVersion ? Json(*facts.installedVersion) : Json()},
-            {"matchesThisBuild", facts.matchesThisBuild},
+            {"matchesThisBuild", facts.matchesThisBuild && !facts.otherDefinition},
             {"overrides", overrides},
             {"overridesError", facts.overridesError ? Json(*facts.overridesError) : Json()}};
 }

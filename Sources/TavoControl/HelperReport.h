@@ -24,6 +24,9 @@ struct HelperFacts {
     bool hasSource = false;
     bool matchesThisBuild = false;
 
+    /// The file that tells the system's service manager what to run, if it is not what this build installs.
+    std::optional<std::filesystem::path> otherDefinition;
+
     /// Who asked for what.
     std::vector<SleepOverride> overrides;
     std::optional<std::string> overridesError;

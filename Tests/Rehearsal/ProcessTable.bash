@@ -58,6 +58,7 @@ for accident in 'exit 1' 'echo usage; exit 1' 'echo "x y z"; exit 0' 'kill -s KI
     expectMatches 900 --command proj
     expectMatches "" --command opt/homebrew
     expectMatches 512 --executable "Größe & Maß"
+    expectMatches "" --preset claudeCode
 done
 rm /rehearsal/ps-axww
 

@@ -12,6 +12,7 @@ expectEqual 1 "$status" "status after the replacement"
 expectContains "$(cat "$plist")" "<string>/tmp/foreign</string>" "what root's script has installed"
 expectContains "$message" "$plist is not tavo's, and a foreign program has been started as root" "the message"
 expectEqual false "$(control get closedLidPermissionGranted)" "the permission"
+expectContains "$(control helper status)" "$plist is another file than this build's" "the state"
 : >/rehearsal/log
 
 # The commands that the message names remove it.

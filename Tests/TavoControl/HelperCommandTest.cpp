@@ -123,6 +123,17 @@ TEST_F(HelperCommandTest, StatusTellsVersionComparisonAndOverrides) {
     EXPECT_EQ(runner->commands.at(0).arguments, std::vector<std::string>{"--version"});
 }
 
+TEST_F(HelperCommandTest, StatusTellsOfAServiceDefinitionThatIsNotThisBuilds) {
+    installFiles();
+    folder.write("system/service", "another program");
+    carryOut(Action::status);
+    EXPECT_THAT(output, HasSubstr("service      " + setup->serviceDefinition().string() +
+                                  " is another file than this build's, and may start another program; tavoctl helper "
+                                  "install replaces it\n"));
+    carryOut(Action::status, true);
+    EXPECT_EQ(parseJson(output).at("matchesThisBuild"), false) << "though the program does";
+}
+
 TEST_F(HelperCommandTest, StatusAsJson) {
     installFiles("another");
     runner->results = {{.exitCode = 1}};

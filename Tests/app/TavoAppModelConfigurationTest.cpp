@@ -302,14 +302,32 @@ TEST_F(TavoAppModelTest, WhatIsSwitchedOrEditedWhileLaunchAtLoginTakesTimeStays)
     EXPECT_EQ(model->draftConfig().batteryCutoffPercent, 40);
 }
 
-TEST_F(TavoAppModelTest, AQuitWhileLaunchAtLoginTakesTimeIsNotHeldUp) {
+TEST_F(TavoAppModelTest, AQuitWhileLaunchAtLoginTakesTimeSavesAtOnceWhatWasToBeSaved) {
     startWith({});
+    login->remainder = [] { throw LoginLaunchManagerError::bootstrapFailed("called off."); };
+    edit([](AppConfig& draft) {
+        draft.launchAtLoginEnabled = true;
+        draft.batteryCutoffPercent = 40;
+    });
+    model->saveDraft();
+    model->quit();
+    EXPECT_TRUE(store->loadConfig().launchAtLoginEnabled) << "it is in its place for the next login";
+    EXPECT_EQ(store->loadConfig().batteryCutoffPercent, 40);
+    loop->runPosted();
+    EXPECT_EQ(model->lastError(), std::nullopt);
+}
+
+TEST_F(TavoAppModelTest, AQuitWhileLaunchAtLoginTakesTimeSavesNoEditThatNobodyAskedToSave) {
+    startWith(enabled());
     login->remainder = [] {};
     edit([](AppConfig& draft) { draft.launchAtLoginEnabled = true; });
     model->saveDraft();
+    edit([](AppConfig& draft) { draft.batteryCutoffPercent = 40; });
+    model->toggleEnabled();
     model->quit();
-    loop->runPosted();
-    EXPECT_FALSE(store->loadConfig().launchAtLoginEnabled);
+    EXPECT_TRUE(store->loadConfig().launchAtLoginEnabled);
+    EXPECT_FALSE(store->loadConfig().isEnabled);
+    EXPECT_NE(store->loadConfig().batteryCutoffPercent, 40);
 }
 
 TEST_F(TavoAppModelTest, WithoutADesktopAppNothingCanBeLaunchedAtLogin) {

@@ -3,6 +3,7 @@
 #include "Support/ScriptedCommandRunner.h"
 #include "Support/ScriptedProcessTable.h"
 #include "system/PSProcessSnapshotProvider.h"
+#include "system/TimeLimitedCommandRunner.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -72,6 +73,44 @@ TEST_F(PSCommandLines, AZombieHasEnded) {
                   "PID STAT ARGS\n1 Ss /sbin/launchd\n900 Z+ (codex)\n901 SZ codex"),
         ElementsAre(ProcessSample{1, 0, 12.5, "launchd", "/sbin/launchd"}, ProcessSample{901, 1, 3, "codex", "codex"}))
         << "the state is the first letter";
+}
+
+TEST_F(PSCommandLines, AZombieHasEndedThoughTheSecondRunSaysNothingOfIt) {
+    EXPECT_THAT(completed({launchd, {900, 1, 3, "(codex)", "(codex)"}, {901, 1, 3, "codex", "(codex)"}}, "", 1),
+                ElementsAre(launchd));
+    const ProcessSample ringed{902, 1, 3, "codex", "(codex) -x"};
+    const ProcessSample other{903, 1, 3, "codex", "(claude)"};
+    EXPECT_THAT(completed({ringed, other}, "", 1), ElementsAre(ringed, other)) << "not the name alone";
+    EXPECT_EQ(completed({{904, 1, 3, "(x)", "(x)"}}, "PID STAT ARGS\n904 S (x)").size(), 1U) << "said to be alive";
+}
+
+TEST_F(PSCommandLines, ASecondRunThatHungIsLeftOutForFiveMinutes) {
+    firstRun->processes = {node};
+    Completer completer(firstRun, ps);
+    const auto commandLineAt = [&](std::chrono::seconds after) {
+        ps->results = {{.exitCode = 0, .standardOutput = "PID STAT ARGS\n900 S node codex", .standardError = {}}};
+        return completer.snapshot(someMoment + after).processes.front().commandLine;
+    };
+    ps->failure = std::make_exception_ptr(CommandTimeoutError({.executableURL = "/bin/ps"}, std::chrono::seconds{10}));
+    EXPECT_EQ(commandLineAt(std::chrono::seconds{0}), "proj");
+    EXPECT_EQ(commandLineAt(std::chrono::seconds{299}), "proj");
+    EXPECT_EQ(ps->commands.size(), 1U);
+    EXPECT_EQ(commandLineAt(std::chrono::seconds{300}), "proj") << "hangs again";
+    EXPECT_EQ(ps->commands.size(), 2U);
+    ps->failure = nullptr;
+    EXPECT_EQ(commandLineAt(std::chrono::seconds{599}), "proj");
+    EXPECT_EQ(commandLineAt(std::chrono::seconds{600}), "node codex");
+    EXPECT_EQ(commandLineAt(std::chrono::seconds{601}), "node codex");
+    EXPECT_EQ(firstRun->timesRead, 6) << "never left out";
+}
+
+TEST_F(PSCommandLines, AClockThatWasSetBackKeepsNoSecondRunAway) {
+    firstRun->processes = {node};
+    Completer completer(firstRun, ps);
+    ps->failure = std::make_exception_ptr(CommandTimeoutError({.executableURL = "/bin/ps"}, std::chrono::seconds{10}));
+    completer.snapshot(someMoment);
+    completer.snapshot(someMoment - std::chrono::hours{1});
+    EXPECT_EQ(ps->commands.size(), 2U);
 }
 
 TEST_F(PSCommandLines, ADamagedLineIsPassedOver) {

@@ -45,6 +45,7 @@ void prepareMacChildEnvironment() {
 Platform makeMacPlatform(const std::filesystem::path& programPath, const TavoPaths& paths,
                          std::shared_ptr<PrivilegedHelperClient> helperClient) {
     Platform platform;
+    makeInterruptible(platform);
     platform.commandRunner = std::make_shared<SystemCommandRunner>();
     platform.assertionBoard = std::make_shared<AssertionBoard>();
     platform.desktopApp = findDesktopApp(programPath);
@@ -58,10 +59,10 @@ Platform makeMacPlatform(const std::filesystem::path& programPath, const TavoPat
     platform.orphanedAssertion = [assertions] { return assertions->orphan(); };
     platform.heldAssertions = std::make_shared<PMSetAssertionList>(platform.commandRunner);
     platform.machineNoun = "mac";
-    platform.launchAtLogin = std::make_shared<LoginLaunchManager>(platform.commandRunner);
+    platform.launchAtLogin =
+        std::make_shared<LoginLaunchManager>(TavoPaths::launchAgentURL(), platform.commandRunner, platform.sleeper);
     platform.helperClient = std::move(helperClient);
     platform.helperSetup = std::make_shared<LaunchDaemonSetup>();
-    makeInterruptible(platform);
     platform.administratorRunner = std::make_shared<AdministratorCommandRunner>(
         std::make_shared<InterruptibleCommandRunner>(platform.interruption));
     // A bundle's folders, seen from "MacOS" and from "Helpers".

@@ -289,6 +289,7 @@ void TavoAppModel::quit() {
         }
         timer.reset();
         helperTimer.reset();
+        saveWhatIsPending();
         saveWhatIsOverdue();
         releaseReplaced();
         try {

@@ -191,7 +191,9 @@ private:
     void save(const AppConfig& config);
     void putIntoForce(const AppConfig& checked);
     void saveAfter(LaunchAtLoginManaging::Remainder work, PendingSave save);
-    void finishSave(const PendingSave& pending);
+    void finishSave();
+    void saveWhatIsPending();
+    bool isAsWhenAskedFor(const PendingSave& pending) const;
     void saveAppliedConfig();
     void saveWhatIsOverdue();
     void persistConfigAndReschedule();
@@ -230,7 +232,10 @@ private:
 
     /// Whether an installation has put something else in the helper's place, and it is still there.
     bool isHelperForeign = false;
-    bool isSavePending = false;
+
+    /// While launch at login is still being set up.
+    std::shared_ptr<const PendingSave> pendingSave;
+
     std::shared_ptr<RuntimeCoordinator> coordinator;
 
     /// Replaced while they could not give back an override: a helper that comes back keeps it in force for this process.

@@ -3,6 +3,8 @@
 #include "base/DescribedError.h"
 #include "base/ErrorText.h"
 
+#include <utility>
+
 namespace tavo {
 
 void TavoAppModel::toggleEnabled() {
@@ -53,7 +55,7 @@ void TavoAppModel::saveDraft() {
         forgetEditedFile();
         adoptEditedFile();
         try {
-            if (isSavePending) {
+            if (pendingSave) {
                 throw DescribedError("launch at login is still being set up; save again in a moment.");
             }
             const auto checked = draft.validated();
@@ -78,9 +80,9 @@ void TavoAppModel::putIntoForce(const AppConfig& checked) {
 
 /// Launchd may take seconds, and the windows must not stand still meanwhile.
 void TavoAppModel::saveAfter(LaunchAtLoginManaging::Remainder work, PendingSave save) {
-    isSavePending = true;
     clearError();
     const auto pending = std::make_shared<PendingSave>(std::move(save));
+    pendingSave = pending;
     mainLoop->runInBackground(
         [work = std::move(work), pending] {
             try {
@@ -89,28 +91,28 @@ void TavoAppModel::saveAfter(LaunchAtLoginManaging::Remainder work, PendingSave 
                 pending->error = errorText(error);
             }
         },
-        [weakModel = weak_from_this(), pending] {
+        [weakModel = weak_from_this()] {
             if (const auto model = weakModel.lock()) {
-                model->perform([&] { model->finishSave(*pending); });
+                model->perform([&] { model->finishSave(); });
             }
         });
 }
 
-void TavoAppModel::finishSave(const PendingSave& pending) {
-    isSavePending = false;
-    if (pending.error) {
-        fail(*pending.error);
+void TavoAppModel::finishSave() {
+    const auto pending = std::exchange(pendingSave, nullptr);
+    if (pending->error) {
+        fail(*pending->error);
         return;
     }
     adoptEditedFile();
-    if (draft == pending.draft && appliedConfig == pending.config) {
-        putIntoForce(pending.checked);
+    if (isAsWhenAskedFor(*pending)) {
+        putIntoForce(pending->checked);
         return;
     }
     // Somebody has switched or edited something since. That is not taken back, and edits are still to be saved; but launch at
     // login has changed, and the configuration says so.
     auto changed = appliedConfig;
-    changed.launchAtLoginEnabled = pending.checked.launchAtLoginEnabled;
+    changed.launchAtLoginEnabled = pending->checked.launchAtLoginEnabled;
     if (hasUnsavedEdits()) {
         publish(ModelProperty::config, appliedConfig, changed);
     } else {
@@ -118,6 +120,30 @@ void TavoAppModel::finishSave(const PendingSave& pending) {
     }
     clearError();
     persistConfigAndReschedule();
+}
+
+/// At the end, which waits for nobody: what is to be started at login lies in its place already, and the system looks for it
+/// there at the next one. Whether it can be had at once as well makes no difference any more.
+void TavoAppModel::saveWhatIsPending() {
+    if (!pendingSave) {
+        return;
+    }
+    try {
+        adoptEditedFile();
+        auto config = appliedConfig;
+        if (isAsWhenAskedFor(*pendingSave)) {
+            config = pendingSave->checked;
+        }
+        config.launchAtLoginEnabled = pendingSave->checked.launchAtLoginEnabled;
+        save(config);
+        publishConfig(config);
+    } catch (const std::exception& error) {
+        fail(errorText(error));
+    }
+}
+
+bool TavoAppModel::isAsWhenAskedFor(const PendingSave& pending) const {
+    return draft == pending.draft && appliedConfig == pending.config;
 }
 
 void TavoAppModel::publishConfig(const AppConfig& config) {

@@ -3,6 +3,7 @@
 #include "base/Text.h"
 #include "system/DecimalText.h"
 #include "system/PSProcessSnapshotProvider.h"
+#include "system/TimeLimitedCommandRunner.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -31,17 +32,11 @@ std::string_view withinColumn(std::string_view name) {
     return trimWhitespace(name.substr(0, end));
 }
 
-/// The output of the second run; empty when it failed.
-std::string allCommandLines(CommandRunning& runner) {
-    try {
-        // As in the first run, but with command lines as they are (without -c).
-        auto result =
-            runner.run({.executableURL = "/bin/ps", .arguments = {"-axww", "-o", "pid=PID,stat=STAT,args=ARGS"}});
-        return result.exitCode == 0 ? std::move(result.standardOutput) : std::string();
-    } catch (const std::exception&) {
-        // Ignored on purpose: the first run has just given a table, and without it nobody would be kept awake at all.
-        return {};
-    }
+/// Whether ps found nothing to show of a process but its name, which it puts in brackets then.
+bool isNameInBrackets(const ProcessSample& process) {
+    return process.commandLine.starts_with('(') &&
+           (process.commandLine == "(" + process.executableName + ")" ||
+            (process.commandLine == process.executableName && process.commandLine.ends_with(')')));
 }
 
 } // namespace
@@ -52,20 +47,42 @@ PSCommandLineCompleter::PSCommandLineCompleter(std::shared_ptr<ProcessSnapshotPr
 
 ProcessSnapshot PSCommandLineCompleter::snapshot(TimePoint at) {
     auto snapshot = provider->snapshot(at);
-    const auto output = allCommandLines(*runner);
+    const auto output = allCommandLines(at);
     const auto details = parse(output);
-    std::erase_if(snapshot.processes, [&details](const ProcessSample& process) {
-        const auto found = details.find(process.pid);
-        return found != details.end() && found->second.hasEnded;
-    });
     for (auto& process : snapshot.processes) {
         process.executableName = std::string(withinColumn(process.executableName));
+    }
+    std::erase_if(snapshot.processes, [&details](const ProcessSample& process) {
+        const auto found = details.find(process.pid);
+        return found == details.end() ? isNameInBrackets(process) : found->second.hasEnded;
+    });
+    for (auto& process : snapshot.processes) {
         if (const auto found = details.find(process.pid);
             found != details.end() && !found->second.commandLine.empty()) {
             process.commandLine = found->second.commandLine;
         }
     }
     return snapshot;
+}
+
+/// The output of the second run; empty when there was none, or when it failed.
+std::string PSCommandLineCompleter::allCommandLines(TimePoint at) {
+    // A clock that was set back does not keep it away for longer.
+    if (hungAt && at >= *hungAt && at < *hungAt + pauseAfterHanging) {
+        return {};
+    }
+    try {
+        // As in the first run, but with command lines as they are (without -c).
+        auto result =
+            runner->run({.executableURL = "/bin/ps", .arguments = {"-axww", "-o", "pid=PID,stat=STAT,args=ARGS"}});
+        hungAt.reset();
+        return result.exitCode == 0 ? std::move(result.standardOutput) : std::string();
+    } catch (const CommandTimeoutError&) {
+        hungAt = at;
+    } catch (const std::exception&) {
+        // Ignored on purpose: the first run has just given a table, and without it nobody would be kept awake at all.
+    }
+    return {};
 }
 
 std::unordered_map<std::int32_t, PSCommandLineCompleter::Details>

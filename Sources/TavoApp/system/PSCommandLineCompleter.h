@@ -3,8 +3,11 @@
 #include "system/CommandRunning.h"
 #include "system/ProcessSnapshot.h"
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
+#include <optional>
+#include <string>
 #include <string_view>
 #include <unordered_map>
 
@@ -21,9 +24,12 @@ namespace tavo {
 ///   arguments. It is cut at the column's end in bytes.
 ///
 /// Where the second run fails, or does not have a process, the text of the first one stays: a command line that may be cut
-/// is better than no table.
+/// is better than no table. A process of which there is nothing but "(name)" then counts as ended. A second run that hung is
+/// left out for a while: whatever it hung on is likely to be there still, and everything else waits for the table meanwhile.
 class PSCommandLineCompleter final : public ProcessSnapshotProviding {
 public:
+    static constexpr std::chrono::minutes pauseAfterHanging{5};
+
     PSCommandLineCompleter(std::shared_ptr<ProcessSnapshotProviding> provider, std::shared_ptr<CommandRunning> runner);
 
     /// @throws what the decorated provider throws.
@@ -42,8 +48,13 @@ public:
     static std::unordered_map<std::int32_t, Details> parse(std::string_view output);
 
 private:
+    std::string allCommandLines(TimePoint at);
+
     std::shared_ptr<ProcessSnapshotProviding> provider;
     std::shared_ptr<CommandRunning> runner;
+
+    /// When the second run hung last.
+    std::optional<TimePoint> hungAt;
 };
 
 } // namespace tavo
