@@ -2,9 +2,11 @@
 
 #include "ConfigurationError.h"
 #include "RunReport.h"
+#include "SwitchedOff.h"
 #include "app/AsioMainLoop.h"
 #include "app/ProcessSignals.h"
 #include "app/TavoAppModel.h"
+#include "base/ErrorText.h"
 #include "base/PrintError.h"
 #include "base/Text.h"
 #include "base/WakeControlError.h"
@@ -43,12 +45,13 @@ class ForegroundRun final : private ApplicationControlling {
 public:
     ForegroundRun(const RunOptions& options, std::shared_ptr<const TavoStoring> store, Platform platform)
         : store(std::make_shared<OverridingStore>(std::move(store), options.overrides)), board(platform.assertionBoard),
+          assertionRunner(platform.assertionRunner), wakePlanBuilder(platform.wakePlanBuilder),
           report(Console(stdout), options.json),
           model(TavoAppModel::make(loop, this->store, std::move(platform), *this)) {}
 
     ExitStatus run() {
         model->onChange([this](ModelChanges) { show(); });
-        loop->post([this] { evaluate(); });
+        loop->post([this] { begin(); });
         loop->run();
         return status;
     }
@@ -68,14 +71,35 @@ private:
     std::unique_ptr<SettingsWindowControlling> makeSettingsWindow(TavoAppModel&) override { return nullptr; }
     void terminate() override { loop->stop(); }
 
-    void evaluate() { model->evaluateNow(); }
+    void begin() {
+        model->evaluateNow();
+        hasBegun = true;
+        if (!model->evaluationFailure() && model->config().isEnabled &&
+            !model->runtimeSnapshot().isWakeAssertionActive) {
+            tryMeans();
+        }
+        show();
+    }
+
+    /// Takes the lock for a moment. A run that only waits would otherwise find out hours later, when its process has come and
+    /// its user has gone, that this system has no lock to give.
+    void tryMeans() {
+        auto config = model->config();
+        config.watchMode = WatchMode::open; // the helper says for itself whether it is there
+        try {
+            const auto plan = wakePlanBuilder.buildPlan(config, model->powerStatus(), false);
+            assertionRunner->start(plan.standardAssertionCommand)->stop();
+        } catch (const std::exception& error) {
+            fail(std::current_exception(), errorText(error));
+        }
+    }
 
     void show() {
-        if (hasEnded) {
+        if (hasEnded || !hasBegun) {
             return;
         }
         if (model->evaluationFailure()) {
-            fail();
+            fail(model->evaluationFailure(), model->runtimeSnapshot().lastError.value_or("the evaluation failed."));
             return;
         }
         const auto& snapshot = model->runtimeSnapshot();
@@ -96,8 +120,7 @@ private:
     std::optional<std::string> notice() const {
         // Somebody who starts this by hand wants something kept awake.
         if (!isQuitting && model->runtimeSnapshot().lastDecisionReason == RuntimeDecisionReason::disabled) {
-            return "config.json has keeping awake switched off (isEnabled); switch it on there, or name a trigger for "
-                   "this run, as in tavoctl run --always";
+            return fmt::format("{}. for one run alone, name a trigger, as in tavoctl run --always", switchedOffNotice);
         }
         return model->assertionNotice();
     }
@@ -112,28 +135,31 @@ private:
     }
 
     /// Lets go of everything, and leaves the failure on record for whoever looks at the state later.
-    void fail() {
+    void fail(const std::exception_ptr& failure, const std::string& text) {
         hasEnded = true;
-        const auto failure = model->evaluationFailure();
         auto failed = model->runtimeSnapshot();
         status = exitStatusOf(failure);
         model->quit();
         failed.isWakeAssertionActive = false;
+        failed.lastDecisionReason = RuntimeDecisionReason::error;
+        failed.lastError = text;
         try {
             store->saveRuntimeSnapshot(failed);
         } catch (const std::exception&) {
             // What is to be said follows, on standard error.
         }
-        printError("tavoctl: {}{}\n", visibleControls(failed.lastError.value_or("the evaluation failed.")),
-                   adviceFor(failure));
+        printError("tavoctl: {}{}\n", visibleControls(text), adviceFor(failure));
     }
 
     std::shared_ptr<AsioMainLoop> loop = std::make_shared<AsioMainLoop>();
     std::shared_ptr<const TavoStoring> store;
     std::shared_ptr<AssertionBoard> board;
+    std::shared_ptr<CommandRunning> assertionRunner;
+    WakePlanBuilder wakePlanBuilder;
     RunReport report;
     std::shared_ptr<TavoAppModel> model;
     ExitStatus status = ExitStatus::success;
+    bool hasBegun = false;
     bool isQuitting = false;
     bool hasEnded = false;
 };

@@ -5,6 +5,7 @@
 #include "RunningTavo.h"
 #include "Settings.h"
 #include "StatusCommand.h"
+#include "SwitchedOff.h"
 #include "base/FileDescriptor.h"
 #include "base/PrintError.h"
 #include "base/Text.h"
@@ -148,6 +149,9 @@ ExitStatus SettingsCommand::haveRunningTavoFollow(const AppConfig& config) const
     const auto running = RunningTavo::find(store);
     if (!running) {
         fmt::print("no tavo is running; the next one starts with this.\n");
+        if (!config.isEnabled) {
+            fmt::print("{}.\n", switchedOffNotice);
+        }
         return ExitStatus::success;
     }
     if (running->hasUnsavedEdits) {

@@ -1,5 +1,6 @@
 #include "StatusReport.h"
 
+#include "SwitchedOff.h"
 #include "base/Text.h"
 
 #include <fmt/format.h>
@@ -101,6 +102,16 @@ std::string StatusReport::discrepancy() const {
         fmt::join(lacking, " and "), facts.machineNoun);
 }
 
+std::string StatusReport::notice() const {
+    auto text = discrepancy();
+    // Its own word: of a file that cannot be read, nobody knows what it says.
+    if (text.empty() && facts.runningProcessID &&
+        facts.snapshot.lastDecisionReason == RuntimeDecisionReason::disabled) {
+        text = fmt::format("{}.", switchedOffNotice);
+    }
+    return text;
+}
+
 std::string StatusReport::heldText() const {
     if (!facts.held) {
         return "unknown: " + facts.heldError;
@@ -145,7 +156,7 @@ Json StatusReport::json() const {
     } else {
         object["heldError"] = facts.heldError;
     }
-    if (const auto notice = discrepancy(); !notice.empty()) {
+    if (const auto notice = this->notice(); !notice.empty()) {
         object["notice"] = notice;
     }
     return object;
@@ -176,7 +187,7 @@ std::vector<std::string> StatusReport::lines(const Console& console) const {
     add("held", heldText());
     const bool isPowerKnown = facts.power.source != CurrentPowerSource::unknown || facts.power.batteryPercent;
     add("power", isPowerKnown ? summaryText(facts.power) : "unknown");
-    if (const auto notice = discrepancy(); !notice.empty()) {
+    if (const auto notice = this->notice(); !notice.empty()) {
         result.push_back(fmt::format("  {:<10} {}", console.styled("notice", Emphasis::warning), notice));
     }
     return result;

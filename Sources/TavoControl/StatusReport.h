@@ -54,6 +54,9 @@ private:
 
     /// What differs between plan and truth, as a sentence; empty when nothing does.
     std::string discrepancy() const;
+
+    /// What the user should know beyond what the lines say; empty when all is well.
+    std::string notice() const;
     std::string heldText() const;
     std::optional<std::int64_t> ageInSeconds() const;
 

@@ -166,6 +166,19 @@ TEST_F(SettingsCommandTest, WithoutARunningTavoTheNextOneStartsWithIt) {
     EXPECT_THAT(output, HasSubstr("no tavo is running"));
 }
 
+TEST_F(SettingsCommandTest, WhileItIsSwitchedOffATriggerSaysHowToSwitchItOn) {
+    const auto notice = HasSubstr("keeping awake is switched off (isEnabled); tavoctl enable switches it on.\n");
+    const ChangeOptions preset{.kind = Kind::trigger, .trigger = defaultRule(TriggerPreset::codex)};
+    change(preset);
+    EXPECT_THAT(output, notice);
+    set("watchMode", "open");
+    EXPECT_THAT(output, notice);
+    change({.kind = Kind::enable});
+    EXPECT_THAT(output, Not(notice));
+    change(preset);
+    EXPECT_THAT(output, Not(notice));
+}
+
 TEST_F(SettingsCommandTest, ARunningTavoIsToldAndWhatIsInForceThenIsPrinted) {
     const auto running = runningTavo();
     EXPECT_EQ(change({.kind = Kind::trigger, .trigger = defaultRule(TriggerPreset::codex)}), ExitStatus::success);
