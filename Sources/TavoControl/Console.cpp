@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
 
 namespace tavo {
@@ -46,9 +47,11 @@ std::string Console::styled(std::string_view text, Emphasis emphasis) const {
     return hasColour && !rendition.empty() ? fmt::format("\x1B[{}m{}\x1B[0m", rendition, text) : std::string(text);
 }
 
-bool Console::print(std::string_view line) const {
+void Console::print(std::string_view line) const {
     const auto text = std::string(line) + "\n";
-    return std::fwrite(text.data(), 1, text.size(), stream) == text.size() && std::fflush(stream) == 0;
+    if (std::fwrite(text.data(), 1, text.size(), stream) != text.size() || std::fflush(stream) != 0) {
+        throw OutputError(errno, std::generic_category(), "the output cannot be written");
+    }
 }
 
 } // namespace tavo

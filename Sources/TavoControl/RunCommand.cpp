@@ -1,6 +1,7 @@
 #include "RunCommand.h"
 
 #include "ConfigurationError.h"
+#include "ReaderWatch.h"
 #include "RunReport.h"
 #include "SwitchedOff.h"
 #include "app/AsioMainLoop.h"
@@ -13,6 +14,7 @@
 #include "config/InstanceLock.h"
 
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <cstdio>
@@ -58,12 +60,14 @@ public:
 
     void handleSignals() {
         loop->handleSignals(quittingSignals(), [this](int) { quit(); });
+        loop->handleSignals(stoppingSignals(), [this](int) { stop(); });
         // There is no window to show here, so the request for one is taken and dropped.
         loop->handleSignals({SIGUSR1, SIGUSR2}, [this](int signal) {
             if (signal == SIGUSR1) {
                 model->lookAround();
             }
         });
+        readerWatch.emplace(STDOUT_FILENO, [this] { loop->post([this] { quit(); }); });
     }
 
 private:
@@ -95,7 +99,7 @@ private:
     }
 
     void show() {
-        if (hasEnded || !hasBegun) {
+        if (hasEnded || !hasBegun || isQuitting || isStopping) {
             return;
         }
         if (model->evaluationFailure()) {
@@ -103,7 +107,9 @@ private:
             return;
         }
         const auto& snapshot = model->runtimeSnapshot();
-        const auto copy = model->hasLostAssertion()
+        const RuntimeStatusCopy stopped{"stopped", "nothing is kept awake until this run is continued"};
+        const auto copy = isStopped ? stopped
+                          : model->hasLostAssertion()
                               ? RuntimeStatusCopy{"not awake", "the lock was lost and is being taken again"}
                               : model->runtimeStatusCopy();
         const RunLine line{.reason = snapshot.lastDecisionReason,
@@ -112,14 +118,20 @@ private:
                            .held = board->summary(),
                            .matchedProcesses = snapshot.matchedProcesses,
                            .notice = notice()};
-        if (!report.update(line, model->configFileError(), loop->now())) {
-            quit();
+        try {
+            report.update(line, model->configFileError(), loop->now());
+        } catch (const OutputError& error) {
+            if (error.isReaderGone()) {
+                quit();
+            } else {
+                fail(std::current_exception(), errorText(error));
+            }
         }
     }
 
     std::optional<std::string> notice() const {
         // Somebody who starts this by hand wants something kept awake.
-        if (!isQuitting && model->runtimeSnapshot().lastDecisionReason == RuntimeDecisionReason::disabled) {
+        if (!isStopped && model->runtimeSnapshot().lastDecisionReason == RuntimeDecisionReason::disabled) {
             return fmt::format("{}. for one run alone, name a trigger, as in tavoctl run --always", switchedOffNotice);
         }
         return model->assertionNotice();
@@ -132,6 +144,27 @@ private:
         isQuitting = true;
         model->quit();
         hasEnded = true;
+    }
+
+    /// Somebody who has stopped a program expects nothing of it, and it would not notice any more that its reason to keep awake
+    /// has gone.
+    void stop() {
+        if (hasEnded || isQuitting) {
+            return;
+        }
+        isStopping = true;
+        const bool isReleased = model->releaseEverything();
+        isStopping = false;
+        if (isReleased) {
+            isStopped = true;
+            show();
+            stopUntilContinued();
+            isStopped = false;
+        } else {
+            printError("tavoctl: not stopped, since not everything could be released: {}\n",
+                       visibleControls(model->lastError().value_or("the helper does not answer.")));
+        }
+        model->evaluateNow();
     }
 
     /// Lets go of everything, and leaves the failure on record for whoever looks at the state later.
@@ -161,7 +194,12 @@ private:
     ExitStatus status = ExitStatus::success;
     bool hasBegun = false;
     bool isQuitting = false;
+    bool isStopping = false;
+    bool isStopped = false;
     bool hasEnded = false;
+
+    /// Last, so that it tells of nothing while the rest is being destroyed.
+    std::optional<ReaderWatch> readerWatch;
 };
 
 } // namespace
@@ -178,8 +216,6 @@ ExitStatus runInForeground(const RunOptions& options, std::shared_ptr<const Tavo
             holder ? fmt::format(" (process id {})", *holder) : "");
         return ExitStatus::alreadyRunning;
     }
-    // A reader that has gone is noticed where the line is written.
-    std::signal(SIGPIPE, SIG_IGN);
     ForegroundRun run(options, std::move(store), std::move(platform));
     run.handleSignals();
     blocked.reset();

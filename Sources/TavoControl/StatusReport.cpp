@@ -47,6 +47,11 @@ RuntimeStatusCopy StatusReport::currentCopy() const {
     if (!facts.runningProcessID) {
         return {"not running", fmt::format("tavo does not keep this {} awake", facts.machineNoun)};
     }
+    if (facts.isStopped) {
+        return {"stopped", isKeepingAwake()
+                               ? "tavo decides nothing until it is continued; what it holds stays held"
+                               : "tavo does not keep this " + facts.machineNoun + " awake until it is continued"};
+    }
     if (isPlanned() && !facts.held) {
         return {"uncertain", "tavo means to keep this " + facts.machineNoun +
                                  " awake, but the system cannot be asked whether anything is held"};
@@ -103,6 +108,10 @@ std::string StatusReport::discrepancy() const {
 }
 
 std::string StatusReport::notice() const {
+    if (facts.isStopped) {
+        return fmt::format("tavo is stopped, as by Ctrl-Z: fg or kill -CONT {} continues it.",
+                           facts.runningProcessID.value_or(0));
+    }
     auto text = discrepancy();
     // Its own word: of a file that cannot be read, nobody knows what it says.
     if (text.empty() && facts.runningProcessID &&
@@ -121,7 +130,7 @@ std::string StatusReport::heldText() const {
         entries.push_back(fmt::format(listEntry, assertion.what, assertion.pid));
     }
     const auto list = entries.empty() ? "nothing" : fmt::format("{}", fmt::join(entries, ", "));
-    const bool isAsPlanned = discrepancy().empty();
+    const bool isAsPlanned = discrepancy().empty() && !facts.isStopped;
     return list + (isAsPlanned ? ", as planned" : "");
 }
 
@@ -144,6 +153,9 @@ Json StatusReport::json() const {
                 {"planned", plannedWhat()}};
     if (facts.runningProcessID) {
         object["processID"] = *facts.runningProcessID;
+    }
+    if (facts.isStopped) {
+        object["stopped"] = true;
     }
     if (const auto age = ageInSeconds()) {
         object["ageSeconds"] = *age;

@@ -23,6 +23,9 @@ struct StatusFacts {
     /// The Tavo that holds the lock file.
     std::optional<std::int32_t> runningProcessID;
 
+    /// Whether it is stopped, as by Ctrl-Z or SIGSTOP.
+    bool isStopped = false;
+
     /// What the system lists for that Tavo or, when none runs, for any Tavo of this user; absent when it cannot be asked.
     std::optional<std::vector<HeldAssertion>> held;
 

@@ -1,4 +1,5 @@
 #include "TavoControl/PrintedLines.h"
+#include "base/ErrorText.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -104,7 +105,7 @@ TEST(Console, WhatIsPrintedReachesTheTerminalAtOnce) {
     const NoColour unset(nullptr);
     const PseudoTerminal terminal;
     const Console console(terminal.stream());
-    EXPECT_TRUE(console.print(console.styled("awake", Emphasis::good)));
+    console.print(console.styled("awake", Emphasis::good));
     EXPECT_EQ(terminal.line(), "\x1B[32mawake\x1B[0m\n");
 }
 
@@ -124,9 +125,9 @@ TEST(Console, AnEmptyNoColorDoesNotCount) {
 
 TEST(Console, EveryLineIsInTheFileOnceItIsPrinted) {
     PrintedLines printed;
-    EXPECT_TRUE(printed.console().print("one"));
-    EXPECT_TRUE(printed.console().print(""));
-    EXPECT_TRUE(printed.console().print("three"));
+    printed.console().print("one");
+    printed.console().print("");
+    printed.console().print("three");
     EXPECT_THAT(printed.take(), ElementsAre("one", "", "three"));
 }
 
@@ -135,7 +136,13 @@ TEST(Console, AFullDiskIsNoticed) {
     if (full == nullptr) {
         GTEST_SKIP() << "this system has no /dev/full";
     }
-    EXPECT_FALSE(Console(full).print("line"));
+    try {
+        Console(full).print("line");
+        ADD_FAILURE() << "it says nothing";
+    } catch (const OutputError& error) {
+        EXPECT_EQ(errorText(error), "the output cannot be written: no space left on device.");
+        EXPECT_FALSE(error.isReaderGone());
+    }
     std::fclose(full);
 }
 
