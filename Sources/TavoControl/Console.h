@@ -2,10 +2,13 @@
 
 #include "base/JsonCoding.h"
 
+#include <cstddef>
 #include <cstdio>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <vector>
 
 namespace tavo {
 
@@ -35,6 +38,9 @@ public:
     /// The text with the codes that emphasise it, or as it is.
     std::string styled(std::string_view text, Emphasis emphasis) const;
 
+    /// How many characters a line of the terminal has; nothing for a stream that is no terminal, or one of unknown size.
+    std::optional<std::size_t> width() const;
+
     /// Writes a line at once. @throws OutputError
     void print(std::string_view line) const;
 
@@ -42,5 +48,8 @@ private:
     std::FILE* stream;
     bool hasColour;
 };
+
+/// The text in lines of at most `width` characters, broken at spaces. A word that is longer than that has a line of its own.
+std::vector<std::string> wrapped(std::string_view text, std::size_t width);
 
 } // namespace tavo

@@ -37,3 +37,18 @@ exec {reader}<&-
 expectWithin "$soon" hasEnded "$run"
 wait "$run" || fail "exit status $?: $(cat "$root.err")"
 expectEqual '' "$(cat "$root.err")" "standard error"
+
+# On a narrow terminal no line is longer than that, but for words that are.
+script -qc "stty cols 40; NO_COLOR=1 '$TAVO_BIN/tavoctl' --root '$root' doctor" /dev/null </dev/null | tr -d '\r' >"$root.narrow"
+grep -q 'process table' "$root.narrow" || fail "doctor printed: $(cat "$root.narrow")"
+while IFS= read -r line; do
+    text=${line#"${line%%[! ]*}"}
+    [ ${#line} -le 40 ] || [[ $text != *' '* ]] || fail "too long: $line"
+done <"$root.narrow"
+
+# What stands in the way of the folder is named, and doctor agrees with what changes it.
+ln -s /nowhere/at/all "$root.link"
+for folder in "$root.link" "$root.link/below"; do
+    expectContains "$("$TAVO_BIN/tavoctl" --root "$folder" enable 2>&1)" "$root.link is a link to /nowhere/at/all" "words of enable"
+    expectContains "$("$TAVO_BIN/tavoctl" --root "$folder" doctor)" "$root.link is a link to /nowhere/at/all" "words of doctor"
+done

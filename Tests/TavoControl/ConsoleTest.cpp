@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -107,6 +108,24 @@ TEST(Console, WhatIsPrintedReachesTheTerminalAtOnce) {
     const Console console(terminal.stream());
     console.print(console.styled("awake", Emphasis::good));
     EXPECT_EQ(terminal.line(), "\x1B[32mawake\x1B[0m\n");
+}
+
+TEST(Console, ATerminalHasAWidthAndAFileHasNone) {
+    const PseudoTerminal terminal;
+    EXPECT_EQ(Console(terminal.stream()).width(), std::nullopt) << "this one has not been told any";
+    winsize size{};
+    size.ws_col = 40;
+    ASSERT_EQ(ioctl(fileno(terminal.stream()), TIOCSWINSZ, &size), 0);
+    EXPECT_EQ(Console(terminal.stream()).width(), 40U);
+    EXPECT_EQ(PrintedLines().console().width(), std::nullopt);
+}
+
+TEST(Wrapped, LinesBreakAtSpacesAndNoWordIsCut) {
+    EXPECT_THAT(wrapped("one two three", 7), ElementsAre("one two", "three"));
+    EXPECT_THAT(wrapped("one two three", 6), ElementsAre("one", "two", "three"));
+    EXPECT_THAT(wrapped("incomprehensible one", 5), ElementsAre("incomprehensible", "one"));
+    EXPECT_THAT(wrapped("\u00E4\u00E4 \u00F6", 4), ElementsAre("\u00E4\u00E4 \u00F6")) << "bytes are no characters";
+    EXPECT_THAT(wrapped("", 5), ElementsAre(""));
 }
 
 TEST(Console, NoColorTakesTheColourAwayOnATerminal) {
