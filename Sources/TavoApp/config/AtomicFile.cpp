@@ -80,10 +80,9 @@ void makeDirectories(const std::filesystem::path& directory) {
     if (directory.has_parent_path() && directory.parent_path() != directory) {
         makeDirectories(directory.parent_path());
     }
-    if (mkdir(directory.c_str(), S_IRWXU) != 0 && !std::filesystem::is_directory(directory, ignored)) {
-        if (errno == EEXIST) {
-            errno = ENOTDIR;
-        }
+    const int error = mkdir(directory.c_str(), S_IRWXU) == 0 ? 0 : errno;
+    if (error != 0 && !std::filesystem::is_directory(directory, ignored)) {
+        errno = error == EEXIST ? ENOTDIR : error;
         throwErrno("could not create the folder", directory);
     }
 }
