@@ -13,6 +13,7 @@
 #include "config/TavoStore.h"
 #include "config/TrustedPath.h"
 #include "system/BusAddresses.h"
+#include "system/ChildLocale.h"
 #include "system/ProgramLocation.h"
 
 #include <CLI/CLI.hpp>
@@ -138,6 +139,7 @@ int start(int count, char** values) {
 
 int main(int count, char** values) {
     tavo::prepareChildEnvironment();
+    tavo::useInstalledUTF8Locale();
     auto arguments = tavo::withoutProcessSerialNumber(count, values);
     return tavo::start(static_cast<int>(arguments.size()) - 1, arguments.data());
 }

@@ -3,8 +3,11 @@
 #include "base/Text.h"
 
 #include <fmt/format.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <cstdlib>
 
 namespace tavo {
@@ -33,6 +36,12 @@ bool wantsColour(std::FILE* stream) {
     return isatty(fileno(stream)) == 1 && (noColour == nullptr || noColour[0] == '\0');
 }
 
+/// Code points of UTF-8: near enough for words that are to fit a line.
+std::size_t characterCount(std::string_view text) {
+    return static_cast<std::size_t>(std::count_if(
+        text.begin(), text.end(), [](char unit) { return (static_cast<unsigned char>(unit) & 0xC0U) != 0x80U; }));
+}
+
 } // namespace
 
 std::string shownJson(const Json& value, int indentation) {
@@ -46,9 +55,33 @@ std::string Console::styled(std::string_view text, Emphasis emphasis) const {
     return hasColour && !rendition.empty() ? fmt::format("\x1B[{}m{}\x1B[0m", rendition, text) : std::string(text);
 }
 
-bool Console::print(std::string_view line) const {
+std::optional<std::size_t> Console::width() const {
+    winsize size{};
+    if (isatty(fileno(stream)) != 1 || ioctl(fileno(stream), TIOCGWINSZ, &size) != 0 || size.ws_col == 0) {
+        return std::nullopt;
+    }
+    return size.ws_col;
+}
+
+std::vector<std::string> wrapped(std::string_view text, std::size_t width) {
+    std::vector<std::string> lines(1);
+    while (!text.empty()) {
+        const auto word = text.substr(0, text.find(' '));
+        text.remove_prefix(std::min(word.size() + 1, text.size()));
+        if (!lines.back().empty() && characterCount(lines.back()) + 1 + characterCount(word) > width) {
+            lines.emplace_back();
+        }
+        lines.back() += lines.back().empty() ? "" : " ";
+        lines.back() += word;
+    }
+    return lines;
+}
+
+void Console::print(std::string_view line) const {
     const auto text = std::string(line) + "\n";
-    return std::fwrite(text.data(), 1, text.size(), stream) == text.size() && std::fflush(stream) == 0;
+    if (std::fwrite(text.data(), 1, text.size(), stream) != text.size() || std::fflush(stream) != 0) {
+        throw OutputError(errno, std::generic_category(), "the output cannot be written");
+    }
 }
 
 } // namespace tavo

@@ -2,9 +2,13 @@
 
 #include "base/JsonCoding.h"
 
+#include <cstddef>
 #include <cstdio>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <system_error>
+#include <vector>
 
 namespace tavo {
 
@@ -16,6 +20,15 @@ enum class Emphasis { none, strong, good, warning, bad };
 /// @param indentation  of each level; negative for a text on one line.
 std::string shownJson(const Json& value, int indentation = 2);
 
+/// A line could not be written: the disk is full, or nobody reads any more.
+class OutputError final : public std::system_error {
+public:
+    using std::system_error::system_error;
+
+    /// Whether whoever read has gone, as head(1) does: there is nobody left to hear of it.
+    bool isReaderGone() const { return code() == std::errc::broken_pipe; }
+};
+
 /// Writes lines to a stream. Colour goes to a terminal only, and not when NO_COLOR is set and not empty (no-color.org).
 class Console {
 public:
@@ -25,12 +38,18 @@ public:
     /// The text with the codes that emphasise it, or as it is.
     std::string styled(std::string_view text, Emphasis emphasis) const;
 
-    /// Writes a line at once. Gives false when nobody reads any more.
-    bool print(std::string_view line) const;
+    /// How many characters a line of the terminal has; nothing for a stream that is no terminal, or one of unknown size.
+    std::optional<std::size_t> width() const;
+
+    /// Writes a line at once. @throws OutputError
+    void print(std::string_view line) const;
 
 private:
     std::FILE* stream;
     bool hasColour;
 };
+
+/// The text in lines of at most `width` characters, broken at spaces. A word that is longer than that has a line of its own.
+std::vector<std::string> wrapped(std::string_view text, std::size_t width);
 
 } // namespace tavo

@@ -7,10 +7,17 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <limits>
 
 namespace tavo {
 
 namespace {
+
+/// Where the text beside verdict and subject begins.
+constexpr std::size_t textColumn = 30;
+
+/// With fewer characters to a line the text goes below verdict and subject.
+constexpr std::size_t narrowest = 70;
 
 Emphasis emphasisOf(CheckVerdict verdict) {
     switch (verdict) {
@@ -33,10 +40,22 @@ Json asJson(const SystemCheck& check) {
 void printCheck(const SystemCheck& check, const Console& console) {
     // Padded before it is styled: the codes have no width on the screen.
     const auto verdict = fmt::format("{:<12}", rawValue(check.verdict));
-    console.print(fmt::format("{} {:<16} {}", console.styled(verdict, emphasisOf(check.verdict)), check.subject,
-                              visibleControls(check.finding)));
-    if (!check.advice.empty()) {
-        console.print(fmt::format("{:29} {}", "", check.advice));
+    const auto head = fmt::format("{} {:<16}", console.styled(verdict, emphasisOf(check.verdict)), check.subject);
+    const auto width = console.width().value_or(std::numeric_limits<std::size_t>::max());
+    const bool isNarrow = width < narrowest;
+    const std::string indent(isNarrow ? 2 : textColumn, ' ');
+    if (isNarrow) {
+        console.print(
+            fmt::format("{} {}", console.styled(rawValue(check.verdict), emphasisOf(check.verdict)), check.subject));
+    }
+    bool isFirst = !isNarrow;
+    for (const auto& text : {visibleControls(check.finding), check.advice}) {
+        for (const auto& line : wrapped(text, width - indent.size())) {
+            if (!line.empty()) {
+                console.print(isFirst ? fmt::format("{} {}", head, line) : indent + line);
+                isFirst = false;
+            }
+        }
     }
 }
 

@@ -109,15 +109,16 @@ ExitStatus HelperCommand::install() const {
     const auto state = support.install(store.paths());
     const bool isReady = state == PrivilegedHelperInstallState::ready;
     recordPermission(isReady);
-    fmt::print("{}\n", isReady ? "the helper is installed and answers; tavo may now keep awake with the lid closed."
-                               : "the helper is installed, but does not answer any more; see tavoctl helper status.");
+    Console(stdout).print(isReady
+                              ? "the helper is installed and answers; tavo may now keep awake with the lid closed."
+                              : "the helper is installed, but does not answer any more; see tavoctl helper status.");
     return isReady ? ExitStatus::success : ExitStatus::failure;
 }
 
 ExitStatus HelperCommand::uninstall() const {
     if (!support.hasFiles()) {
         recordPermission(false);
-        fmt::print("the helper is not installed.\n");
+        Console(stdout).print("the helper is not installed.");
         return ExitStatus::success;
     }
     support.uninstall(store.paths());
@@ -126,7 +127,7 @@ ExitStatus HelperCommand::uninstall() const {
         printError("tavoctl: files of the helper are still there; see tavoctl helper status.\n");
         return ExitStatus::failure;
     }
-    fmt::print("the helper is removed; tavo no longer keeps awake with the lid closed.\n");
+    Console(stdout).print("the helper is removed; tavo no longer keeps awake with the lid closed.");
     return ExitStatus::success;
 }
 
@@ -148,7 +149,7 @@ ExitStatus HelperCommand::reset() const {
         printError("tavoctl: closed-lid support could not be fully reset; see tavoctl helper status.\n");
         return ExitStatus::failure;
     }
-    fmt::print("the helper has removed itself; tavo no longer keeps awake with the lid closed.\n");
+    Console(stdout).print("the helper has removed itself; tavo no longer keeps awake with the lid closed.");
     return ExitStatus::success;
 }
 

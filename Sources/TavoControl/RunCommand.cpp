@@ -1,16 +1,20 @@
 #include "RunCommand.h"
 
 #include "ConfigurationError.h"
+#include "ReaderWatch.h"
 #include "RunReport.h"
+#include "SwitchedOff.h"
 #include "app/AsioMainLoop.h"
 #include "app/ProcessSignals.h"
 #include "app/TavoAppModel.h"
+#include "base/ErrorText.h"
 #include "base/PrintError.h"
 #include "base/Text.h"
 #include "base/WakeControlError.h"
 #include "config/InstanceLock.h"
 
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <cstdio>
@@ -43,24 +47,27 @@ class ForegroundRun final : private ApplicationControlling {
 public:
     ForegroundRun(const RunOptions& options, std::shared_ptr<const TavoStoring> store, Platform platform)
         : store(std::make_shared<OverridingStore>(std::move(store), options.overrides)), board(platform.assertionBoard),
+          assertionRunner(platform.assertionRunner), wakePlanBuilder(platform.wakePlanBuilder),
           report(Console(stdout), options.json),
           model(TavoAppModel::make(loop, this->store, std::move(platform), *this)) {}
 
     ExitStatus run() {
         model->onChange([this](ModelChanges) { show(); });
-        loop->post([this] { evaluate(); });
+        loop->post([this] { begin(); });
         loop->run();
         return status;
     }
 
     void handleSignals() {
         loop->handleSignals(quittingSignals(), [this](int) { quit(); });
+        loop->handleSignals(stoppingSignals(), [this](int) { stop(); });
         // There is no window to show here, so the request for one is taken and dropped.
         loop->handleSignals({SIGUSR1, SIGUSR2}, [this](int signal) {
             if (signal == SIGUSR1) {
                 model->lookAround();
             }
         });
+        readerWatch.emplace(STDOUT_FILENO, [this] { loop->post([this] { quit(); }); });
     }
 
 private:
@@ -68,18 +75,41 @@ private:
     std::unique_ptr<SettingsWindowControlling> makeSettingsWindow(TavoAppModel&) override { return nullptr; }
     void terminate() override { loop->stop(); }
 
-    void evaluate() { model->evaluateNow(); }
+    void begin() {
+        model->evaluateNow();
+        hasBegun = true;
+        if (!model->evaluationFailure() && model->config().isEnabled &&
+            !model->runtimeSnapshot().isWakeAssertionActive) {
+            tryMeans();
+        }
+        show();
+    }
+
+    /// Takes the lock for a moment. A run that only waits would otherwise find out hours later, when its process has come and
+    /// its user has gone, that this system has no lock to give.
+    void tryMeans() {
+        auto config = model->config();
+        config.watchMode = WatchMode::open; // the helper says for itself whether it is there
+        try {
+            const auto plan = wakePlanBuilder.buildPlan(config, model->powerStatus(), false);
+            assertionRunner->start(plan.standardAssertionCommand)->stop();
+        } catch (const std::exception& error) {
+            fail(std::current_exception(), errorText(error));
+        }
+    }
 
     void show() {
-        if (hasEnded) {
+        if (hasEnded || !hasBegun || isQuitting || isStopping) {
             return;
         }
         if (model->evaluationFailure()) {
-            fail();
+            fail(model->evaluationFailure(), model->runtimeSnapshot().lastError.value_or("the evaluation failed."));
             return;
         }
         const auto& snapshot = model->runtimeSnapshot();
-        const auto copy = model->hasLostAssertion()
+        const RuntimeStatusCopy stopped{"stopped", "nothing is kept awake until this run is continued"};
+        const auto copy = isStopped ? stopped
+                          : model->hasLostAssertion()
                               ? RuntimeStatusCopy{"not awake", "the lock was lost and is being taken again"}
                               : model->runtimeStatusCopy();
         const RunLine line{.reason = snapshot.lastDecisionReason,
@@ -88,16 +118,21 @@ private:
                            .held = board->summary(),
                            .matchedProcesses = snapshot.matchedProcesses,
                            .notice = notice()};
-        if (!report.update(line, model->configFileError(), loop->now())) {
-            quit();
+        try {
+            report.update(line, model->configFileError(), loop->now());
+        } catch (const OutputError& error) {
+            if (error.isReaderGone()) {
+                quit();
+            } else {
+                fail(std::current_exception(), errorText(error));
+            }
         }
     }
 
     std::optional<std::string> notice() const {
         // Somebody who starts this by hand wants something kept awake.
-        if (!isQuitting && model->runtimeSnapshot().lastDecisionReason == RuntimeDecisionReason::disabled) {
-            return "config.json has keeping awake switched off (isEnabled); switch it on there, or name a trigger for "
-                   "this run, as in tavoctl run --always";
+        if (!isStopped && model->runtimeSnapshot().lastDecisionReason == RuntimeDecisionReason::disabled) {
+            return fmt::format("{}. for one run alone, name a trigger, as in tavoctl run --always", switchedOffNotice);
         }
         return model->assertionNotice();
     }
@@ -111,31 +146,60 @@ private:
         hasEnded = true;
     }
 
+    /// Somebody who has stopped a program expects nothing of it, and it would not notice any more that its reason to keep awake
+    /// has gone.
+    void stop() {
+        if (hasEnded || isQuitting) {
+            return;
+        }
+        isStopping = true;
+        const bool isReleased = model->releaseEverything();
+        isStopping = false;
+        if (isReleased) {
+            isStopped = true;
+            show();
+            stopUntilContinued();
+            isStopped = false;
+        } else {
+            printError("tavoctl: not stopped, since not everything could be released: {}\n",
+                       visibleControls(model->lastError().value_or("the helper does not answer.")));
+        }
+        model->evaluateNow();
+    }
+
     /// Lets go of everything, and leaves the failure on record for whoever looks at the state later.
-    void fail() {
+    void fail(const std::exception_ptr& failure, const std::string& text) {
         hasEnded = true;
-        const auto failure = model->evaluationFailure();
         auto failed = model->runtimeSnapshot();
         status = exitStatusOf(failure);
         model->quit();
         failed.isWakeAssertionActive = false;
+        failed.lastDecisionReason = RuntimeDecisionReason::error;
+        failed.lastError = text;
         try {
             store->saveRuntimeSnapshot(failed);
         } catch (const std::exception&) {
             // What is to be said follows, on standard error.
         }
-        printError("tavoctl: {}{}\n", visibleControls(failed.lastError.value_or("the evaluation failed.")),
-                   adviceFor(failure));
+        printError("tavoctl: {}{}\n", visibleControls(text), adviceFor(failure));
     }
 
     std::shared_ptr<AsioMainLoop> loop = std::make_shared<AsioMainLoop>();
     std::shared_ptr<const TavoStoring> store;
     std::shared_ptr<AssertionBoard> board;
+    std::shared_ptr<CommandRunning> assertionRunner;
+    WakePlanBuilder wakePlanBuilder;
     RunReport report;
     std::shared_ptr<TavoAppModel> model;
     ExitStatus status = ExitStatus::success;
+    bool hasBegun = false;
     bool isQuitting = false;
+    bool isStopping = false;
+    bool isStopped = false;
     bool hasEnded = false;
+
+    /// Last, so that it tells of nothing while the rest is being destroyed.
+    std::optional<ReaderWatch> readerWatch;
 };
 
 } // namespace
@@ -152,8 +216,6 @@ ExitStatus runInForeground(const RunOptions& options, std::shared_ptr<const Tavo
             holder ? fmt::format(" (process id {})", *holder) : "");
         return ExitStatus::alreadyRunning;
     }
-    // A reader that has gone is noticed where the line is written.
-    std::signal(SIGPIPE, SIG_IGN);
     ForegroundRun run(options, std::move(store), std::move(platform));
     run.handleSignals();
     blocked.reset();

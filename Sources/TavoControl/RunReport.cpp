@@ -64,36 +64,34 @@ std::string RunLine::text(const Console& console) const {
                        held.empty() ? "nothing" : visibleControls(held));
 }
 
-bool RunReport::printLine(const RunLine& line, TimePoint at) {
+void RunReport::printLine(const RunLine& line, TimePoint at) {
     // Compared as printed: words show less of the processes than JSON does.
     const auto content = json ? dumped(line.json(TimePoint())) : line.text(console);
     if (content == lastLine) {
-        return true;
+        return;
     }
     lastLine = content;
-    return console.print(json ? dumped(line.json(at)) : clockTime(at) + "  " + content);
+    console.print(json ? dumped(line.json(at)) : clockTime(at) + "  " + content);
 }
 
-bool RunReport::update(const RunLine& line, const std::optional<std::string>& configFileError, TimePoint at) {
-    bool isRead = printLine(line, at);
+void RunReport::update(const RunLine& line, const std::optional<std::string>& configFileError, TimePoint at) {
+    printLine(line, at);
     if (!json && line.notice && line.notice != lastNotice) {
-        isRead = printNotice(*line.notice, at) && isRead;
+        printNotice(*line.notice, at);
         lastNotice = line.notice;
     }
     if (configFileError && configFileError != lastConfigFileError) {
-        isRead =
-            printNotice("config.json cannot be used, so what it said before stays in force: " + *configFileError, at) &&
-            isRead;
+        printNotice("config.json cannot be used, so what it said before stays in force: " + *configFileError, at);
     }
     lastConfigFileError = configFileError;
-    return isRead;
 }
 
-bool RunReport::printNotice(const std::string& notice, TimePoint at) const {
+void RunReport::printNotice(const std::string& notice, TimePoint at) const {
     if (json) {
-        return console.print(dumped({{"time", formatISO8601(at)}, {"notice", notice}}));
+        console.print(dumped({{"time", formatISO8601(at)}, {"notice", notice}}));
+        return;
     }
-    return console.print(
+    console.print(
         fmt::format("{}  {}: {}", clockTime(at), console.styled("notice", Emphasis::warning), visibleControls(notice)));
 }
 

@@ -33,12 +33,12 @@ class RunReport {
 public:
     RunReport(Console console, bool json) : console(console), json(json) {}
 
-    /// Gives false when nobody reads any more.
-    bool update(const RunLine& line, const std::optional<std::string>& configFileError, TimePoint at);
+    /// @throws OutputError
+    void update(const RunLine& line, const std::optional<std::string>& configFileError, TimePoint at);
 
 private:
-    bool printLine(const RunLine& line, TimePoint at);
-    bool printNotice(const std::string& notice, TimePoint at) const;
+    void printLine(const RunLine& line, TimePoint at);
+    void printNotice(const std::string& notice, TimePoint at) const;
 
     Console console;
     bool json;

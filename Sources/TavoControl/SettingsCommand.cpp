@@ -5,10 +5,12 @@
 #include "RunningTavo.h"
 #include "Settings.h"
 #include "StatusCommand.h"
+#include "SwitchedOff.h"
 #include "base/FileDescriptor.h"
 #include "base/PrintError.h"
 #include "base/Text.h"
 #include "config/AtomicFile.h"
+#include "system/ProcessStart.h"
 
 #include <fcntl.h>
 #include <fmt/format.h>
@@ -103,20 +105,35 @@ ExitStatus SettingsCommand::change(const ChangeOptions& options) const {
         before = loadConfigOrExplain(store);
         after = changed(before, options, wasEnabled);
     }
+    if (before != after) {
+        store.saveConfig(after);
+    }
+    std::exception_ptr unwritten;
+    try {
+        printChange(before, after);
+    } catch (const OutputError&) {
+        // The change is made, so the running Tavo is told of it, whoever reads this.
+        unwritten = std::current_exception();
+    }
+    const auto status = haveRunningTavoFollow(after);
+    if (unwritten) {
+        std::rethrow_exception(unwritten);
+    }
+    return status;
+}
+
+void SettingsCommand::printChange(const AppConfig& before, const AppConfig& after) const {
     const Console console(stdout);
     if (before == after) {
         console.print("nothing to change.");
-    } else {
-        store.saveConfig(after);
-        for (const auto& line : differences(before, after)) {
-            console.print(visibleControls(line));
-        }
+    }
+    for (const auto& line : differences(before, after)) {
+        console.print(visibleControls(line));
     }
     if (after.watchMode != WatchMode::open && after.watchMode != before.watchMode &&
         !platform.closedLidSupport().hasFiles()) {
         console.print("a closed lid takes the helper, which is not installed yet: tavoctl helper install");
     }
-    return haveRunningTavoFollow(after);
 }
 
 /// @param wasEnabled  what the command found: it is decided by that what a toggle means.
@@ -145,16 +162,20 @@ AppConfig SettingsCommand::changed(const AppConfig& config, const ChangeOptions&
 }
 
 ExitStatus SettingsCommand::haveRunningTavoFollow(const AppConfig& config) const {
+    const Console console(stdout);
     const auto running = RunningTavo::find(store);
     if (!running) {
-        fmt::print("no tavo is running; the next one starts with this.\n");
+        console.print("no tavo is running; the next one starts with this.");
+        if (!config.isEnabled) {
+            console.print(fmt::format("{}.", switchedOffNotice));
+        }
         return ExitStatus::success;
     }
     if (running->hasUnsavedEdits) {
-        fmt::print(
+        console.print(fmt::format(
             "the window of the running tavo (process id {}) has unsaved edits, so it does not follow until they are "
-            "saved or reverted; saving them puts them in force instead, and this is kept as config.json.edited.\n",
-            running->processID);
+            "saved or reverted; saving them puts them in force instead, and this is kept as config.json.edited.",
+            running->processID));
         return ExitStatus::success;
     }
     const auto state = store.paths().stateURL();
@@ -169,6 +190,13 @@ ExitStatus SettingsCommand::haveRunningTavoFollow(const AppConfig& config) const
         }
     };
     const auto told = tellRunningTavo(store);
+    if (told && isProcessStopped(*told)) {
+        printError(
+            "tavoctl: the change is saved, but the running tavo (process id {0}) is stopped, and takes it up when "
+            "it is continued: fg, or kill -CONT {0}.\n",
+            *told);
+        return ExitStatus::failure;
+    }
     if (told && !waitForNewState([&] { return versionOf(state) != versionBefore && isObeyed(); })) {
         printError("tavoctl: the change is saved, but the running tavo (process id {}) has not taken it up within 2 "
                    "seconds; see tavoctl status.\n",
@@ -176,8 +204,8 @@ ExitStatus SettingsCommand::haveRunningTavoFollow(const AppConfig& config) const
         return ExitStatus::failure;
     }
     if (const auto overridden = differences(config, running->overrides.appliedTo(config)); !overridden.empty()) {
-        fmt::print("the running tavo was started with options that stand in place of the file: {}\n",
-                   visibleControls(fmt::format("{}", fmt::join(overridden, ", "))));
+        console.print(fmt::format("the running tavo was started with options that stand in place of the file: {}",
+                                  visibleControls(fmt::format("{}", fmt::join(overridden, ", ")))));
     }
     return printStatus({}, store, platform);
 }

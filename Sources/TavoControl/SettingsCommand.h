@@ -24,6 +24,7 @@ public:
 
 private:
     AppConfig changed(const AppConfig& config, const ChangeOptions& options, bool wasEnabled) const;
+    void printChange(const AppConfig& before, const AppConfig& after) const;
     ExitStatus haveRunningTavoFollow(const AppConfig& config) const;
     bool waitForNewState(const std::function<bool()>& isNew) const;
 

@@ -4,6 +4,7 @@
 #include "RunningTavo.h"
 #include "StatusReport.h"
 #include "base/ErrorText.h"
+#include "system/ProcessStart.h"
 
 #include <unistd.h>
 
@@ -74,6 +75,7 @@ ExitStatus printStatus(const StatusOptions& options, const TavoStoring& store, c
                       .snapshot = lastSnapshot(store),
                       .power = platform.powerEnvironment->currentStatus(),
                       .runningProcessID = running ? std::optional(running->processID) : std::nullopt,
+                      .isStopped = running && isProcessStopped(running->processID),
                       .machineNoun = platform.machineNoun};
     try {
         auto held = platform.heldAssertions->heldAssertions();

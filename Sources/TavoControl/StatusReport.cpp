@@ -1,5 +1,6 @@
 #include "StatusReport.h"
 
+#include "SwitchedOff.h"
 #include "base/Text.h"
 
 #include <fmt/format.h>
@@ -45,6 +46,11 @@ bool StatusReport::isKeepingAwake() const {
 RuntimeStatusCopy StatusReport::currentCopy() const {
     if (!facts.runningProcessID) {
         return {"not running", fmt::format("tavo does not keep this {} awake", facts.machineNoun)};
+    }
+    if (facts.isStopped) {
+        return {"stopped", isKeepingAwake()
+                               ? "tavo decides nothing until it is continued; what it holds stays held"
+                               : "tavo does not keep this " + facts.machineNoun + " awake until it is continued"};
     }
     if (isPlanned() && !facts.held) {
         return {"uncertain", "tavo means to keep this " + facts.machineNoun +
@@ -101,6 +107,20 @@ std::string StatusReport::discrepancy() const {
         fmt::join(lacking, " and "), facts.machineNoun);
 }
 
+std::string StatusReport::notice() const {
+    if (facts.isStopped) {
+        return fmt::format("tavo is stopped, as by Ctrl-Z: fg or kill -CONT {} continues it.",
+                           facts.runningProcessID.value_or(0));
+    }
+    auto text = discrepancy();
+    // Its own word: of a file that cannot be read, nobody knows what it says.
+    if (text.empty() && facts.runningProcessID &&
+        facts.snapshot.lastDecisionReason == RuntimeDecisionReason::disabled) {
+        text = fmt::format("{}.", switchedOffNotice);
+    }
+    return text;
+}
+
 std::string StatusReport::heldText() const {
     if (!facts.held) {
         return "unknown: " + facts.heldError;
@@ -110,7 +130,7 @@ std::string StatusReport::heldText() const {
         entries.push_back(fmt::format(listEntry, assertion.what, assertion.pid));
     }
     const auto list = entries.empty() ? "nothing" : fmt::format("{}", fmt::join(entries, ", "));
-    const bool isAsPlanned = discrepancy().empty();
+    const bool isAsPlanned = discrepancy().empty() && !facts.isStopped;
     return list + (isAsPlanned ? ", as planned" : "");
 }
 
@@ -134,6 +154,9 @@ Json StatusReport::json() const {
     if (facts.runningProcessID) {
         object["processID"] = *facts.runningProcessID;
     }
+    if (facts.isStopped) {
+        object["stopped"] = true;
+    }
     if (const auto age = ageInSeconds()) {
         object["ageSeconds"] = *age;
     }
@@ -145,7 +168,7 @@ Json StatusReport::json() const {
     } else {
         object["heldError"] = facts.heldError;
     }
-    if (const auto notice = discrepancy(); !notice.empty()) {
+    if (const auto notice = this->notice(); !notice.empty()) {
         object["notice"] = notice;
     }
     return object;
@@ -176,7 +199,7 @@ std::vector<std::string> StatusReport::lines(const Console& console) const {
     add("held", heldText());
     const bool isPowerKnown = facts.power.source != CurrentPowerSource::unknown || facts.power.batteryPercent;
     add("power", isPowerKnown ? summaryText(facts.power) : "unknown");
-    if (const auto notice = discrepancy(); !notice.empty()) {
+    if (const auto notice = this->notice(); !notice.empty()) {
         result.push_back(fmt::format("  {:<10} {}", console.styled("notice", Emphasis::warning), notice));
     }
     return result;

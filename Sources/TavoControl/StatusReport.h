@@ -23,6 +23,9 @@ struct StatusFacts {
     /// The Tavo that holds the lock file.
     std::optional<std::int32_t> runningProcessID;
 
+    /// Whether it is stopped, as by Ctrl-Z or SIGSTOP.
+    bool isStopped = false;
+
     /// What the system lists for that Tavo or, when none runs, for any Tavo of this user; absent when it cannot be asked.
     std::optional<std::vector<HeldAssertion>> held;
 
@@ -54,6 +57,9 @@ private:
 
     /// What differs between plan and truth, as a sentence; empty when nothing does.
     std::string discrepancy() const;
+
+    /// What the user should know beyond what the lines say; empty when all is well.
+    std::string notice() const;
     std::string heldText() const;
     std::optional<std::int64_t> ageInSeconds() const;
 

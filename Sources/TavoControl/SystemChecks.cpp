@@ -49,13 +49,25 @@ SystemCheck checkConfiguration(const TavoStoring& store) {
                 std::filesystem::exists(path, ignored) ? path + " can be used" : "no file yet, the defaults hold"};
 }
 
+constexpr const char* folderAdvice = "make it a folder that you may write to, or name another folder with --root.";
+
 /// The nearest folder that exists has to be writable: the missing ones are made in it.
 SystemCheck checkFolder(const std::filesystem::path& root) {
     auto folder = root;
     std::error_code ignored; // what cannot be looked at is there, and cannot be written either
-    while (std::filesystem::status(folder, ignored).type() == std::filesystem::file_type::not_found &&
-           folder.has_relative_path()) {
+    const auto isMissing = [&] {
+        return std::filesystem::status(folder, ignored).type() == std::filesystem::file_type::not_found;
+    };
+    // A link that leads nowhere is not replaced by a folder.
+    while (isMissing() && !std::filesystem::is_symlink(folder, ignored) && folder.has_relative_path()) {
         folder = folder.parent_path();
+    }
+    if (isMissing()) {
+        return {.subject = "folder",
+                .verdict = CheckVerdict::broken,
+                .finding = fmt::format("{} is a link to {}, which does not exist", folder.string(),
+                                       std::filesystem::read_symlink(folder, ignored).string()),
+                .advice = folderAdvice};
     }
     const bool isFolder = std::filesystem::is_directory(folder, ignored);
     if (isFolder && access(folder.c_str(), W_OK | X_OK) == 0) {
@@ -63,8 +75,9 @@ SystemCheck checkFolder(const std::filesystem::path& root) {
     }
     return {.subject = "folder",
             .verdict = CheckVerdict::broken,
-            .finding = folder.string() + (isFolder || ignored ? " cannot be written" : " is not a folder"),
-            .advice = "make it a folder that you may write to, or name another folder with --root."};
+            .finding = (folder == root ? "" : root.string() + " cannot be made: ") + folder.string() +
+                       (isFolder || ignored ? " cannot be written" : " is not a folder"),
+            .advice = folderAdvice};
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "CommandLine.h"
 #include "ConfigurationError.h"
+#include "Console.h"
 #include "DoctorCommand.h"
 #include "ExitStatus.h"
 #include "HelperCommand.h"
@@ -14,7 +15,8 @@
 #include "system/BusAddresses.h"
 #include "system/ProgramLocation.h"
 
-#include <fmt/format.h>
+#include <fcntl.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <cstdio>
@@ -54,21 +56,42 @@ ExitStatus carryOut(const Invocation& invocation, const char* calledAs) {
         invocation.command);
 }
 
+ExitStatus printUsage(const UsageReply& usage) {
+    if (usage.isError) {
+        printError("tavoctl: {}\n", visibleControls(usage.text));
+        return ExitStatus::wrongUsage;
+    }
+    Console(stdout).print(trimWhitespaceAndNewlines(usage.text));
+    return ExitStatus::success;
+}
+
+/// A standard stream that was closed at the start would be the next file that is opened, and output would go there.
+void openClosedStreams() {
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (fcntl(stream, F_GETFD) < 0) {
+            // The lowest free number. Nothing can be written to the output, which is then said.
+            open("/dev/null", stream == STDERR_FILENO ? O_WRONLY : O_RDONLY);
+        }
+    }
+}
+
 ExitStatus runProgram(int count, const char* const* values) {
     // A parent that ignores this signal would have the kernel reap our children before we can ask how they ended.
     std::signal(SIGCHLD, SIG_DFL);
     restrictBusAddresses();
+    // A reader that has gone is noticed where a line is written, and does not end what is half done.
+    std::signal(SIGPIPE, SIG_IGN);
     const auto parsed = parseCommandLine(count, values);
-    if (const auto* usage = std::get_if<UsageReply>(&parsed)) {
-        if (usage->isError) {
-            printError("tavoctl: {}\n", visibleControls(usage->text));
-            return ExitStatus::wrongUsage;
-        }
-        fmt::print("{}", usage->text);
-        return ExitStatus::success;
-    }
     try {
+        if (const auto* usage = std::get_if<UsageReply>(&parsed)) {
+            return printUsage(*usage);
+        }
         return carryOut(std::get<Invocation>(parsed), values[0]);
+    } catch (const OutputError& error) {
+        if (!error.isReaderGone()) {
+            printError("tavoctl: {}\n", errorText(error));
+        }
+        return ExitStatus::failure;
     } catch (const std::exception& error) {
         printError("tavoctl: {}\n", visibleControls(errorText(error)));
         return exitStatusOf(std::current_exception());
@@ -79,6 +102,7 @@ ExitStatus runProgram(int count, const char* const* values) {
 } // namespace tavo
 
 int main(int count, char** values) {
+    tavo::openClosedStreams();
     tavo::prepareChildEnvironment();
     return static_cast<int>(tavo::runProgram(count, values));
 }

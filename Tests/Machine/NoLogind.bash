@@ -29,4 +29,19 @@ expectEqual 1 "$(wc -l <"$root.err")" "lines of the message"
 not grep -q 'keeping' "$root.out" || fail "it printed: $(cat "$root.out")"
 not claimsAwake || fail "a status claims to be awake"
 stateSays "$root" error || fail "state: $(cat "$root/state.json")"
+
+# A run that waits for a process is told at once, not when the process has come.
+"$TAVO_BIN/tavoctl" --root "$root" match --executable "no such program" >/dev/null
+"$TAVO_BIN/tavoctl" --root "$root" enable >/dev/null
+for options in '--preset codex' ''; do
+    # shellcheck disable=SC2086
+    beginRun "$root" $options
+    expectWithin "$soon" hasEnded "$run"
+    status=0
+    wait "$run" || status=$?
+    expectEqual 69 "$status" "exit status of run $options"
+    expectContains "$(cat "$root.err")" "nothing can keep this computer awake" "message of run $options"
+    expectEqual '' "$(cat "$root.out")" "what run $options printed"
+    stateSays "$root" error || fail "state: $(cat "$root/state.json")"
+done
 expectStatus 69 "$TAVO_BIN/tavoctl" --root "$root" doctor >/dev/null

@@ -6,6 +6,10 @@ settings() { "$TAVO_BIN/tavoctl" "$@" --root "$root"; }
 beginRun "$root"
 expectWithin "$soon" stateSays "$root" disabled
 expectHeld ''
+switchedOff='keeping awake is switched off (isEnabled); tavoctl enable switches it on'
+expectContains "$(cat "$root.out")" "$switchedOff" "what the run said"
+expectContains "$(settings match --executable codex)" "$switchedOff" "what match said"
+settings preset always >/dev/null
 
 # The command returns when the change is in force: the lock is there already.
 settings enable >/dev/null

@@ -1,8 +1,10 @@
 #include "TavoControl/PrintedLines.h"
+#include "base/ErrorText.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -104,8 +106,26 @@ TEST(Console, WhatIsPrintedReachesTheTerminalAtOnce) {
     const NoColour unset(nullptr);
     const PseudoTerminal terminal;
     const Console console(terminal.stream());
-    EXPECT_TRUE(console.print(console.styled("awake", Emphasis::good)));
+    console.print(console.styled("awake", Emphasis::good));
     EXPECT_EQ(terminal.line(), "\x1B[32mawake\x1B[0m\n");
+}
+
+TEST(Console, ATerminalHasAWidthAndAFileHasNone) {
+    const PseudoTerminal terminal;
+    EXPECT_EQ(Console(terminal.stream()).width(), std::nullopt) << "this one has not been told any";
+    winsize size{};
+    size.ws_col = 40;
+    ASSERT_EQ(ioctl(fileno(terminal.stream()), TIOCSWINSZ, &size), 0);
+    EXPECT_EQ(Console(terminal.stream()).width(), 40U);
+    EXPECT_EQ(PrintedLines().console().width(), std::nullopt);
+}
+
+TEST(Wrapped, LinesBreakAtSpacesAndNoWordIsCut) {
+    EXPECT_THAT(wrapped("one two three", 7), ElementsAre("one two", "three"));
+    EXPECT_THAT(wrapped("one two three", 6), ElementsAre("one", "two", "three"));
+    EXPECT_THAT(wrapped("incomprehensible one", 5), ElementsAre("incomprehensible", "one"));
+    EXPECT_THAT(wrapped("\u00E4\u00E4 \u00F6", 4), ElementsAre("\u00E4\u00E4 \u00F6")) << "bytes are no characters";
+    EXPECT_THAT(wrapped("", 5), ElementsAre(""));
 }
 
 TEST(Console, NoColorTakesTheColourAwayOnATerminal) {
@@ -124,9 +144,9 @@ TEST(Console, AnEmptyNoColorDoesNotCount) {
 
 TEST(Console, EveryLineIsInTheFileOnceItIsPrinted) {
     PrintedLines printed;
-    EXPECT_TRUE(printed.console().print("one"));
-    EXPECT_TRUE(printed.console().print(""));
-    EXPECT_TRUE(printed.console().print("three"));
+    printed.console().print("one");
+    printed.console().print("");
+    printed.console().print("three");
     EXPECT_THAT(printed.take(), ElementsAre("one", "", "three"));
 }
 
@@ -135,7 +155,13 @@ TEST(Console, AFullDiskIsNoticed) {
     if (full == nullptr) {
         GTEST_SKIP() << "this system has no /dev/full";
     }
-    EXPECT_FALSE(Console(full).print("line"));
+    try {
+        Console(full).print("line");
+        ADD_FAILURE() << "it says nothing";
+    } catch (const OutputError& error) {
+        EXPECT_EQ(errorText(error), "the output cannot be written: no space left on device.");
+        EXPECT_FALSE(error.isReaderGone());
+    }
     std::fclose(full);
 }
 

@@ -69,10 +69,10 @@ TEST_F(RunReportTest, TheClockIsLocalTime) {
 
 TEST_F(RunReportTest, EveryChangeIsOneLineAndTheSameAgainIsNone) {
     auto lines = report();
-    EXPECT_TRUE(lines.update(waiting(), std::nullopt, start));
-    EXPECT_TRUE(lines.update(waiting(), std::nullopt, start + std::chrono::seconds(60)));
-    EXPECT_TRUE(lines.update(active(), std::nullopt, start + std::chrono::seconds(120)));
-    EXPECT_TRUE(lines.update(waiting(), std::nullopt, start + std::chrono::seconds(180)));
+    lines.update(waiting(), std::nullopt, start);
+    lines.update(waiting(), std::nullopt, start + std::chrono::seconds(60));
+    lines.update(active(), std::nullopt, start + std::chrono::seconds(120));
+    lines.update(waiting(), std::nullopt, start + std::chrono::seconds(180));
     EXPECT_THAT(takeWords(),
                 ElementsAre("waiting for codex: starts when codex runs; holding nothing",
                             "keeping computer awake: codex is running (process id 4242); holding idle:sleep (logind)",
@@ -191,13 +191,13 @@ TEST_F(RunReportTest, WithJsonControlCharactersAndMalformedTextStayValidJson) {
     EXPECT_EQ(lines[0].find('\x1B'), std::string::npos);
 }
 
-TEST_F(RunReportTest, AReaderThatHasGoneIsNoticed) {
+TEST_F(RunReportTest, OutputThatCannotBeWrittenIsAnError) {
     std::FILE* full = std::fopen("/dev/full", "we");
     if (full == nullptr) {
         GTEST_SKIP() << "this system has no /dev/full";
     }
-    EXPECT_FALSE(RunReport(Console(full), false).update(waiting(), std::nullopt, start));
-    EXPECT_FALSE(RunReport(Console(full), true).update(waiting(), std::nullopt, start));
+    EXPECT_THROW(RunReport(Console(full), false).update(waiting(), std::nullopt, start), OutputError);
+    EXPECT_THROW(RunReport(Console(full), true).update(waiting(), std::nullopt, start), OutputError);
     std::fclose(full);
     EXPECT_THAT(printed.take(), IsEmpty());
 }

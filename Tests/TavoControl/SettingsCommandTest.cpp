@@ -4,10 +4,12 @@
 #include "Settings.h"
 #include "Support/ScriptedHelperClient.h"
 #include "Support/ScriptedLaunchAtLogin.h"
+#include "Support/WaitUntil.h"
 #include "TavoControl/CommandTest.h"
 #include "TavoControl/LockHolder.h"
 #include "helper/LaunchDaemonSetup.h"
 #include "login/LoginLaunchManagerError.h"
+#include "system/ProcessStart.h"
 
 namespace tavo {
 namespace {
@@ -166,6 +168,19 @@ TEST_F(SettingsCommandTest, WithoutARunningTavoTheNextOneStartsWithIt) {
     EXPECT_THAT(output, HasSubstr("no tavo is running"));
 }
 
+TEST_F(SettingsCommandTest, WhileItIsSwitchedOffATriggerSaysHowToSwitchItOn) {
+    const auto notice = HasSubstr("keeping awake is switched off (isEnabled); tavoctl enable switches it on.\n");
+    const ChangeOptions preset{.kind = Kind::trigger, .trigger = defaultRule(TriggerPreset::codex)};
+    change(preset);
+    EXPECT_THAT(output, notice);
+    set("watchMode", "open");
+    EXPECT_THAT(output, notice);
+    change({.kind = Kind::enable});
+    EXPECT_THAT(output, Not(notice));
+    change(preset);
+    EXPECT_THAT(output, Not(notice));
+}
+
 TEST_F(SettingsCommandTest, ARunningTavoIsToldAndWhatIsInForceThenIsPrinted) {
     const auto running = runningTavo();
     EXPECT_EQ(change({.kind = Kind::trigger, .trigger = defaultRule(TriggerPreset::codex)}), ExitStatus::success);
@@ -185,6 +200,18 @@ TEST_F(SettingsCommandTest, ARunningTavoThatDoesNotFollowInTimeIsSaid) {
     EXPECT_EQ(pauses, 200);
     EXPECT_THAT(errors, HasSubstr("the change is saved, but the running tavo (process id " +
                                   std::to_string(deaf.pid()) + ") has not taken it up"));
+    EXPECT_TRUE(saved().isEnabled);
+}
+
+TEST_F(SettingsCommandTest, AStoppedTavoIsNotWaitedFor) {
+    const auto stopped = runningTavo();
+    kill(stopped.pid(), SIGSTOP);
+    EXPECT_TRUE(waitUntil([&] { return isProcessStopped(stopped.pid()); }));
+    platform.sleeper = [](std::chrono::microseconds) { ADD_FAILURE() << "waited"; };
+    EXPECT_EQ(change({.kind = Kind::enable}), ExitStatus::failure);
+    kill(stopped.pid(), SIGCONT);
+    EXPECT_THAT(errors, HasSubstr("is stopped, and takes it up when it is continued: fg, or kill -CONT " +
+                                  std::to_string(stopped.pid())));
     EXPECT_TRUE(saved().isEnabled);
 }
 

@@ -1,8 +1,10 @@
 #include "StatusCommand.h"
 
 #include "ConfigurationError.h"
+#include "Support/WaitUntil.h"
 #include "TavoControl/CommandTest.h"
 #include "TavoControl/LockHolder.h"
+#include "system/ProcessStart.h"
 
 #include <unistd.h>
 
@@ -118,6 +120,31 @@ TEST_F(StatusCommandTest, WithoutATavoOnlyWhatIsLeftOverCounts) {
     EXPECT_THAT(heldPIDs(), ElementsAre(700));
     EXPECT_THAT(linesOf(run()), Contains("  notice     no tavo is running, yet a lock of tavo is still held: end the "
                                          "process that holds it."));
+}
+
+TEST_F(StatusCommandTest, AStoppedTavoIsNotCalledAsPlanned) {
+    const LockHolder tavo(store->paths().lockURL());
+    saveAwake();
+    held->held = {{.who = "tavo", .what = "sleep:idle", .pid = tavo.pid()}};
+    kill(tavo.pid(), SIGSTOP);
+    EXPECT_TRUE(waitUntil([&] { return isProcessStopped(tavo.pid()); }));
+    const auto pid = std::to_string(tavo.pid());
+    const auto lines = linesOf(run());
+    const auto object = parseJson(run(true));
+    kill(tavo.pid(), SIGCONT);
+    EXPECT_EQ(lines.front(), "stopped: tavo decides nothing until it is continued; what it holds stays held");
+    EXPECT_THAT(lines, Contains("  held       sleep:idle (process id " + pid + ")"));
+    EXPECT_THAT(lines,
+                Contains("  notice     tavo is stopped, as by Ctrl-Z: fg or kill -CONT " + pid + " continues it."));
+    EXPECT_EQ(object["stopped"], true);
+    EXPECT_EQ(object["keepingAwake"], true) << "that is so for now";
+}
+
+TEST_F(StatusCommandTest, ASwitchedOffTavoSaysHowToSwitchItOn) {
+    const LockHolder tavo(store->paths().lockURL());
+    store->saveRuntimeSnapshot({.lastDecisionReason = RuntimeDecisionReason::disabled});
+    EXPECT_EQ(parseJson(run(true))["notice"],
+              "keeping awake is switched off (isEnabled); tavoctl enable switches it on.");
 }
 
 TEST_F(StatusCommandTest, AKilledTavosSnapshotIsNotTakenForTheTruth) {

@@ -3,6 +3,8 @@
 #include "Support/WaitUntil.h"
 
 #include <gtest/gtest.h>
+#include <pthread.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -38,6 +40,34 @@ TEST(QuittingSignals, AHangUpThatWasIgnoredStaysIgnored) {
     EXPECT_EQ(quittingSignals(), (std::vector{SIGTERM, SIGINT}));
     std::signal(SIGHUP, SIG_DFL);
     EXPECT_EQ(quittingSignals(), (std::vector{SIGTERM, SIGINT, SIGHUP}));
+}
+
+TEST(StoppingSignals, AStopThatWasIgnoredStaysIgnored) {
+    std::signal(SIGTSTP, SIG_IGN);
+    EXPECT_TRUE(stoppingSignals().empty());
+    std::signal(SIGTSTP, SIG_DFL);
+    EXPECT_EQ(stoppingSignals(), std::vector{SIGTSTP});
+}
+
+TEST(StopUntilContinued, ReturnsWhenTheProcessIsContinuedAndHandlesTheSignalAsBefore) {
+    const auto child = fork();
+    if (child == 0) {
+        setpgid(0, 0);
+        std::signal(SIGTSTP, [](int) {});
+        const BlockedSignals blocked({SIGTSTP});
+        stopUntilContinued();
+        sigset_t mask;
+        pthread_sigmask(SIG_SETMASK, nullptr, &mask);
+        struct sigaction action {};
+        sigaction(SIGTSTP, nullptr, &action);
+        _exit(sigismember(&mask, SIGTSTP) == 1 && action.sa_handler != SIG_DFL ? 0 : 1);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, WUNTRACED), child);
+    EXPECT_TRUE(WIFSTOPPED(status) && WSTOPSIG(status) == SIGTSTP) << status;
+    kill(child, SIGCONT);
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
 }
 
 } // namespace

@@ -241,6 +241,19 @@ TEST_F(TavoAppModelTest, QuittingLetsGoAndArmsNothing) {
     EXPECT_TRUE(store->loadConfig().isEnabled);
 }
 
+TEST_F(TavoAppModelTest, WhatIsReleasedForAStopIsTakenAgainByTheNextEvaluation) {
+    startWith(enabled());
+    EXPECT_TRUE(model->releaseEverything());
+    EXPECT_THAT(*runner->log, ElementsAre("start /usr/bin/caffeinate -i -s", "stop"));
+    EXPECT_FALSE(saved().isWakeAssertionActive);
+    EXPECT_EQ(loop->armedTimers(), 0U);
+    EXPECT_TRUE(store->loadConfig().isEnabled);
+    model->evaluateNow();
+    EXPECT_EQ(runner->children.size(), 2U);
+    EXPECT_TRUE(saved().isWakeAssertionActive);
+    EXPECT_EQ(loop->armedTimers(), 1U);
+}
+
 TEST_F(TavoAppModelTest, QuittingCallsOffWhatWaitsForAnAdministrator) {
     startWith(enabled());
     EXPECT_FALSE(interruption->isInterrupted());

@@ -93,6 +93,22 @@ TEST(AtomicFile, AFileInTheFoldersPlaceIsAnError) {
     EXPECT_THROW(ensureDirectoryExists(folder.path() / "file" / "below"), std::system_error);
 }
 
+TEST(AtomicFile, ALinkThatLeadsNowhereIsNamedAndLeft) {
+    const TemporaryDirectory folder;
+    const auto link = folder.path() / "link";
+    std::filesystem::create_symlink("/nowhere/at/all", link);
+    for (const auto& wanted : {link, link / "below"}) {
+        try {
+            ensureDirectoryExists(wanted);
+            ADD_FAILURE() << "it was made";
+        } catch (const std::system_error& error) {
+            EXPECT_EQ(error.code(), std::errc::no_such_file_or_directory);
+            EXPECT_EQ(std::string(error.what()).find(link.string() + " is a link to /nowhere/at/all"), 0U)
+                << error.what();
+        }
+    }
+}
+
 TEST(AtomicFile, WhatIsNoFileCannotBeReadAndBlocksNobody) {
     const TemporaryDirectory folder;
     EXPECT_THROW(readWholeFile(folder.path()), std::system_error);

@@ -100,5 +100,29 @@ TEST_F(ChildLocale, ReachesChildren) {
     EXPECT_THAT(seen, testing::Not(testing::HasSubstr("LC_ALL=")));
 }
 
+class InstalledLocale : public ChildLocale {
+protected:
+    static Variables chosen(const Variables& wanted) {
+        set(wanted);
+        useInstalledUTF8Locale();
+        return current();
+    }
+};
+
+TEST_F(InstalledLocale, IsUsedWhereTheNamedOneIsMissing) {
+    EXPECT_EQ(chosen({{"LC_ALL", "tlh_QO.UTF-8"}}), (Variables{{"LC_ALL", "C.UTF-8"}}));
+    EXPECT_EQ(chosen({{"LANG", "C.UTF-8"}, {"LC_TIME", "tlh_QO.UTF-8"}}),
+              (Variables{{"LANG", "C.UTF-8"}, {"LC_ALL", "C.UTF-8"}, {"LC_TIME", "tlh_QO.UTF-8"}}));
+}
+
+TEST_F(InstalledLocale, IsUsedWhereTheNamedOneKnowsNoUTF8) {
+    EXPECT_EQ(chosen({{"LANG", "C"}}), (Variables{{"LANG", "C"}, {"LC_CTYPE", "C.UTF-8"}}));
+    EXPECT_EQ(chosen({{"LC_ALL", "POSIX"}}), (Variables{{"LC_ALL", "C.UTF-8"}, {"LC_CTYPE", "C.UTF-8"}}));
+}
+
+TEST_F(InstalledLocale, ThatIsThereStays) {
+    EXPECT_EQ(chosen({{"LANG", "C.UTF-8"}}), (Variables{{"LANG", "C.UTF-8"}}));
+}
+
 } // namespace
 } // namespace tavo

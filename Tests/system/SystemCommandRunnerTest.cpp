@@ -123,13 +123,18 @@ TEST_F(SystemCommandRunnerTest, AChildStartsWithACleanSignalMask) {
 
 TEST_F(SystemCommandRunnerTest, AChildLeadsAProcessGroupOfItsOwnWhereTheCommandSaysSo) {
     auto command = testChild({"wait"});
-    const auto inOurs = std::dynamic_pointer_cast<ProcessRunningCommand>(runner.start(command));
-    command.startsOwnProcessGroup = true;
-    const auto inItsOwn = std::dynamic_pointer_cast<ProcessRunningCommand>(runner.start(command));
-    EXPECT_EQ(getpgid(inOurs->pid()), getpgrp());
-    EXPECT_EQ(getpgid(inItsOwn->pid()), inItsOwn->pid());
-    inOurs->stop();
-    inItsOwn->stop();
+    for (const bool isOwn : {false, true}) {
+        command.startsOwnProcessGroup = isOwn;
+        const ProcessRunningCommand child(spawnChild(command, ChildInput::inherited));
+        EXPECT_EQ(getpgid(child.pid()), isOwn ? child.pid() : getpgrp());
+        kill(child.pid(), SIGKILL);
+    }
+}
+
+TEST_F(SystemCommandRunnerTest, AStartedChildIsOutOfReachOfTheTerminalsSignals) {
+    const auto child = start({"wait"});
+    EXPECT_EQ(getpgid(child->pid()), child->pid());
+    child->stop();
 }
 
 TEST_F(SystemCommandRunnerTest, AStartedChildRunsUntilItIsStopped) {

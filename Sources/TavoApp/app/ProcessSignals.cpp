@@ -19,12 +19,35 @@ sigset_t setOf(const std::vector<int>& signals) {
     return set;
 }
 
+bool isIgnored(int signal) {
+    struct sigaction action {};
+    sigaction(signal, nullptr, &action);
+    return action.sa_handler == SIG_IGN;
+}
+
 } // namespace
 
 std::vector<int> quittingSignals() {
-    struct sigaction hangUp {};
-    sigaction(SIGHUP, nullptr, &hangUp);
-    return hangUp.sa_handler == SIG_IGN ? std::vector{SIGTERM, SIGINT} : std::vector{SIGTERM, SIGINT, SIGHUP};
+    return isIgnored(SIGHUP) ? std::vector{SIGTERM, SIGINT} : std::vector{SIGTERM, SIGINT, SIGHUP};
+}
+
+std::vector<int> stoppingSignals() {
+    return isIgnored(SIGTSTP) ? std::vector<int>() : std::vector{SIGTSTP};
+}
+
+void stopUntilContinued() {
+    // SIGSTOP would stop a process too that has no shell to continue it; SIGTSTP leaves such a one alone.
+    struct sigaction ordinary {};
+    struct sigaction handled {};
+    ordinary.sa_handler = SIG_DFL;
+    sigemptyset(&ordinary.sa_mask);
+    sigaction(SIGTSTP, &ordinary, &handled);
+    const auto set = setOf({SIGTSTP});
+    sigset_t before{};
+    pthread_sigmask(SIG_UNBLOCK, &set, &before);
+    std::raise(SIGTSTP);
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    sigaction(SIGTSTP, &handled, nullptr);
 }
 
 BlockedSignals::BlockedSignals(const std::vector<int>& signals) {

@@ -11,6 +11,13 @@ namespace tavo {
 /// ignored.
 std::vector<int> quittingSignals();
 
+/// The signal with which a terminal stops a program, Ctrl-Z, unless it was ignored when the program started.
+std::vector<int> stoppingSignals();
+
+/// Stops this process as an unhandled SIGTSTP does, and returns when it has been continued. For programs that handle the
+/// signal to put something away first.
+void stopUntilContinued();
+
 /// Blocks signals until they can be handled: one that comes in before may otherwise end the process without letting go.
 /// Threads that are started meanwhile keep them blocked.
 class BlockedSignals {

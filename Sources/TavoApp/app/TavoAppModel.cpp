@@ -280,6 +280,21 @@ void TavoAppModel::openSettings() {
     onMainThread(mainLoop, weak_from_this(), [](TavoAppModel& model) { model.settingsWindow->bringToFront(); })();
 }
 
+bool TavoAppModel::releaseEverything() {
+    perform([this] {
+        timer.reset();
+        helperTimer.reset();
+        releaseReplaced();
+        try {
+            const auto stopped = coordinator->stop(mainLoop->now());
+            publish(ModelProperty::runtimeSnapshot, snapshot, stopped.snapshot);
+        } catch (const std::exception& error) {
+            fail(errorText(error));
+        }
+    });
+    return replaced.empty() && !coordinator->wakeStatus().isActive;
+}
+
 void TavoAppModel::quit() {
     perform([this] {
         // First of all: an application that is told to end may say so to everybody at once, which leads back here.

@@ -90,6 +90,10 @@ public:
     /// and ends the program. Once is enough.
     void quit();
 
+    /// Releases everything for as long as this process is stopped; evaluateNow() takes it again. Gives false when something
+    /// could not be released, as an override of a helper that does not answer.
+    bool releaseEverything();
+
     /// The configuration in force.
     const AppConfig& config() const { return appliedConfig; }
 

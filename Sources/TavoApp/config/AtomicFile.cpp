@@ -60,6 +60,18 @@ void flushFolder(const std::filesystem::path& folder) {
     }
 }
 
+/// A folder is not made where somebody's link leads: to a disk that is not mounted, as likely as not.
+void refuseDanglingLink(const std::filesystem::path& directory) {
+    std::error_code ignored; // what cannot be looked at is refused by the system itself
+    for (auto folder = directory; folder.has_relative_path(); folder = folder.parent_path()) {
+        if (std::filesystem::is_symlink(folder, ignored) && !std::filesystem::exists(folder, ignored) && !ignored) {
+            throw std::system_error(ENOENT, std::generic_category(),
+                                    folder.string() + " is a link to " +
+                                        std::filesystem::read_symlink(folder, ignored).string());
+        }
+    }
+}
+
 void makeDirectories(const std::filesystem::path& directory) {
     std::error_code ignored; // what stat cannot tell, mkdir does
     if (directory.empty() || std::filesystem::is_directory(directory, ignored)) {
@@ -68,8 +80,9 @@ void makeDirectories(const std::filesystem::path& directory) {
     if (directory.has_parent_path() && directory.parent_path() != directory) {
         makeDirectories(directory.parent_path());
     }
-    if (mkdir(directory.c_str(), S_IRWXU) != 0 &&
-        !(errno == EEXIST && std::filesystem::is_directory(directory, ignored))) {
+    const int error = mkdir(directory.c_str(), S_IRWXU) == 0 ? 0 : errno;
+    if (error != 0 && !std::filesystem::is_directory(directory, ignored)) {
+        errno = error == EEXIST ? ENOTDIR : error;
         throwErrno("could not create the folder", directory);
     }
 }
@@ -179,6 +192,7 @@ void replaceFileAtomically(const std::filesystem::path& path, std::string_view c
 }
 
 void ensureDirectoryExists(const std::filesystem::path& directory) {
+    refuseDanglingLink(directory);
     makeDirectories(trustedFolder(directory));
     // In a folder such as /tmp somebody else may have been faster.
     trustedFolder(directory);

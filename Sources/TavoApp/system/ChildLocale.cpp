@@ -1,9 +1,12 @@
 #include "system/ChildLocale.h"
 
+#include <langinfo.h>
+
 #include <array>
 #include <clocale>
 #include <cstdlib>
 #include <string>
+#include <string_view>
 
 namespace tavo {
 
@@ -47,6 +50,22 @@ void useUTF8InChildren() {
     }
     unsetenv("LC_ALL");
     setenv("LC_CTYPE", "UTF-8", 1);
+}
+
+void useInstalledUTF8Locale() {
+    const std::string before = std::setlocale(LC_ALL, nullptr);
+    const bool isInstalled = std::setlocale(LC_ALL, "") != nullptr;
+    const bool knowsUTF8 = isInstalled && std::string_view(nl_langinfo(CODESET)) == "UTF-8";
+    std::setlocale(LC_ALL, before.c_str());
+    if (!isInstalled) {
+        // One that is missing makes setlocale(3) refuse them all, so nothing is lost.
+        setenv("LC_ALL", "C.UTF-8", 1);
+    } else if (!knowsUTF8) {
+        if (const char* all = std::getenv("LC_ALL"); all != nullptr && *all != '\0') {
+            setenv("LC_ALL", "C.UTF-8", 1);
+        }
+        setenv("LC_CTYPE", "C.UTF-8", 1);
+    }
 }
 
 } // namespace tavo

@@ -8,4 +8,8 @@ namespace tavo {
 /// The environment is changed: call this before any thread starts.
 void useUTF8InChildren();
 
+/// Chooses a locale of UTF-8 that is there, where the environment names one that is not installed or knows no UTF-8. Qt would
+/// do the same, and say so on standard error. The environment is changed: call this before any thread starts.
+void useInstalledUTF8Locale();
+
 } // namespace tavo

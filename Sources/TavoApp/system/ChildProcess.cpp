@@ -146,6 +146,11 @@ SpawnedChild spawnChild(const ShellCommand& command, ChildInput input) {
     return child;
 }
 
+ShellCommand inOwnProcessGroup(ShellCommand command) {
+    command.startsOwnProcessGroup = true;
+    return command;
+}
+
 std::int32_t waitForExit(pid_t pid) {
     int status = 0;
     while (waitpid(pid, &status, 0) < 0) {

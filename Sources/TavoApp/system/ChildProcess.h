@@ -34,6 +34,10 @@ struct SpawnedChild {
 /// @throws std::system_error naming the program, with the system's own code.
 SpawnedChild spawnChild(const ShellCommand& command, ChildInput input);
 
+/// The command, to be started in a process group of its own, as every long-lived child is: Ctrl-C and Ctrl-Z at a terminal
+/// reach this process alone, which decides what becomes of the child.
+ShellCommand inOwnProcessGroup(ShellCommand command);
+
 /// Waits for a child and reaps it. Gives its exit status, or the number of the signal that ended it.
 /// @throws std::system_error when it is no child of this process (any more).
 std::int32_t waitForExit(pid_t pid);

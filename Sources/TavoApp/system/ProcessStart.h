@@ -11,4 +11,7 @@ namespace tavo {
 /// process and for no later one. Nothing when there is none, or when it has ended and only waits to be reaped.
 std::optional<std::uint64_t> processStart(pid_t pid);
 
+/// Whether a process is stopped by a signal, or by a debugger, and so does nothing until it is continued.
+bool isProcessStopped(pid_t pid);
+
 } // namespace tavo

@@ -87,7 +87,7 @@ std::future<std::string> SystemCommandRunner::readInBackground(FileDescriptor de
 }
 
 std::shared_ptr<RunningCommand> SystemCommandRunner::start(const ShellCommand& command) {
-    return std::make_shared<ProcessRunningCommand>(spawnChild(command, ChildInput::inherited));
+    return std::make_shared<ProcessRunningCommand>(spawnChild(inOwnProcessGroup(command), ChildInput::inherited));
 }
 
 } // namespace tavo

@@ -24,6 +24,9 @@ std::string TavoAppMain::lockNote(bool hasUnsavedEdits) {
 
 std::vector<int> TavoAppMain::handledSignals() {
     auto signals = quittingSignals();
+    for (const int signal : stoppingSignals()) {
+        signals.push_back(signal);
+    }
     signals.push_back(SIGUSR1);
     signals.push_back(SIGUSR2);
     return signals;
@@ -59,6 +62,11 @@ void TavoAppMain::handleSignal(int signal) {
         appModel->lookAround();
     } else if (signal == SIGUSR2) {
         delegate.applicationShouldHandleReopen(*appModel);
+    } else if (signal == SIGTSTP) {
+        if (appModel->releaseEverything()) {
+            stopUntilContinued();
+        }
+        appModel->evaluateNow();
     } else {
         appModel->quit();
     }

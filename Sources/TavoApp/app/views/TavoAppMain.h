@@ -37,7 +37,7 @@ public:
     /// What the lock's note says of a desktop app, with or without unsaved edits.
     static std::string lockNote(bool hasUnsavedEdits);
 
-    /// Those that end the program, SIGUSR1 (look around) and SIGUSR2 (show the window).
+    /// Those that end or stop the program, SIGUSR1 (look around) and SIGUSR2 (show the window).
     static std::vector<int> handledSignals();
 
     TavoAppModel& model() const { return *appModel; }

@@ -142,7 +142,7 @@ InhibitorCommandRunner::InhibitorCommandRunner(std::shared_ptr<CommandRunning> i
     : inner(std::move(inner)), board(std::move(board)), bound(bound) {}
 
 std::shared_ptr<RunningCommand> InhibitorCommandRunner::start(const ShellCommand& command) {
-    auto spawned = spawnChild(command, ChildInput::pipe);
+    auto spawned = spawnChild(inOwnProcessGroup(command), ChildInput::pipe);
     auto child = ReapedChild::adopt(spawned.pid);
     auto output = std::make_shared<ChildOutput>(std::move(spawned.output), std::move(spawned.error));
 
