@@ -19,7 +19,7 @@ public:
 
 private:
     struct Counted final : ProcessActivity {
-        explicit Counted(int& count) : count(count) { ++count; }
+        explicit Counted(int& counter) : count(counter) { ++count; }
         Counted(const Counted&) = delete;
         Counted& operator=(const Counted&) = delete;
         ~Counted() override { --count; }
