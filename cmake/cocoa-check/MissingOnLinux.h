@@ -100,6 +100,7 @@ void os_log_with_type(os_log_t log, uint8_t type, const char* format, ...);
 #define CTL_KERN 1
 #define KERN_PROC 14
 #define KERN_PROC_PID 1
+#define SSTOP 4
 #define SZOMB 5
 struct extern_proc {
     struct timeval p_starttime;
