@@ -4,6 +4,7 @@
 #include "ReaderWatch.h"
 #include "RunReport.h"
 #include "SwitchedOff.h"
+#include "SystemChecks.h"
 #include "app/AsioMainLoop.h"
 #include "app/ProcessSignals.h"
 #include "app/TavoAppModel.h"
@@ -205,6 +206,10 @@ private:
 } // namespace
 
 ExitStatus runInForeground(const RunOptions& options, std::shared_ptr<const TavoStoring> store, Platform platform) {
+    if (const auto shortage = openFilesShortage()) {
+        printError("tavoctl: {}; raise the limit, with ulimit -n or where this is started.\n", *shortage);
+        return ExitStatus::failure;
+    }
     loadConfigOrExplain(*store);
     // Nobody may find the process id in the lock file and signal it before the signals are handled.
     std::optional<BlockedSignals> blocked(std::in_place, std::vector{SIGTERM, SIGINT, SIGHUP, SIGUSR1, SIGUSR2});

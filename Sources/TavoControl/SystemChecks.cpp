@@ -5,7 +5,10 @@
 #include "base/ErrorText.h"
 
 #include <fmt/format.h>
+#include <sys/resource.h>
 #include <unistd.h>
+
+#include <algorithm>
 
 namespace tavo {
 
@@ -73,18 +76,51 @@ SystemCheck checkFolder(const std::filesystem::path& root) {
     if (isFolder && access(folder.c_str(), W_OK | X_OK) == 0) {
         return {.subject = "folder", .finding = root.string() + " can be written"};
     }
+    const auto home = missingHome(root);
+    const auto homeNote = home ? "; " + *home : std::string();
     return {.subject = "folder",
             .verdict = CheckVerdict::broken,
             .finding = (folder == root ? "" : root.string() + " cannot be made: ") + folder.string() +
-                       (isFolder || ignored ? " cannot be written" : " is not a folder"),
+                       (isFolder || ignored ? " cannot be written" : " is not a folder") + homeNote,
             .advice = folderAdvice};
 }
 
+/// Descriptors for the main loop, the child's pipes, the buses and the process table, with some to spare.
+constexpr rlim_t fewestOpenFiles = 64;
+
 } // namespace
 
+std::optional<std::string> openFilesShortage() {
+    struct rlimit limit {};
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur >= fewestOpenFiles) {
+        return std::nullopt;
+    }
+    return fmt::format("this process may have only {} files open at once, and needs {}", limit.rlim_cur,
+                       fewestOpenFiles);
+}
+
+std::optional<std::string> missingHome(const std::filesystem::path& root) {
+    const auto home = SystemUserDirectories().homeDirectory();
+    std::error_code ignored; // a home that cannot be looked at is there
+    const bool isInIt = std::mismatch(home.begin(), home.end(), root.begin(), root.end()).first == home.end();
+    if (home.empty() || !isInIt ||
+        std::filesystem::status(home, ignored).type() != std::filesystem::file_type::not_found) {
+        return std::nullopt;
+    }
+    return fmt::format("the home folder {} does not exist", home.string());
+}
+
 std::vector<SystemCheck> checkSurroundings(const Platform& platform, const TavoStoring& store) {
-    return {checkProcesses(*platform.processes), checkPower(platform.powerEnvironment->currentStatus()),
-            checkConfiguration(store), checkFolder(store.paths().rootDirectory)};
+    std::vector<SystemCheck> checks{checkProcesses(*platform.processes),
+                                    checkPower(platform.powerEnvironment->currentStatus()), checkConfiguration(store),
+                                    checkFolder(store.paths().rootDirectory)};
+    if (const auto shortage = openFilesShortage()) {
+        checks.push_back({.subject = "open files",
+                          .verdict = CheckVerdict::broken,
+                          .finding = *shortage,
+                          .advice = "raise the limit, with ulimit -n or where this process is started."});
+    }
+    return checks;
 }
 
 } // namespace tavo

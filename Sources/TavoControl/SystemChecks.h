@@ -3,6 +3,8 @@
 #include "app/Platform.h"
 #include "config/TavoStore.h"
 
+#include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -41,5 +43,11 @@ std::vector<SystemCheck> checkMeansToStayAwake(const Platform& platform);
 
 /// The checks that every system has: processes, power, configuration.
 std::vector<SystemCheck> checkSurroundings(const Platform& platform, const TavoStoring& store);
+
+/// Why this process may not open as many files at once as keeping awake takes, as a clause; nothing when it may.
+std::optional<std::string> openFilesShortage();
+
+/// Says that the user's home folder does not exist, when `root` is to lie in it; nothing otherwise.
+std::optional<std::string> missingHome(const std::filesystem::path& root);
 
 } // namespace tavo

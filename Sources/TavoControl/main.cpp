@@ -8,6 +8,7 @@
 #include "RunCommand.h"
 #include "SettingsCommand.h"
 #include "StatusCommand.h"
+#include "SystemChecks.h"
 #include "base/ErrorText.h"
 #include "base/PrintError.h"
 #include "base/Text.h"
@@ -75,6 +76,16 @@ void openClosedStreams() {
     }
 }
 
+/// The system's own words for a folder that cannot be made do not say that it is the home which is missing.
+std::string homeNote(const std::variant<Invocation, UsageReply>& parsed, const std::exception& error) {
+    const auto* const invocation = std::get_if<Invocation>(&parsed);
+    if (invocation == nullptr || invocation->root || dynamic_cast<const std::system_error*>(&error) == nullptr) {
+        return "";
+    }
+    const auto home = missingHome(TavoPaths::defaultPaths().rootDirectory);
+    return home ? " " + visibleControls(*home) + "." : "";
+}
+
 ExitStatus runProgram(int count, const char* const* values) {
     // A parent that ignores this signal would have the kernel reap our children before we can ask how they ended.
     std::signal(SIGCHLD, SIG_DFL);
@@ -93,7 +104,7 @@ ExitStatus runProgram(int count, const char* const* values) {
         }
         return ExitStatus::failure;
     } catch (const std::exception& error) {
-        printError("tavoctl: {}\n", visibleControls(errorText(error)));
+        printError("tavoctl: {}{}\n", visibleControls(errorText(error)), homeNote(parsed, error));
         return exitStatusOf(std::current_exception());
     }
 }

@@ -46,6 +46,26 @@ while IFS= read -r line; do
     [ ${#line} -le 40 ] || [[ $text != *' '* ]] || fail "too long: $line"
 done <"$root.narrow"
 
+# A home that is not there, and a limit that is too low, are named by whoever stumbles over them and by doctor.
+shared=$(mktemp -d)
+cp "$TAVO_BIN/tavoctl" "$TAVO_BIN/tavo-inhibit" "$shared"
+chmod -R a+rX "$shared"
+homeless() {
+    if [ "$(id -u)" -eq 0 ]; then
+        env -u XDG_CONFIG_HOME HOME=/nonexistent setpriv --reuid=65534 --clear-groups "$shared/tavoctl" "$@" 2>&1
+    else
+        env -u XDG_CONFIG_HOME HOME=/nonexistent "$TAVO_BIN/tavoctl" "$@" 2>&1
+    fi
+}
+for command in enable doctor; do
+    expectContains "$(homeless "$command")" "the home folder /nonexistent does not exist" "words of $command without a home"
+done
+for command in 'run --always' doctor; do
+    # shellcheck disable=SC2086
+    expectContains "$(prlimit --nofile=10:10 "$TAVO_BIN/tavoctl" --root "$root" $command 2>&1)" \
+        "this process may have only 10 files open at once" "words of $command with ten descriptors"
+done
+
 # What stands in the way of the folder is named, and doctor agrees with what changes it.
 ln -s /nowhere/at/all "$root.link"
 for folder in "$root.link" "$root.link/below"; do
