@@ -150,7 +150,7 @@ void LogindSleepController::release() {
     isRereadOwed = false;
     if (before && !waitFor(*before)) {
         // The file has gone and logind has been told: what it reports now is what somebody else has set meanwhile.
-        log("the setting for the lid is not what it was before; another file of logind.conf.d has changed");
+        log("the setting for the lid is not what it was before; another file of logind.conf.d has changed.");
     }
     before.reset();
     scopes.clear();
