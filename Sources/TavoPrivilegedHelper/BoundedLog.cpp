@@ -23,7 +23,7 @@ void BoundedLog::write(const std::string& line) {
     }
     --allowance;
     if (omitted > 0) {
-        log(fmt::format("{} lines of this kind were left out", std::exchange(omitted, 0)));
+        log(fmt::format("{} lines of this kind were left out.", std::exchange(omitted, 0)));
     }
     log(line);
 }

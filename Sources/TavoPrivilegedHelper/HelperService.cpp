@@ -31,7 +31,7 @@ public:
                 rawValue(scope), error.what())));
             throw;
         }
-        grants.write(fmt::format("{} {} for {}", nameOf(owner), disabled ? "got an override" : "ended its override",
+        grants.write(fmt::format("{} {} for {}.", nameOf(owner), disabled ? "got an override" : "ended its override",
                                  rawValue(scope)));
     }
 
@@ -98,7 +98,7 @@ void HelperService::remove(const HelperCaller& caller) const {
             fmt::format("{} asked for the helper's removal, which failed: {}", nameOf(caller), error.what())));
         throw;
     }
-    removals->write(fmt::format("{} has the helper removed", nameOf(caller)));
+    removals->write(fmt::format("{} has the helper removed.", nameOf(caller)));
 }
 
 void HelperService::takeBack(const HelperCaller& caller, std::string_view body) const noexcept {
@@ -107,7 +107,7 @@ void HelperService::takeBack(const HelperCaller& caller, std::string_view body) 
         const auto* change = std::get_if<PrivilegedHelperCommand::SetSleepDisabled>(&command.value);
         if (change != nullptr && change->disabled) {
             keeper->setSleepDisabled(caller.process, change->scope, false);
-            grants->write(fmt::format("{} was gone before it heard of its override for {}, which was ended",
+            grants->write(fmt::format("{} was gone before it heard of its override for {}, which was ended.",
                                       nameOf(caller), rawValue(change->scope)));
         }
     } catch (const std::exception&) {

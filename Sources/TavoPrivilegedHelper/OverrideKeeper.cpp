@@ -42,14 +42,14 @@ void OverrideKeeper::adopt(const SleepOverride& override) {
         surroundings.log(fmt::format("process {} cannot be watched: {}", override.owner.pid, error.what()));
     }
     if (!exit) {
-        surroundings.log(fmt::format("what process {} asked for is not taken over", override.owner.pid));
+        surroundings.log(fmt::format("what process {} asked for is not taken over.", override.owner.pid));
         return;
     }
     auto& owner = owners[override.owner];
     owner.scopes.insert(override.scopes.begin(), override.scopes.end());
     owner.watch = std::move(exit);
     owner.user = override.user;
-    surroundings.log(fmt::format("took over what process {} has asked for", override.owner.pid));
+    surroundings.log(fmt::format("took over what process {} has asked for.", override.owner.pid));
 }
 
 std::unique_ptr<ProcessWatch> OverrideKeeper::watch(const ProcessIdentity& process) {
@@ -148,7 +148,7 @@ bool OverrideKeeper::lidMayBeClosed() const {
 // By value: the watch goes with its owner, and with the watch what this was called with.
 void OverrideKeeper::ownerEnded(ProcessIdentity owner) {
     if (owners.erase(owner) > 0) {
-        surroundings.log(fmt::format("process {} has ended; what it asked for is undone", owner.pid));
+        surroundings.log(fmt::format("process {} has ended; what it asked for is undone.", owner.pid));
         settle();
     }
 }
@@ -159,8 +159,8 @@ void OverrideKeeper::endUnserved(const std::function<bool(uid_t user)>& isServed
         if (!owner.user || isServed(*owner.user)) {
             return false;
         }
-        surroundings.log(fmt::format("user {} is not served any more; what process {} asked for is undone", *owner.user,
-                                     process.pid));
+        surroundings.log(fmt::format("user {} is not served any more; what process {} asked for is undone.",
+                                     *owner.user, process.pid));
         return true;
     });
     if (ended > 0) {

@@ -38,7 +38,7 @@ TEST_F(BoundedLogging, AfterABurstTellsHowManyLinesItHasLeftOut) {
     EXPECT_THAT(lines, ElementsAre());
     now += BoundedLog::interval;
     log.write("passed on");
-    EXPECT_THAT(lines, ElementsAre("2 lines of this kind were left out", "passed on"));
+    EXPECT_THAT(lines, ElementsAre("2 lines of this kind were left out.", "passed on"));
     log.write("left out again");
     EXPECT_EQ(lines.size(), 2U);
 }
@@ -58,7 +58,7 @@ TEST_F(BoundedLogging, KeepsWhatIsLeftOfAnInterval) {
         now += std::chrono::milliseconds(BoundedLog::interval) / 2;
         log.write("line");
     }
-    EXPECT_THAT(lines, ElementsAre("1 lines of this kind were left out", "line"));
+    EXPECT_THAT(lines, ElementsAre("1 lines of this kind were left out.", "line"));
 }
 
 } // namespace

@@ -84,8 +84,8 @@ TEST_F(Service, LogsWhatIsGrantedEndedAndRefusedWithUserProcessAndScope) {
     service.serve(caller, R"({"setSleepDisabled":{"scope":"battery","disabled":true}})");
     service.serve(caller, "[]");
     EXPECT_THAT(lines,
-                ElementsAre("process 100 of user 1000 got an override for ac",
-                            "process 100 of user 1000 ended its override for ac",
+                ElementsAre("process 100 of user 1000 got an override for ac.",
+                            "process 100 of user 1000 ended its override for ac.",
                             "process 100 of user 1001 was refused unread: the privileged helper does not serve this "
                             "user (user id 1001).",
                             "process 100 of user 1000 did not get an override for battery: logind refused.",
@@ -97,7 +97,7 @@ TEST_F(Service, LogsARemovalAndOneThatFailed) {
     resetFailure = "no shell.\nof \x1b[31mours";
     service.serve(caller, R"({"resetSupport":{}})");
     EXPECT_THAT(lines,
-                ElementsAre("process 100 of user 1000 has the helper removed",
+                ElementsAre("process 100 of user 1000 has the helper removed.",
                             "process 100 of user 1000 asked for the helper's removal, which failed: no shell.^Jof "
                             "^[[31mours"));
 }
@@ -108,7 +108,7 @@ TEST_F(Service, AFloodOfRefusalsFillsNoLogAndHidesNoGrant) {
     }
     EXPECT_LE(lines.size(), 2 * BoundedLog::burst);
     service.serve(caller, R"({"setSleepDisabled":{"scope":"ac","disabled":true}})");
-    EXPECT_EQ(lines.back(), "process 100 of user 1000 got an override for ac");
+    EXPECT_EQ(lines.back(), "process 100 of user 1000 got an override for ac.");
 }
 
 TEST_F(Service, APingIsNotWorthALine) {

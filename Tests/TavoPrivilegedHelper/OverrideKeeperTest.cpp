@@ -370,7 +370,7 @@ TEST_F(Keeper, AUserWhoIsNotServedAnyMoreLosesOverridesThoughTheProcessLives) {
     const auto record = journal.load();
     ASSERT_EQ(record.overrides.size(), 1U);
     EXPECT_EQ(record.overrides[0].owner, controlProcess);
-    EXPECT_THAT(lines, testing::Contains("user 1000 is not served any more; what process 100 asked for is undone"));
+    EXPECT_THAT(lines, testing::Contains("user 1000 is not served any more; what process 100 asked for is undone."));
 }
 
 TEST_F(Keeper, TheNextHelperKnowsForWhomAProcessAsked) {

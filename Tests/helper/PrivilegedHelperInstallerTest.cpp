@@ -8,6 +8,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <system_error>
 
@@ -138,6 +139,20 @@ TEST_F(PrivilegedHelperInstallerTest, AMissingSourceIsNamedAndNothingIsStaged) {
     const auto missing = folder.path() / "build/nothing";
     expectInstallerError([&] { installer.install(missing); },
                          PrivilegedHelperInstallerError::missingHelperExecutable(missing.string()));
+    EXPECT_THAT(runner->commands, IsEmpty());
+    EXPECT_FALSE(std::filesystem::exists(paths.rootDirectory));
+}
+
+TEST_F(PrivilegedHelperInstallerTest, ASourceThatIsNoRegularFileIsRefusedBeforeAnybodyIsAsked) {
+    const auto pipe = folder.path() / "build/pipe";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    const auto link = folder.path() / "build/link";
+    std::filesystem::create_symlink("/dev/zero", link);
+    for (const auto& odd : {pipe, link, std::filesystem::path("/dev/null"), folder.path() / "build"}) {
+        expectInstallerError([&] { installer.install(odd); },
+                             PrivilegedHelperInstallerError::installFailed(
+                                 odd.string() + " is no regular file; nothing was installed."));
+    }
     EXPECT_THAT(runner->commands, IsEmpty());
     EXPECT_FALSE(std::filesystem::exists(paths.rootDirectory));
 }

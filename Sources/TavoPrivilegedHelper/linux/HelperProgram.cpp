@@ -34,7 +34,7 @@ constexpr int attemptsToUndo = 5;
 
 constexpr uid_t root = 0;
 
-/// How long logind may take for one request. Shorter than callers wait.
+/// The time that waiting for logind may take in one request. Shorter than callers wait.
 constexpr std::chrono::milliseconds longestRequest{3000};
 
 } // namespace
@@ -42,7 +42,8 @@ constexpr std::chrono::milliseconds longestRequest{3000};
 HelperProgram::HelperProgram(std::optional<uid_t> user, Log log)
     : user(user), log(log), budget(std::make_shared<TimeBudget>(longestRequest)),
       logind(std::make_shared<LogindLidSwitch>(budget)),
-      setting(std::make_shared<LogindSleepController>(logind, LogindSleepController::systemDropInFolder(), log)),
+      setting(std::make_shared<LogindSleepController>(logind, LogindSleepController::systemDropInFolder(), log,
+                                                      LogindSleepController::Pause(), budget)),
       keeper(std::make_shared<OverrideKeeper>(
           setting, SleepOverrideJournal(SystemdServiceSetup().overrideJournal()),
           OverrideKeeper::Surroundings{.processes = std::make_shared<PidfdProcessWatching>(loop),

@@ -117,7 +117,8 @@ protected:
             [this](std::chrono::milliseconds) {
                 logind->tick();
                 onPause();
-            });
+            },
+            budget);
     }
 
     void switchOff(PMSetScope scope) { controller->setSleepDisabled(scope, true); }
@@ -130,6 +131,9 @@ protected:
     TemporaryDirectory folder;
     std::shared_ptr<ScriptedLidSwitch> logind = std::make_shared<ScriptedLidSwitch>(folder.path());
     std::function<void()> onPause = [] {};
+    std::chrono::steady_clock::time_point now;
+    std::shared_ptr<TimeBudget> budget =
+        std::make_shared<TimeBudget>(std::chrono::milliseconds(3000), [this] { return now; });
     std::vector<std::string> lines;
     std::unique_ptr<LogindSleepController> controller;
 };
@@ -207,6 +211,21 @@ TEST_F(LogindSleep, AFileThatComesLaterIsFoundOutAndEverythingIsUndone) {
     EXPECT_FALSE(logind->isLockHeld());
     EXPECT_EQ(fileCount(), 1U);
     EXPECT_EQ(logind->current, (LidSwitchActions{"suspend", ""}));
+}
+
+TEST_F(LogindSleep, TheWaitsOfOneRequestShareItsTime) {
+    logind->ticksToReread = 100000;
+    const TimeBudget::Request request(*budget);
+    onPause = [this] { now += std::chrono::milliseconds{20}; };
+    const auto begin = now;
+    EXPECT_THROW(switchOff(PMSetScope::all), WakeControlError);
+    // Each pause is 20 ms by the request's clock: 200 looks for the confirmation, and ten for the undoing.
+    EXPECT_LT(now - begin, std::chrono::milliseconds{4400});
+    now = begin + std::chrono::hours{1};
+    const auto late = now;
+    EXPECT_THROW(switchOff(PMSetScope::all), WakeControlError);
+    EXPECT_LT(now - late, std::chrono::milliseconds{400});
+    EXPECT_EQ(fileCount(), 0U);
 }
 
 TEST_F(LogindSleep, AScopeThatCannotBeHadLeavesTheOthersInForce) {

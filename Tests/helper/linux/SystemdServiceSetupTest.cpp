@@ -356,6 +356,19 @@ TEST_F(SystemdSetup, AnInstallationThatIsTerminatedLeavesNothingStaged) {
     }
 }
 
+TEST_F(SystemdSetup, FilesOfAnInstallationThatWasKilledGoWithTheNext) {
+    standIn("sha256sum", "kill -s KILL $PPID");
+    EXPECT_NE(install().exitCode, 0);
+    EXPECT_EQ(entriesOf(layout.helperExecutable.parent_path()), 1U);
+    const auto ofOneUnderWay = layout.helperExecutable.parent_path() / (".tavo-install." + std::to_string(getpid()));
+    replaceFileAtomically(ofOneUnderWay, "");
+    std::filesystem::remove(folder.path() / "programs/sha256sum");
+    ASSERT_EQ(install().exitCode, 0);
+    EXPECT_TRUE(std::filesystem::exists(ofOneUnderWay));
+    EXPECT_EQ(entriesOf(layout.helperExecutable.parent_path()), 2U);
+    EXPECT_EQ(entriesOf(layout.unitFile.parent_path()), 1U);
+}
+
 TEST_F(SystemdSetup, WithoutSystemdThereIsNoScriptAndTheErrorSaysSo) {
     std::filesystem::remove(layout.systemdMark);
     for (const bool installs : {true, false}) {

@@ -5,6 +5,7 @@
 
 #include <fmt/format.h>
 
+#include <cstdint>
 #include <sstream>
 #include <string_view>
 #include <thread>
@@ -18,15 +19,12 @@ constexpr const char* dropInName = "zzz-com.vrd.tavo.helper.conf";
 constexpr const char* ignored = "ignore";
 constexpr mode_t readableByAll = 0644;
 
-// Together 2 seconds: logind rereads its files within milliseconds, and a caller waits no longer than 5 seconds.
-constexpr int looksAtLogind = 200;
+/// logind rereads its files within milliseconds, and a caller waits no longer than 5 seconds.
+constexpr std::chrono::milliseconds longestWait{2000};
 constexpr std::chrono::milliseconds betweenLooks{10};
 
-/// A logind that answers slowly must not keep everybody else waiting.
-constexpr std::chrono::seconds longestWait{2};
-
-// Together one second: the locks of a Tavo that is just ending, and this one's own, go a moment after they are let go of.
-constexpr int looksAtLocks = 10;
+/// The locks of a Tavo that is just ending, and this one's own, go a moment after they are released.
+constexpr std::chrono::milliseconds longestWaitForLocks{1000};
 constexpr std::chrono::milliseconds betweenLooksAtLocks{100};
 
 constexpr std::string_view batteryMemo = "# before: HandleLidSwitch=";
@@ -40,6 +38,21 @@ void sleepFor(std::chrono::milliseconds time) {
     std::this_thread::sleep_for(time);
 }
 
+/// Looks at logind until that is in vain. Counts pauses as well as time: a logind that answers slowly must not keep
+/// everybody else waiting.
+class Patience {
+public:
+    Patience(std::chrono::milliseconds bound, std::chrono::milliseconds pause)
+        : looks(bound / pause), end(std::chrono::steady_clock::now() + bound) {}
+
+    /// Whether there is time for another look after the one that was just taken.
+    bool allowsAnother() { return --looks > 0 && std::chrono::steady_clock::now() < end; }
+
+private:
+    std::int64_t looks;
+    std::chrono::steady_clock::time_point end;
+};
+
 } // namespace
 
 const std::filesystem::path& LogindSleepController::systemDropInFolder() {
@@ -52,9 +65,10 @@ std::filesystem::path LogindSleepController::systemDropIn() {
 }
 
 LogindSleepController::LogindSleepController(std::shared_ptr<const LidSwitchManaging> logind,
-                                             std::filesystem::path dropInFolder, Log log, Pause pause)
+                                             std::filesystem::path dropInFolder, Log log, Pause pause,
+                                             std::shared_ptr<const TimeBudget> budget)
     : logind(std::move(logind)), dropIn(std::move(dropInFolder) / dropInName), log(std::move(log)),
-      pause(pause ? std::move(pause) : Pause(sleepFor)), before(rememberedActions()) {}
+      pause(pause ? std::move(pause) : Pause(sleepFor)), budget(std::move(budget)), before(rememberedActions()) {}
 
 bool LogindSleepController::hasLeftover() const {
     return std::filesystem::exists(dropIn);
@@ -136,7 +150,7 @@ void LogindSleepController::release() {
     isRereadOwed = false;
     if (before && !waitFor(*before)) {
         // The file has gone and logind has been told: what it reports now is what somebody else has set meanwhile.
-        log("the setting for the lid is not what it was before; another file of logind.conf.d has changed");
+        log("the setting for the lid is not what it was before; another file of logind.conf.d has changed.");
     }
     before.reset();
     scopes.clear();
@@ -191,9 +205,9 @@ std::optional<LidSwitchActions> LogindSleepController::rememberedActions() const
 }
 
 bool LogindSleepController::waitFor(const LidSwitchActions& expected) const {
-    const auto deadline = std::chrono::steady_clock::now() + longestWait;
-    for (int look = 1; logind->actions() != expected; ++look) {
-        if (look == looksAtLogind || std::chrono::steady_clock::now() >= deadline) {
+    Patience patience(budget ? budget->boundOf(longestWait) : longestWait, betweenLooks);
+    while (logind->actions() != expected) {
+        if (!patience.allowsAnother()) {
             return false;
         }
         pause(betweenLooks);
@@ -205,10 +219,11 @@ bool LogindSleepController::waitFor(const LidSwitchActions& expected) const {
 /// close, was refused, and will not ask again.
 void LogindSleepController::sleepIfNobodyElseWould() const {
     try {
+        // Not cut short by the budget: a lock that goes a moment later would leave a closed laptop awake.
+        Patience patience(longestWaitForLocks, betweenLooksAtLocks);
         auto situation = logind->situation();
-        for (int look = 1; situation.isLidClosed && situation.isLidHandledElsewhere && situation.isSleepBlocked &&
-                           look < looksAtLocks;
-             ++look) {
+        while (situation.isLidClosed && situation.isLidHandledElsewhere && situation.isSleepBlocked &&
+               patience.allowsAnother()) {
             pause(betweenLooksAtLocks);
             situation = logind->situation();
         }

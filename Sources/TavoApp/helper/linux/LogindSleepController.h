@@ -2,6 +2,7 @@
 
 #include "base/FileDescriptor.h"
 #include "helper/PrivilegedSleepControlling.h"
+#include "helper/TimeBudget.h"
 #include "helper/linux/LidSwitchManaging.h"
 
 #include <chrono>
@@ -32,12 +33,13 @@ public:
 
     /// @param pause  waits between two looks at logind; the calling thread does by default.
     /// @param log    gets a line for what fails where nobody waits for it.
+    /// @param budget  bounds the waits for logind's confirmation further, where there is one.
     LogindSleepController(std::shared_ptr<const LidSwitchManaging> logind, std::filesystem::path dropInFolder, Log log,
-                          Pause pause = {});
+                          Pause pause = {}, std::shared_ptr<const TimeBudget> budget = {});
 
     bool isAvailable() const override { return true; }
 
-    /// Returns when logind confirms the change, within 2 seconds. When the last scope is switched on again with the lid
+    /// Returns when logind confirms the change, within 2 seconds or what is left of the budget. When the last scope is switched on again with the lid
     /// closed and nobody left who would act on that, the machine is asked to sleep.
     /// @throws WakeControlError when logind does not confirm, with what it reports instead; DescribedError and
     /// std::system_error when it cannot be asked or told. Everything is then as it was before the call.
@@ -63,6 +65,7 @@ private:
     std::filesystem::path dropIn;
     Log log;
     Pause pause;
+    std::shared_ptr<const TimeBudget> budget;
     Scopes scopes;
 
     /// What was in force before the first scope; there while something is.

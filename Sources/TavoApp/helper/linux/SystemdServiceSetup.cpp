@@ -53,6 +53,14 @@ std::string temporaryLine(const char* variable, const std::filesystem::path& tar
     return fmt::format("{}={}.$$\n", variable, quoted(target.parent_path() / ".tavo-install"));
 }
 
+/// Removes temporary files whose installation was killed; one that is under way keeps its own.
+std::string cleanupLines(const std::filesystem::path& folder) {
+    return fmt::format("for left in {}.*; do\n"
+                       "    kill -0 \"${{left##*.}}\" 2>/dev/null || rm -f \"$left\"\n"
+                       "done\n",
+                       quoted(folder / ".tavo-install"));
+}
+
 /// Makes the temporary file a copy of `source`, and compares it. Whatever takes the source's place meanwhile, a pipe or an
 /// endless device, copying ends, and fills no disk.
 std::string copyLines(const char* variable, const std::filesystem::path& source, std::uintmax_t size,
@@ -137,6 +145,7 @@ std::string SystemdServiceSetup::installScript(const std::filesystem::path& sour
            "esac\n" +
            fmt::format("onlyRoots {0}\nonlyRoots {1}\nmkdir -p -m 755 {0} {1}\n",
                        quoted(layout.helperExecutable.parent_path()), quoted(layout.unitFile.parent_path())) +
+           cleanupLines(layout.helperExecutable.parent_path()) + cleanupLines(layout.unitFile.parent_path()) +
            copyLines("helper", source, std::filesystem::file_size(source), sha256OfFile(source)) +
            copyLines("unit", stagedDefinition, definition.size(), sha256(definition)) +
            fmt::format("sed -i \"s/{}/$user/\" \"$unit\"\n", userField) +
