@@ -76,6 +76,7 @@ ExitStatus printStatus(const StatusOptions& options, const TavoStoring& store, c
                       .power = platform.powerEnvironment->currentStatus(),
                       .runningProcessID = running ? std::optional(running->processID) : std::nullopt,
                       .isStopped = running && isProcessStopped(running->processID),
+                      .assertionNotice = running ? running->assertionNotice : "",
                       .machineNoun = platform.machineNoun};
     try {
         auto held = platform.heldAssertions->heldAssertions();
