@@ -19,9 +19,14 @@ namespace tavo {
 
 namespace {
 
-/// For the status command: the file that it reads does not say what this run puts in its place.
-std::string noteOf(const RunOverrides& overrides) {
-    return overrides.isEmpty() ? "" : overrides.json().dump(-1, ' ', false, Json::error_handler_t::replace);
+/// For the status command: neither the file that it reads nor the system's list says what this run puts in the place of the
+/// file and what the desktop refused.
+std::string noteOf(const RunOverrides& overrides, const std::optional<std::string>& assertionNotice = std::nullopt) {
+    auto note = overrides.json();
+    if (assertionNotice) {
+        note[InstanceLock::assertionNoticeKey] = *assertionNotice;
+    }
+    return note.empty() ? "" : note.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
 /// What the user can do about a failure, as one more sentence.
@@ -41,13 +46,19 @@ std::string adviceFor(const std::exception_ptr& failure) {
 /// One run of the evaluations, without a window.
 class ForegroundRun final : private ApplicationControlling {
 public:
-    ForegroundRun(const RunOptions& options, std::shared_ptr<const TavoStoring> store, Platform platform)
-        : store(std::make_shared<OverridingStore>(std::move(store), options.overrides)), board(platform.assertionBoard),
+    /// @param lock  outlives this.
+    ForegroundRun(const RunOptions& options, std::shared_ptr<const TavoStoring> store, Platform platform,
+                  const InstanceLock& lock)
+        : overrides(options.overrides), lock(lock),
+          store(std::make_shared<OverridingStore>(std::move(store), options.overrides)), board(platform.assertionBoard),
           report(Console(stdout), options.json),
           model(TavoAppModel::make(loop, this->store, std::move(platform), *this)) {}
 
     ExitStatus run() {
-        model->onChange([this](ModelChanges) { show(); });
+        model->onChange([this](ModelChanges) {
+            tellAssertionNotice();
+            show();
+        });
         loop->post([this] { evaluate(); });
         loop->run();
         return status;
@@ -69,6 +80,19 @@ private:
     void terminate() override { loop->stop(); }
 
     void evaluate() { model->evaluateNow(); }
+
+    void tellAssertionNotice() {
+        const auto current = model->assertionNotice();
+        if (current == notedAssertionNotice) {
+            return;
+        }
+        notedAssertionNotice = current;
+        try {
+            lock.replaceNote(noteOf(overrides, current));
+        } catch (const std::exception&) {
+            // Only what tavoctl status says of this run depends on it.
+        }
+    }
 
     void show() {
         if (hasEnded) {
@@ -128,6 +152,9 @@ private:
                    adviceFor(failure));
     }
 
+    RunOverrides overrides;
+    const InstanceLock& lock;
+    std::optional<std::string> notedAssertionNotice;
     std::shared_ptr<AsioMainLoop> loop = std::make_shared<AsioMainLoop>();
     std::shared_ptr<const TavoStoring> store;
     std::shared_ptr<AssertionBoard> board;
@@ -154,7 +181,7 @@ ExitStatus runInForeground(const RunOptions& options, std::shared_ptr<const Tavo
     }
     // A reader that has gone is noticed where the line is written.
     std::signal(SIGPIPE, SIG_IGN);
-    ForegroundRun run(options, std::move(store), std::move(platform));
+    ForegroundRun run(options, std::move(store), std::move(platform), *lock);
     run.handleSignals();
     blocked.reset();
     return run.run();

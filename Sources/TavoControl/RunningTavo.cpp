@@ -17,6 +17,7 @@ std::optional<RunningTavo> RunningTavo::find(const TavoStoring& store) {
         if (const auto note = InstanceLock::noteOfHolder(lock); !note.empty()) {
             const auto object = parseJson(note);
             running.overrides = RunOverrides::fromJson(object);
+            running.assertionNotice = object.value(InstanceLock::assertionNoticeKey, std::string());
             running.hasUnsavedEdits = object.value(InstanceLock::unsavedEditsKey, false);
         }
     } catch (const std::exception&) {

@@ -6,6 +6,7 @@
 #include <sys/types.h>
 
 #include <optional>
+#include <string>
 
 namespace tavo {
 
@@ -18,6 +19,9 @@ struct RunningTavo {
 
     /// Whether its window has edits that are not saved: it does not follow the file then.
     bool hasUnsavedEdits = false;
+
+    /// What it holds less than planned, for the user; empty when that is nothing.
+    std::string assertionNotice;
 
     /// Nothing when none runs.
     static std::optional<RunningTavo> find(const TavoStoring& store);

@@ -74,6 +74,7 @@ ExitStatus printStatus(const StatusOptions& options, const TavoStoring& store, c
                       .snapshot = lastSnapshot(store),
                       .power = platform.powerEnvironment->currentStatus(),
                       .runningProcessID = running ? std::optional(running->processID) : std::nullopt,
+                      .assertionNotice = running ? running->assertionNotice : "",
                       .machineNoun = platform.machineNoun};
     try {
         auto held = platform.heldAssertions->heldAssertions();

@@ -92,7 +92,7 @@ std::string StatusReport::discrepancy() const {
                    : "no tavo is running, yet a lock of tavo is still held: end the process that holds it.";
     }
     if (lacking.empty()) {
-        return {};
+        return facts.assertionNotice;
     }
     // The plan is for the power as it is now; the lock is from the last evaluation, which may have been before a plug came in.
     return fmt::format(
@@ -177,7 +177,8 @@ std::vector<std::string> StatusReport::lines(const Console& console) const {
     const bool isPowerKnown = facts.power.source != CurrentPowerSource::unknown || facts.power.batteryPercent;
     add("power", isPowerKnown ? summaryText(facts.power) : "unknown");
     if (const auto notice = discrepancy(); !notice.empty()) {
-        result.push_back(fmt::format("  {:<10} {}", console.styled("notice", Emphasis::warning), notice));
+        result.push_back(
+            fmt::format("  {:<10} {}", console.styled("notice", Emphasis::warning), visibleControls(notice)));
     }
     return result;
 }

@@ -28,6 +28,10 @@ struct StatusFacts {
 
     /// Why it cannot be asked.
     std::string heldError;
+
+    /// What that Tavo says it holds less than planned; empty when that is nothing. The system's list shows nothing of what
+    /// the desktop was asked.
+    std::string assertionNotice;
     std::string machineNoun;
 };
 

@@ -81,9 +81,11 @@ OUTPUT
 
         SERVICE STATE WHAT[; NOTICE]
 
-    SERVICE     logind, gnome, power-management or portal
+    SERVICE     logind, gnome, power-management or portal; desktop when
+                logind's lock does not hold the desktop back and none of
+                its services took the request
     STATE       held     it is held
-                asked    the portal was asked; it does not say what it does
+                asked    the portal was asked; its answer is still to come
                 refused  the service answered with an error, or not in time
                 lost     the service or its bus went away
     WHAT        idle or idle:sleep from logind, suspend from the others

@@ -1,17 +1,20 @@
 #include "TavoInhibit/DesktopInhibition.h"
 
 #include <algorithm>
+#include <ctime>
 
 namespace tavo {
 
 void DesktopInhibition::busConnected(sd_bus& bus) {
     try {
         for (const auto& service : desktopServices()) {
-            inhibitors.push_back(std::make_unique<DesktopInhibitor>(bus, service, report, [this] { settle(); }));
+            inhibitors.push_back(
+                std::make_unique<DesktopInhibitor>(bus, service, report, patience, [this] { settle(); }));
         }
     } catch (const std::system_error&) {
         // Only a connection that is ending refuses to send; busEnded() is on its way.
     }
+    considerTelling();
 }
 
 void DesktopInhibition::busEnded() {
@@ -19,6 +22,7 @@ void DesktopInhibition::busEnded() {
         inhibitor->busEnded();
     }
     inhibitors.clear();
+    considerTelling();
 }
 
 void DesktopInhibition::letGo() {
@@ -26,6 +30,7 @@ void DesktopInhibition::letGo() {
         inhibitor->release();
     }
     inhibitors.clear();
+    telling.reset();
 }
 
 void DesktopInhibition::settle() {
@@ -43,6 +48,54 @@ void DesktopInhibition::settle() {
             inhibitor->ask();
         }
     }
+    considerTelling();
+}
+
+void DesktopInhibition::tellWhenNobodyAccepts() {
+    mustTell = true;
+    considerTelling();
+}
+
+void DesktopInhibition::considerTelling() {
+    using State = DesktopInhibitor::State;
+    // The line of a service that answered stands for the desktop, and replaces ours.
+    const auto hasAnswer = anyIs(State::holding) || anyIs(State::refused);
+    if (hasAnswer || anyIs(State::unconfirmed)) {
+        hasTold = false;
+    }
+    if (!mustTell || hasAnswer || hasTold) {
+        telling.reset();
+        return;
+    }
+    const auto isUndecided = anyIs(State::pending) || anyIs(State::unconfirmed);
+    tellLater(isUndecided ? patience.whileUndecided : patience.whileNobodyAnswers);
+}
+
+void DesktopInhibition::tellLater(std::uint64_t wait) {
+    if (telling && tellingWait == wait) {
+        return;
+    }
+    tellingWait = wait;
+    if (sd_event_add_time_relative(&event, Receive(telling), CLOCK_MONOTONIC, wait, 1'000, onTelling, this) < 0) {
+        tell();
+    }
+}
+
+int DesktopInhibition::onTelling(sd_event_source*, std::uint64_t, void* self) noexcept {
+    auto& inhibition = *static_cast<DesktopInhibition*>(self);
+    inhibition.telling.reset();
+    inhibition.tell();
+    return 0;
+}
+
+void DesktopInhibition::tell() {
+    hasTold = true;
+    report.post({InhibitService::desktop, InhibitState::refused, "suspend", nobodyAcceptedNotice()});
+}
+
+bool DesktopInhibition::anyIs(DesktopInhibitor::State state) const {
+    return std::any_of(inhibitors.begin(), inhibitors.end(),
+                       [state](const auto& inhibitor) { return inhibitor->state() == state; });
 }
 
 bool DesktopInhibition::anyAnswerableIs(DesktopInhibitor::State state) const {

@@ -2,13 +2,28 @@
 
 #include "TavoInhibit/Wording.h"
 
+#include <algorithm>
 #include <cstring>
+#include <ctime>
 
 namespace tavo {
+namespace {
+
+// Outside of what org.freedesktop.portal.Request may answer: 0 accepted, 1 cancelled, 2 ended in another way.
+constexpr auto unreadableResponse = -1;
+
+/// The name has an owner whose object is not there, which is how a service looks that has only just started.
+bool isNotThereYet(const sd_bus_error& error) {
+    const auto names = {SD_BUS_ERROR_UNKNOWN_OBJECT, SD_BUS_ERROR_UNKNOWN_METHOD, SD_BUS_ERROR_UNKNOWN_INTERFACE};
+    return std::any_of(names.begin(), names.end(),
+                       [&](const char* name) { return sd_bus_error_has_name(&error, name) != 0; });
+}
+
+} // namespace
 
 DesktopInhibitor::DesktopInhibitor(sd_bus& bus, const DesktopService& service, Report& report,
-                                   std::function<void()> changed)
-    : bus(bus), service(service), report(report), changed(std::move(changed)) {
+                                   const DesktopPatience& patience, std::function<void()> changed)
+    : bus(bus), service(service), report(report), patience(patience), changed(std::move(changed)) {
     follow();
 }
 
@@ -19,6 +34,12 @@ void DesktopInhibitor::follow() {
                       service.name + "'";
     checked(sd_bus_add_match_async(&bus, Receive(ownerChanges), rule.c_str(), onOwnerChanged, nullptr, this),
             "watch a name on the session bus");
+    if (service.confirmsBySignal) {
+        // Before any request: the answer to one may come before the reply that names its path.
+        checked(sd_bus_match_signal_async(&bus, Receive(responses), service.name, nullptr,
+                                          "org.freedesktop.portal.Request", "Response", onResponse, nullptr, this),
+                "watch for answers on the session bus");
+    }
     // After the match, so that no owner comes or goes unseen in between.
     checked(sd_bus_call_method_async(&bus, Receive(ownerReply), "org.freedesktop.DBus", "/org/freedesktop/DBus",
                                      "org.freedesktop.DBus", "GetNameOwner", onOwner, this, "s", service.name),
@@ -52,7 +73,9 @@ void DesktopInhibitor::ownerIs(const char* newOwner) {
     }
     // What the old owner may still answer means nothing any more.
     pendingAnswer.reset();
-    if (current == State::holding) {
+    retry.reset();
+    failedAttempts = 0;
+    if (current == State::holding || current == State::unconfirmed) {
         post(InhibitState::lost);
     }
     owner = newOwner;
@@ -66,6 +89,7 @@ void DesktopInhibitor::ask() {
         return;
     }
     current = State::pending;
+    earlyResponses.clear();
     const auto result = sendRequest();
     if (result < 0) {
         refuse(quotedError(-result));
@@ -101,6 +125,9 @@ int DesktopInhibitor::onAnswer(sd_bus_message* reply, void* self, sd_bus_error*)
 
 void DesktopInhibitor::answer(sd_bus_message& reply) {
     const auto* error = sd_bus_message_get_error(&reply);
+    if (error != nullptr && isNotThereYet(*error) && askLater()) {
+        return;
+    }
     if (error != nullptr) {
         const auto hasMessage = error->message != nullptr && std::strlen(error->message) > 0;
         refuse(quotedMessage(hasMessage ? error->message : error->name));
@@ -110,10 +137,75 @@ void DesktopInhibitor::answer(sd_bus_message& reply) {
         sendRelease();
         current = State::present;
     } else {
-        current = State::holding;
-        post(service.accepted);
+        accept();
     }
     changed();
+}
+
+bool DesktopInhibitor::askLater() {
+    if (!wanted) {
+        current = State::present;
+        return true;
+    }
+    if (failedAttempts >= patience.retries) {
+        return false;
+    }
+    const auto pause = patience.firstPause << static_cast<unsigned>(failedAttempts);
+    ++failedAttempts;
+    return sd_event_add_time_relative(sd_bus_get_event(&bus), Receive(retry), CLOCK_MONOTONIC, pause, 1'000, onRetry,
+                                      this) >= 0;
+}
+
+int DesktopInhibitor::onRetry(sd_event_source*, std::uint64_t, void* self) noexcept {
+    auto& inhibitor = *static_cast<DesktopInhibitor*>(self);
+    inhibitor.retry.reset();
+    inhibitor.current = State::present;
+    inhibitor.ask();
+    return 0;
+}
+
+void DesktopInhibitor::accept() {
+    if (!service.confirmsBySignal) {
+        current = State::holding;
+        post(InhibitState::held);
+        return;
+    }
+    current = State::unconfirmed;
+    post(InhibitState::asked);
+    const auto early = earlyResponses.find(token.requestPath);
+    if (early != earlyResponses.end()) {
+        confirm(early->second);
+    }
+}
+
+int DesktopInhibitor::onResponse(sd_bus_message* signal, void* self, sd_bus_error*) noexcept {
+    auto& inhibitor = *static_cast<DesktopInhibitor*>(self);
+    const auto* sender = sd_bus_message_get_sender(signal);
+    const auto* path = sd_bus_message_get_path(signal);
+    if (sender == nullptr || path == nullptr || inhibitor.owner != sender) {
+        return 0;
+    }
+    std::uint32_t code = 0;
+    const auto isReadable = sd_bus_message_read(signal, "u", &code) > 0 && code <= 2;
+    const auto response = isReadable ? static_cast<int>(code) : unreadableResponse;
+    if (inhibitor.current == State::pending) {
+        inhibitor.earlyResponses[path] = response;
+    } else if (inhibitor.current == State::unconfirmed && inhibitor.token.requestPath == path) {
+        inhibitor.confirm(response);
+        inhibitor.changed();
+    }
+    return 0;
+}
+
+void DesktopInhibitor::confirm(int response) {
+    if (response == 0) {
+        current = State::holding;
+        post(InhibitState::held);
+    } else if (response == unreadableResponse) {
+        refuse("its answer is not understood");
+    } else {
+        refuse("response " + std::to_string(response));
+    }
 }
 
 void DesktopInhibitor::refuse(const std::string& reason) {
@@ -123,8 +215,11 @@ void DesktopInhibitor::refuse(const std::string& reason) {
 
 void DesktopInhibitor::release() {
     wanted = false;
-    if (current == State::holding) {
+    if (current == State::holding || current == State::unconfirmed) {
         sendRelease();
+        current = State::present;
+    } else if (retry) {
+        retry.reset();
         current = State::present;
     }
 }
@@ -139,9 +234,10 @@ void DesktopInhibitor::sendRelease() {
 }
 
 void DesktopInhibitor::busEnded() {
-    if (current == State::holding) {
+    if (current == State::holding || current == State::unconfirmed) {
         post(InhibitState::lost);
     }
+    retry.reset();
     current = State::absent;
 }
 

@@ -2,9 +2,23 @@
 
 #include "TavoInhibit/DesktopService.h"
 
+#include <cstdint>
 #include <functional>
+#include <map>
 
 namespace tavo {
+
+/// How long the desktop is waited for, in microseconds.
+struct DesktopPatience {
+    /// Before a service that owns its name without having its object yet is asked again; doubled each time. With seven
+    /// times, the last is half a minute after the first.
+    std::uint64_t firstPause = 250'000;
+    int retries = 7;
+    /// Before it counts that no service accepted: one that is only just found must not make a notice flash up.
+    std::uint64_t whileNobodyAnswers = 1'000'000;
+    /// The same while one of them has yet to answer.
+    std::uint64_t whileUndecided = 30'000'000;
+};
 
 /// One desktop service on one bus connection: follows who owns its name, asks, and lets go.
 ///
@@ -17,8 +31,10 @@ public:
         absent,
         /// An owner that was not asked, or whose request was ended.
         present,
-        /// Asked; no answer yet.
+        /// Asked, maybe more than once; no answer yet.
         pending,
+        /// It took the request, and has yet to say whether it honours it.
+        unconfirmed,
         /// It took the request.
         holding,
         /// It answered with an error, or not in time. It is not asked again.
@@ -28,7 +44,8 @@ public:
     /// Starts following the name.
     /// @param changed is called from the event loop after each change of state that came from the bus.
     /// @throws std::system_error when the connection cannot send.
-    DesktopInhibitor(sd_bus& bus, const DesktopService& service, Report& report, std::function<void()> changed);
+    DesktopInhibitor(sd_bus& bus, const DesktopService& service, Report& report, const DesktopPatience& patience,
+                     std::function<void()> changed);
     DesktopInhibitor(const DesktopInhibitor&) = delete;
     DesktopInhibitor& operator=(const DesktopInhibitor&) = delete;
 
@@ -49,24 +66,35 @@ private:
     void ownerIs(const char* newOwner);
     int sendRequest();
     void answer(sd_bus_message& reply);
+    bool askLater();
+    void accept();
+    void confirm(int response);
     void refuse(const std::string& reason);
     void sendRelease();
     void post(InhibitState state, std::string notice = {});
     static int onOwner(sd_bus_message* reply, void* self, sd_bus_error* ignored) noexcept;
     static int onOwnerChanged(sd_bus_message* signal, void* self, sd_bus_error* ignored) noexcept;
     static int onAnswer(sd_bus_message* reply, void* self, sd_bus_error* ignored) noexcept;
+    static int onResponse(sd_bus_message* signal, void* self, sd_bus_error* ignored) noexcept;
+    static int onRetry(sd_event_source* source, std::uint64_t now, void* self) noexcept;
 
     sd_bus& bus;
     const DesktopService& service;
     Report& report;
+    DesktopPatience patience;
     std::function<void()> changed;
     State current = State::absent;
     bool wanted = false;
+    int failedAttempts = 0;
     std::string owner;
     InhibitToken token;
+    /// By the request's path, those that came before the reply that names it.
+    std::map<std::string, int> earlyResponses;
     BusSlot ownerChanges;
     BusSlot ownerReply;
     BusSlot pendingAnswer;
+    BusSlot responses;
+    EventSource retry;
 };
 
 } // namespace tavo

@@ -14,6 +14,9 @@ constexpr std::uint32_t portalSuspend = 4;
 // A desktop that is still starting may take its time; after this long the portal is worth asking.
 constexpr std::uint64_t answerMicroseconds = 25'000'000;
 
+constexpr auto mayStillSuspend =
+    ": the desktop may suspend the computer by itself, so switch off automatic suspend in its power settings";
+
 int appendGnomeRequest(sd_bus_message* call) {
     // The second argument is a window of ours on X11; there is none.
     return sd_bus_message_append(call, "susu", applicationName, std::uint32_t{0}, requestReason, gnomeSuspend);
@@ -68,22 +71,26 @@ int makePortalRelease(sd_bus& bus, const char* owner, const DesktopService&, con
 const std::array<DesktopService, 3>& desktopServices() {
     static constexpr std::array<DesktopService, 3> services{{
         {InhibitService::gnome, "org.gnome.SessionManager", "/org/gnome/SessionManager", "org.gnome.SessionManager",
-         InhibitState::held, false, answerMicroseconds, "session manager", appendGnomeRequest, readCookie,
-         makeGnomeRelease},
+         false, false, answerMicroseconds, "session manager", appendGnomeRequest, readCookie, makeGnomeRelease},
         {InhibitService::powerManagement, "org.freedesktop.PowerManagement", "/org/freedesktop/PowerManagement/Inhibit",
-         "org.freedesktop.PowerManagement.Inhibit", InhibitState::held, false, answerMicroseconds, "power manager",
+         "org.freedesktop.PowerManagement.Inhibit", false, false, answerMicroseconds, "power manager",
          appendPowerManagementRequest, readCookie, makePowerManagementRelease},
         // Nothing waits for the portal's answer, which may take minutes; it is a request all the same when it comes.
         {InhibitService::portal, "org.freedesktop.portal.Desktop", "/org/freedesktop/portal/desktop",
-         "org.freedesktop.portal.Inhibit", InhibitState::asked, true, UINT64_MAX, "portal", appendPortalRequest,
-         readRequestPath, makePortalRelease},
+         "org.freedesktop.portal.Inhibit", true, true, UINT64_MAX, "portal", appendPortalRequest, readRequestPath,
+         makePortalRelease},
     }};
     return services;
 }
 
 std::string refusedByDesktopNotice(const DesktopService& service, const std::string& reason) {
-    return std::string("the desktop's ") + service.noun + " refused (" + reason +
-           "): the desktop may suspend the computer by itself, so switch off automatic suspend in its power settings";
+    return std::string("the desktop's ") + service.noun + " refused (" + reason + ")" + mayStillSuspend;
+}
+
+std::string nobodyAcceptedNotice() {
+    return std::string("no service of this desktop has taken the request to stay awake, and logind before systemd 257 "
+                       "ignores a lock when its own user asks to suspend") +
+           mayStillSuspend;
 }
 
 } // namespace tavo

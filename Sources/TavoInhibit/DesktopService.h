@@ -22,8 +22,8 @@ struct DesktopService {
     const char* name;
     const char* path;
     const char* interface;
-    /// What an accepted request is worth.
-    InhibitState accepted;
+    /// Whether its reply only takes the request, and a signal says later whether it is honoured (the portal's Response).
+    bool confirmsBySignal;
     /// Asked only while none of the others holds.
     bool isLastResort;
     /// How long to wait for an answer, in microseconds; UINT64_MAX is for ever.
@@ -47,5 +47,8 @@ const std::array<DesktopService, 3>& desktopServices();
 /// What the user is told when `service` refused.
 /// @param reason its own words, or the system's, fit to stand in brackets.
 std::string refusedByDesktopNotice(const DesktopService& service, const std::string& reason);
+
+/// What the user is told when logind's lock does not hold the desktop back and none of its services does either.
+std::string nobodyAcceptedNotice();
 
 } // namespace tavo

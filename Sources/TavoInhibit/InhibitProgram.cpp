@@ -1,5 +1,7 @@
 #include "TavoInhibit/InhibitProgram.h"
 
+#include "TavoInhibit/UserDesktop.h"
+
 #include <sysexits.h>
 #include <unistd.h>
 
@@ -39,7 +41,7 @@ void InhibitProgram::blockEndingSignals() {
     ::sigprocmask(SIG_BLOCK, &blocked, nullptr);
 }
 
-InhibitProgram::InhibitProgram(bool sleep) : event(newEventLoop()), report(STDOUT_FILENO), desktop(report) {
+InhibitProgram::InhibitProgram(bool sleep) : event(newEventLoop()), report(STDOUT_FILENO), desktop(*event, report) {
     for (const auto signal : endingSignals) {
         if (endsProgram(signal)) {
             // Without a handler, the signal ends the loop with status 0.
@@ -80,6 +82,13 @@ void InhibitProgram::askDesktop() {
     const auto address = findSessionBus(std::getenv("DBUS_SESSION_BUS_ADDRESS"), std::getenv("XDG_RUNTIME_DIR"));
     if (address) {
         sessionBus.emplace(*event, *address, desktop);
+    }
+    if (isOrdinaryUserOfDesktop()) {
+        ownLocks.emplace(*event, [this](bool areHeeded) {
+            if (!areHeeded) {
+                desktop.tellWhenNobodyAccepts();
+            }
+        });
     }
 }
 

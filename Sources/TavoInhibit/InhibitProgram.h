@@ -2,6 +2,7 @@
 
 #include "TavoInhibit/DesktopInhibition.h"
 #include "TavoInhibit/LogindLock.h"
+#include "TavoInhibit/OwnLocksQuestion.h"
 #include "TavoInhibit/StandardStreams.h"
 
 #include <optional>
@@ -36,6 +37,7 @@ private:
     std::optional<LogindLock> lock;
     DesktopInhibition desktop;
     std::optional<SessionBusWatch> sessionBus;
+    std::optional<OwnLocksQuestion> ownLocks;
 };
 
 } // namespace tavo

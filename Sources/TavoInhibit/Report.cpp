@@ -20,6 +20,8 @@ const char* nameOf(InhibitService service) {
         return "power-management";
     case InhibitService::portal:
         return "portal";
+    case InhibitService::desktop:
+        return "desktop";
     }
     return "";
 }

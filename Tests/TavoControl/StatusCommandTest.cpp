@@ -4,6 +4,7 @@
 #include "TavoControl/CommandTest.h"
 #include "TavoControl/LockHolder.h"
 
+#include <fmt/format.h>
 #include <unistd.h>
 
 namespace tavo {
@@ -56,6 +57,16 @@ TEST_F(StatusCommandTest, ARunningTavoIsFoundByItsLockAndItsChildrensLocksCount)
     EXPECT_EQ(object["keepingAwake"], true);
     EXPECT_EQ(object["title"], "keeping computer awake");
     EXPECT_THAT(linesOf(run()), Contains("  held       sleep:idle (process id 500), as planned"));
+}
+
+TEST_F(StatusCommandTest, WhatTheRunningTavoTellsInItsLockIsSaid) {
+    const LockHolder tavo(store->paths().lockURL(), R"({"assertionNotice": "the desktop refused"})");
+    saveAwake();
+    processes->processes = {{.pid = tavo.pid(), .parentPID = 1}};
+    held->held = {{.who = "tavo", .what = "sleep:idle", .pid = tavo.pid()}};
+    const auto text = linesOf(run());
+    EXPECT_THAT(text, Contains(fmt::format("  held       sleep:idle (process id {})", tavo.pid())));
+    EXPECT_EQ(text.back(), "  notice     the desktop refused");
 }
 
 TEST_F(StatusCommandTest, OnlyWhatBelongsToTheRunningTavoCounts) {

@@ -155,6 +155,17 @@ TEST(StatusReport, ALostLockIsNotCalledAwake) {
     EXPECT_EQ(lines(facts).front(), "not awake: the last evaluation wanted this computer awake, but nothing is held");
 }
 
+TEST(StatusReport, WhatTheRunningTavoCouldNotHoldIsNeverAsPlanned) {
+    auto facts = heldAsPlanned();
+    facts.assertionNotice = "no service of this desktop has accepted.";
+    const auto text = lines(facts);
+    EXPECT_THAT(text, Contains("  held       sleep:idle (process id 4243)"));
+    EXPECT_EQ(text.back(), "  notice     no service of this desktop has accepted.");
+    EXPECT_EQ(json(facts)["notice"], "no service of this desktop has accepted.");
+    facts.assertionNotice = "a\x1B[31m";
+    EXPECT_EQ(lines(facts).back(), "  notice     a^[[31m");
+}
+
 TEST(StatusReport, WithoutTheSystemsListNothingIsClaimed) {
     auto facts = heldAsPlanned();
     facts.held.reset();

@@ -1,5 +1,7 @@
 #include "TavoInhibit/InhibitTest.h"
 
+#include <array>
+
 namespace tavo {
 namespace {
 
@@ -184,6 +186,25 @@ TEST_P(DesktopServiceTest, RefusingWithAnErrorIsToldInItsOwnHarmlessWords) {
     EXPECT_EQ(logind->heldLocks(), 1U);
     expectReleaseAtEndOfInput();
     EXPECT_THAT(service->calls(), ElementsAre(GetParam().request));
+}
+
+TEST_P(DesktopServiceTest, IsAskedAgainWhileItsObjectIsNotThereYet) {
+    const auto service = makeService();
+    auto attempts = 0;
+    const auto accept = GetParam().accept;
+    service->answer("Inhibit", [&attempts, accept](sd_bus_message* call) {
+        constexpr std::array<const char*, 3> missing{SD_BUS_ERROR_UNKNOWN_OBJECT, SD_BUS_ERROR_UNKNOWN_METHOD,
+                                                     SD_BUS_ERROR_UNKNOWN_INTERFACE};
+        const auto attempt = static_cast<std::size_t>(attempts++);
+        return attempt < missing.size() ? sd_bus_reply_method_errorf(call, missing.at(attempt), "No such object path")
+                                        : accept(call);
+    });
+    service->own(GetParam().name);
+    startHolding();
+    ASSERT_TRUE(waitForLine(GetParam().acceptedLine));
+    EXPECT_EQ(attempts, 4);
+    expectReleaseAtEndOfInput();
+    EXPECT_THAT(program->lines(), ElementsAre("logind held idle", GetParam().acceptedLine));
 }
 
 TEST_P(DesktopServiceTest, AnsweringWithSomethingElseCountsAsRefusing) {

@@ -40,6 +40,7 @@ TEST_F(ReportTest, EveryServiceAndStateHasItsWord) {
     EXPECT_EQ(formatted({S::gnome, T::held, "suspend", ""}), "gnome held suspend");
     EXPECT_EQ(formatted({S::powerManagement, T::lost, "suspend", ""}), "power-management lost suspend");
     EXPECT_EQ(formatted({S::portal, T::asked, "suspend", ""}), "portal asked suspend");
+    EXPECT_EQ(formatted({S::desktop, T::refused, "suspend", ""}), "desktop refused suspend");
     EXPECT_EQ(formatted({S::gnome, T::refused, "suspend", "it said no"}), "gnome refused suspend; it said no");
 }
 

@@ -61,6 +61,30 @@ TEST_F(AssertionBoardTest, ThePortalIsSaidToBeAskedAndGoesWhenAServiceHolds) {
     EXPECT_EQ(board.summary(), "idle (logind), suspend (power-management)");
 }
 
+TEST_F(AssertionBoardTest, APortalThatAcceptsIsSaidToHold) {
+    record("logind held idle");
+    record("portal asked suspend");
+    record("portal held suspend");
+    EXPECT_EQ(board.summary(), "idle (logind), suspend (portal)");
+    record("portal refused suspend; response 2.");
+    EXPECT_EQ(board.summary(), "idle (logind)");
+    EXPECT_EQ(board.notice(), "response 2.");
+}
+
+TEST_F(AssertionBoardTest, ThatNoServiceOfTheDesktopAcceptsIsSaidUntilOneAnswers) {
+    for (const auto* answer : {"gnome held suspend", "portal asked suspend", "power-management refused suspend; no."}) {
+        token = board.open();
+        record("logind held idle");
+        record("desktop refused suspend; nobody accepted.");
+        EXPECT_EQ(board.notice(), "nobody accepted.");
+        EXPECT_EQ(board.summary(), "idle (logind)");
+        record("gnome lost suspend");
+        EXPECT_EQ(board.notice(), "nobody accepted.");
+        record(answer);
+        EXPECT_NE(board.notice(), "nobody accepted.");
+    }
+}
+
 TEST_F(AssertionBoardTest, NoticesAreJoinedAndGoWithTheirReports) {
     EXPECT_EQ(board.notice(), std::nullopt);
     record("logind held idle; sleep was refused.");

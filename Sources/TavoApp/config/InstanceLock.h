@@ -28,6 +28,9 @@ public:
     /// In the same: true for a Tavo that has a window to show.
     static constexpr const char* windowKey = "window";
 
+    /// In the same, a text: what is held less than planned, as the assertion's child says it.
+    static constexpr const char* assertionNoticeKey = "assertionNotice";
+
     /// Puts another note in the place of the one that was given before. @throws std::system_error naming the path.
     void replaceNote(const std::string& note) const;
 

@@ -56,9 +56,14 @@ void AssertionBoard::record(Token token, AssertionReport report) {
         if (token != current) {
             return;
         }
-        if (report.state == AssertionReportState::held && report.service != "logind") {
+        const bool isOfDesktop = report.service != "logind" && report.service != "desktop";
+        if (isOfDesktop && report.state == AssertionReportState::held) {
             // The portal is asked only while no other desktop service holds; its request ends without a word.
             std::erase_if(latestReports, [](const auto& other) { return other.service == "portal"; });
+        }
+        if (isOfDesktop && report.state != AssertionReportState::lost) {
+            // That no service took the request is over as soon as one has answered.
+            std::erase_if(latestReports, [](const auto& other) { return other.service == "desktop"; });
         }
         const auto earlier = std::find_if(latestReports.begin(), latestReports.end(),
                                           [&](const auto& other) { return other.service == report.service; });

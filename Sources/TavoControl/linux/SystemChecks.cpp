@@ -1,5 +1,8 @@
 #include "SystemChecks.h"
 
+#include "TavoInhibit/OwnLocksQuestion.h"
+#include "TavoInhibit/UserDesktop.h"
+#include "linux/DesktopCheck.h"
 #include "system/linux/LogindClient.h"
 
 #include <fmt/format.h>
@@ -7,7 +10,6 @@
 #include <systemd/sd-login.h>
 #include <unistd.h>
 
-#include <charconv>
 #include <cstdlib>
 
 namespace tavo {
@@ -53,17 +55,11 @@ SystemCheck checkPolkit(const LogindClient& logind) {
             .advice = "without it only root may hold locks: run sudo tavoctl run, or install polkitd."};
 }
 
-/// From this version on a block lock also holds back its own user's requests to suspend (systemd's NEWS for 257).
-constexpr int ownLocksCountSince = 257;
-
-std::vector<SystemCheck> checkVersion(const LogindClient& logind) {
-    const auto version = logind.systemdVersion();
+std::vector<SystemCheck> checkVersion(const std::optional<std::string>& version) {
     if (!version) {
         return {};
     }
-    int number = 0;
-    std::from_chars(version->data(), version->data() + version->size(), number);
-    if (number >= ownLocksCountSince) {
+    if (heedsOwnLocks(*version)) {
         return {{.subject = "systemd", .finding = "version " + *version}};
     }
     return {
@@ -99,32 +95,11 @@ SystemCheck checkSession() {
     return {.subject = "session", .finding = isActive ? "local and active" : "local, not active now"};
 }
 
-SystemCheck checkDesktop() {
-    constexpr std::array<std::pair<const char*, const char*>, 3> services{
-        {{"org.gnome.SessionManager", "gnome session manager"},
-         {"org.freedesktop.PowerManagement", "power management"},
-         {"org.freedesktop.portal.Desktop", "desktop portal"}}};
-    try {
-        const auto bus = BusConnection::openSession();
-        std::vector<std::string> present;
-        for (const auto& [name, words] : services) {
-            if (bus.hasOwner(name)) {
-                present.emplace_back(words);
-            }
-        }
-        if (!present.empty()) {
-            return {.subject = "desktop", .finding = fmt::format("{} will be told", fmt::join(present, ", "))};
-        }
-        return {.subject = "desktop", .finding = "no service that suspends on its own is running"};
-    } catch (const BusError&) {
-        return {.subject = "desktop", .finding = "no desktop session, so nobody but logind has to be told"};
-    }
-}
-
 } // namespace
 
 std::vector<SystemCheck> checkMeansToStayAwake(const Platform& platform) {
     std::vector<SystemCheck> checks{checkInhibitor(platform.wakePlanBuilder.assertionExecutable)};
+    bool areOwnLocksHeeded = false;
     try {
         const LogindClient logind;
         if (!logind.isRunning()) {
@@ -138,7 +113,9 @@ std::vector<SystemCheck> checkMeansToStayAwake(const Platform& platform) {
             checkLock(logind, "sleep", CheckVerdict::limited,
                       "the computer may still be put to sleep by others; run sudo tavoctl run to hold it too."));
         checks.push_back(checkPolkit(logind));
-        for (auto& check : checkVersion(logind)) {
+        const auto version = logind.systemdVersion();
+        areOwnLocksHeeded = heedsOwnLocks(version.value_or(""));
+        for (auto& check : checkVersion(version)) {
             checks.push_back(std::move(check));
         }
     } catch (const BusError& error) {
@@ -146,7 +123,7 @@ std::vector<SystemCheck> checkMeansToStayAwake(const Platform& platform) {
         return checks;
     }
     checks.push_back(checkSession());
-    checks.push_back(checkDesktop());
+    checks.push_back(checkDesktop(platform, !areOwnLocksHeeded && isOrdinaryUserOfDesktop()));
     return checks;
 }
 

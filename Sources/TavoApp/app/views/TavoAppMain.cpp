@@ -18,8 +18,12 @@ const QString withoutTray =
 
 } // namespace
 
-std::string TavoAppMain::lockNote(bool hasUnsavedEdits) {
-    return Json{{InstanceLock::windowKey, true}, {InstanceLock::unsavedEditsKey, hasUnsavedEdits}}.dump();
+std::string TavoAppMain::lockNote(bool hasUnsavedEdits, const std::optional<std::string>& assertionNotice) {
+    Json note{{InstanceLock::windowKey, true}, {InstanceLock::unsavedEditsKey, hasUnsavedEdits}};
+    if (assertionNotice) {
+        note[InstanceLock::assertionNoticeKey] = *assertionNotice;
+    }
+    return note.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
 std::vector<int> TavoAppMain::handledSignals() {
@@ -35,7 +39,7 @@ TavoAppMain::TavoAppMain(Options options, std::shared_ptr<const TavoStoring> sto
       appModel(TavoAppModel::make(mainLoop, std::move(store), std::move(platform), *this)),
       observer(std::make_unique<ModelObserver>(appModel)), menuBar(std::make_unique<TavoMenuBarExtra>(*observer)) {
     QApplication::setQuitOnLastWindowClosed(false);
-    connect(observer.get(), &ModelObserver::changed, this, &TavoAppMain::tellUnsavedEdits);
+    connect(observer.get(), &ModelObserver::changed, this, &TavoAppMain::tellInLockFile);
     // However the application comes to its end, as by the end of the desktop's session: everything is let go of.
     connect(qApp, &QCoreApplication::aboutToQuit, this, [this] { appModel->quit(); });
     signals = std::make_unique<SignalWatch>(
@@ -64,15 +68,17 @@ void TavoAppMain::handleSignal(int signal) {
     }
 }
 
-void TavoAppMain::tellUnsavedEdits() {
-    if (appModel->hasUnsavedEdits() == isNotedUnsaved) {
+void TavoAppMain::tellInLockFile() {
+    const auto assertionNotice = appModel->assertionNotice();
+    if (appModel->hasUnsavedEdits() == isNotedUnsaved && assertionNotice == notedAssertionNotice) {
         return;
     }
-    isNotedUnsaved = !isNotedUnsaved;
+    isNotedUnsaved = appModel->hasUnsavedEdits();
+    notedAssertionNotice = assertionNotice;
     try {
-        lock.replaceNote(lockNote(isNotedUnsaved));
+        lock.replaceNote(lockNote(isNotedUnsaved, assertionNotice));
     } catch (const std::exception&) {
-        // Only what tavoctl says of this window depends on it.
+        // Only what tavoctl says of this application depends on it.
     }
 }
 

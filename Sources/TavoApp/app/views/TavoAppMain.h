@@ -26,7 +26,7 @@ public:
     };
 
     /// To be made after the application object, with the signals of handledSignals() blocked.
-    /// @param lock  of the one Tavo, whose note says whether there are unsaved edits.
+    /// @param lock  of the one Tavo, whose note says whether there are unsaved edits, and what is held less than planned.
     TavoAppMain(Options options, std::shared_ptr<const TavoStoring> store, Platform platform, InstanceLock lock);
     ~TavoAppMain() override;
 
@@ -34,8 +34,9 @@ public:
     /// within a moment: the process has to end without waiting for it, since it has no window and takes no signal any more.
     [[nodiscard]] bool finish();
 
-    /// What the lock's note says of a desktop app, with or without unsaved edits.
-    static std::string lockNote(bool hasUnsavedEdits);
+    /// What the lock's note says of a desktop app.
+    /// @param assertionNotice  what is held less than planned.
+    static std::string lockNote(bool hasUnsavedEdits, const std::optional<std::string>& assertionNotice = std::nullopt);
 
     /// Those that end the program, SIGUSR1 (look around) and SIGUSR2 (show the window).
     static std::vector<int> handledSignals();
@@ -49,12 +50,13 @@ private:
     void terminate() override;
 
     void handleSignal(int signal);
-    void tellUnsavedEdits();
+    void tellInLockFile();
 
     Options options;
     std::string machineNoun;
     InstanceLock lock;
     bool isNotedUnsaved = false;
+    std::optional<std::string> notedAssertionNotice;
     std::shared_ptr<QtMainLoop> mainLoop = std::make_shared<QtMainLoop>();
     TavoAppDelegate delegate;
     std::shared_ptr<TavoAppModel> appModel;

@@ -1,0 +1,66 @@
+#include "TavoInhibit/OwnLocksQuestion.h"
+
+#include <charconv>
+#include <cstdint>
+
+namespace tavo {
+namespace {
+
+constexpr int heededSince = 257;
+constexpr std::uint64_t answerMicroseconds = 5'000'000;
+
+} // namespace
+
+bool heedsOwnLocks(std::string_view systemdVersion) {
+    int number = 0;
+    std::from_chars(systemdVersion.data(), systemdVersion.data() + systemdVersion.size(), number);
+    return number >= heededSince;
+}
+
+OwnLocksQuestion::OwnLocksQuestion(sd_event& event, std::function<void(bool areHeeded)> answered)
+    : answered(std::move(answered)) {
+    if (ask(event) < 0) {
+        this->answered(false);
+    }
+}
+
+int OwnLocksQuestion::ask(sd_event& event) {
+    BusMessage call;
+    auto result = sd_bus_open_system_with_description(Receive(bus), "tavo");
+    if (result >= 0) {
+        // The default would flush at exit, and wait for a bus that does not read.
+        result = sd_bus_set_close_on_exit(bus.get(), 0);
+    }
+    if (result >= 0) {
+        result = sd_bus_attach_event(bus.get(), &event, SD_EVENT_PRIORITY_NORMAL);
+    }
+    if (result >= 0) {
+        result = sd_bus_message_new_method_call(bus.get(), Receive(call), "org.freedesktop.systemd1",
+                                                "/org/freedesktop/systemd1", "org.freedesktop.DBus.Properties", "Get");
+    }
+    if (result >= 0) {
+        result = sd_bus_message_append(call.get(), "ss", "org.freedesktop.systemd1.Manager", "Version");
+    }
+    if (result >= 0) {
+        result = sd_bus_message_set_auto_start(call.get(), 0);
+    }
+    if (result >= 0) {
+        result = sd_bus_call_async(bus.get(), Receive(pendingReply), call.get(), onReply, this, answerMicroseconds);
+    }
+    return result;
+}
+
+int OwnLocksQuestion::onReply(sd_bus_message* reply, void* self, sd_bus_error*) noexcept {
+    auto& question = *static_cast<OwnLocksQuestion*>(self);
+    const char* version = nullptr;
+    const auto isRead =
+        sd_bus_message_is_method_error(reply, nullptr) == 0 && sd_bus_message_read(reply, "v", "s", &version) > 0;
+    const auto areHeeded = isRead && heedsOwnLocks(version);
+    // Nothing else is to come over this connection.
+    question.pendingReply.reset();
+    question.bus.reset();
+    question.answered(areHeeded);
+    return 0;
+}
+
+} // namespace tavo
