@@ -19,6 +19,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <functional>
 
 namespace tavo {
 
@@ -57,7 +58,7 @@ public:
         : overrides(options.overrides), lock(lock),
           store(std::make_shared<OverridingStore>(std::move(store), options.overrides)), board(platform.assertionBoard),
           assertionRunner(platform.assertionRunner), wakePlanBuilder(platform.wakePlanBuilder),
-          report(Console(stdout), options.json),
+          seemsWithoutMeans(platform.seemsWithoutMeans), report(Console(stdout), options.json),
           model(TavoAppModel::make(loop, this->store, std::move(platform), *this)) {}
 
     ExitStatus run() {
@@ -97,9 +98,12 @@ private:
         show();
     }
 
-    /// Takes the lock for a moment. A run that only waits would otherwise find out hours later, when its process has come and
-    /// its user has gone, that this system has no lock to give.
+    /// A run that only waits would otherwise find out hours later, when its process has come and its user has gone, that this
+    /// system has no lock to give. Only where that seems so is one asked for, to learn the reason: others see the locks taken.
     void tryMeans() {
+        if (!seemsWithoutMeans || !seemsWithoutMeans()) {
+            return;
+        }
         auto config = model->config();
         config.watchMode = WatchMode::open; // the helper says for itself whether it is there
         try {
@@ -217,6 +221,7 @@ private:
     std::shared_ptr<AssertionBoard> board;
     std::shared_ptr<CommandRunning> assertionRunner;
     WakePlanBuilder wakePlanBuilder;
+    std::function<bool()> seemsWithoutMeans;
     RunReport report;
     std::shared_ptr<TavoAppModel> model;
     ExitStatus status = ExitStatus::success;

@@ -112,6 +112,32 @@ TEST_F(DesktopInhibitionTest, APortalThatAnswersOnlyAfterItWasReplacedIsLetGoThe
     openCall.reset();
 }
 
+TEST_F(DesktopInhibitionTest, AUserOfADesktopThatCannotBeAskedIsToldWhereLogindIgnoresOwnLocks) {
+    sessionBus.start();
+    ScriptedBusService manager(pump, systemBus.address());
+    manager.own("org.freedesktop.systemd1");
+    startLogind();
+    auto inDesktop = environment();
+    inDesktop.emplace_back("WAYLAND_DISPLAY=wayland-0");
+    const auto startInDesktop = [&](const char* version) {
+        manager.answer("Get",
+                       [version](sd_bus_message* call) { return sd_bus_reply_method_return(call, "v", "s", version); });
+        spawn(inhibitProgram, {{"-i"}, inDesktop});
+    };
+    startInDesktop("252.39-1~deb12u2");
+    ASSERT_TRUE(pump.until([this] { return program->lines().size() == 2; }));
+    EXPECT_THAT(program->lines(), ElementsAre("logind held idle", ::testing::StartsWith("desktop refused suspend; ")));
+    EXPECT_EQ(logind->heldLocks(), 1U);
+    expectReleaseAtEndOfInput();
+
+    startInDesktop("257.9-1~deb13u1");
+    ASSERT_TRUE(waitForLine("logind held idle"));
+    ASSERT_TRUE(pump.until([&] { return manager.calls().size() == 2; }));
+    const auto service = makeCookieService(powerManagementName);
+    ASSERT_TRUE(waitForLine("power-management held suspend"));
+    EXPECT_THAT(program->lines(), ElementsAre("logind held idle", "power-management held suspend"));
+}
+
 TEST_F(DesktopInhibitionTest, NobodyIsStartedForIt) {
     const auto marker = [this](const char* name) { return sessionBus.folder() / (std::string(name) + ".started"); };
     for (const auto* name : {gnomeName, powerManagementName, portalName}) {

@@ -66,6 +66,13 @@ Platform makePlatform(const std::filesystem::path& programPath, const TavoPaths&
     platform.wakePlanBuilder.assertionExecutable = findCompanionProgram(programPath, "tavo-inhibit", {packagedPrograms})
                                                        .value_or(programPath.parent_path() / "tavo-inhibit");
     platform.heldAssertions = std::make_shared<LogindLockList>();
+    platform.seemsWithoutMeans = [] {
+        try {
+            return !LogindClient().isRunning();
+        } catch (const BusError&) {
+            return true;
+        }
+    };
     platform.machineNoun = "computer";
     platform.launchAtLogin = std::make_shared<AutostartLoginManager>();
     platform.helperClient = std::make_shared<SocketPrivilegedHelperClient>();

@@ -51,6 +51,9 @@ struct Platform {
     /// What the system itself says is held.
     std::shared_ptr<HeldAssertionsProviding> heldAssertions;
 
+    /// Whether this system seems to have no means at all to stay awake; empty where every system of its kind has them. Takes no lock.
+    std::function<bool()> seemsWithoutMeans;
+
     /// Keeps the timers of this process on time; null where the system slows nobody down.
     std::shared_ptr<ProcessActivityStarting> processActivity;
 

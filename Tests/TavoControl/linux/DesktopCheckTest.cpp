@@ -5,7 +5,10 @@
 #include "TavoInhibit/ScriptedLogind.h"
 #include "runtime/linux/InhibitorCommandRunner.h"
 
+#include <unistd.h>
+
 #include <cstdlib>
+#include <filesystem>
 #include <future>
 
 namespace tavo {
@@ -16,6 +19,28 @@ using ::testing::HasSubstr;
 constexpr auto powerManagementName = "org.freedesktop.PowerManagement";
 constexpr auto portalName = "org.freedesktop.portal.Desktop";
 
+/// Starts the assertion's child as an ordinary user: root has no session bus.
+class OrdinaryUsersRunner final : public CommandRunning {
+public:
+    explicit OrdinaryUsersRunner(std::shared_ptr<AssertionBoard> board) : runner(nullptr, std::move(board)) {}
+
+    bool supportsPrivilegedCommands() const override { return false; }
+    ShellCommandResult run(const ShellCommand& command) override { return runner.run(command); }
+
+    std::shared_ptr<RunningCommand> start(const ShellCommand& command) override {
+        if (::geteuid() != 0) {
+            return runner.start(command);
+        }
+        ShellCommand asNobody{.executableURL = "/usr/bin/setpriv",
+                              .arguments = {"--reuid=65534", "--regid=65534", "--clear-groups", command.executableURL}};
+        asNobody.arguments.insert(asNobody.arguments.end(), command.arguments.begin(), command.arguments.end());
+        return runner.start(asNobody);
+    }
+
+private:
+    InhibitorCommandRunner runner;
+};
+
 /// A session bus with what a desktop runs on it, and a logind that gives every lock.
 class DesktopCheckTest : public CommandTest {
 protected:
@@ -23,8 +48,10 @@ protected:
         ::setenv("DBUS_SYSTEM_BUS_ADDRESS", systemBus.address().c_str(), 1);
         ::setenv("DBUS_SESSION_BUS_ADDRESS", sessionBus.address().c_str(), 1);
         platform.assertionBoard = std::make_shared<AssertionBoard>();
-        platform.assertionRunner = std::make_shared<InhibitorCommandRunner>(nullptr, platform.assertionBoard);
-        platform.wakePlanBuilder.assertionExecutable = TAVO_INHIBIT_PROGRAM;
+        platform.assertionRunner = std::make_shared<OrdinaryUsersRunner>(platform.assertionBoard);
+        platform.wakePlanBuilder.assertionExecutable = systemBus.folder() / "tavo-inhibit";
+        // The build may lie where only root gets to.
+        std::filesystem::copy_file(TAVO_INHIBIT_PROGRAM, platform.wakePlanBuilder.assertionExecutable);
     }
     ~DesktopCheckTest() override {
         ::unsetenv("DBUS_SYSTEM_BUS_ADDRESS");
