@@ -8,6 +8,8 @@
 #include <gtest/gtest.h>
 #include <pugixml.hpp>
 
+#include <string_view>
+
 namespace tavo {
 namespace {
 
@@ -149,8 +151,12 @@ TEST(LaunchDaemonSetup, RemovalTakesBothFilesThoughThereIsNoServiceToEnd) {
     const TemporaryDirectory folder;
     const LaunchDaemonSetup setup({.helperExecutableURL = folder.write("it's/the helper", "program"),
                                    .launchDaemonPlistURL = folder.write("$lists/list", "list")});
+    // On a Mac the real program would end the helper that is installed there.
+    auto script = setup.uninstallScript();
+    const std::string_view launchctl = "/bin/launchctl";
+    script.replace(script.find(launchctl), launchctl.size(), "false");
     SystemCommandRunner runner;
-    const auto result = runner.run({.executableURL = "/bin/sh", .arguments = {"-c", setup.uninstallScript()}});
+    const auto result = runner.run({.executableURL = "/bin/sh", .arguments = {"-c", script}});
     EXPECT_EQ(result, ShellCommandResult{});
     EXPECT_FALSE(std::filesystem::exists(setup.helperExecutable()));
     EXPECT_FALSE(std::filesystem::exists(setup.serviceDefinition()));
