@@ -25,7 +25,7 @@ namespace tavo {
 
 namespace {
 
-/// For the status command: neither the file that it reads nor the system's list says what this run puts in the place of the
+/// For the status command: neither the file that it reads nor the system's list says what this run uses instead of the
 /// file and what the desktop refused.
 std::string noteOf(const RunOverrides& overrides, const std::optional<std::string>& assertionNotice = std::nullopt) {
     auto note = overrides.json();

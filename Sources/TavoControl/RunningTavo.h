@@ -20,7 +20,7 @@ struct RunningTavo {
     /// Whether its window has edits that are not saved: it does not follow the file then.
     bool hasUnsavedEdits = false;
 
-    /// What it holds less than planned, for the user; empty when that is nothing.
+    /// The planned locks that it could not take, for the user; empty when there are none.
     std::string assertionNotice;
 
     /// Nothing when none runs.

@@ -32,7 +32,7 @@ struct StatusFacts {
     /// Why it cannot be asked.
     std::string heldError;
 
-    /// What that Tavo says it holds less than planned; empty when that is nothing. The system's list shows nothing of what
+    /// The planned locks that Tavo says it could not take; empty when there are none. The system's list shows nothing of what
     /// the desktop was asked.
     std::string assertionNotice;
     std::string machineNoun;
@@ -62,7 +62,7 @@ private:
     /// What differs between plan and truth, as a sentence; empty when nothing does.
     std::string discrepancy() const;
 
-    /// What the user should know beyond what the lines say; empty when all is well.
+    /// Anything the user should know beyond the lines; empty when all is well.
     std::string notice() const;
     std::string heldText() const;
     std::optional<std::int64_t> ageInSeconds() const;

@@ -48,7 +48,7 @@ const std::array<DesktopService, 3>& desktopServices();
 /// @param reason its own words, or the system's, fit to stand in brackets.
 std::string refusedByDesktopNotice(const DesktopService& service, const std::string& reason);
 
-/// What the user is told when logind's lock does not hold the desktop back and none of its services does either.
+/// The sentence for the user when logind's lock does not hold the desktop back and none of its services does either.
 std::string nobodyAcceptedNotice();
 
 } // namespace tavo

@@ -19,7 +19,7 @@ namespace {
 constexpr const char* switchOff =
     "the desktop may suspend the computer by itself: switch off automatic suspend in its power settings.";
 
-/// What of the desktop is running; throws BusError without a session bus.
+/// The desktop's services that run; throws BusError without a session bus.
 std::vector<std::string> servicesPresent() {
     constexpr std::array<std::pair<const char*, const char*>, 3> services{
         {{"org.gnome.SessionManager", "gnome session manager"},
@@ -59,7 +59,7 @@ struct WaitForChange {
     std::condition_variable changed;
 };
 
-/// What the services answer to the assertion's child, as far as they do within the bound.
+/// The services' answers to the assertion's child that come within the bound.
 std::vector<AssertionReport> tryOut(const Platform& platform, std::chrono::milliseconds bound) {
     // A change may still be on its way here when the wait is over.
     const auto wait = std::make_shared<WaitForChange>();

@@ -34,7 +34,7 @@ public:
     /// within a moment: the process has to end without waiting for it, since it has no window and takes no signal any more.
     [[nodiscard]] bool finish();
 
-    /// What the lock's note says of a desktop app.
+    /// The lock's note of a desktop app.
     /// @param assertionNotice  what is held less than planned.
     static std::string lockNote(bool hasUnsavedEdits, const std::optional<std::string>& assertionNotice = std::nullopt);
 
