@@ -18,15 +18,15 @@ protected:
         return runner.run({.executableURL = TAVO_TEST_CHILD, .arguments = std::move(arguments)});
     }
 
-    /// Runs a script that notes its process id, and interrupts it then. Gives the process id.
-    pid_t interruptScript(const std::string& script) {
+    /// Runs a script that notes its process id, after what `prepared` does, and interrupts it then. Gives the process id.
+    pid_t interruptScript(const std::string& script, const std::string& prepared = ":") {
         const auto note = folder.path() / "note";
         std::thread other([&] {
             waitUntil([&] { return fileContent(note).ends_with('\n'); });
             interruption->interrupt();
         });
         EXPECT_THROW(runner.run({.executableURL = "/bin/sh",
-                                 .arguments = {"-c", "echo $$ > '" + note.string() + "'; " + script}}),
+                                 .arguments = {"-c", prepared + "; echo $$ > '" + note.string() + "'; " + script}}),
                      Interrupted);
         other.join();
         return static_cast<pid_t>(std::stol(fileContent(note)));
@@ -62,7 +62,7 @@ TEST_F(InterruptibleCommandRunnerTest, AnInterruptedChildHasEnded) {
 }
 
 TEST_F(InterruptibleCommandRunnerTest, AChildThatDoesNotEndIsLeftBehind) {
-    const auto child = interruptScript("trap '' TERM; while :; do '" TAVO_TEST_CHILD "' exit 0; done");
+    const auto child = interruptScript("while :; do '" TAVO_TEST_CHILD "' exit 0; done", "trap '' TERM");
     EXPECT_EQ(kill(child, 0), 0);
     kill(child, SIGKILL);
     EXPECT_TRUE(waitUntil([&] { return kill(child, 0) != 0; })) << "it is reaped all the same";
