@@ -5,6 +5,7 @@
 #include "config/AtomicFile.h"
 #include "system/SystemCommandRunner.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -35,6 +36,13 @@ TEST_F(Autostart, IsOnWithTheEntryAndOffWithoutIt) {
     EXPECT_FALSE(manager.isEnabled());
     EXPECT_FALSE(std::filesystem::exists(manager.entry()));
     EXPECT_NO_THROW(manager.disable());
+}
+
+TEST_F(Autostart, AnEntryOfEarlierTimesCountsAndIsWrittenAnew) {
+    writeEntry("X-GNOME-Autostart-enabled=true\n");
+    EXPECT_TRUE(manager.isEnabled());
+    EXPECT_FALSE(manager.enable("/usr/bin/tavo")) << "something is left to do";
+    EXPECT_THAT(readWholeFile(manager.entry()), testing::HasSubstr("Exec=\"/usr/bin/tavo\" \"--hidden\"\n"));
 }
 
 TEST_F(Autostart, AnEntryThatWasSwitchedOffElsewhereIsOff) {
@@ -76,7 +84,7 @@ TEST_F(Autostart, WhateverThePathTheEntryIsValidAndStartsThatProgram) {
                                    "é ü 日本", "a;b&c|d<e>f(g)*?#~", "--hidden", "x=y"}) {
         const auto program =
             folder.write("programs/" + name + "/tavo",
-                         "#!/bin/sh\nprintf '%s|%s\\n' \"$0\" \"$#\" >\"$(dirname \"$0\")/started\"\n");
+                         "#!/bin/sh\nprintf '%s|%s\\n' \"$0\" \"$*\" >\"$(dirname \"$0\")/started\"\n");
         std::filesystem::permissions(program, std::filesystem::perms::owner_all);
         EXPECT_FALSE(manager.enable(program)) << "something is left to do";
 
@@ -87,7 +95,7 @@ TEST_F(Autostart, WhateverThePathTheEntryIsValidAndStartsThatProgram) {
         EXPECT_EQ(launched.exitCode, 0) << name << ": " << launched.standardError;
         const auto mark = program.parent_path() / "started";
         ASSERT_TRUE(waitUntil([&] { return std::filesystem::exists(mark) && !readWholeFile(mark).empty(); })) << name;
-        EXPECT_EQ(readWholeFile(mark), program.string() + "|0\n");
+        EXPECT_EQ(readWholeFile(mark), program.string() + "|--hidden\n");
     }
 }
 

@@ -11,6 +11,10 @@ TEST(DesktopExec, IsOneQuotedArgument) {
     EXPECT_EQ(desktopExecValue("/it's/é/tavo"), R"("/it's/é/tavo")");
 }
 
+TEST(DesktopExec, ArgumentsAreQuotedAsThePathIs) {
+    EXPECT_EQ(desktopExecValue("/usr/bin/tavo", {"--hidden", "a $b"}), R"("/usr/bin/tavo" "--hidden" "a \\$b")");
+}
+
 TEST(DesktopExec, ReservedCharactersAreEscapedTwiceOver) {
     EXPECT_EQ(desktopExecValue(R"(/"q"/tavo)"), R"("/\\"q\\"/tavo")");
     EXPECT_EQ(desktopExecValue("/`b`/tavo"), R"("/\\`b\\`/tavo")");
@@ -19,8 +23,9 @@ TEST(DesktopExec, ReservedCharactersAreEscapedTwiceOver) {
 }
 
 TEST(DesktopExec, WhatMayNotBeInTheFirstWordIsInAnother) {
-    EXPECT_EQ(desktopExecValue("/100%/%f/tavo"), R"x(/bin/sh -c "exec \\"\\$0\\"" "/100%%/%%f/tavo")x");
-    EXPECT_EQ(desktopExecValue("/x=y/tavo"), R"x(/bin/sh -c "exec \\"\\$0\\"" "/x=y/tavo")x");
+    EXPECT_EQ(desktopExecValue("/100%/%f/tavo"), R"x(/bin/sh -c "exec \\"\\$0\\" \\"\\$@\\"" "/100%%/%%f/tavo")x");
+    EXPECT_EQ(desktopExecValue("/x=y/tavo", {"--hidden"}),
+              R"x(/bin/sh -c "exec \\"\\$0\\" \\"\\$@\\"" "/x=y/tavo" "--hidden")x");
 }
 
 TEST(DesktopExec, CannotCarryControlCharactersOrNothing) {

@@ -25,8 +25,9 @@ std::filesystem::path AutostartLoginManager::entry() const {
 }
 
 LaunchAtLoginManaging::Remainder AutostartLoginManager::enable(const std::filesystem::path& executablePath) {
-    const auto program = desktopExecValue(executablePath);
-    if (!program) {
+    // A login is no moment for a window to open; the tray may not even be there yet.
+    const auto command = desktopExecValue(executablePath, {"--hidden"});
+    if (!command) {
         throw LoginLaunchManagerError::unusablePath(executablePath.string());
     }
     ensureDirectoryExists(entry().parent_path());
@@ -38,7 +39,7 @@ LaunchAtLoginManaging::Remainder AutostartLoginManager::enable(const std::filesy
                                                "Icon=com.vrd.tavo\n"
                                                "Terminal=false\n"
                                                "X-GNOME-Autostart-enabled=true\n",
-                                               *program));
+                                               *command));
     return {};
 }
 

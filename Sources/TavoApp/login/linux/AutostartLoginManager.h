@@ -18,7 +18,8 @@ public:
 
     explicit AutostartLoginManager(std::filesystem::path autostartFolder) : folder(std::move(autostartFolder)) {}
 
-    /// Starts nothing now, and leaves nothing to do. @throws LoginLaunchManagerError for a path that an entry cannot carry.
+    /// The app is started without its window. Starts nothing now, and leaves nothing to do.
+    /// @throws LoginLaunchManagerError for a path that an entry cannot carry.
     [[nodiscard]] Remainder enable(const std::filesystem::path& executablePath) override;
 
     void disable() override;

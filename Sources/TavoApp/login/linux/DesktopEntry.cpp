@@ -48,14 +48,20 @@ std::string quotedArgument(std::string_view text) {
 
 } // namespace
 
-std::optional<std::string> desktopExecValue(const std::filesystem::path& program) {
+std::optional<std::string> desktopExecValue(const std::filesystem::path& program,
+                                            const std::vector<std::string>& arguments) {
     const auto path = program.string();
     if (path.empty() || std::any_of(path.begin(), path.end(), isControl)) {
         return std::nullopt;
     }
     // The first word may hold no equals sign, and desktops look for its file before they make one percent sign of two.
     const bool needsAnotherFirstWord = path.find_first_of("%=") != std::string::npos;
-    return (needsAnotherFirstWord ? "/bin/sh -c " + quotedArgument("exec \"$0\"") + " " : "") + quotedArgument(path);
+    auto value = needsAnotherFirstWord ? "/bin/sh -c " + quotedArgument("exec \"$0\" \"$@\"") + " " : std::string();
+    value += quotedArgument(path);
+    for (const auto& argument : arguments) {
+        value += " " + quotedArgument(argument);
+    }
+    return value;
 }
 
 std::optional<std::string> desktopEntryValue(std::string_view text, std::string_view key) {
