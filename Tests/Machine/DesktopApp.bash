@@ -114,7 +114,11 @@ message=$(env -u DISPLAY -u QT_QPA_PLATFORM -u WAYLAND_DISPLAY "$TAVO_BIN/tavo" 
 expectEqual 69 "$status" "status without a display"
 expectContains "$message" "tavoctl run" "the message without a display"
 
-# A display that has gone.
+# A display that has gone, of either kind.
 status=0
 message=$(DISPLAY=:99999 env -u QT_QPA_PLATFORM -u WAYLAND_DISPLAY "$TAVO_BIN/tavo" --root "$root" 2>&1) || status=$?
 expectEqual 69 "$status" "status with a display that has gone"
+status=0
+message=$(DISPLAY=:99999 WAYLAND_DISPLAY=wayland-99 env -u QT_QPA_PLATFORM "$TAVO_BIN/tavo" --root "$root" 2>&1) || status=$?
+expectEqual 69 "$status" "status with a compositor that has gone"
+expectContains "$message" "tavoctl run" "the message with a compositor that has gone"
