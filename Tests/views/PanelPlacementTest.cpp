@@ -31,6 +31,31 @@ TEST(PanelPlacement, WithoutAnIconItStandsInTheCornerNearestTheTray) {
     EXPECT_EQ(placed({}, belowBar, Qt::RightToLeft), QPoint(4, 34));
 }
 
+TEST(PanelPlacement, StandsBesideABarAtTheSideOfTheScreen) {
+    EXPECT_EQ(placed({4, 300, 22, 22}, {40, 0, 960, 800}), QPoint(44, 310 - 83));
+    EXPECT_EQ(placed({974, 300, 22, 22}, {0, 0, 960, 800}), QPoint(960 - 4 - 280, 310 - 83));
+    EXPECT_EQ(placed({4, 770, 22, 22}, {40, 0, 960, 800}), QPoint(44, 800 - 4 - 166));
+}
+
+TEST(PanelPlacement, ThePointerStandsInForAnIconWhosePlaceIsUnknown) {
+    EXPECT_EQ(placed({600, 780, 1, 1}, aboveBar), QPoint(460, 760 - 4 - 166));
+    EXPECT_EQ(placed({600, 10, 1, 1}, belowBar), QPoint(460, 34));
+}
+
+TEST(PanelPlacement, ABarThatReservesNothingIsAtTheNearestEdge) {
+    EXPECT_EQ(placed({600, 780, 1, 1}, screen), QPoint(460, 780 - 4 - 166));
+    EXPECT_EQ(placed({600, 10, 1, 1}, screen), QPoint(460, 15));
+    EXPECT_EQ(placed({20, 500, 1, 1}, screen), QPoint(25, 417));
+    EXPECT_EQ(placed({980, 500, 1, 1}, screen), QPoint(980 - 4 - 280, 417));
+    EXPECT_EQ(placed({990, 780, 1, 1}, screen), QPoint(716, 780 - 4 - 166)) << "a corner belongs to the horizontal bar";
+}
+
+TEST(PanelPlacement, StandsOnTheAnchorsOwnScreen) {
+    const QRect second(1000, 200, 800, 600);
+    EXPECT_EQ(panelPosition({1790, 790, 1, 1}, second, second, panel, Qt::LeftToRight),
+              QPoint(1800 - 4 - 280, 790 - 4 - 166));
+}
+
 TEST(PanelPlacement, OnAScreenThatIsTooSmallItsUpperLeftCornerIsSeen) {
     const QRect tiny(100, 50, 200, 100);
     EXPECT_EQ(panelPosition({}, tiny, tiny, panel, Qt::LeftToRight), QPoint(104, 54));

@@ -6,12 +6,14 @@
 namespace tavo {
 
 /// Where the panel stands.
-/// @param icon       of the tray item, in global coordinates; empty when the platform does not tell.
-/// @param screen     the whole of the icon's screen, or of the main one.
-/// @param available  what bars of the desktop leave of it.
-/// @return the upper left corner: below or above the icon and within the screen, or else in the corner that is nearest to
-///         the bar that the tray is likely to be in: the upper one unless there is a bar below and none above.
-QPoint panelPosition(const QRect& icon, const QRect& screen, const QRect& available, const QSize& panel,
+/// @param anchor     the tray icon, or where the pointer was when the platform does not tell where the icon is, in global
+///                   coordinates; empty when neither is known.
+/// @param screen     the whole of the anchor's screen, or of the main one.
+/// @param available  what bars of the desktop leave of it. An X server with several screens says nothing of bars.
+/// @return the upper left corner: on the free side of the bar that the anchor is in, and within the screen; without an
+///         anchor in the corner that is nearest to the bar that the tray is likely to be in: the upper one unless there is
+///         a bar below and none above.
+QPoint panelPosition(const QRect& anchor, const QRect& screen, const QRect& available, const QSize& panel,
                      Qt::LayoutDirection direction);
 
 } // namespace tavo

@@ -6,6 +6,7 @@
 #include "app/views/TavoMenuBarIcon.h"
 #include "app/views/TavoWindowGlassBackground.h"
 
+#include <QCursor>
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QScreen>
@@ -97,20 +98,31 @@ void TavoMenuBarExtra::togglePanel() {
         return;
     }
     panelWindow->adjustSize();
-    const auto icon = tray.geometry();
-    const auto* screen = QGuiApplication::screenAt(icon.center());
-    if (icon.isEmpty() || screen == nullptr) {
-        screen = QGuiApplication::primaryScreen();
-    }
-    if (canPlaceWindows() && screen != nullptr) {
-        panelWindow->move(panelPosition(icon, screen->geometry(), screen->availableGeometry(), panelWindow->size(),
-                                        QGuiApplication::layoutDirection()));
+    if (canPlaceWindows()) {
+        placePanel();
     }
     panelWindow->show();
     panelWindow->raise();
     panelWindow->activateWindow();
     bringPanelToFront(*panelWindow);
     panelWindow->setFocus(Qt::PopupFocusReason);
+}
+
+void TavoMenuBarExtra::placePanel() {
+    auto anchor = tray.geometry();
+    if (anchor.isEmpty()) {
+        // A tray that draws the icon itself does not tell where; but it was clicked a moment ago.
+        anchor = QRect(QCursor::pos(), QSize(1, 1));
+    }
+    const auto* screen = QGuiApplication::screenAt(anchor.center());
+    if (screen == nullptr) {
+        anchor = {};
+        screen = QGuiApplication::primaryScreen();
+    }
+    if (screen != nullptr) {
+        panelWindow->move(panelPosition(anchor, screen->geometry(), screen->availableGeometry(), panelWindow->size(),
+                                        QGuiApplication::layoutDirection()));
+    }
 }
 
 void TavoMenuBarExtra::closePanel() {

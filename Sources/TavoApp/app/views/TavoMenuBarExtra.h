@@ -32,6 +32,7 @@ private:
     void showModel(ModelChanges changes);
     void showIcon();
     void fillMenu();
+    void placePanel();
 
     ModelObserver& observer;
     QSystemTrayIcon tray;

@@ -1,0 +1,40 @@
+#include "app/views/TavoMenuBarExtra.h"
+
+#include "views/Stage.h"
+
+#include <gtest/gtest.h>
+
+#include <QCursor>
+#include <QGuiApplication>
+#include <QScreen>
+
+namespace tavo {
+namespace {
+
+class MenuBarExtraTest : public testing::Test, protected Stage {
+protected:
+    void open() {
+        begin();
+        extra = std::make_unique<TavoMenuBarExtra>(*observer);
+    }
+
+    std::unique_ptr<TavoMenuBarExtra> extra;
+};
+
+TEST_F(MenuBarExtraTest, WhereTheIconsPlaceIsUnknownThePanelOpensAtThePointer) {
+    open();
+    const auto screen = QGuiApplication::primaryScreen()->geometry();
+    for (const auto& pointer : {screen.topRight() + QPoint(-200, 8), screen.bottomLeft() + QPoint(200, -8)}) {
+        QCursor::setPos(pointer);
+        extra->togglePanel();
+        const auto& panel = extra->panel();
+        EXPECT_NEAR(panel.geometry().center().x(), pointer.x(), 1);
+        EXPECT_LT(
+            std::min(std::abs(panel.geometry().top() - pointer.y()), std::abs(panel.geometry().bottom() - pointer.y())),
+            10);
+        extra->togglePanel();
+    }
+}
+
+} // namespace
+} // namespace tavo
