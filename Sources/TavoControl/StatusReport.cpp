@@ -1,13 +1,13 @@
 #include "StatusReport.h"
 
 #include "SwitchedOff.h"
+#include "base/Duration.h"
 #include "base/Text.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
 #include <algorithm>
-#include <array>
 
 namespace tavo {
 
@@ -26,18 +26,6 @@ std::vector<std::string> splitWhat(const std::string& what) {
 constexpr std::string_view listEntry = "{} (process id {})";
 
 } // namespace
-
-std::string spokenDuration(std::int64_t seconds) {
-    constexpr std::array<std::pair<std::int64_t, const char*>, 4> units{
-        {{86400, "day"}, {3600, "hour"}, {60, "minute"}, {1, "second"}}};
-    for (const auto& [length, name] : units) {
-        if (seconds >= length) {
-            const auto count = seconds / length;
-            return fmt::format("{} {}{}", count, name, count == 1 ? "" : "s");
-        }
-    }
-    return "0 seconds";
-}
 
 bool StatusReport::isKeepingAwake() const {
     return isPlanned() && facts.held && !facts.held->empty();

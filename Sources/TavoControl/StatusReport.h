@@ -70,7 +70,4 @@ private:
     StatusFacts facts;
 };
 
-/// A length of time as one would say it: "12 seconds", "3 minutes", "2 days".
-std::string spokenDuration(std::int64_t seconds);
-
 } // namespace tavo

@@ -222,15 +222,5 @@ TEST(StatusReport, ControlCharactersFromOutsideAreVisible) {
     EXPECT_EQ(lines(facts).front(), "waiting for c^[[31md: starts when c^[[31md runs");
 }
 
-TEST(SpokenDuration, TakesTheLargestUnitThatFits) {
-    const std::vector<std::pair<std::int64_t, std::string>> cases{
-        {-5, "0 seconds"}, {0, "0 seconds"},    {1, "1 second"},    {12, "12 seconds"},   {59, "59 seconds"},
-        {60, "1 minute"},  {119, "1 minute"},   {180, "3 minutes"}, {3599, "59 minutes"}, {3600, "1 hour"},
-        {7200, "2 hours"}, {86399, "23 hours"}, {86400, "1 day"},   {172800, "2 days"}};
-    for (const auto& [seconds, words] : cases) {
-        EXPECT_EQ(spokenDuration(seconds), words) << seconds;
-    }
-}
-
 } // namespace
 } // namespace tavo

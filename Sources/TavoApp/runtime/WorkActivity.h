@@ -1,0 +1,93 @@
+#pragma once
+
+#include "base/JsonCoding.h"
+#include "base/Time.h"
+#include "runtime/WorkRequirement.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tavo {
+
+/// Why a matched process tree counts as working, or that it does not.
+enum class WorkVerdict {
+    firstSighting,  ///< works: there is nothing yet to compare it with
+    busy,           ///< works: it used more than its share of a core
+    membersChanged, ///< works: processes of the tree started or ended, though it used no more than its share
+    idle,
+};
+
+template <>
+struct RawValues<WorkVerdict> {
+    static constexpr RawValueTable<WorkVerdict, 4> table{{
+        {WorkVerdict::firstSighting, "firstSighting"},
+        {WorkVerdict::busy, "busy"},
+        {WorkVerdict::membersChanged, "membersChanged"},
+        {WorkVerdict::idle, "idle"},
+    }};
+};
+
+/// A matched process with everything below it. Has no command line, which may hold secrets.
+struct TreeActivity {
+    /// The matched process.
+    std::int32_t pid = 0;
+    std::string executableName;
+
+    /// In percent of one core, over the time between the two looks that were compared last; absent before there are two.
+    std::optional<double> cpuPercent;
+
+    /// Whether processes of the tree started or ended between these two looks. Also true where the tree is busy anyway.
+    bool haveMembersChanged = false;
+    WorkVerdict verdict = WorkVerdict::firstSighting;
+
+    bool isWorking() const { return verdict != WorkVerdict::idle; }
+
+    bool operator==(const TreeActivity&) const = default;
+
+    /// @throws DecodingError naming the key.
+    static TreeActivity fromJson(const Json& value, const std::string& path = {});
+};
+
+/// Whether the matched programs work or wait, as of one look.
+struct WorkActivity {
+    /// What counts as work.
+    WorkRequirement requirement;
+
+    /// The evaluation that this is of. Evaluations that never come to the processes, as on the wrong power source, make no
+    /// look, so this may be older than the last evaluation.
+    TimePoint lookedAt;
+
+    /// One per matched process, in the order of the process table; empty when none matches.
+    std::vector<TreeActivity> trees;
+
+    /// The last look at which a tree was working; absent when none was since a process matched.
+    std::optional<TimePoint> lastWorkAt;
+
+    bool operator==(const WorkActivity&) const = default;
+
+    bool isWorking() const;
+
+    /// Until when the lock is kept though nothing works; absent when no work was seen.
+    std::optional<TimePoint> graceEndsAt() const;
+
+    /// Whether nothing works, and the lock is kept all the same.
+    bool isWithinGrace(TimePoint at) const;
+
+    /// Within the grace "idle for 3 minutes, sleeping allowed in 7"; otherwise empty. Lower case, without a full stop.
+    std::string graceText(TimePoint at) const;
+
+    /// @throws DecodingError naming the key.
+    static WorkActivity fromJson(const Json& value, const std::string& path = {});
+};
+
+// NOLINTBEGIN(readability-identifier-naming): the JSON library looks these names up
+/// "cpuPercent" is rounded to two decimals.
+void to_json(Json& json, const TreeActivity& tree);
+
+/// Dates in ISO 8601 with whole seconds. "isWorking" and "graceEndsAt" are written for readers and not read.
+void to_json(Json& json, const WorkActivity& activity);
+// NOLINTEND(readability-identifier-naming)
+
+} // namespace tavo
