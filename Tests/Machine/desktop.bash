@@ -1,7 +1,7 @@
 # A desktop of the test's own: an X server without a screen, a window manager, a tray, a session bus. A test sources this
 # after machine.bash and calls beginDesktop first.
 
-# beginDesktop: runs the test again as an ordinary user, within a session and its bus, and brings up the rest. What it starts
+# beginDesktop [withoutTray]: runs the test again as an ordinary user, within a session and its bus, and brings up the rest. What it starts
 # ends with the test. Root would do for the pointer, but has no session bus, and so neither notifications nor a screen reader.
 beginDesktop() {
     if [ -z "${TAVO_TEST_DESKTOP-}" ]; then
@@ -31,7 +31,7 @@ beginDesktop() {
     openbox 2>/dev/null &
     desktopPrograms+=($!)
     expectWithin 20 hasRootProperty _NET_SUPPORTING_WM_CHECK
-    beginTray
+    [ "${1-}" = withoutTray ] || beginTray
 }
 
 # beginTray: on a busy machine the tray misses the window manager's start now and then, and never shows; it is started anew.

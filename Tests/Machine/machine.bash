@@ -76,7 +76,7 @@ requireMachine() {
 sharePrograms() {
     local shared program
     shared=$(mktemp -d)
-    for program in tavo tavoctl tavo-inhibit TavoPrivilegedHelper helper-client accessible-tree; do
+    for program in tavo tavoctl tavo-inhibit TavoPrivilegedHelper helper-client accessible-tree stand-in-tray-host; do
         cp "$TAVO_BIN/$program" "$shared"
     done
     chmod -R a+rX "$shared"

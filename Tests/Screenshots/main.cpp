@@ -1,3 +1,4 @@
+#include "Support/ScriptedTrayWatch.h"
 #include "app/SettingsBindings.h"
 #include "app/views/TavoMenuBarExtra.h"
 #include "app/views/TavoSettingsWindowController.h"
@@ -189,7 +190,7 @@ public:
         for (const auto& scene : panelScenes()) {
             Stage stage;
             prepare(stage, scene);
-            TavoMenuBarExtra extra(*stage.observer);
+            TavoMenuBarExtra extra(*stage.observer, tray);
             extra.togglePanel();
             QApplication::processEvents();
             save(extra.panel().grab(), ground, scene.name + suffix);
@@ -199,6 +200,8 @@ public:
     int count() const { return taken; }
 
 private:
+    ScriptedTrayWatch tray;
+
     static void prepare(Stage& stage, const Scene& scene) {
         stage.machineNoun = "mac";
         stage.power->status = {.source = CurrentPowerSource::ac, .batteryPercent = 80, .isCharging = true};

@@ -1,5 +1,6 @@
 #include "app/views/TavoMenuBarExtra.h"
 
+#include "Support/ScriptedTrayWatch.h"
 #include "views/Stage.h"
 
 #include <gtest/gtest.h>
@@ -15,13 +16,15 @@ class MenuBarExtraTest : public testing::Test, protected Stage {
 protected:
     void open() {
         begin();
-        extra = std::make_unique<TavoMenuBarExtra>(*observer);
+        extra = std::make_unique<TavoMenuBarExtra>(*observer, tray);
     }
 
+    ScriptedTrayWatch tray;
     std::unique_ptr<TavoMenuBarExtra> extra;
 };
 
 TEST_F(MenuBarExtraTest, WhereTheIconsPlaceIsUnknownThePanelOpensAtThePointer) {
+    tray.set(true);
     open();
     const auto screen = QGuiApplication::primaryScreen()->geometry();
     for (const auto& pointer : {screen.topRight() + QPoint(-200, 8), screen.bottomLeft() + QPoint(200, -8)}) {
@@ -34,6 +37,18 @@ TEST_F(MenuBarExtraTest, WhereTheIconsPlaceIsUnknownThePanelOpensAtThePointer) {
             10);
         extra->togglePanel();
     }
+}
+
+TEST_F(MenuBarExtraTest, TheItemIsMadeOnceThereIsATrayAndStays) {
+    open();
+    EXPECT_EQ(extra->item(), nullptr);
+    tray.set(true);
+    const auto* const item = extra->item();
+    ASSERT_NE(item, nullptr);
+    EXPECT_FALSE(item->icon().isNull());
+    tray.set(false);
+    tray.set(true);
+    EXPECT_EQ(extra->item(), item);
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "app/views/PlatformWindow.h"
 
+#include "Support/ScriptedTrayWatch.h"
 #include "app/views/TavoMenuBarExtra.h"
 #include "app/views/macos/NativeView.h"
 #include "views/FindWidgets.h"
@@ -24,7 +25,7 @@ protected:
 
     void openPanel() {
         begin();
-        extra = std::make_unique<TavoMenuBarExtra>(*observer);
+        extra = std::make_unique<TavoMenuBarExtra>(*observer, menuBar);
         extra->togglePanel();
         ASSERT_TRUE(QTest::qWaitForWindowActive(&extra->panel()));
     }
@@ -34,6 +35,7 @@ protected:
     }
 
     StandInNative& native = StandInNative::shared();
+    ScriptedTrayWatch menuBar{true};
     std::unique_ptr<TavoMenuBarExtra> extra;
 };
 

@@ -12,10 +12,6 @@ namespace {
 /// Longer than an interrupted command takes, and with what else there is to do at the end still under a second.
 constexpr std::chrono::milliseconds patience{800};
 
-const QString withoutTray =
-    QStringLiteral("this desktop shows no tray, so tavo has no icon there: it goes on when this window is closed, and "
-                   "starting tavo again brings the window back.");
-
 } // namespace
 
 std::string TavoAppMain::lockNote(bool hasUnsavedEdits, const std::optional<std::string>& assertionNotice) {
@@ -40,7 +36,8 @@ TavoAppMain::TavoAppMain(Options options, std::shared_ptr<const TavoStoring> sto
                          InstanceLock lock)
     : options(options), machineNoun(platform.machineNoun), lock(std::move(lock)),
       appModel(TavoAppModel::make(mainLoop, std::move(store), std::move(platform), *this)),
-      observer(std::make_unique<ModelObserver>(appModel)), menuBar(std::make_unique<TavoMenuBarExtra>(*observer)) {
+      observer(std::make_unique<ModelObserver>(appModel)),
+      menuBar(std::make_unique<TavoMenuBarExtra>(*observer, *tray)) {
     QApplication::setQuitOnLastWindowClosed(false);
     connect(observer.get(), &ModelObserver::changed, this, &TavoAppMain::tellInLockFile);
     // However the application comes to its end, as by the end of the desktop's session: everything is let go of.
@@ -101,11 +98,8 @@ std::unique_ptr<SettingsWindowControlling> TavoAppMain::makeSettingsWindow(TavoA
     auto window = std::make_unique<TavoSettingsWindowController>(*observer, QString::fromStdString(machineNoun),
                                                                  options.isHidden);
     auto* const view = &window->view();
-    const auto tellOfTray = [view] {
-        view->setHint(QSystemTrayIcon::isSystemTrayAvailable() ? QString() : withoutTray);
-    };
-    // A tray may come up after the first programs of a desktop.
-    connect(observer.get(), &ModelObserver::changed, view, tellOfTray);
+    const auto tellOfTray = [this, view] { view->setHint(trayHint.text()); };
+    connect(&trayHint, &TrayHint::changed, view, tellOfTray);
     tellOfTray();
     return window;
 }

@@ -8,6 +8,8 @@
 #include "app/views/QtMainLoop.h"
 #include "app/views/TavoAppDelegate.h"
 #include "app/views/TavoMenuBarExtra.h"
+#include "app/views/TrayHint.h"
+#include "app/views/TrayWatch.h"
 #include "config/InstanceLock.h"
 #include "config/TavoStore.h"
 
@@ -61,6 +63,8 @@ private:
     TavoAppDelegate delegate;
     std::shared_ptr<TavoAppModel> appModel;
     std::unique_ptr<ModelObserver> observer;
+    std::unique_ptr<TrayWatch> tray = watchTray();
+    TrayHint trayHint{*tray, *mainLoop};
     std::unique_ptr<TavoMenuBarExtra> menuBar;
     std::unique_ptr<SignalWatch> signals;
 };

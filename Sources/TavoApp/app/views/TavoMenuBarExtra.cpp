@@ -37,8 +37,9 @@ bool isAnyWindowShown() {
 
 } // namespace
 
-TavoMenuBarExtra::TavoMenuBarExtra(ModelObserver& observer)
-    : observer(observer), toggleAction(new QAction(&contextMenu)), panelWindow(std::make_unique<QWidget>()) {
+TavoMenuBarExtra::TavoMenuBarExtra(ModelObserver& observer, const TrayWatch& tray)
+    : observer(observer), tray(tray), toggleAction(new QAction(&contextMenu)),
+      panelWindow(std::make_unique<QWidget>()) {
     panelWindow->setWindowFlags(flagsOf(panelKind()));
     panelWindow->setWindowTitle(QStringLiteral("tavo"));
     panelWindow->setObjectName(QStringLiteral("panel"));
@@ -52,22 +53,34 @@ TavoMenuBarExtra::TavoMenuBarExtra(ModelObserver& observer)
     panelWindow->installEventFilter(this);
 
     fillMenu();
-    if (trayTellsOfClicksBesideMenu()) {
-        tray.setContextMenu(&contextMenu);
+    connect(&observer, &ModelObserver::changed, this, &TavoMenuBarExtra::showModel);
+    connect(&tray, &TrayWatch::changed, this, &TavoMenuBarExtra::makeItem);
+    showModel(~ModelChanges());
+    makeItem();
+}
+
+TavoMenuBarExtra::~TavoMenuBarExtra() = default;
+
+/// Not before there is a tray: Qt looks for its kind once, with the first item, and keeps to what it has found. An item that is
+/// made remains when its tray goes: Qt shows it in the next one of that kind.
+void TavoMenuBarExtra::makeItem() {
+    if (statusItem || !tray.isThere()) {
+        return;
     }
-    tray.setToolTip(QStringLiteral("tavo"));
-    connect(&tray, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
+    statusItem = std::make_unique<QSystemTrayIcon>();
+    if (trayTellsOfClicksBesideMenu()) {
+        statusItem->setContextMenu(&contextMenu);
+    }
+    statusItem->setToolTip(QStringLiteral("tavo"));
+    connect(statusItem.get(), &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
         if (reason != QSystemTrayIcon::Context) {
             togglePanel();
         }
     });
-    connect(&observer, &ModelObserver::changed, this, &TavoMenuBarExtra::showModel);
-    showModel(~ModelChanges());
-    tray.show();
+    showIcon();
+    statusItem->show();
     labelStatusItem(QStringLiteral("tavo"));
 }
-
-TavoMenuBarExtra::~TavoMenuBarExtra() = default;
 
 void TavoMenuBarExtra::fillMenu() {
     contextMenu.addAction(toggleAction);
@@ -83,13 +96,16 @@ void TavoMenuBarExtra::showModel(ModelChanges) {
     toggleAction->setText(model.config().isEnabled ? QStringLiteral("pause") : QStringLiteral("enable"));
     showIcon();
     if (const auto text = awakeEnd.look(model)) {
-        notifyUser(tray, QStringLiteral("tavo"), QString::fromStdString(*text));
+        notifyUser(statusItem.get(), QStringLiteral("tavo"), QString::fromStdString(*text));
     }
 }
 
 void TavoMenuBarExtra::showIcon() {
+    if (!statusItem) {
+        return;
+    }
     const bool isHeld = observer.model().runtimeSnapshot().isWakeAssertionActive;
-    tray.setIcon(TavoMenuBarIcon::image(isHeld, QGuiApplication::palette().color(QPalette::WindowText)));
+    statusItem->setIcon(TavoMenuBarIcon::image(isHeld, QGuiApplication::palette().color(QPalette::WindowText)));
 }
 
 void TavoMenuBarExtra::togglePanel() {
@@ -109,7 +125,7 @@ void TavoMenuBarExtra::togglePanel() {
 }
 
 void TavoMenuBarExtra::placePanel() {
-    auto anchor = tray.geometry();
+    auto anchor = statusItem ? statusItem->geometry() : QRect();
     if (anchor.isEmpty()) {
         // A tray that draws the icon itself does not tell where; but it was clicked a moment ago.
         anchor = QRect(QCursor::pos(), QSize(1, 1));

@@ -3,6 +3,7 @@
 #include "app/UserNotices.h"
 #include "app/views/ModelObserver.h"
 #include "app/views/TavoMenuBarView.h"
+#include "app/views/TrayWatch.h"
 
 #include <QMenu>
 #include <QObject>
@@ -14,7 +15,7 @@ namespace tavo {
 /// The item in the menu bar or tray, and the panel that it opens.
 class TavoMenuBarExtra final : public QObject {
 public:
-    explicit TavoMenuBarExtra(ModelObserver& observer);
+    TavoMenuBarExtra(ModelObserver& observer, const TrayWatch& tray);
     ~TavoMenuBarExtra() override;
 
     /// Opens the panel, or closes it.
@@ -22,21 +23,25 @@ public:
     void closePanel();
 
     QWidget& panel() const { return *panelWindow; }
-    const QSystemTrayIcon& item() const { return tray; }
+
+    /// Null until there is a tray to show it.
+    const QSystemTrayIcon* item() const { return statusItem.get(); }
     QMenu& menu() { return contextMenu; }
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    void makeItem();
     void showModel(ModelChanges changes);
     void showIcon();
     void fillMenu();
     void placePanel();
 
     ModelObserver& observer;
-    QSystemTrayIcon tray;
+    const TrayWatch& tray;
     QMenu contextMenu;
+    std::unique_ptr<QSystemTrayIcon> statusItem;
     QAction* toggleAction;
     std::unique_ptr<QWidget> panelWindow;
     bool isClosing = false;

@@ -17,11 +17,11 @@ constexpr int asLongAsTheDesktopLikes = -1;
 
 } // namespace
 
-void notifyUser(QSystemTrayIcon& tray, const QString& title, const QString& text) {
+void notifyUser(QSystemTrayIcon* tray, const QString& title, const QString& text) {
     const auto bus = QDBusConnection::sessionBus();
     if (!bus.isConnected() || !bus.interface()->isServiceRegistered(service)) {
-        if (QSystemTrayIcon::supportsMessages()) {
-            tray.showMessage(title, text, tray.icon());
+        if (tray != nullptr && QSystemTrayIcon::supportsMessages()) {
+            tray->showMessage(title, text, tray->icon());
         }
         return;
     }

@@ -4,8 +4,10 @@
 
 namespace tavo {
 
-void notifyUser(QSystemTrayIcon& tray, const QString& title, const QString& text) {
-    tray.showMessage(title, text, tray.icon());
+void notifyUser(QSystemTrayIcon* tray, const QString& title, const QString& text) {
+    if (tray != nullptr) {
+        tray->showMessage(title, text, tray->icon());
+    }
 }
 
 } // namespace tavo
