@@ -16,6 +16,16 @@ done
 [ "$(od -An -tu4 --endian=big -j 4 -N 4 "$icons/AppIcon.icns" | tr -d ' ')" = "$(stat -c %s "$icons/AppIcon.icns")" ] ||
     fail "AppIcon.icns does not know its own length"
 
+# Of the tray's icons, panels change the colour of what has this class, and of filled shapes.
+for state in awake idle; do
+    drawing=$resources/Linux/icons/com.vrd.tavo-$state-symbolic.svg
+    xmllint --noout "$drawing" || fail "$drawing is no drawing"
+    [ "$(xmllint --xpath 'count(//*[local-name()="path"])' "$drawing")" = \
+        "$(xmllint --xpath 'count(//*[local-name()="path"][@class="ColorScheme-Text"][@fill="currentColor"])' "$drawing")" ] ||
+        fail "$drawing has a shape that keeps its colour"
+    ! grep -q stroke "$drawing" || fail "$drawing has lines, which keep their colour"
+done
+
 desktop-file-validate "$resources/Linux/com.vrd.tavo.desktop"
 for page in tavo tavoctl; do
     [ -z "$(LC_ALL=C.UTF-8 man --warnings -E UTF-8 -l -Tutf8 -Z "$resources/Linux/$page.1" 2>&1 >/dev/null)" ] ||

@@ -20,3 +20,7 @@ expectEqual "$prefix/libexec/tavo/tavo-inhibit" "$(readlink "/proc/$(inhibitorOf
 endRun TERM
 expectHeld ''
 [ -x "$prefix/libexec/tavo/TavoPrivilegedHelper" ] || fail "the helper is not installed"
+for state in awake idle; do
+    [ -r "$prefix/share/icons/hicolor/symbolic/status/com.vrd.tavo-$state-symbolic.svg" ] ||
+        fail "panels do not find the icon of the tray: $state"
+done

@@ -11,6 +11,7 @@ beginHost() {
     "$TAVO_BIN/stand-in-tray-host" "$items" 2>"$folder/host.err" &
     host=$!
     desktopPrograms+=("$host")
+    expectWithin 20 isHostThere
 }
 endHost() {
     kill "$host"
@@ -43,7 +44,6 @@ tryWith() {
 
     # Neither a watcher that has no host yet, nor the lack of both, has it give up.
     beginHost
-    expectWithin 20 isHostThere
     expectNeverWithin 2 hasItem
     kill -USR1 "$host"
     expectWithin 20 hasItem

@@ -3,7 +3,7 @@
 #include "app/views/DesktopNotification.h"
 #include "app/views/PanelPlacement.h"
 #include "app/views/PlatformWindow.h"
-#include "app/views/TavoMenuBarIcon.h"
+#include "app/views/StatusItemIcon.h"
 #include "app/views/TavoWindowGlassBackground.h"
 
 #include <QCursor>
@@ -105,7 +105,7 @@ void TavoMenuBarExtra::showIcon() {
         return;
     }
     const bool isHeld = observer.model().runtimeSnapshot().isWakeAssertionActive;
-    statusItem->setIcon(TavoMenuBarIcon::image(isHeld, QGuiApplication::palette().color(QPalette::WindowText)));
+    statusItem->setIcon(statusItemIcon(isHeld, QGuiApplication::palette().color(QPalette::WindowText)));
 }
 
 void TavoMenuBarExtra::togglePanel() {
