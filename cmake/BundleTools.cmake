@@ -59,25 +59,26 @@ function(otool result option file)
     set(${result} "${text}" PARENT_SCOPE)
 endfunction()
 
+# otool_words(RESULT OPTION FILE PATTERN): what PATTERN's group matches in what it prints, each once.
+function(otool_words result option file pattern)
+    otool(text ${option} "${file}")
+    string(REGEX MATCHALL "${pattern}" words "${text}")
+    list(TRANSFORM words REPLACE "^${pattern}$" "\\1")
+    list(REMOVE_DUPLICATES words)
+    set(${result} "${words}" PARENT_SCOPE)
+endfunction()
+
 # libraries_of(RESULT FILE): what it loads. A library's list begins with its own name, which it does not load.
 function(libraries_of result file)
-    otool(text -L "${file}")
-    string(REGEX MATCHALL "\n[ \t]+[^\n]+ \\(compatibility" libraries "${text}")
-    list(TRANSFORM libraries REPLACE "^\n[ \t]+(.*) \\(compatibility$" "\\1")
-    list(REMOVE_DUPLICATES libraries)
-    otool(text -D "${file}")
-    string(REGEX MATCHALL "\n[^\n]*[^:\n]" names "${text}")
-    list(TRANSFORM names STRIP)
+    otool_words(libraries -L "${file}" "\n[ \t]+([^\n]+) \\(compatibility")
+    otool_words(names -D "${file}" "\n[ \t]*([^\n]*[^:\n])")
     list(REMOVE_ITEM libraries ${names})
     set(${result} "${libraries}" PARENT_SCOPE)
 endfunction()
 
 # rpaths_of(RESULT FILE): where it and what it loads look for @rpath/....
 function(rpaths_of result file)
-    otool(text -l "${file}")
-    string(REGEX MATCHALL "cmd LC_RPATH\n[^\n]*\n +path [^\n]+ \\(offset" rpaths "${text}")
-    list(TRANSFORM rpaths REPLACE "^.* path (.*) \\(offset$" "\\1")
-    list(REMOVE_DUPLICATES rpaths)
+    otool_words(rpaths -l "${file}" "cmd LC_RPATH\n[^\n]*\n +path ([^\n]+) \\(offset")
     set(${result} "${rpaths}" PARENT_SCOPE)
 endfunction()
 
