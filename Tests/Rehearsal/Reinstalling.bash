@@ -14,18 +14,19 @@ upToBootstrap="/bin/launchctl bootout system/com.vrd.tavo.helper
 /usr/sbin/chown root:wheel $plist
 /bin/launchctl bootstrap system $plist"
 print="/bin/launchctl print system/com.vrd.tavo.helper"
-
-control helper install >/dev/null
-: >/rehearsal/log
-# The script boots out the helper that runs, and cannot load the new one yet.
-control helper install >/dev/null
-expectCalls "/usr/bin/osascript -e do shell script
+upToSecondPrompt="/usr/bin/osascript -e do shell script
 $upToBootstrap
 $print
 $print
 $print
 $print
-/usr/bin/osascript -e do shell script with prompt $again
+/usr/bin/osascript -e do shell script with prompt $again"
+
+control helper install >/dev/null
+: >/rehearsal/log
+# The script boots out the helper that runs, and cannot load the new one yet.
+control helper install >/dev/null
+expectCalls "$upToSecondPrompt
 $upToBootstrap
 /bin/launchctl kickstart -k system/com.vrd.tavo.helper"
 expectContains "$(control helper status)" "ready" "the state"
@@ -40,13 +41,7 @@ status=0
 message=$(control helper install 2>&1) || status=$?
 expectEqual 1 "$status" "status after the second refusal"
 expectContains "$message" "User canceled" "the refusal"
-expectCalls "/usr/bin/osascript -e do shell script
-$upToBootstrap
-$print
-$print
-$print
-$print
-/usr/bin/osascript -e do shell script with prompt $again"
+expectCalls "$upToSecondPrompt"
 rm /rehearsal/during-prompt /rehearsal/refused /rehearsal/asked
 
 # Launch at login, off and at once on again.
