@@ -27,6 +27,8 @@ for state in awake idle; do
 done
 
 desktop-file-validate "$resources/Linux/com.vrd.tavo.desktop"
+# By this an X11 desktop knows whose windows they are: Qt names their class after the program.
+grep -qx StartupWMClass=tavo "$resources/Linux/com.vrd.tavo.desktop"
 for page in tavo tavoctl; do
     [ -z "$(LC_ALL=C.UTF-8 man --warnings -E UTF-8 -l -Tutf8 -Z "$resources/Linux/$page.1" 2>&1 >/dev/null)" ] ||
         fail "the manual page of $page has warnings"
