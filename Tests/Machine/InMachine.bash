@@ -8,6 +8,7 @@ checkStatusAndStreams "$inMachine"
 checkSaysThatRootIsNeeded "$inMachine"
 expectStatus 125 "$inMachine" --copy /no-such-file:/etc/x true 2>/dev/null
 expectStatus 125 "$inMachine" --no-such-option true 2>/dev/null
+expectStatus 125 "$inMachine" --system "$scratch" true 2>/dev/null
 
 # A whole system, the project in it, and none of this machine's services.
 expectContains "running degraded" "$("$inMachine" systemctl is-system-running)" "state of the system"
@@ -23,6 +24,15 @@ for path in /etc/tavo-was-here /tmp/tavo-was-here /home/tavo-was-here; do
     [ ! -e "$path" ] || fail "$path stayed"
 done
 expectEqual "" "$(grep tavo-was-here /etc/passwd)" "accounts"
+
+# Another system than this one: a layer over this one, with a file more. The mount is nowhere else, and gone with its command.
+mkdir -p "$scratch"/{system,work,upper/etc}
+touch "$scratch/upper/etc/tavo-other-system"
+other=(unshare --mount --propagation private bash -euc '
+    mount --no-mtab -t overlay overlay "$1/system" -o "lowerdir=/,upperdir=$1/upper,workdir=$1/work"
+    exec "${@:2}"' - "$scratch")
+expectStatus 0 "${other[@]}" "$inMachine" --system "$scratch/system" test -e /etc/tavo-other-system
+expectStatus 1 "$inMachine" test -e /etc/tavo-other-system
 
 # Prepared files are there before logind starts; bound folders are shared.
 printf '%s\n' '[Login]' HandleLidSwitch=lock >"$scratch/lid.conf"

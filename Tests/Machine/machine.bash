@@ -99,14 +99,14 @@ asService() {
     systemd-run --quiet --pipe --wait --collect --working-directory=/ --uid="$user" "${variables[@]}" "$@"
 }
 
-# runInSession USER COMMAND...: runs COMMAND as USER at the seat, in an active local session (what a desktop login is) that
-# lasts as long as COMMAND; it has XDG_RUNTIME_DIR and a user's service manager. Another user's session that is there
-# already stays the active one. A container's seat has no virtual terminals: logind refuses a session that names one, and
-# makes the first session of such a seat the active one.
+# runInSession USER COMMAND...: runs COMMAND as USER at the seat, in an active local session (as a desktop login is; of the type
+# that $sessionType says, x11 when it says none) that lasts as long as COMMAND; it has XDG_RUNTIME_DIR and a user's service
+# manager. Another user's session that is there already stays the active one. A container's seat has no virtual terminals:
+# logind refuses a session that names one, and makes the first session of such a seat the active one.
 runInSession() {
     requireMachine runInSession
-    asService "$1" --property=PAMName=login --setenv=XDG_SEAT=seat0 --setenv=XDG_SESSION_TYPE=x11 \
-        --setenv=XDG_SESSION_CLASS=user -- "${@:2}"
+    asService "$1" --property=PAMName=login --setenv=XDG_SEAT=seat0 \
+        --setenv=XDG_SESSION_TYPE="${sessionType:-x11}" --setenv=XDG_SESSION_CLASS=user -- "${@:2}"
 }
 
 # runWithoutSession USER COMMAND...: runs COMMAND as USER, as a cron job or a system service with User= would be.
