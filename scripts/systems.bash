@@ -20,8 +20,8 @@ mirrorOfThisMachine() {
 # A proxy, for one: how this machine reaches its mirror.
 aptOptions() { apt-config dump --format '%F "%v";%n' | grep -E '^Acquire::(https?|Check|Retries|By-Hash)[^ ]* "[^"]' || true; }
 
-# makeSystem CODENAME FOLDER PACKAGES [OPTIONS OF MMDEBSTRAP...]: makes FOLDER a system of that release, as small as it comes, with
-# PACKAGES (separated by commas) in it. An earlier FOLDER is replaced; one that cannot be made is not there.
+# makeSystem CODENAME FOLDER PACKAGES [OPTIONS OF MMDEBSTRAP...]: makes FOLDER a system of that release, as small as it comes,
+# with PACKAGES (separated by commas) in it. An earlier FOLDER is replaced; one that cannot be made is not there.
 makeSystem() {
     local codename=$1 tree=$2 packages=$3 mirror components options=() line
     shift 3
@@ -29,7 +29,8 @@ makeSystem() {
     read -r mirror components < <(mirrorOfThisMachine) || give "apt's sources on this machine name no mirror of its release."
     while read -r line; do options+=("--aptopt=$line"); done < <(aptOptions)
     rm -rf --one-file-system "$tree.new" "$tree"
-    mmdebstrap --variant=minbase --include="$packages" "${options[@]}" "$@" "$codename" "$tree.new" \
+    # It mounts this machine's /dev in there; that must not stay when it is killed.
+    unshare --mount mmdebstrap --variant=minbase --include="$packages" "${options[@]}" "$@" "$codename" "$tree.new" \
         "deb $mirror $codename $components" "deb $mirror $codename-updates $components" ||
         give "$codename could not be made from $mirror; the words above say why."
     mv "$tree.new" "$tree"
