@@ -43,6 +43,19 @@ void addTriggerOptions(CLI::App& command, RawOptions& raw, bool withAlways) {
     addMatchOptions(command, raw, group);
 }
 
+void addWorkOptions(CLI::App& command, RawOptions& raw) {
+    const std::string group = "With a process trigger";
+    command.add_flag("--while-working", raw.whileWorking, "only while a matched program works")
+        ->disable_flag_override()
+        ->group(group);
+    addOption(command, "--busy", raw.busy, "the share of a core above which it counts as working; 1 by default",
+              "PERCENT")
+        ->group(group);
+    addOption(command, "--grace", raw.grace, "how long to go on after the last work: 90s, 45m, 2h, 0; 10m by default",
+              "DURATION")
+        ->group(group);
+}
+
 /// A sentence for the user: lower case, one line, a full stop.
 std::string asSentence(std::string text) {
     std::replace(text.begin(), text.end(), '\n', ' ');
@@ -73,6 +86,7 @@ public:
         addOption(*run, "--power", raw.power, "the power source to stay awake on: any, ac, battery", "SOURCE");
         addOption(*run, "--cutoff", raw.cutoff, "let go at this battery percentage: 1 to 100, or none", "PERCENT");
         addOption(*run, "--lid", raw.lid, "stay awake with the lid open, closed, or both", "STATE");
+        addWorkOptions(*run, raw);
         addTriggerOptions(*processes, raw, false);
         addMatchOptions(*match, raw, "Trigger, one of them");
         // Whether they are given is looked at later, where there are better words for it.
@@ -137,7 +151,7 @@ private:
             invocation.root = std::filesystem::absolute(raw.root);
         }
         if (run->parsed()) {
-            invocation.command = RunOptions{.overrides = overridesOf(raw), .json = raw.json};
+            invocation.command = runOptions();
         } else if (status->parsed()) {
             invocation.command = StatusOptions{.json = raw.json};
         } else if (processes->parsed()) {
@@ -153,6 +167,16 @@ private:
             invocation.command = change();
         }
         return invocation;
+    }
+
+    RunOptions runOptions() const {
+        RunOptions options{.overrides = overridesOf(raw), .whileWorking = workRequirementOf(raw), .json = raw.json};
+        if (options.whileWorking && options.overrides.trigger &&
+            options.overrides.trigger->mode == TriggerMode::always) {
+            throw UsageError(
+                "--while-working needs a process to watch, so it cannot go with a trigger that is always on");
+        }
+        return options;
     }
 
     ChangeOptions change() const {

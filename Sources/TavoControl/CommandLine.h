@@ -2,6 +2,7 @@
 
 #include "RunOverrides.h"
 #include "config/TavoPaths.h"
+#include "runtime/WorkRequirement.h"
 
 #include <optional>
 #include <string>
@@ -11,6 +12,9 @@ namespace tavo {
 
 struct RunOptions {
     RunOverrides overrides;
+
+    /// To stay awake only while the matched programs work.
+    std::optional<WorkRequirement> whileWorking;
     bool json = false;
 };
 

@@ -106,6 +106,20 @@ RunOverrides overridesOf(const RawOptions& raw) {
             .watchMode = choose(lidChoices, "--lid", raw.lid)};
 }
 
+std::optional<WorkRequirement> workRequirementOf(const RawOptions& raw) {
+    if (!raw.whileWorking) {
+        if (!raw.busy.empty() || !raw.grace.empty()) {
+            throw UsageError(fmt::format("{} needs --while-working", raw.busy.empty() ? "--grace" : "--busy"));
+        }
+        return std::nullopt;
+    }
+    try {
+        return WorkRequirement::fromOptions(raw.busy, raw.grace);
+    } catch (const WorkRequirementError& error) {
+        throw UsageError(error.description());
+    }
+}
+
 bool loginStateOf(const RawOptions& raw) {
     const auto state = choose(Choices<bool>{{"on", true}, {"off", false}}, "login", raw.state);
     return state ? *state : throw UsageError("login needs to be told on or off");

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "RunOverrides.h"
+#include "runtime/WorkRequirement.h"
 
 #include <optional>
 #include <stdexcept>
@@ -22,6 +23,9 @@ struct RawOptions {
     std::string key;
     std::string value;
     std::string state;
+    bool whileWorking = false;
+    std::string busy;
+    std::string grace;
     bool json = false;
 };
 
@@ -38,6 +42,9 @@ TriggerRule presetNamed(const std::string& name);
 
 /// What is to stand in place of the configuration. @throws UsageError
 RunOverrides overridesOf(const RawOptions& raw);
+
+/// What --while-working, --busy and --grace ask for; nothing without the first of them. @throws UsageError
+std::optional<WorkRequirement> workRequirementOf(const RawOptions& raw);
 
 /// Whether "on" or "off" was given. @throws UsageError
 bool loginStateOf(const RawOptions& raw);

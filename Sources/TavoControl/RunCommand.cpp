@@ -27,8 +27,11 @@ namespace {
 
 /// For the status command: neither the file that it reads nor the system's list says what this run uses instead of the
 /// file and what the desktop refused.
-std::string noteOf(const RunOverrides& overrides, const std::optional<std::string>& assertionNotice = std::nullopt) {
-    auto note = overrides.json();
+std::string noteOf(const RunOptions& options, const std::optional<std::string>& assertionNotice = std::nullopt) {
+    auto note = options.overrides.json();
+    if (options.whileWorking) {
+        note[WorkRequirement::noteKey] = *options.whileWorking;
+    }
     if (assertionNotice) {
         note[InstanceLock::assertionNoticeKey] = *assertionNotice;
     }
@@ -55,11 +58,11 @@ public:
     /// @param lock  outlives this.
     ForegroundRun(const RunOptions& options, std::shared_ptr<const TavoStoring> store, Platform platform,
                   const InstanceLock& lock)
-        : overrides(options.overrides), lock(lock),
-          store(std::make_shared<OverridingStore>(std::move(store), options.overrides)), board(platform.assertionBoard),
-          assertionRunner(platform.assertionRunner), wakePlanBuilder(platform.wakePlanBuilder),
-          seemsWithoutMeans(platform.seemsWithoutMeans), report(Console(stdout), options.json),
-          model(TavoAppModel::make(loop, this->store, std::move(platform), *this)) {}
+        : options(options), lock(lock), store(std::make_shared<OverridingStore>(std::move(store), options.overrides)),
+          board(platform.assertionBoard), assertionRunner(platform.assertionRunner),
+          wakePlanBuilder(platform.wakePlanBuilder), seemsWithoutMeans(platform.seemsWithoutMeans),
+          report(Console(stdout), options.json),
+          model(TavoAppModel::make(loop, this->store, std::move(platform), *this, options.whileWorking)) {}
 
     ExitStatus run() {
         model->onChange([this](ModelChanges) {
@@ -121,7 +124,7 @@ private:
         }
         notedAssertionNotice = current;
         try {
-            lock.replaceNote(noteOf(overrides, current));
+            lock.replaceNote(noteOf(options, current));
         } catch (const std::exception&) {
             // Only what tavoctl status says of this run depends on it.
         }
@@ -146,6 +149,7 @@ private:
                            .detail = copy.detail,
                            .held = board->summary(),
                            .matchedProcesses = snapshot.matchedProcesses,
+                           .work = currentWork(),
                            .notice = notice()};
         try {
             report.update(line, model->configFileError(), loop->now());
@@ -156,6 +160,15 @@ private:
                 fail(std::current_exception(), errorText(error));
             }
         }
+    }
+
+    /// While the lock is held: otherwise the reason says it all.
+    std::optional<RunLine::Work> currentWork() const {
+        const auto activity = model->workActivity();
+        if (!activity || isStopped || model->runtimeSnapshot().lastDecisionReason != RuntimeDecisionReason::active) {
+            return std::nullopt;
+        }
+        return RunLine::Work{.isWorking = activity->isWorking(), .text = activity->text(loop->now())};
     }
 
     std::optional<std::string> notice() const {
@@ -213,7 +226,7 @@ private:
         printError("tavoctl: {}{}\n", visibleControls(text), adviceFor(failure));
     }
 
-    RunOverrides overrides;
+    RunOptions options;
     const InstanceLock& lock;
     std::optional<std::string> notedAssertionNotice;
     std::shared_ptr<AsioMainLoop> loop = std::make_shared<AsioMainLoop>();
@@ -242,10 +255,16 @@ ExitStatus runInForeground(const RunOptions& options, std::shared_ptr<const Tavo
         printError("tavoctl: {}; raise the limit, with ulimit -n or where this is started.\n", *shortage);
         return ExitStatus::failure;
     }
-    loadConfigOrExplain(*store);
+    const auto config = options.overrides.appliedTo(loadConfigOrExplain(*store));
+    if (options.whileWorking && config.trigger.mode == TriggerMode::always) {
+        printError(
+            "tavoctl: --while-working needs a process to watch, and the trigger is always on; name a process with "
+            "--preset, --executable or --command.\n");
+        return ExitStatus::wrongUsage;
+    }
     // Nobody may find the process id in the lock file and signal it before the signals are handled.
     std::optional<BlockedSignals> blocked(std::in_place, std::vector{SIGTERM, SIGINT, SIGHUP, SIGUSR1, SIGUSR2});
-    const auto lock = InstanceLock::acquire(store->paths().lockURL(), noteOf(options.overrides));
+    const auto lock = InstanceLock::acquire(store->paths().lockURL(), noteOf(options));
     if (!lock) {
         const auto holder = InstanceLock::holder(store->paths().lockURL());
         printError(

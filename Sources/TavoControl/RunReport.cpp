@@ -52,6 +52,9 @@ Json RunLine::json(TimePoint at) const {
                 {"detail", detail},
                 {"held", held},
                 {"matchedProcesses", matchedProcesses}};
+    if (work) {
+        object["work"] = {{"isWorking", work->isWorking}, {"text", work->text}};
+    }
     if (notice) {
         object["notice"] = *notice;
     }
@@ -59,8 +62,9 @@ Json RunLine::json(TimePoint at) const {
 }
 
 std::string RunLine::text(const Console& console) const {
-    return fmt::format("{}: {}{}; holding {}", console.styled(visibleControls(title), emphasisOf(reason)),
+    return fmt::format("{}: {}{}{}; holding {}", console.styled(visibleControls(title), emphasisOf(reason)),
                        visibleControls(detail), processNote(matchedProcesses),
+                       work ? "; " + visibleControls(work->text) : "",
                        held.empty() ? "nothing" : visibleControls(held));
 }
 

@@ -10,6 +10,16 @@ namespace tavo {
 
 /// What one line of a run says.
 struct RunLine {
+    /// Of a run that stays awake only while programs work.
+    struct Work {
+        bool isWorking = false;
+
+        /// See WorkActivity::text().
+        std::string text;
+
+        bool operator==(const Work&) const = default;
+    };
+
     RuntimeDecisionReason reason = RuntimeDecisionReason::idle;
     std::string title;
     std::string detail;
@@ -17,6 +27,7 @@ struct RunLine {
     /// What is held, in one line; empty when nothing is.
     std::string held;
     std::vector<MatchedProcessSnapshot> matchedProcesses;
+    std::optional<Work> work;
     std::optional<std::string> notice;
 
     bool operator==(const RunLine&) const = default;

@@ -18,11 +18,13 @@ std::optional<RunningTavo> RunningTavo::find(const TavoStoring& store) {
             const auto object = parseJson(note);
             running.overrides = RunOverrides::fromJson(object);
             running.assertionNotice = object.value(InstanceLock::assertionNoticeKey, std::string());
+            running.whileWorking = JsonObjectReader(object).optional<WorkRequirement>(WorkRequirement::noteKey);
             running.hasUnsavedEdits = object.value(InstanceLock::unsavedEditsKey, false);
         }
     } catch (const std::exception&) {
         // Another version wrote the note; that it obeys the file is the best guess then.
         running.overrides = {};
+        running.whileWorking.reset();
     }
     return running;
 }

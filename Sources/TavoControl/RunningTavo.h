@@ -2,6 +2,7 @@
 
 #include "RunOverrides.h"
 #include "config/TavoStore.h"
+#include "runtime/WorkRequirement.h"
 
 #include <sys/types.h>
 
@@ -16,6 +17,9 @@ struct RunningTavo {
 
     /// What it puts in the place of the file's configuration.
     RunOverrides overrides;
+
+    /// Present when it stays awake only while the matched programs work; ActivityFile tells whether they do.
+    std::optional<WorkRequirement> whileWorking = {};
 
     /// Whether its window has edits that are not saved: it does not follow the file then.
     bool hasUnsavedEdits = false;

@@ -4,6 +4,7 @@
 #include "RunningTavo.h"
 #include "StatusReport.h"
 #include "base/ErrorText.h"
+#include "runtime/ActivityFile.h"
 #include "system/ProcessStart.h"
 
 #include <unistd.h>
@@ -78,6 +79,9 @@ ExitStatus printStatus(const StatusOptions& options, const TavoStoring& store, c
                       .isStopped = running && isProcessStopped(running->processID),
                       .assertionNotice = running ? running->assertionNotice : "",
                       .machineNoun = platform.machineNoun};
+    if (running && running->whileWorking) {
+        facts.activity = ActivityFile(store.paths()).readOfRunningTavo();
+    }
     try {
         auto held = platform.heldAssertions->heldAssertions();
         keepOwn(held, facts.runningProcessID, OwnLocks(platform, facts.now));

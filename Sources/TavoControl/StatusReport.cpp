@@ -122,6 +122,16 @@ std::string StatusReport::heldText() const {
     return list + (isAsPlanned ? ", as planned" : "");
 }
 
+std::string StatusReport::watchedText(const MatchedProcessSnapshot& process) const {
+    auto text = fmt::format(listEntry, process.commandLine.value_or(process.executableName), process.pid);
+    if (facts.activity) {
+        for (const auto& tree : facts.activity->trees) {
+            text += tree.pid == process.pid ? ": " + tree.text() : "";
+        }
+    }
+    return text;
+}
+
 std::optional<std::int64_t> StatusReport::ageInSeconds() const {
     if (!facts.snapshot.lastEvaluationDate) {
         return std::nullopt;
@@ -156,6 +166,9 @@ Json StatusReport::json() const {
     } else {
         object["heldError"] = facts.heldError;
     }
+    if (facts.activity) {
+        object["activity"] = *facts.activity;
+    }
     if (const auto notice = this->notice(); !notice.empty()) {
         object["notice"] = notice;
     }
@@ -175,8 +188,11 @@ std::vector<std::string> StatusReport::lines(const Console& console) const {
         facts.runningProcessID ? fmt::format("running (process id {})", *facts.runningProcessID) : "not running");
     for (const auto& process : facts.snapshot.matchedProcesses) {
         if (facts.runningProcessID) {
-            add("watches", fmt::format(listEntry, process.commandLine.value_or(process.executableName), process.pid));
+            add("watches", watchedText(process));
         }
+    }
+    if (const auto pause = facts.activity ? facts.activity->graceText(facts.now) : std::string(); !pause.empty()) {
+        add("work", pause);
     }
     const auto age = ageInSeconds();
     add("evaluated", age ? spokenDuration(*age) + " ago" : "never");

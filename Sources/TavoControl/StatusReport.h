@@ -5,6 +5,7 @@
 #include "base/PowerStatus.h"
 #include "base/RuntimeRecords.h"
 #include "runtime/WakePlan.h"
+#include "runtime/WorkActivity.h"
 #include "system/HeldAssertionsProviding.h"
 
 #include <optional>
@@ -35,6 +36,9 @@ struct StatusFacts {
     /// The planned locks that Tavo says it could not take; empty when there are none. The system's list shows nothing of what
     /// the desktop was asked.
     std::string assertionNotice;
+
+    /// Whether the matched programs work, of a Tavo that stays awake only while they do.
+    std::optional<WorkActivity> activity = {};
     std::string machineNoun;
 };
 
@@ -65,6 +69,9 @@ private:
     /// Anything the user should know beyond the lines; empty when all is well.
     std::string notice() const;
     std::string heldText() const;
+
+    /// A matched process, and whether it works.
+    std::string watchedText(const MatchedProcessSnapshot& process) const;
     std::optional<std::int64_t> ageInSeconds() const;
 
     StatusFacts facts;

@@ -93,6 +93,34 @@ TEST(CommandLine, OptionsOfOneRunGoTogether) {
                 options.overrides.batteryCutoffPercent && options.overrides.watchMode);
 }
 
+TEST(CommandLine, RunMayAskForWork) {
+    EXPECT_EQ(run({"--preset", "codex"}).whileWorking, std::nullopt);
+    EXPECT_EQ(run({"--while-working"}).whileWorking, WorkRequirement());
+    EXPECT_EQ(run({"--preset", "codex", "--while-working", "--busy", "2.5", "--grace", "1h30m"}).whileWorking,
+              (WorkRequirement{.busyPercent = 2.5, .grace = std::chrono::minutes{90}}));
+    EXPECT_EQ(run({"--while-working", "--grace=0"}).whileWorking,
+              (WorkRequirement{.busyPercent = 1, .grace = std::chrono::seconds{0}}));
+}
+
+TEST(CommandLine, WorkThatMakesNoSenseIsRefused) {
+    const std::vector<std::pair<Arguments, std::string>> cases{
+        {{"--busy", "2"}, "--busy needs --while-working"},
+        {{"--grace", "5m"}, "--grace needs --while-working"},
+        {{"--while-working", "--busy", "0"}, "--busy takes a percentage of one core"},
+        {{"--while-working", "--busy", ""}, "--busy must not be empty"},
+        {{"--while-working", "--grace", "10"}, "--grace takes a duration"},
+        {{"--while-working", "--grace", "-5m"}, "--grace"},
+        {{"--while-working", "--always"}, "--while-working needs a process to watch"},
+        {{"--while-working", "--preset", "always"}, "--while-working needs a process to watch"},
+        {{"--while-working=false"}, "--while-working takes no value"}};
+    for (const auto& [arguments, sentence] : cases) {
+        auto all = arguments;
+        all.insert(all.begin(), "run");
+        EXPECT_TRUE(reply(all).isError) << sentence;
+        EXPECT_THAT(reply(all).text, HasSubstr(sentence));
+    }
+}
+
 TEST(CommandLine, ProcessesTakesARuleOrNone) {
     EXPECT_EQ(processes({}).rule, std::nullopt);
     EXPECT_EQ(processes({"--preset", "codex"}).rule, defaultRule(TriggerPreset::codex));

@@ -202,5 +202,21 @@ TEST_F(RunReportTest, OutputThatCannotBeWrittenIsAnError) {
     EXPECT_THAT(printed.take(), IsEmpty());
 }
 
+TEST_F(RunReportTest, ARunThatWaitsForWorkSaysWhyItGoesOn) {
+    auto line = active();
+    line.work = RunLine::Work{.isWorking = false, .text = "idle for 3 minutes, sleeping allowed in 7"};
+    auto lines = report();
+    lines.update(line, std::nullopt, start);
+    EXPECT_THAT(takeWords(),
+                ElementsAre("keeping computer awake: codex is running (process id 4242); idle for 3 minutes, "
+                            "sleeping allowed in 7; holding idle:sleep (logind)"));
+    auto objects = report(true);
+    objects.update(line, std::nullopt, start);
+    const auto printedObjects = takeObjects();
+    ASSERT_THAT(printedObjects, SizeIs(1));
+    EXPECT_EQ(printedObjects[0].at("work"),
+              Json({{"isWorking", false}, {"text", "idle for 3 minutes, sleeping allowed in 7"}}));
+}
+
 } // namespace
 } // namespace tavo

@@ -222,5 +222,24 @@ TEST(StatusReport, ControlCharactersFromOutsideAreVisible) {
     EXPECT_EQ(lines(facts).front(), "waiting for c^[[31md: starts when c^[[31md runs");
 }
 
+TEST(StatusReport, SaysOfEachProgramWhetherItWorksAndWhenSleepingIsAllowed) {
+    auto facts = heldAsPlanned();
+    facts.activity = WorkActivity{.requirement = {},
+                                  .lookedAt = facts.now,
+                                  .trees = {{.pid = 77,
+                                             .executableName = "codex",
+                                             .cpuPercent = 0.21,
+                                             .haveMembersChanged = false,
+                                             .verdict = WorkVerdict::idle}},
+                                  .lastWorkAt = facts.now - std::chrono::minutes{3}};
+    EXPECT_THAT(lines(facts), Contains("  watches    codex exec (process id 77): idle, 0.2% of a core"));
+    EXPECT_THAT(lines(facts), Contains("  work       idle for 3 minutes, sleeping allowed in 7"));
+    EXPECT_EQ(json(facts).at("activity"), Json(*facts.activity));
+    facts.activity->trees[0].verdict = WorkVerdict::busy;
+    facts.activity->trees[0].cpuPercent = 12.34;
+    EXPECT_THAT(lines(facts), Contains("  watches    codex exec (process id 77): works, 12.3% of a core"));
+    EXPECT_THAT(lines(facts), ::testing::Not(Contains(HasSubstr("idle for"))));
+}
+
 } // namespace
 } // namespace tavo

@@ -15,7 +15,7 @@ const TimePoint nine = *parseISO8601("2026-01-31T09:00:00Z");
 TreeActivity tree(WorkVerdict verdict) {
     return {.pid = 7,
             .executableName = "claude",
-            .cpuPercent = 0.35,
+            .cpuPercent = 0.34,
             .haveMembersChanged = verdict == WorkVerdict::membersChanged,
             .verdict = verdict};
 }
@@ -72,6 +72,22 @@ TEST(WorkActivity, SaysForHowLongItIsIdleAndWhenSleepingIsAllowed) {
     EXPECT_EQ(activity.graceText(nine + seconds{30}), "idle for 30 seconds, sleeping allowed in 10");
 }
 
+TEST(WorkActivity, SaysWhichTreeWorksAndWhy) {
+    auto activity = idleSinceNine();
+    EXPECT_EQ(activity.text(nine + minutes{3}), "idle for 3 minutes, sleeping allowed in 7");
+    EXPECT_EQ(activity.text(nine + minutes{30}), "");
+    EXPECT_EQ(activity.trees[0].text(), "idle, 0.3% of a core");
+    activity.trees = {tree(WorkVerdict::idle), tree(WorkVerdict::firstSighting)};
+    activity.trees[1].pid = 8;
+    EXPECT_EQ(activity.text(nine), "claude (process id 8) works until it has been measured");
+    activity.trees[1].verdict = WorkVerdict::membersChanged;
+    EXPECT_EQ(activity.text(nine), "claude (process id 8) works, its processes changed");
+    activity.trees[1].verdict = WorkVerdict::busy;
+    activity.trees[1].cpuPercent = 25.0;
+    EXPECT_EQ(activity.text(nine), "claude (process id 8) works, more than 1% of a core");
+    EXPECT_EQ(activity.trees[1].text(), "works, 25.0% of a core");
+}
+
 TEST(WorkActivity, GoesThroughJson) {
     auto activity = idleSinceNine();
     activity.trees.push_back({.pid = 8, .executableName = "node", .cpuPercent = {}});
@@ -84,7 +100,7 @@ TEST(WorkActivity, IsWrittenUnderTheseKeysAndWithoutCommandLines) {
     EXPECT_EQ(Json(idleSinceNine()), parseJson(R"({
         "busyPercent": 1.0, "graceSeconds": 600, "isWorking": false,
         "lookedAt": "2026-01-31T09:03:00Z", "lastWorkAt": "2026-01-31T09:00:00Z", "graceEndsAt": "2026-01-31T09:10:00Z",
-        "trees": [{"pid": 7, "executableName": "claude", "cpuPercent": 0.35, "membersChanged": false, "isWorking": false,
+        "trees": [{"pid": 7, "executableName": "claude", "cpuPercent": 0.34, "membersChanged": false, "isWorking": false,
                    "verdict": "idle"}]})"));
 }
 

@@ -30,18 +30,20 @@ std::function<void()> onMainThread(std::weak_ptr<MainLoop> mainLoop, std::weak_p
 
 std::shared_ptr<TavoAppModel> TavoAppModel::make(std::shared_ptr<MainLoop> mainLoop,
                                                  std::shared_ptr<const TavoStoring> store, Platform platform,
-                                                 ApplicationControlling& application) {
+                                                 ApplicationControlling& application,
+                                                 const std::optional<WorkRequirement>& whileWorking) {
     std::shared_ptr<TavoAppModel> model(
-        new TavoAppModel(std::move(mainLoop), std::move(store), std::move(platform), application));
+        new TavoAppModel(std::move(mainLoop), std::move(store), std::move(platform), application, whileWorking));
     model->observeAssertion();
     model->observePower();
     return model;
 }
 
 TavoAppModel::TavoAppModel(std::shared_ptr<MainLoop> mainLoop, std::shared_ptr<const TavoStoring> store,
-                           Platform platform, ApplicationControlling& application)
+                           Platform platform, ApplicationControlling& application,
+                           const std::optional<WorkRequirement>& whileWorking)
     : mainLoop(std::move(mainLoop)), store(std::move(store)), platform(std::move(platform)), application(application),
-      power(this->platform.powerEnvironment->currentStatus()) {
+      work(whileWorking, this->store->paths()), power(this->platform.powerEnvironment->currentStatus()) {
     if (this->platform.endOrphanedAssertion) {
         this->platform.endOrphanedAssertion();
     }
@@ -93,7 +95,9 @@ std::shared_ptr<RuntimeCoordinator> TavoAppModel::makeCoordinator() const {
         sleepController = std::make_shared<HelperBackedPrivilegedSleepController>(platform.helperClient, true);
     }
     return std::make_shared<RuntimeCoordinator>(
-        platform.powerEnvironment, std::make_shared<ProcessWatcher>(platform.processes),
+        platform.powerEnvironment,
+        std::make_shared<ProcessWatcher>(platform.processes, ProcessWatcher::defaultActivityThreshold,
+                                         std::unordered_set<std::int32_t>(), work.workMonitor()),
         std::make_shared<WakeController>(platform.assertionRunner, std::move(sleepController),
                                          platform.wakePlanBuilder),
         store);
@@ -181,8 +185,9 @@ void TavoAppModel::evaluate() {
     publish(ModelProperty::powerStatus, power, platform.powerEnvironment->currentStatus());
     const auto before = power;
     try {
-        const auto evaluation = coordinator->evaluate(appliedConfig, mainLoop->now());
+        const auto evaluation = coordinator->evaluateAsGiven(work.required(appliedConfig), mainLoop->now());
         failure = nullptr;
+        work.evaluated(appliedConfig);
         publish(ModelProperty::runtimeSnapshot, snapshot, evaluation.snapshot);
         publish(ModelProperty::powerStatus, power, platform.powerEnvironment->currentStatus());
         // What changed while the plan was being carried out was not decided upon.
@@ -314,6 +319,7 @@ void TavoAppModel::quit() {
             // There is nobody left to try again; what is still held goes with this process.
             fail(errorText(error));
         }
+        work.end();
         application.terminate();
     });
 }

@@ -4,6 +4,7 @@
 #include "app/MainLoop.h"
 #include "app/Platform.h"
 #include "app/StatusCopy.h"
+#include "app/WorkSession.h"
 #include "config/TavoStore.h"
 #include "helper/PrivilegedHelperInstallState.h"
 #include "runtime/RuntimeCoordinator.h"
@@ -44,9 +45,11 @@ public:
     /// configuration does not stop it: it starts with the default one, switched off, and configFileError() says why.
     /// Evaluates nothing yet, see start().
     /// @param application  outlives the model.
+    /// @param whileWorking  to stay awake only while the matched programs work; nothing for as long as they run.
     static std::shared_ptr<TavoAppModel> make(std::shared_ptr<MainLoop> mainLoop,
                                               std::shared_ptr<const TavoStoring> store, Platform platform,
-                                              ApplicationControlling& application);
+                                              ApplicationControlling& application,
+                                              const std::optional<WorkRequirement>& whileWorking = std::nullopt);
 
     TavoAppModel(const TavoAppModel&) = delete;
     TavoAppModel& operator=(const TavoAppModel&) = delete;
@@ -142,6 +145,9 @@ public:
         return !snapshot.isWakeAssertionActive && snapshot.lastDecisionReason == RuntimeDecisionReason::active;
     }
 
+    /// Whether the matched programs work, as of the last look; nothing unless that was asked for.
+    std::optional<WorkActivity> workActivity() const { return work.activity(); }
+
     /// The failure that stopped the loop; null while it runs.
     const std::exception_ptr& evaluationFailure() const { return failure; }
 
@@ -150,7 +156,7 @@ public:
 
 private:
     TavoAppModel(std::shared_ptr<MainLoop> mainLoop, std::shared_ptr<const TavoStoring> store, Platform platform,
-                 ApplicationControlling& application);
+                 ApplicationControlling& application, const std::optional<WorkRequirement>& whileWorking);
 
     using ErrorText = std::optional<std::string>;
 
@@ -224,6 +230,7 @@ private:
     std::shared_ptr<const TavoStoring> store;
     Platform platform;
     ApplicationControlling& application;
+    WorkSession work;
     std::unique_ptr<MainLoopTimer> timer;
 
     AppConfig appliedConfig;

@@ -163,6 +163,7 @@ void TavoAppModel::persistConfigAndReschedule() {
     releaseReplaced();
     try {
         publish(ModelProperty::runtimeSnapshot, snapshot, coordinator->stop(mainLoop->now()).snapshot);
+        work.evaluated(appliedConfig);
         failure = nullptr;
     } catch (const std::exception& error) {
         fail(errorText(error));

@@ -8,9 +8,9 @@
 namespace tavo {
 
 ProcessWatcher::ProcessWatcher(std::shared_ptr<ProcessSnapshotProviding> snapshotProvider, double activityThreshold,
-                               std::unordered_set<std::int32_t> ignoredPIDs)
+                               std::unordered_set<std::int32_t> ignoredPIDs, std::shared_ptr<WorkMonitor> workMonitor)
     : snapshotProvider(std::move(snapshotProvider)), activityThreshold(activityThreshold),
-      ignoredPIDs(std::move(ignoredPIDs)) {}
+      ignoredPIDs(std::move(ignoredPIDs)), workMonitor(std::move(workMonitor)) {}
 
 ProcessWatchResult ProcessWatcher::evaluate(const TriggerRule& rule, TimePoint at) {
     const auto snapshot = snapshotProvider->snapshot(at);
@@ -18,6 +18,8 @@ ProcessWatchResult ProcessWatcher::evaluate(const TriggerRule& rule, TimePoint a
     const auto ignored = ignoredProcessTreePIDs(index);
     const TriggerMatcher matcher(rule);
 
+    const bool isMonitored = workMonitor && rule.requiresActivity;
+    std::vector<ProcessTreeMeasurement> trees;
     ProcessWatchResult result;
     std::unordered_map<std::int32_t, ProcessTreeActivityBaseline> baselines;
     for (const auto& root : snapshot.processes) {
@@ -38,12 +40,20 @@ ProcessWatchResult ProcessWatcher::evaluate(const TriggerRule& rule, TimePoint a
         // sighting counts with its whole total.
         const double delta = std::max(0.0, current.totalCPUTime - (previous == nullptr ? 0.0 : previous->totalCPUTime));
         result.totalCPUTimeDelta += delta;
-        if (countsAsActive(rule, previous, current, delta)) {
+        if (isMonitored) {
+            trees.push_back({.rootPID = root.pid,
+                             .executableName = root.executableName,
+                             .totalCPUTime = current.totalCPUTime,
+                             .processIDs = current.processIDs});
+        } else if (countsAsActive(rule, previous, current, delta)) {
             result.activeProcessIDs.push_back(root.pid);
         }
         baselines.insert_or_assign(root.pid, std::move(current));
     }
     previousBaselines = std::move(baselines);
+    if (isMonitored) {
+        askWorkMonitor(trees, at, result);
+    }
     return result;
 }
 
@@ -53,6 +63,19 @@ bool ProcessWatcher::countsAsActive(const TriggerRule& rule, const ProcessTreeAc
         return true;
     }
     return previous != nullptr && (delta > activityThreshold || previous->processIDs != current.processIDs);
+}
+
+void ProcessWatcher::askWorkMonitor(const std::vector<ProcessTreeMeasurement>& trees, TimePoint at,
+                                    ProcessWatchResult& result) const {
+    workMonitor->look(trees, at);
+    const auto& activity = *workMonitor->activity();
+    for (const auto& tree : activity.trees) {
+        if (tree.isWorking()) {
+            result.activeProcessIDs.push_back(tree.pid);
+        }
+    }
+    result.isWithinGrace = activity.isWithinGrace(at);
+    result.secondsUntilNews = workMonitor->secondsUntilNews();
 }
 
 std::unordered_set<std::int32_t> ProcessWatcher::ignoredProcessTreePIDs(const ProcessTreeIndex& index) const {

@@ -3,10 +3,12 @@
 #include "base/RuntimeRecords.h"
 #include "config/TriggerRule.h"
 #include "runtime/ProcessTreeIndex.h"
+#include "runtime/WorkMonitor.h"
 #include "system/ProcessSnapshot.h"
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
@@ -25,6 +27,12 @@ struct ProcessWatchResult {
     /// process seen for the first time counts with all of the time it has ever used.
     double totalCPUTimeDelta = 0;
 
+    /// Whether the lock is to be kept though no matched process is active; only ever true with a WorkMonitor.
+    bool isWithinGrace = false;
+
+    /// In seconds: when the next evaluation can tell something new, where that is sooner than its usual time.
+    std::optional<double> secondsUntilNews;
+
     bool isMatchFound() const { return !matchedProcesses.empty(); }
     bool hasActivity() const { return !activeProcessIDs.empty(); }
 
@@ -34,10 +42,16 @@ struct ProcessWatchResult {
 /// Finds the processes that a rule watches, and tells which of them are busy. Used by one thread at a time.
 class ProcessWatcher {
 public:
+    /// In seconds of CPU time.
+    static constexpr double defaultActivityThreshold = 0.1;
+
     /// @param activityThreshold  in seconds of CPU time; a tree is active that has used more than this since the last time.
     /// @param ignoredPIDs  processes whose whole trees are never matched.
-    explicit ProcessWatcher(std::shared_ptr<ProcessSnapshotProviding> snapshotProvider, double activityThreshold = 0.1,
-                            std::unordered_set<std::int32_t> ignoredPIDs = {});
+    /// @param workMonitor  decides in the place of the threshold what is active, for rules that require activity; it may be null.
+    explicit ProcessWatcher(std::shared_ptr<ProcessSnapshotProviding> snapshotProvider,
+                            double activityThreshold = defaultActivityThreshold,
+                            std::unordered_set<std::int32_t> ignoredPIDs = {},
+                            std::shared_ptr<WorkMonitor> workMonitor = nullptr);
 
     /// Takes a snapshot and measures. The mode of the rule is not looked at: a watcher always matches.
     /// @throws whatever the snapshot throws; nothing is remembered or forgotten then.
@@ -53,11 +67,14 @@ private:
 
     bool countsAsActive(const TriggerRule& rule, const ProcessTreeActivityBaseline* previous,
                         const ProcessTreeActivityBaseline& current, double delta) const;
+    void askWorkMonitor(const std::vector<ProcessTreeMeasurement>& trees, TimePoint at,
+                        ProcessWatchResult& result) const;
     std::unordered_set<std::int32_t> ignoredProcessTreePIDs(const ProcessTreeIndex& index) const;
 
     std::shared_ptr<ProcessSnapshotProviding> snapshotProvider;
     double activityThreshold;
     std::unordered_set<std::int32_t> ignoredPIDs;
+    std::shared_ptr<WorkMonitor> workMonitor;
     std::unordered_map<std::int32_t, ProcessTreeActivityBaseline> previousBaselines;
 };
 

@@ -66,6 +66,17 @@ RuntimeEvaluation RuntimeCoordinator::evaluateAsGiven(const AppConfig& config, T
 RuntimeEvaluation RuntimeCoordinator::evaluateProcesses(const AppConfig& config, const PowerStatus& status,
                                                         TimePoint at) {
     auto result = processWatcher->evaluate(config.trigger, at);
+    const auto news = result.secondsUntilNews;
+    auto evaluation = decideOn(std::move(result), config, status, at);
+    if (news) {
+        evaluation.suggestedNextEvaluationInterval =
+            std::min(evaluation.suggestedNextEvaluationInterval, std::max(*news, shortestInterval));
+    }
+    return evaluation;
+}
+
+RuntimeEvaluation RuntimeCoordinator::decideOn(ProcessWatchResult result, const AppConfig& config,
+                                               const PowerStatus& status, TimePoint at) {
     if (!result.isMatchFound()) {
         isSuppressedUntilNoMatch = false;
         return stop(RuntimeDecisionReason::noMatchingProcess, at, true);
@@ -73,7 +84,7 @@ RuntimeEvaluation RuntimeCoordinator::evaluateProcesses(const AppConfig& config,
     if (isSuppressedUntilNoMatch) {
         return stop(RuntimeDecisionReason::maxDurationReached, at, true, std::move(result.matchedProcesses));
     }
-    if (config.trigger.requiresActivity && !result.hasActivity()) {
+    if (config.trigger.requiresActivity && !result.hasActivity() && !result.isWithinGrace) {
         return stop(RuntimeDecisionReason::insufficientActivity, at, true, std::move(result.matchedProcesses));
     }
     if (isSessionLimitReached(config, at)) {

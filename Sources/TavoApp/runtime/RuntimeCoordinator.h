@@ -51,6 +51,8 @@ private:
     using Matches = std::vector<MatchedProcessSnapshot>;
 
     RuntimeEvaluation evaluateProcesses(const AppConfig& config, const PowerStatus& status, TimePoint at);
+    RuntimeEvaluation decideOn(ProcessWatchResult result, const AppConfig& config, const PowerStatus& status,
+                               TimePoint at);
     RuntimeEvaluation activate(const AppConfig& config, const PowerStatus& status, TimePoint at, Matches matches);
     RuntimeEvaluation stop(RuntimeDecisionReason reason, TimePoint at, bool isEnabled, Matches matches = {});
     RuntimeEvaluation finish(RuntimeSnapshot snapshot, double interval);

@@ -32,6 +32,19 @@ struct SpokenLength {
 
 } // namespace
 
+std::string TreeActivity::text() const {
+    switch (verdict) {
+    case WorkVerdict::firstSighting:
+        return "works until it has been measured";
+    case WorkVerdict::membersChanged:
+        return "works, its processes changed";
+    case WorkVerdict::busy:
+    case WorkVerdict::idle:
+        break;
+    }
+    return fmt::format("{}, {:.1f}% of a core", isWorking() ? "works" : "idle", cpuPercent.value_or(0));
+}
+
 TreeActivity TreeActivity::fromJson(const Json& value, const std::string& path) {
     const JsonObjectReader reader(value, path);
     TreeActivity tree{.pid = reader.required<std::int32_t>("pid"),
@@ -78,6 +91,21 @@ std::string WorkActivity::graceText(TimePoint at) const {
     const SpokenLength rest(*graceEndsAt() - at, true);
     return fmt::format("idle for {}, sleeping allowed in {}", idle.text(),
                        idle.unit == rest.unit ? std::to_string(rest.count) : rest.text());
+}
+
+std::string WorkActivity::text(TimePoint at) const {
+    for (const auto verdict : {WorkVerdict::busy, WorkVerdict::membersChanged, WorkVerdict::firstSighting}) {
+        const auto tree =
+            std::find_if(trees.begin(), trees.end(), [&](const auto& each) { return each.verdict == verdict; });
+        if (tree == trees.end()) {
+            continue;
+        }
+        const auto why = verdict == WorkVerdict::busy
+                             ? fmt::format("works, more than {}% of a core", busyPercentText(requirement.busyPercent))
+                             : tree->text();
+        return fmt::format("{} (process id {}) {}", tree->executableName, tree->pid, why);
+    }
+    return graceText(at);
 }
 
 void to_json(Json& json, const TreeActivity& tree) {

@@ -42,6 +42,9 @@ struct TreeActivity {
     bool haveMembersChanged = false;
     WorkVerdict verdict = WorkVerdict::firstSighting;
 
+    /// "works, 5.8% of a core", "works, its processes changed", "idle, 0.2% of a core", "works until it has been measured".
+    std::string text() const;
+
     bool isWorking() const { return verdict != WorkVerdict::idle; }
 
     bool operator==(const TreeActivity&) const = default;
@@ -77,6 +80,9 @@ struct WorkActivity {
 
     /// Within the grace "idle for 3 minutes, sleeping allowed in 7"; otherwise empty. Lower case, without a full stop.
     std::string graceText(TimePoint at) const;
+
+    /// The same, or which tree works and why, without numbers that change at every look; empty when nothing works any more.
+    std::string text(TimePoint at) const;
 
     /// @throws DecodingError naming the key.
     static WorkActivity fromJson(const Json& value, const std::string& path = {});

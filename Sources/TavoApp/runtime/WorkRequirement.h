@@ -19,6 +19,9 @@ struct WorkRequirement {
     /// Of one core: several programs of a tree may use more than one.
     static constexpr double highestBusyPercent = 10000;
 
+    /// In the note of the lock of a Tavo that was asked for this.
+    static constexpr const char* noteKey = "whileWorking";
+
     static constexpr std::chrono::seconds defaultGrace = std::chrono::minutes{10};
 
     /// In percent of one core: a process tree works that has used more than this since the last look.

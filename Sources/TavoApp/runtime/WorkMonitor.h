@@ -1,0 +1,62 @@
+#pragma once
+
+#include "runtime/ProcessTreeMeasurement.h"
+#include "runtime/WorkActivity.h"
+
+#include <optional>
+#include <unordered_map>
+#include <vector>
+
+namespace tavo {
+
+/// Tells programs that work from programs that wait, over many looks at their process trees.
+///
+/// A tree works when it has used more than its share of a core since the look that it is compared with, or when processes of it
+/// have started or ended. Looks that are compared lie at least shortestInterval apart, since a percentage over a moment says
+/// nothing; a look before that leaves the last verdict standing. A tree that is seen for the first time counts as working.
+///
+/// The clock may be set while this runs, and the computer may sleep. Time that goes backwards, or that jumps further than looks
+/// ever lie apart, says nothing about work: it counts as no time at all, and trees are measured afresh from there.
+class WorkMonitor {
+public:
+    static constexpr std::chrono::seconds shortestInterval{30};
+    static constexpr std::chrono::seconds longestInterval{300};
+
+    explicit WorkMonitor(WorkRequirement requirement) : required(requirement) {}
+
+    const WorkRequirement& requirement() const { return required; }
+
+    /// Takes in the trees of every process that matches now. Trees that no longer match are forgotten; with none left, so is
+    /// the last work.
+    void look(const std::vector<ProcessTreeMeasurement>& trees, TimePoint at);
+
+    /// As of the last look; nothing before the first.
+    const std::optional<WorkActivity>& activity() const { return current; }
+
+    /// How long after the last look the next one can tell something new: a first verdict, or the end of the grace. Nothing when
+    /// the ordinary rhythm will do.
+    std::optional<double> secondsUntilNews() const;
+
+    /// Forgets everything, so that all that is seen next is seen for the first time.
+    void startOver();
+
+private:
+    struct Watched {
+        ProcessTreeMeasurement baseline;
+        TimePoint measuredAt;
+
+        /// There is no verdict yet that compares with this baseline's predecessor.
+        bool isFresh = true;
+        TreeActivity activity;
+    };
+
+    bool hasClockJumped(TimePoint at) const;
+    Watched compared(const Watched& previous, const ProcessTreeMeasurement& tree, TimePoint at) const;
+    static Watched firstSightingOf(const ProcessTreeMeasurement& tree, TimePoint at);
+
+    WorkRequirement required;
+    std::unordered_map<std::int32_t, Watched> watched;
+    std::optional<WorkActivity> current;
+};
+
+} // namespace tavo
