@@ -3,14 +3,12 @@
 #include "TavoInhibit/OwnLocksQuestion.h"
 #include "TavoInhibit/UserDesktop.h"
 #include "linux/DesktopCheck.h"
+#include "linux/SessionCheck.h"
 #include "system/linux/LogindClient.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
-#include <systemd/sd-login.h>
 #include <unistd.h>
-
-#include <cstdlib>
 
 namespace tavo {
 
@@ -69,37 +67,12 @@ std::vector<SystemCheck> checkVersion(const std::optional<std::string>& version)
          .advice = "tavo tells the desktop in its own interface too; see the line \"desktop\"."}};
 }
 
-SystemCheck checkSession() {
-    if (geteuid() == 0) {
-        return {.subject = "session", .finding = "root needs none"};
-    }
-    char* session = nullptr;
-    if (sd_pid_get_session(0, &session) < 0) {
-        return {.subject = "session",
-                .verdict = CheckVerdict::limited,
-                .finding = "this process belongs to no login session",
-                .advice =
-                    "another session, or the login screen, may still suspend; run sudo tavoctl run to prevent that."};
-    }
-    const std::string name(session);
-    std::free(session); // NOLINT(cppcoreguidelines-no-malloc): sd-login gives it from malloc
-    if (sd_session_is_remote(name.c_str()) > 0) {
-        return {.subject = "session",
-                .verdict = CheckVerdict::limited,
-                .finding = "this is a remote session",
-                .advice =
-                    "its lock does not stop another session, or the login screen, from suspending; run sudo tavoctl "
-                    "run to prevent that."};
-    }
-    const bool isActive = sd_session_is_active(name.c_str()) > 0;
-    return {.subject = "session", .finding = isActive ? "local and active" : "local, not active now"};
-}
-
 } // namespace
 
 std::vector<SystemCheck> checkMeansToStayAwake(const Platform& platform) {
     std::vector<SystemCheck> checks{checkInhibitor(platform.wakePlanBuilder.assertionExecutable)};
     bool areOwnLocksHeeded = false;
+    bool areLocksGranted = false;
     try {
         const LogindClient logind;
         if (!logind.isRunning()) {
@@ -107,11 +80,14 @@ std::vector<SystemCheck> checkMeansToStayAwake(const Platform& platform) {
             return checks;
         }
         checks.push_back({.subject = "logind", .finding = "is running"});
-        checks.push_back(checkLock(logind, "idle", CheckVerdict::unavailable,
-                                   "without this lock nothing can be kept awake; run sudo tavoctl run."));
-        checks.push_back(
+        auto idle = checkLock(logind, "idle", CheckVerdict::unavailable,
+                              "without this lock nothing can be kept awake; run sudo tavoctl run.");
+        auto sleep =
             checkLock(logind, "sleep", CheckVerdict::limited,
-                      "the computer may still be put to sleep by others; run sudo tavoctl run to hold it too."));
+                      "the computer may still be put to sleep by others; run sudo tavoctl run to hold it too.");
+        areLocksGranted = idle.verdict == CheckVerdict::fine && sleep.verdict == CheckVerdict::fine;
+        checks.push_back(std::move(idle));
+        checks.push_back(std::move(sleep));
         checks.push_back(checkPolkit(logind));
         const auto version = logind.systemdVersion();
         areOwnLocksHeeded = heedsOwnLocks(version.value_or(""));
@@ -122,7 +98,7 @@ std::vector<SystemCheck> checkMeansToStayAwake(const Platform& platform) {
         checks.push_back(unavailable(error.description()));
         return checks;
     }
-    checks.push_back(checkSession());
+    checks.push_back(checkSession(SessionPlace::ofThisProcess(), areLocksGranted));
     checks.push_back(checkDesktop(platform, !areOwnLocksHeeded && isOrdinaryUserOfDesktop()));
     return checks;
 }
