@@ -23,7 +23,7 @@ expectContains "$(cat "$root/config.json")" '"isEnabled": true' config.json
 # "pause" in the panel, by pointer; the panel goes.
 clickTray
 expectWithin 10 isShown panelWindow
-clickIn "$(panelWindow)" 140 78
+clickPanelRow 3
 expectHeld ''
 expectWithin 10 not isShown panelWindow
 expectWithin 10 trayIsDimmed
@@ -72,6 +72,14 @@ for part in 'check box: keep awake with closed lid (requires extra permission)' 
     ' button: grant closed-lid permission' ' button: save' ' button: pause'; do
     expectContains "$tree" "$part" "the accessible tree"
 done
+expectContains "$tree" '  frame: tavo' "the accessible tree"
+[ "$(grep -c '^  [a-z]*: tavo' "$root.tree")" -eq 1 ] || fail "something else than the window is in the tree"
+clickTray
+expectWithin 10 isShown panelWindow
+panelIsInTree() { "$TAVO_BIN/accessible-tree" tavo >"$root.tree" 2>/dev/null && grep -q 'button: quit' "$root.tree"; }
+expectWithin 20 panelIsInTree
+xdotool key Escape
+expectWithin 10 not isShown panelWindow
 
 # Ended, nothing is held, and the next start resumes.
 settings preset always >/dev/null
@@ -88,7 +96,7 @@ isShown settingsWindow && fail "a hidden start opened the window"
 expectWithin 10 trayIsFull
 clickTray
 expectWithin 10 isShown panelWindow
-clickIn "$(panelWindow)" 140 138
+clickPanelRow 1
 hasAppEnded() { hasEnded "$app"; }
 expectWithin 10 hasAppEnded
 wait "$app" || fail "quitting did not end properly"

@@ -87,6 +87,14 @@ clickIn() {
     xdotool click 1
 }
 
+# clickPanelRow NUMBER: a row of the panel, counted from below: notices above them make the panel taller.
+clickPanelRow() {
+    local panel height
+    panel=$(panelWindow)
+    height=$(xdotool getwindowgeometry --shell "$panel" | sed -n 's/^HEIGHT=//p')
+    clickIn "$panel" 140 $((height - 12 - $1 * 30 + 15))
+}
+
 clickTray() {
     xdotool mousemove 988 12
     xdotool click 1

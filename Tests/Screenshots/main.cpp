@@ -1,6 +1,6 @@
-#include "Support/ScriptedTrayWatch.h"
 #include "app/SettingsBindings.h"
-#include "app/views/TavoMenuBarExtra.h"
+#include "app/views/PanelWindow.h"
+#include "app/views/TavoMenuBarView.h"
 #include "app/views/TavoSettingsWindowController.h"
 #include "app/views/Theme.h"
 #include "base/WakeControlError.h"
@@ -190,18 +190,19 @@ public:
         for (const auto& scene : panelScenes()) {
             Stage stage;
             prepare(stage, scene);
-            TavoMenuBarExtra extra(*stage.observer, tray);
-            extra.togglePanel();
+            PanelWindow panel(Qt::Popup | Qt::FramelessWindowHint, [] { return true; });
+            panel.setPanel(*new TavoMenuBarView(
+                *stage.observer, [] {}, &panel));
+            panel.prepareToShow();
+            panel.show();
             QApplication::processEvents();
-            save(extra.panel().grab(), ground, scene.name + suffix);
+            save(panel.grab(), ground, scene.name + suffix);
         }
     }
 
     int count() const { return taken; }
 
 private:
-    ScriptedTrayWatch tray;
-
     static void prepare(Stage& stage, const Scene& scene) {
         stage.machineNoun = "mac";
         stage.power->status = {.source = CurrentPowerSource::ac, .batteryPercent = 80, .isCharging = true};

@@ -1,7 +1,11 @@
+#include "app/views/BottleCapView.h"
 #include "app/views/PopUpButton.h"
 #include "app/views/SegmentButton.h"
+#include "app/views/SlimScrollBar.h"
 #include "app/views/SwitchControl.h"
 #include "app/views/TavoButton.h"
+#include "app/views/TextField.h"
+#include "app/views/Theme.h"
 
 #include <gtest/gtest.h>
 
@@ -69,6 +73,82 @@ TEST(PopUpButton, IsAComboBoxThatScrollingLeavesAlone) {
     EXPECT_EQ(button.currentIndex(), 0);
     QTest::keyClick(&button, Qt::Key_Down);
     EXPECT_EQ(button.currentIndex(), 1);
+}
+
+void expectRingForTheKeyboardAlone(QWidget* control) {
+    QWidget window;
+    control->setParent(&window);
+    control->setFocusPolicy(Qt::StrongFocus);
+    control->resize(control->sizeHint());
+    window.show();
+    window.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+    const auto plain = control->grab().toImage();
+    const auto pictureAfter = [&](Qt::FocusReason reason) {
+        control->clearFocus();
+        control->setFocus(reason);
+        return control->grab().toImage();
+    };
+    for (const auto reason : {Qt::TabFocusReason, Qt::BacktabFocusReason, Qt::ShortcutFocusReason}) {
+        EXPECT_NE(pictureAfter(reason), plain) << reason;
+    }
+    EXPECT_EQ(pictureAfter(Qt::MouseFocusReason), plain);
+    EXPECT_EQ(pictureAfter(Qt::OtherFocusReason), plain);
+    EXPECT_NE(pictureAfter(Qt::TabFocusReason), plain);
+    QFocusEvent back(QEvent::FocusIn, Qt::ActiveWindowFocusReason);
+    QApplication::sendEvent(control, &back);
+    EXPECT_NE(control->grab().toImage(), plain) << "the window became active again, and the ring is where it was";
+}
+
+TEST(FocusRing, AClickLeavesNoneAndTheKeyboardOne) {
+    expectRingForTheKeyboardAlone(new SwitchControl);
+    expectRingForTheKeyboardAlone(new PopUpButton);
+    expectRingForTheKeyboardAlone(new TavoButton("save"));
+    expectRingForTheKeyboardAlone(new SegmentButton("command"));
+    auto* field = new TextField;
+    field->setReadOnly(true); // without a cursor, which blinks
+    expectRingForTheKeyboardAlone(field);
+}
+
+TEST(SegmentButton, ChoosingMovesNothingAndTheChosenOneIsBold) {
+    SegmentButton button("command");
+    button.resize(button.sizeHint());
+    const auto size = button.sizeHint();
+    const auto before = button.grab().toImage();
+    button.setChecked(true);
+    EXPECT_EQ(button.sizeHint(), size);
+    EXPECT_NE(button.grab().toImage(), before);
+    EXPECT_EQ(button.grab().toImage().pixel(1, 4), before.pixel(1, 4)) << "there is no ground of its own";
+}
+
+TEST(TextField, IsAsTallAsAButtonAndItsTextIsSmallerThanAround) {
+    QWidget window;
+    TextField field(&window);
+    const TavoButton button("save", ButtonTone::plain, &window);
+    EXPECT_EQ(field.sizeHint().height(), button.sizeHint().height());
+    EXPECT_LT(QFontInfo(field.font()).pixelSize(), QFontInfo(window.font()).pixelSize());
+}
+
+TEST(SlimScrollBar, ShowsWhileThereIsScrolling) {
+    SlimScrollBar bar(Qt::Vertical);
+    bar.setRange(0, 100);
+    bar.setPageStep(50);
+    bar.resize(SlimScrollBar::thickness, 200);
+    bar.show();
+    const auto resting = bar.grab().toImage();
+    EXPECT_FALSE(bar.isThumbShown());
+    bar.setValue(10);
+    EXPECT_TRUE(bar.isThumbShown());
+    EXPECT_NE(bar.grab().toImage(), resting);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !bar.isThumbShown(); }));
+    EXPECT_EQ(bar.grab().toImage(), resting);
+}
+
+TEST(BottleCapView, WhatIsCutOutIsWhiteOnADarkGround) {
+    BottleCapView cap;
+    cap.setPalette(Theme::dark().palette());
+    cap.resize(cap.sizeHint());
+    EXPECT_EQ(cap.grab().toImage().pixelColor(13, 13), QColor(Qt::white));
 }
 
 TEST(SegmentButton, IsARadioButton) {

@@ -1,4 +1,5 @@
 #include "app/views/BatteryStatusBadgeView.h"
+#include "app/views/ElidedLabel.h"
 #include "app/views/NoticeList.h"
 #include "app/views/PlainMessageBox.h"
 #include "app/views/PopUpButton.h"
@@ -9,6 +10,7 @@
 #include "app/views/TavoSystemSettings.h"
 #include "app/views/TavoWelcomeView.h"
 #include "app/views/TextField.h"
+#include "app/views/Theme.h"
 #include "base/WakeControlError.h"
 #include "views/FindWidgets.h"
 #include "views/Stage.h"
@@ -20,6 +22,7 @@
 #include <QAccessible>
 #include <QHelpEvent>
 #include <QScrollArea>
+#include <QScrollBar>
 #include <QTest>
 #include <QTextDocumentFragment>
 #include <QToolTip>
@@ -185,6 +188,73 @@ TEST_F(SettingsViewTest, TheCutoffTakesDigitsAlone) {
     type(field("battery cutoff"), "05");
     EXPECT_EQ(field("battery cutoff").text(), "05") << "what is being typed is left alone";
     EXPECT_EQ(draft().batteryCutoffPercent, 5);
+}
+
+TEST_F(SettingsViewTest, ACutoffWithALeadingZeroIsTheNumberOnceItIsSaved) {
+    open();
+    type(field("battery cutoff"), "05");
+    QTest::mouseClick(&button("save"), Qt::LeftButton);
+    EXPECT_EQ(model->config().batteryCutoffPercent, 5);
+    EXPECT_EQ(field("battery cutoff").text(), "5");
+    type(field("battery cutoff"), "005");
+    EXPECT_FALSE(model->hasUnsavedEdits()) << "nothing is there to save";
+    Q_EMIT field("battery cutoff").editingFinished();
+    EXPECT_EQ(field("battery cutoff").text(), "5");
+}
+
+TEST_F(SettingsViewTest, TabbingBringsWholeRowsIntoView) {
+    open(enabled());
+    choose("custom");
+    view->resize(378, 250);
+    view->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(view.get()));
+    QApplication::processEvents();
+    const auto* const scroll = view->findChild<QScrollArea*>();
+    const auto isWholeInView = [&](const QString& title) {
+        const QRect place(row(title).mapTo(scroll->viewport(), QPoint()), row(title).size());
+        return scroll->viewport()->rect().contains(place);
+    };
+    EXPECT_FALSE(isWholeInView("battery cutoff"));
+    toggle("keep awake on battery").setFocus(Qt::TabFocusReason);
+    EXPECT_TRUE(isWholeInView("keep awake on battery"));
+    QTest::keyClick(view->focusWidget(), Qt::Key_Tab);
+    EXPECT_TRUE(field("battery cutoff").hasFocus());
+    EXPECT_TRUE(isWholeInView("battery cutoff"));
+    // From the footer, which is not scrolled, back among the rows.
+    scroll->verticalScrollBar()->setValue(0);
+    button("cancel").setFocus(Qt::TabFocusReason);
+    QTest::keyClick(view->focusWidget(), Qt::Key_Backtab);
+    EXPECT_TRUE(permission().button()->hasFocus());
+    EXPECT_TRUE(isWholeInView("closed-lid permission"));
+}
+
+TEST_F(SettingsViewTest, ALongCommandLeavesTheHeaderItsTwoRows) {
+    auto config = enabled();
+    config.trigger = {.mode = TriggerMode::process, .query = "a-command-of-twenty-eight-ch"};
+    open(config);
+    view->resize(300, 350);
+    QApplication::processEvents();
+    auto& title = partWithText<ElidedLabel>(*view, "waiting for a-command-of-twenty-eight-ch");
+    auto& detail = partWithText<ElidedLabel>(*view, "starts when a-command-of-twenty-eight-ch runs");
+    EXPECT_TRUE(title.shownText().endsWith(QChar(0x2026)));
+    EXPECT_TRUE(detail.shownText().endsWith(QChar(0x2026)) || detail.shownText() == detail.text());
+    EXPECT_FALSE(title.geometry().intersects(detail.geometry()));
+    EXPECT_GE(title.height(), QFontMetrics(title.font()).height());
+    EXPECT_LT(detail.height(), 2 * QFontMetrics(detail.font()).lineSpacing());
+}
+
+TEST_F(SettingsViewTest, TheNoticesHaveAnEdge) {
+    open(enabled());
+    view->resize(378, 350);
+    board->record(board->open(), {.service = "logind", .what = "idle", .notice = "sleep was refused."});
+    loop->runPosted();
+    QApplication::processEvents();
+    const auto* const list = partsOf<NoticeList>(*view).back();
+    const int top = list->mapTo(view.get(), QPoint()).y();
+    const auto image = view->grab().toImage();
+    for (const int x : {0, 200, 377}) {
+        EXPECT_EQ(image.pixelColor(x, top), Theme::of(view->palette()).separator) << x;
+    }
 }
 
 TEST_F(SettingsViewTest, ACutoffOfZeroIsRefusedOnSaveWhereTheUserIsLooking) {
@@ -381,7 +451,8 @@ TEST_F(SettingsViewTest, AFailureOfAnyLengthLeavesTheWindowItsWidth) {
     runner->failure = std::make_exception_ptr(WakeControlError::systemUnavailable("could not run " + path + "."));
     open(enabled());
     EXPECT_LE(view->minimumSizeHint().width(), 378);
-    EXPECT_LE(partWithText<QLabel>(*view, QString::fromStdString("could not run " + path + ".")).height(), 80);
+    EXPECT_LE(partWithText<QLabel>(*view, QString::fromStdString("could not run " + path + ".")).height(), 30)
+        << "the notice has the whole of it";
 }
 
 TEST_F(SettingsViewTest, ErrorsAndWarningsAreShownAndGoWhenTheyAreResolved) {

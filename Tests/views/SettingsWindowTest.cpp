@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <QApplication>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QTest>
 
 namespace tavo {
@@ -31,6 +33,25 @@ TEST_F(SettingsWindowTest, GrowsWithLargeFonts) {
     EXPECT_EQ(controller.window().size(), QSize(756, 700));
 }
 
+TEST_F(SettingsWindowTest, WithLargeFontsItFitsTheScreenAndScrolls) {
+    EXPECT_EQ(settingsContentSize(2.0, QSize(1280, 1000)), QSize(756, 700));
+    const auto fitting = settingsContentSize(2.0, QSize(1280, 720));
+    EXPECT_LE(fitting.height(), 720 - 40) << "with a title bar";
+    EXPECT_EQ(settingsContentSize(2.0, QSize(640, 720)).width(), 640);
+    EXPECT_EQ(settingsContentSize(1.0, QSize(300, 200)), QSize(378, 350)) << "nothing is cut for a tiny screen";
+    EXPECT_EQ(settingsContentSize(2.0, QSize()), QSize(756, 700));
+
+    const FontSize size(26);
+    const TavoSettingsWindowController controller(*observer, "computer", true);
+    controller.window().setFixedSize(fitting);
+    controller.window().show();
+    QApplication::processEvents();
+    EXPECT_LE(controller.view().minimumSizeHint().height(), fitting.height());
+    const auto* const scroll = controller.view().findChild<QScrollArea*>();
+    EXPECT_GT(scroll->verticalScrollBar()->maximum(), 0);
+    EXPECT_GT(scroll->viewport()->height(), 200);
+}
+
 TEST_F(SettingsWindowTest, NoControlStandsOutWhenItAppears) {
     TavoSettingsWindowController controller(*observer, "computer", true);
     controller.showWindow();
@@ -49,6 +70,14 @@ TEST_F(SettingsWindowTest, TheSameWindowComesBackAfterItWasClosedAndShowsTheSett
     controller.showWindow();
     EXPECT_EQ(&controller.window(), &window);
     EXPECT_TRUE(window.isVisible());
+    EXPECT_TRUE(controller.view().showsSettings());
+}
+
+TEST_F(SettingsWindowTest, WhoeverAsksForTheSettingsIsSparedTheWelcomeView) {
+    TavoSettingsWindowController controller(*observer, "computer", false);
+    controller.showWindow();
+    EXPECT_FALSE(controller.view().showsSettings());
+    observer->showSettings();
     EXPECT_TRUE(controller.view().showsSettings());
 }
 

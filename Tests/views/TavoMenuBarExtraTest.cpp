@@ -1,13 +1,16 @@
 #include "app/views/TavoMenuBarExtra.h"
 
 #include "Support/ScriptedTrayWatch.h"
+#include "app/views/TavoSettingsWindowController.h"
 #include "views/Stage.h"
 
 #include <gtest/gtest.h>
 
+#include <QAction>
 #include <QCursor>
 #include <QGuiApplication>
 #include <QScreen>
+#include <algorithm>
 
 namespace tavo {
 namespace {
@@ -49,6 +52,26 @@ TEST_F(MenuBarExtraTest, TheItemIsMadeOnceThereIsATrayAndStays) {
     tray.set(false);
     tray.set(true);
     EXPECT_EQ(extra->item(), item);
+}
+
+TEST_F(MenuBarExtraTest, TheTooltipTellsTheState) {
+    open();
+    tray.set(true);
+    EXPECT_EQ(extra->item()->toolTip(), "tavo: paused");
+    model->toggleEnabled();
+    EXPECT_EQ(extra->item()->toolTip(), "tavo: keeping computer awake");
+}
+
+TEST_F(MenuBarExtraTest, SettingsInTheMenuComesToTheSettings) {
+    open();
+    const auto actions = extra->menu().actions();
+    const auto settings = std::find_if(actions.begin(), actions.end(),
+                                       [](const QAction* action) { return action->text() == "settings"; });
+    ASSERT_NE(settings, actions.end());
+    TavoSettingsWindowController window(*observer, "computer", false);
+    (*settings)->trigger();
+    EXPECT_EQ(application.asked.back(), "show the settings window");
+    EXPECT_TRUE(window.view().showsSettings());
 }
 
 } // namespace

@@ -75,6 +75,21 @@ TEST_F(MenuBarViewTest, TheIndicatorSaysWhetherItIsOnAndTheTitleWhatItDoes) {
     EXPECT_THAT(texts(), ElementsAre("tavo", "waiting for codex"));
 }
 
+TEST_F(MenuBarViewTest, AWordThatDoesNotBreakIsElidedAndThePanelKeepsItsWidth) {
+    open(enabled());
+    const int width = view->width();
+    auto config = enabled();
+    config.trigger = {.mode = TriggerMode::process, .query = std::string(80, 'x')};
+    store->saveConfig(config);
+    model->evaluateNow();
+    QApplication::processEvents();
+    const auto& status = partWithText<ElidedLabel>(*view, "waiting for " + QString(80, 'x'));
+    EXPECT_TRUE(status.shownText().startsWith("waiting for\n"));
+    EXPECT_TRUE(status.shownText().endsWith(QChar(0x2026)));
+    EXPECT_EQ(view->width(), width);
+    EXPECT_LT(status.geometry().right(), indicator().x());
+}
+
 TEST_F(MenuBarViewTest, TheToggleFollowsWhatIsInForceAndNotTheDraft) {
     open();
     edit([](AppConfig& draft) { draft.isEnabled = true; });
@@ -102,9 +117,12 @@ TEST_F(MenuBarViewTest, AClickAnywhereInARowIsItsAction) {
     QTest::mouseClick(&row(0), Qt::LeftButton, {}, {row(0).width() - 2, 2});
     EXPECT_TRUE(model->config().isEnabled);
     EXPECT_EQ(actions, 1) << "the panel goes";
+    int settingsAsked = 0;
+    QObject::connect(observer.get(), &ModelObserver::settingsAsked, [&] { ++settingsAsked; });
     QTest::mouseClick(&row(1), Qt::LeftButton);
     EXPECT_THAT(application.asked,
                 ElementsAre("order out the key window", "make the settings window", "show the settings window"));
+    EXPECT_EQ(settingsAsked, 1) << "the settings, and not the welcome view";
     application.asked.clear();
     QTest::mouseClick(&row(2), Qt::LeftButton);
     EXPECT_THAT(application.asked, ElementsAre("terminate"));

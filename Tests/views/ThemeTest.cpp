@@ -49,7 +49,6 @@ TEST(Theme, TextCanBeReadOnWhatItStandsOn) {
             {"details in a card", theme->secondaryText, theme->card},
             {"a button", theme->controlText, theme->control},
             {"a placeholder", theme->secondaryText, theme->control},
-            {"the chosen segment", theme->controlText, theme->chosenSegment},
             {"what is accented", theme->onColour, theme->accent},
             {"what switches on", theme->onColour, theme->positive},
             {"a warning", theme->warning, theme->window},

@@ -1,3 +1,5 @@
+#include "app/views/Accessibility.h"
+
 #include <gtest/gtest.h>
 
 #include <QApplication>
@@ -9,5 +11,6 @@ int main(int count, char** values) {
     qputenv("QT_LOGGING_RULES", "qt.core.qobject.connect=false;default.warning=false");
     testing::InitGoogleTest(&count, values);
     const QApplication application(count, values);
+    tavo::prepareAccessibility();
     return RUN_ALL_TESTS();
 }

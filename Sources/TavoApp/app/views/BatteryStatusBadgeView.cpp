@@ -43,12 +43,11 @@ void BatteryStatusBadgeView::paintEvent(QPaintEvent*) {
     const double top = (height() - batteryHeight) / 2.0;
     painter.setPen(QPen(theme.secondaryText, 1.0));
     painter.setBrush(Qt::NoBrush);
-    painter.drawRoundedRect(QRectF(left + 0.5, top + 0.5, batteryWidth - 3, batteryHeight - 1), 3.5, 3.5);
-    painter.drawLine(QPointF(left + batteryWidth - 0.5, top + 4), QPointF(left + batteryWidth - 0.5, top + 8));
+    painter.drawRoundedRect(QRectF(left + 0.5, top + 0.5, batteryWidth - 1, batteryHeight - 1), 3.5, 3.5);
     if (const auto level = badge.level()) {
         painter.setPen(Qt::NoPen);
         painter.setBrush(*level <= lowLevel ? theme.error : theme.switchOn);
-        const double room = batteryWidth - 7;
+        const double room = batteryWidth - 5;
         painter.drawRoundedRect(QRectF(left + 2.5, top + 2.5, std::max(1.5, room * *level), batteryHeight - 5), 1.5,
                                 1.5);
     }

@@ -16,8 +16,15 @@ public:
 
     TavoAppModel& model() const { return *observed; }
 
+    /// Shows the settings window for somebody who has asked for the settings: it is not to welcome.
+    void showSettings() {
+        observed->openSettings();
+        Q_EMIT settingsAsked();
+    }
+
 Q_SIGNALS:
     void changed(tavo::ModelChanges changes);
+    void settingsAsked();
 
 private:
     std::shared_ptr<TavoAppModel> observed;

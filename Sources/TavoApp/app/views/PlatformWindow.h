@@ -36,6 +36,9 @@ enum class PanelKind {
 };
 PanelKind panelKind();
 
+/// Whether every window gets a shadow, by its shape.
+bool windowSystemDrawsShadows();
+
 /// Called when the panel is shown: puts it in front of all applications and gives it the keyboard, where Qt does not.
 void bringPanelToFront(QWidget& panel);
 

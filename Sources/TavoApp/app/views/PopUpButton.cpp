@@ -32,7 +32,8 @@ bool PopUpButton::eventFilter(QObject* watched, QEvent* event) {
 
 QSize PopUpButton::sizeHint() const {
     // As wide as what it shows: the list takes the width that it needs.
-    return {fontMetrics().horizontalAdvance(currentText()) + grown(32, *this), grown(23, *this)};
+    return {QFontMetrics(Typography::control(font())).horizontalAdvance(currentText()) + grown(31, *this),
+            grown(23, *this)};
 }
 
 void PopUpButton::paintEvent(QPaintEvent*) {
@@ -40,6 +41,7 @@ void PopUpButton::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     paintGround(painter, rect(), radius, theme.control, {});
+    painter.setFont(Typography::control(font()));
     painter.setPen(theme.controlText);
     const bool isMirrored = layoutDirection() == Qt::RightToLeft;
     const int side = grown(11, *this);
@@ -51,9 +53,7 @@ void PopUpButton::paintEvent(QPaintEvent*) {
         currentText());
     painter.drawPixmap(isMirrored ? edge - 1 : width() - edge - side + 1, (height() - side) / 2 + 1,
                        symbolPixmap(QStringLiteral("chevron.down"), side, theme.controlText, devicePixelRatioF()));
-    if (hasFocus()) {
-        paintFocusRing(painter, rect(), radius, theme);
-    }
+    focusRing.paint(painter, rect(), radius);
 }
 
 void PopUpButton::wheelEvent(QWheelEvent* event) {

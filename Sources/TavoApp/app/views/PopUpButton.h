@@ -1,5 +1,7 @@
 #pragma once
 
+#include "app/views/FocusRing.h"
+
 #include <QComboBox>
 
 namespace tavo {
@@ -17,6 +19,9 @@ protected:
     void paintEvent(QPaintEvent* event) override;
     /// Scrolling over it is for the view around it.
     void wheelEvent(QWheelEvent* event) override;
+
+private:
+    FocusRing focusRing{*this};
 };
 
 } // namespace tavo

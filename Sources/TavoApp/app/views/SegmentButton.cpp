@@ -14,7 +14,8 @@ SegmentButton::SegmentButton(const QString& text, QWidget* parent) : QRadioButto
 }
 
 QSize SegmentButton::sizeHint() const {
-    const QFontMetrics metrics(Typography::emphasis(font()));
+    // Wide enough for the chosen one, so that choosing moves nothing.
+    const QFontMetrics metrics(Typography::button(font()));
     return {metrics.horizontalAdvance(text()) + grown(16, *this), grown(23, *this)};
 }
 
@@ -22,16 +23,10 @@ void SegmentButton::paintEvent(QPaintEvent*) {
     const auto& theme = Theme::of(palette());
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    if (isChecked()) {
-        // Weight alone is little to tell by.
-        paintGround(painter, QRectF(rect()).adjusted(1, 2, -1, -2), radius - 2, theme.chosenSegment, {});
-    }
-    painter.setFont(isChecked() ? Typography::emphasis(font()) : font());
+    painter.setFont(isChecked() ? Typography::button(font()) : Typography::control(font()));
     painter.setPen(theme.controlText);
     painter.drawText(rect(), Qt::AlignCenter, text());
-    if (hasFocus()) {
-        paintFocusRing(painter, rect(), radius, theme);
-    }
+    focusRing.paint(painter, rect(), radius);
 }
 
 } // namespace tavo

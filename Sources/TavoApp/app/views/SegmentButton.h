@@ -1,5 +1,7 @@
 #pragma once
 
+#include "app/views/FocusRing.h"
+
 #include <QRadioButton>
 
 namespace tavo {
@@ -14,6 +16,9 @@ public:
 protected:
     bool hitButton(const QPoint& position) const override { return rect().contains(position); }
     void paintEvent(QPaintEvent* event) override;
+
+private:
+    FocusRing focusRing{*this};
 };
 
 } // namespace tavo

@@ -1,6 +1,5 @@
 #include "app/views/SettingsControlRow.h"
 
-#include "app/views/DetailLabel.h"
 #include "app/views/Theme.h"
 
 #include <QEvent>
@@ -21,11 +20,11 @@ constexpr int rowHeightWithoutDetail = 43;
 
 SettingsControlRow::SettingsControlRow(const QString& systemImage, const QString& title, QWidget* control,
                                        QWidget* parent)
-    : QWidget(parent), symbol(new SymbolView(systemImage, this)), titleLabel(new QLabel(title, this)),
-      detailLabel(new DetailLabel(this)), checkmark(new SymbolView(QStringLiteral("checkmark"), this)),
+    : QWidget(parent), symbol(new SymbolView(systemImage, this)), titleLabel(new ElidedLabel(title, this)),
+      detailLabel(new ElidedLabel({}, this)), checkmark(new SymbolView(QStringLiteral("checkmark"), this)),
       control(control) {
     auto* words = new QVBoxLayout;
-    words->setSpacing(0);
+    words->setSpacing(1);
     auto* name = new QHBoxLayout;
     name->setSpacing(5);
     name->addWidget(titleLabel);
@@ -35,10 +34,7 @@ SettingsControlRow::SettingsControlRow(const QString& systemImage, const QString
     words->addLayout(name);
     words->addWidget(detailLabel);
     words->addStretch();
-    titleLabel->setTextFormat(Qt::PlainText);
-    // In a narrow row the words give way, and the control stays whole.
-    titleLabel->setMinimumWidth(1);
-    detailLabel->setMinimumWidth(1);
+    detailLabel->setForegroundRole(QPalette::PlaceholderText);
     detailLabel->hide();
     checkmark->hide();
 

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "app/views/ElidedLabel.h"
 #include "app/views/Symbol.h"
 
-#include <QLabel>
 #include <QString>
 #include <QWidget>
 
@@ -29,8 +29,8 @@ private:
     void applyFonts();
 
     SymbolView* symbol;
-    QLabel* titleLabel;
-    QLabel* detailLabel;
+    ElidedLabel* titleLabel;
+    ElidedLabel* detailLabel;
     SymbolView* checkmark;
     QWidget* control;
 };

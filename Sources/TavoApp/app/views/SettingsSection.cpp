@@ -1,6 +1,5 @@
 #include "app/views/SettingsSection.h"
 
-#include "app/views/DetailLabel.h"
 #include "app/views/Theme.h"
 
 #include <QEvent>
@@ -52,13 +51,13 @@ private:
 };
 
 SettingsSection::SettingsSection(const QString& title, QWidget* parent)
-    : QWidget(parent), titleLabel(new DetailLabel(this)), card(new Card(this)) {
-    titleLabel->setText(title);
+    : QWidget(parent), titleLabel(new ElidedLabel(title, this)), card(new Card(this)) {
+    titleLabel->setForegroundRole(QPalette::PlaceholderText);
     titleLabel->setFont(Typography::section(font()));
     titleLabel->setContentsMargins(2, 0, 2, 0);
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSpacing(6);
+    layout->setSpacing(5);
     layout->addWidget(titleLabel);
     layout->addWidget(card);
 }

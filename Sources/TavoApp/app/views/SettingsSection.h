@@ -1,8 +1,8 @@
 #pragma once
 
+#include "app/views/ElidedLabel.h"
 #include "app/views/SettingsControlRow.h"
 
-#include <QLabel>
 #include <QWidget>
 
 namespace tavo {
@@ -20,7 +20,7 @@ protected:
 private:
     class Card;
 
-    QLabel* titleLabel;
+    ElidedLabel* titleLabel;
     Card* card;
 };
 

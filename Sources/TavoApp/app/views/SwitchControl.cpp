@@ -36,9 +36,7 @@ void SwitchControl::paintEvent(QPaintEvent*) {
     painter.drawEllipse(QRectF(left, track.top() + 2.5, knob, knob));
     painter.setBrush(Qt::white);
     painter.drawEllipse(QRectF(left, track.top() + 2, knob, knob));
-    if (hasFocus()) {
-        paintFocusRing(painter, track, roundness - 1, theme);
-    }
+    focusRing.paint(painter, track, roundness - 1);
 }
 
 } // namespace tavo

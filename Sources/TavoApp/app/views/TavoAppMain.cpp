@@ -1,5 +1,6 @@
 #include "app/views/TavoAppMain.h"
 
+#include "app/views/Accessibility.h"
 #include "app/views/TavoSettingsWindowController.h"
 #include "base/JsonCoding.h"
 
@@ -39,6 +40,7 @@ TavoAppMain::TavoAppMain(Options options, std::shared_ptr<const TavoStoring> sto
       observer(std::make_unique<ModelObserver>(appModel)),
       menuBar(std::make_unique<TavoMenuBarExtra>(*observer, *tray)) {
     QApplication::setQuitOnLastWindowClosed(false);
+    prepareAccessibility();
     connect(observer.get(), &ModelObserver::changed, this, &TavoAppMain::tellInLockFile);
     // However the application comes to its end, as by the end of the desktop's session: everything is let go of.
     connect(qApp, &QCoreApplication::aboutToQuit, this, [this] { appModel->quit(); });

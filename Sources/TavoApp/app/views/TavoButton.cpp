@@ -58,8 +58,12 @@ void TavoButton::setWorking(bool isWorking) {
     update();
 }
 
+QFont TavoButton::labelFont() const {
+    return isProminent ? Typography::prominent(font()) : Typography::button(font());
+}
+
 QSize TavoButton::sizeHint() const {
-    const QFontMetrics metrics(Typography::emphasis(font()));
+    const QFontMetrics metrics(labelFont());
     const int symbolWidth = symbol.isEmpty() ? 0 : grown(symbolSlot, *this);
     const int padding = grown(isProminent ? 35 : symbol.isEmpty() ? 13 : 8, *this);
     return {metrics.horizontalAdvance(text()) + symbolWidth + 2 * padding, grown(isProminent ? 35 : 25, *this)};
@@ -100,7 +104,7 @@ void TavoButton::paintEvent(QPaintEvent*) {
     if (wheel.isActive()) {
         paintWheel(painter, ink);
     } else {
-        painter.setFont(Typography::emphasis(font()));
+        painter.setFont(labelFont());
         painter.setPen(ink);
         auto content = rect();
         if (!symbol.isEmpty()) {
@@ -115,9 +119,7 @@ void TavoButton::paintEvent(QPaintEvent*) {
         }
         painter.drawText(content, Qt::AlignCenter, text());
     }
-    if (hasFocus()) {
-        paintFocusRing(painter, rect(), radius, theme);
-    }
+    focusRing.paint(painter, rect(), radius);
 }
 
 void TavoButton::paintWheel(QPainter& painter, const QColor& colour) const {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "app/views/FocusRing.h"
+
 #include <QPushButton>
 #include <QTimer>
 
@@ -34,6 +36,7 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
+    QFont labelFont() const;
     void paintWheel(QPainter& painter, const QColor& colour) const;
 
     ButtonTone buttonTone;
@@ -41,6 +44,7 @@ private:
     bool isProminent = false;
     QTimer wheel;
     int wheelStep = 0;
+    FocusRing focusRing{*this};
 };
 
 } // namespace tavo

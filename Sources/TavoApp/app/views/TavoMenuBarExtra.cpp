@@ -10,7 +10,6 @@
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QScreen>
-#include <QVBoxLayout>
 #include <QWindow>
 #include <algorithm>
 
@@ -39,16 +38,12 @@ bool isAnyWindowShown() {
 
 TavoMenuBarExtra::TavoMenuBarExtra(ModelObserver& observer, const TrayWatch& tray)
     : observer(observer), tray(tray), toggleAction(new QAction(&contextMenu)),
-      panelWindow(std::make_unique<QWidget>()) {
-    panelWindow->setWindowFlags(flagsOf(panelKind()));
+      panelWindow(std::make_unique<PanelWindow>(flagsOf(panelKind()), isWindowSystemComposited)) {
     panelWindow->setWindowTitle(QStringLiteral("tavo"));
     panelWindow->setObjectName(QStringLiteral("panel"));
     auto* view = new TavoMenuBarView(
         observer, [this] { closePanel(); }, panelWindow.get());
-    auto* layout = new QVBoxLayout(panelWindow.get());
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSizeConstraint(QLayout::SetFixedSize);
-    layout->addWidget(view);
+    panelWindow->setPanel(*view);
     panelWindow->setFocusProxy(view);
     panelWindow->installEventFilter(this);
 
@@ -71,13 +66,12 @@ void TavoMenuBarExtra::makeItem() {
     if (trayTellsOfClicksBesideMenu()) {
         statusItem->setContextMenu(&contextMenu);
     }
-    statusItem->setToolTip(QStringLiteral("tavo"));
     connect(statusItem.get(), &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
         if (reason != QSystemTrayIcon::Context) {
             togglePanel();
         }
     });
-    showIcon();
+    showState();
     statusItem->show();
     labelStatusItem(QStringLiteral("tavo"));
 }
@@ -86,7 +80,7 @@ void TavoMenuBarExtra::fillMenu() {
     contextMenu.addAction(toggleAction);
     connect(toggleAction, &QAction::triggered, this, [this] { observer.model().toggleEnabled(); });
     connect(contextMenu.addAction(QStringLiteral("settings")), &QAction::triggered, this,
-            [this] { observer.model().openSettings(); });
+            [this] { observer.showSettings(); });
     connect(contextMenu.addAction(QStringLiteral("quit")), &QAction::triggered, this,
             [this] { observer.model().quit(); });
 }
@@ -94,18 +88,21 @@ void TavoMenuBarExtra::fillMenu() {
 void TavoMenuBarExtra::showModel(ModelChanges) {
     const auto& model = observer.model();
     toggleAction->setText(model.config().isEnabled ? QStringLiteral("pause") : QStringLiteral("enable"));
-    showIcon();
+    showState();
     if (const auto text = awakeEnd.look(model)) {
         notifyUser(statusItem.get(), QStringLiteral("tavo"), QString::fromStdString(*text));
     }
 }
 
-void TavoMenuBarExtra::showIcon() {
+void TavoMenuBarExtra::showState() {
     if (!statusItem) {
         return;
     }
     const bool isHeld = observer.model().runtimeSnapshot().isWakeAssertionActive;
     statusItem->setIcon(statusItemIcon(isHeld, QGuiApplication::palette().color(QPalette::WindowText)));
+    // Whoever cannot tell the icons apart finds the state here.
+    const auto title = observer.model().runtimeStatusCopy().title;
+    statusItem->setToolTip(QStringLiteral("tavo: ") + QString::fromStdString(title));
 }
 
 void TavoMenuBarExtra::togglePanel() {
@@ -113,7 +110,7 @@ void TavoMenuBarExtra::togglePanel() {
         closePanel();
         return;
     }
-    panelWindow->adjustSize();
+    panelWindow->prepareToShow();
     if (canPlaceWindows()) {
         placePanel();
     }
@@ -136,8 +133,10 @@ void TavoMenuBarExtra::placePanel() {
         screen = QGuiApplication::primaryScreen();
     }
     if (screen != nullptr) {
-        panelWindow->move(panelPosition(anchor, screen->geometry(), screen->availableGeometry(), panelWindow->size(),
-                                        QGuiApplication::layoutDirection()));
+        const auto panel = panelWindow->panelRect();
+        panelWindow->move(panelPosition(anchor, screen->geometry(), screen->availableGeometry(), panel.size(),
+                                        QGuiApplication::layoutDirection()) -
+                          panel.topLeft());
     }
 }
 
@@ -169,7 +168,7 @@ bool TavoMenuBarExtra::eventFilter(QObject* watched, QEvent* event) {
         closePanel();
     }
     if (event->type() == QEvent::PaletteChange) {
-        showIcon();
+        showState();
     }
     return QObject::eventFilter(watched, event);
 }

@@ -2,6 +2,7 @@
 
 #include "app/UserNotices.h"
 #include "app/views/ModelObserver.h"
+#include "app/views/PanelWindow.h"
 #include "app/views/TavoMenuBarView.h"
 #include "app/views/TrayWatch.h"
 
@@ -22,7 +23,7 @@ public:
     void togglePanel();
     void closePanel();
 
-    QWidget& panel() const { return *panelWindow; }
+    PanelWindow& panel() const { return *panelWindow; }
 
     /// Null until there is a tray to show it.
     const QSystemTrayIcon* item() const { return statusItem.get(); }
@@ -34,7 +35,7 @@ protected:
 private:
     void makeItem();
     void showModel(ModelChanges changes);
-    void showIcon();
+    void showState();
     void fillMenu();
     void placePanel();
 
@@ -43,7 +44,7 @@ private:
     QMenu contextMenu;
     std::unique_ptr<QSystemTrayIcon> statusItem;
     QAction* toggleAction;
-    std::unique_ptr<QWidget> panelWindow;
+    std::unique_ptr<PanelWindow> panelWindow;
     bool isClosing = false;
     AwakeEndWatch awakeEnd;
 };

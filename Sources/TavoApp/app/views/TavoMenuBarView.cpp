@@ -18,6 +18,7 @@ namespace {
 constexpr int panelWidth = 280;
 constexpr int padding = 12;
 constexpr int iconSide = 34;
+constexpr int mostStatusRows = 3;
 
 /// A line over the whole width of the panel.
 class Divider final : public QWidget {
@@ -31,8 +32,8 @@ protected:
 } // namespace
 
 TavoMenuBarView::TavoMenuBarView(ModelObserver& observer, std::function<void()> onAction, QWidget* parent)
-    : QWidget(parent), observer(observer), nameLabel(new QLabel(QStringLiteral("tavo"), this)),
-      statusLabel(new QLabel(this)), indicator(new MenuBarHeaderStatusIndicator(this)),
+    : QWidget(parent), observer(observer), nameLabel(new ElidedLabel(QStringLiteral("tavo"), this)),
+      statusLabel(new ElidedLabel({}, this, mostStatusRows)), indicator(new MenuBarHeaderStatusIndicator(this)),
       permissionWarning(
           new WarningLabel(QStringLiteral("extra permission needed to prevent sleep with lid closed"), this)),
       notices(new NoticeList(this)) {
@@ -43,20 +44,25 @@ TavoMenuBarView::TavoMenuBarView(ModelObserver& observer, std::function<void()> 
         };
     };
     toggleRow = new MenuBarActionRow({}, {}, acting(&TavoAppModel::toggleEnabled), this);
-    settingsRow = new MenuBarActionRow(QStringLiteral("slider.horizontal.3"), QStringLiteral("settings"),
-                                       acting(&TavoAppModel::openSettings), this);
+    settingsRow = new MenuBarActionRow(
+        QStringLiteral("slider.horizontal.3"), QStringLiteral("settings"),
+        [this, onAction] {
+            onAction();
+            this->observer.showSettings();
+        },
+        this);
     quitRow = new MenuBarActionRow(QStringLiteral("xmark"), QStringLiteral("quit"), acting(&TavoAppModel::quit), this);
 
     setAccessibleName(QStringLiteral("tavo"));
     statusLabel->setForegroundRole(QPalette::PlaceholderText);
-    statusLabel->setTextFormat(Qt::PlainText);
-    statusLabel->setWordWrap(true);
     permissionWarning->setWordWrap(true);
 
     auto* words = new QVBoxLayout;
-    words->setSpacing(0);
+    words->setSpacing(1);
+    words->addStretch();
     words->addWidget(nameLabel);
     words->addWidget(statusLabel);
+    words->addStretch();
     auto* header = new QHBoxLayout;
     header->setSpacing(10);
     header->addWidget(new AppIconView(iconSide, this), 0, Qt::AlignVCenter);
@@ -65,7 +71,7 @@ TavoMenuBarView::TavoMenuBarView(ModelObserver& observer, std::function<void()> 
 
     auto* top = new QVBoxLayout;
     top->setContentsMargins(padding, padding, padding, padding - 1);
-    top->setSpacing(8);
+    top->setSpacing(10);
     top->addLayout(header);
     top->addWidget(permissionWarning);
     top->addWidget(notices);
@@ -123,15 +129,6 @@ void TavoMenuBarView::applyFonts() {
     nameLabel->setFont(Typography::emphasis(font()));
     statusLabel->setFont(Typography::caption(font()));
     permissionWarning->setFont(Typography::caption(font()));
-}
-
-void TavoMenuBarView::paintEvent(QPaintEvent*) {
-    const auto& theme = Theme::of(palette());
-    QPainter painter(this);
-    painter.fillRect(rect(), theme.window);
-    // It may stand over a window of its own colour.
-    painter.setPen(theme.cardBorder);
-    painter.drawRect(rect().adjusted(0, 0, -1, -1));
 }
 
 } // namespace tavo

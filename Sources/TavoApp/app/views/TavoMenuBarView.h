@@ -1,12 +1,12 @@
 #pragma once
 
+#include "app/views/ElidedLabel.h"
 #include "app/views/MenuBarActionRow.h"
 #include "app/views/MenuBarHeaderStatusIndicator.h"
 #include "app/views/ModelObserver.h"
 #include "app/views/NoticeList.h"
 #include "app/views/WarningLabel.h"
 
-#include <QLabel>
 #include <QWidget>
 #include <functional>
 
@@ -20,7 +20,6 @@ public:
 
 protected:
     void changeEvent(QEvent* event) override;
-    void paintEvent(QPaintEvent* event) override;
 
 private:
     void showModel(ModelChanges changes);
@@ -28,8 +27,8 @@ private:
     void fitHeight();
 
     ModelObserver& observer;
-    QLabel* nameLabel;
-    QLabel* statusLabel;
+    ElidedLabel* nameLabel;
+    ElidedLabel* statusLabel;
     MenuBarHeaderStatusIndicator* indicator;
     WarningLabel* permissionWarning;
     NoticeList* notices;

@@ -1,6 +1,7 @@
 #include "app/views/TavoSettingsView.h"
 
 #include "app/views/NoticeList.h"
+#include "app/views/SettingsControlRow.h"
 #include "app/views/SlimScrollBar.h"
 #include "app/views/TavoSettingsFooter.h"
 #include "app/views/TavoStatusHeader.h"
@@ -8,7 +9,11 @@
 #include "app/views/TavoWakeSettings.h"
 #include "app/views/TavoWelcomeView.h"
 #include "app/views/TavoWindowGlassBackground.h"
+#include "app/views/Theme.h"
 
+#include <QFocusEvent>
+#include <QPainter>
+#include <QRadioButton>
 #include <QResizeEvent>
 #include <QScrollArea>
 #include <QShortcut>
@@ -18,7 +23,50 @@ namespace tavo {
 
 namespace {
 
-constexpr int sideMargin = 15;
+constexpr int sideMargin = 14;
+
+/// Of a row that the keyboard came to, from the edges of what is scrolled.
+constexpr int rowMargin = 6;
+
+/// Holds the notices below what is scrolled, with a line to tell them from it.
+class NoticeArea final : public QWidget {
+public:
+    explicit NoticeArea(NoticeList* notices) {
+        auto* layout = new QVBoxLayout(this);
+        layout->setContentsMargins(sideMargin, 0, sideMargin, 0);
+        layout->addWidget(notices);
+    }
+
+protected:
+    void paintEvent(QPaintEvent*) override {
+        QPainter(this).fillRect(0, 0, width(), 1, Theme::of(palette()).separator);
+    }
+};
+
+/// Brings the whole row into view whose control the keyboard comes to.
+class RowScroll final : public QScrollArea {
+public:
+    void follow(QWidget* focused) {
+        for (auto* widget = focused; widget != nullptr; widget = widget->parentWidget()) {
+            if (dynamic_cast<SettingsControlRow*>(widget) != nullptr && isAncestorOf(widget)) {
+                ensureWidgetVisible(widget, 0, rowMargin);
+                return;
+            }
+        }
+    }
+
+    /// Qt brings the control alone into view, and only when the keyboard was within already.
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        if (event->type() == QEvent::FocusIn) {
+            const auto reason = static_cast<QFocusEvent*>(event)->reason();
+            if (reason != Qt::MouseFocusReason && reason != Qt::ActiveWindowFocusReason &&
+                reason != Qt::PopupFocusReason) {
+                follow(static_cast<QWidget*>(watched));
+            }
+        }
+        return QScrollArea::eventFilter(watched, event);
+    }
+};
 
 } // namespace
 
@@ -45,19 +93,20 @@ TavoSettingsView::TavoSettingsView(ModelObserver& observer, const QString& machi
     onKey(Qt::Key_Enter, &TavoAppModel::saveDraft);
     onKey(Qt::Key_Escape, &TavoAppModel::revertDraft);
     connect(&observer, &ModelObserver::changed, this, &TavoSettingsView::showModel);
+    connect(&observer, &ModelObserver::settingsAsked, this, [this] { setShowsSettings(true); });
     showModel();
 }
 
 QWidget* TavoSettingsView::makeSettings() {
     auto* content = new QWidget;
     auto* sections = new QVBoxLayout(content);
-    sections->setContentsMargins(sideMargin, 3, sideMargin - SlimScrollBar::thickness, 14);
-    sections->setSpacing(10);
+    sections->setContentsMargins(sideMargin, 4, sideMargin - SlimScrollBar::thickness, 14);
+    sections->setSpacing(7);
     sections->addWidget(new TavoWakeSettings(observer));
     sections->addWidget(new TavoSystemSettings(observer));
     sections->addStretch();
 
-    auto* scroll = new QScrollArea;
+    auto* scroll = new RowScroll;
     scroll->setVerticalScrollBar(new SlimScrollBar(Qt::Vertical));
     scroll->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
     scroll->setWidget(content);
@@ -65,22 +114,23 @@ QWidget* TavoSettingsView::makeSettings() {
     scroll->setFrameShape(QFrame::NoFrame);
     scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     scroll->setFocusPolicy(Qt::NoFocus);
+    for (auto* control : content->findChildren<QWidget*>()) {
+        if ((control->focusPolicy() & Qt::TabFocus) != 0 || qobject_cast<QRadioButton*>(control) != nullptr) {
+            control->installEventFilter(scroll);
+        }
+    }
     // The ground of the window shows through.
     scroll->viewport()->setAutoFillBackground(false);
     content->setAutoFillBackground(false);
 
     notices = new NoticeList;
-    auto* noticeMargin = new QVBoxLayout;
-    noticeMargin->setContentsMargins(sideMargin, 0, sideMargin, 0);
-    noticeMargin->addWidget(notices);
-
     auto* page = new QWidget(this);
     auto* layout = new QVBoxLayout(page);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
     layout->addWidget(new TavoStatusHeader(observer));
     layout->addWidget(scroll, 1);
-    layout->addLayout(noticeMargin);
+    layout->addWidget(new NoticeArea(notices));
     layout->addWidget(new TavoSettingsFooter(observer));
     return page;
 }

@@ -16,7 +16,17 @@ namespace {
 
 constexpr QSize contentSize(378, 350);
 
+/// Room for the title bar that a window manager adds, with large fonts too.
+constexpr int frameAllowance = 56;
+
 } // namespace
+
+QSize settingsContentSize(double scale, const QSize& available) {
+    const QSize grown(static_cast<int>(std::lround(contentSize.width() * scale)),
+                      static_cast<int>(std::lround(contentSize.height() * scale)));
+    // Too small a screen is no reason to cut what was drawn for every one.
+    return available.isEmpty() ? grown : grown.boundedTo(available - QSize(0, frameAllowance)).expandedTo(contentSize);
+}
 
 /// A window that is put away when it is closed, and shows the settings when it comes back.
 class TavoSettingsWindowController::Window final : public QWidget {
@@ -34,9 +44,9 @@ public:
         layout->setContentsMargins(0, 0, 0, 0);
         layout->addWidget(view);
         view->setShowsSettings(startsWithSettings);
-        const double scale = Typography::scale(font());
-        setFixedSize(static_cast<int>(std::lround(contentSize.width() * scale)),
-                     static_cast<int>(std::lround(contentSize.height() * scale)));
+        const auto* const screen = QGuiApplication::primaryScreen();
+        setFixedSize(settingsContentSize(Typography::scale(font()),
+                                         screen == nullptr ? QSize() : screen->availableGeometry().size()));
         preparePlatformWindow(*this);
     }
 

@@ -4,10 +4,17 @@
 #include "app/views/ModelObserver.h"
 #include "app/views/TavoSettingsView.h"
 
+#include <QSize>
 #include <QWidget>
 #include <memory>
 
 namespace tavo {
+
+/// How large the content of the settings window is: grown with the fonts as far as the screen goes. What does not fit is
+/// scrolled.
+/// @param scale      of the fonts.
+/// @param available  of the screen; empty when there is none to go by.
+QSize settingsContentSize(double scale, const QSize& available);
 
 /// The settings window: made once, and the same one after it was closed.
 class TavoSettingsWindowController final : public SettingsWindowControlling {

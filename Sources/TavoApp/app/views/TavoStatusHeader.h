@@ -1,9 +1,9 @@
 #pragma once
 
 #include "app/views/BatteryStatusBadgeView.h"
+#include "app/views/ElidedLabel.h"
 #include "app/views/ModelObserver.h"
 
-#include <QLabel>
 #include <QWidget>
 
 namespace tavo {
@@ -17,8 +17,8 @@ private:
     void showModel();
 
     ModelObserver& observer;
-    QLabel* titleLabel;
-    QLabel* detailLabel;
+    ElidedLabel* titleLabel;
+    ElidedLabel* detailLabel;
     BatteryStatusBadgeView* badge;
 };
 

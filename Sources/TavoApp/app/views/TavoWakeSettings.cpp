@@ -15,6 +15,8 @@ namespace {
 
 constexpr int processFieldWidth = 150;
 constexpr int cutoffFieldWidth = 52;
+constexpr int dividerWidth = 2;
+constexpr int dividerInset = 4;
 
 /// Lets in what the cutoff can be written with.
 class CutoffValidator final : public QValidator {
@@ -30,8 +32,8 @@ class SegmentedFrame final : public QWidget {
 public:
     SegmentedFrame(SegmentButton* first, SegmentButton* second) {
         auto* layout = new QHBoxLayout(this);
-        layout->setContentsMargins(1, 0, 1, 0);
-        layout->setSpacing(1);
+        layout->setContentsMargins(0, 0, 0, 0);
+        layout->setSpacing(dividerWidth);
         layout->addWidget(first);
         layout->addWidget(second);
         setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
@@ -46,8 +48,8 @@ protected:
         painter.setBrush(theme.control);
         painter.drawRoundedRect(rect(), 6.0, 6.0);
         const auto* const last = layout()->itemAt(1)->widget();
-        const int line = layoutDirection() == Qt::RightToLeft ? last->geometry().right() + 1 : last->x() - 1;
-        painter.fillRect(line, 4, 1, height() - 8, theme.secondaryText);
+        const int line = layoutDirection() == Qt::RightToLeft ? last->geometry().right() + 1 : last->x() - dividerWidth;
+        painter.fillRect(line, dividerInset, dividerWidth, height() - 2 * dividerInset, theme.secondaryText);
     }
 };
 
@@ -117,8 +119,10 @@ TavoWakeSettings::TavoWakeSettings(ModelObserver& observer, QWidget* parent)
     });
     connect(cutoffField, &QLineEdit::textEdited, this,
             [this](const QString& text) { edit(withCutoffText(draft(), text.toStdString())); });
+    // The number may have been the saved one already.
+    connect(cutoffField, &QLineEdit::editingFinished, this, [this] { showText(*cutoffField, cutoffText(draft())); });
     connect(&observer, &ModelObserver::changed, this, &TavoWakeSettings::showModel);
-    showModel();
+    showModel(~ModelChanges());
 }
 
 void TavoWakeSettings::chooseStrategy(TriggerMatchStrategy strategy) {
@@ -127,7 +131,7 @@ void TavoWakeSettings::chooseStrategy(TriggerMatchStrategy strategy) {
     edit(edited);
 }
 
-void TavoWakeSettings::showModel() {
+void TavoWakeSettings::showModel(ModelChanges changes) {
     const auto& shown = draft();
     presetRow->setValue(QString::fromStdString(presetChoice(shown)));
     presetRow->setDetail(QString::fromStdString(triggerDetail(shown)));
@@ -144,8 +148,10 @@ void TavoWakeSettings::showModel() {
     closedLidRow->setDetail(QString::fromStdString(closedLidDetail(shown)));
     batteryRow->setOn(keepsAwakeOnBattery(shown));
     batteryRow->setDetail(QString::fromStdString(batteryDetail(shown)));
-    // Digits that mean the same, as "05" does, are left as they are being typed.
-    if (withCutoffText(shown, cutoffField->text().toStdString()).batteryCutoffPercent != shown.batteryCutoffPercent) {
+    // Digits that mean the same, as "05" does, are left as they are being typed, and become the number once it is saved.
+    const bool isSaved = (changes & static_cast<ModelChanges>(ModelProperty::config)) != 0;
+    if (isSaved ||
+        withCutoffText(shown, cutoffField->text().toStdString()).batteryCutoffPercent != shown.batteryCutoffPercent) {
         showText(*cutoffField, cutoffText(shown));
     }
 }

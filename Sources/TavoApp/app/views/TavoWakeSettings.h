@@ -17,7 +17,7 @@ public:
     explicit TavoWakeSettings(ModelObserver& observer, QWidget* parent = nullptr);
 
 private:
-    void showModel();
+    void showModel(ModelChanges changes);
     void edit(const AppConfig& draft) { observer.model().editDraft(draft); }
     const AppConfig& draft() const { return observer.model().draftConfig(); }
     void chooseStrategy(TriggerMatchStrategy strategy);

@@ -29,13 +29,13 @@ TavoWelcomeView::TavoWelcomeView(ModelObserver& observer, const QString& machine
     auto* settings = new TavoButton(QStringLiteral("settings"), ButtonTone::plain, this);
 
     auto* layout = new QVBoxLayout(this);
-    layout->setContentsMargins(margin, margin, margin, margin / 2);
+    layout->setContentsMargins(margin, margin / 2, margin, margin / 2);
     layout->setSpacing(0);
     layout->addStretch();
     layout->addWidget(new AppIconView(iconSide, this), 0, Qt::AlignHCenter);
     layout->addSpacing(12);
     layout->addWidget(name, 0, Qt::AlignHCenter);
-    layout->addSpacing(8);
+    layout->addSpacing(10);
     layout->addWidget(purpose, 0, Qt::AlignHCenter);
     layout->addSpacing(16);
     layout->addWidget(toggleButton, 0, Qt::AlignHCenter);

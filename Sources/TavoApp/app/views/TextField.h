@@ -1,5 +1,7 @@
 #pragma once
 
+#include "app/views/FocusRing.h"
+
 #include <QLineEdit>
 
 namespace tavo {
@@ -9,8 +11,17 @@ class TextField final : public QLineEdit {
 public:
     explicit TextField(QWidget* parent = nullptr);
 
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override { return sizeHint(); }
+
 protected:
+    bool event(QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
+
+private:
+    void followFont();
+
+    FocusRing focusRing{*this};
 };
 
 } // namespace tavo

@@ -2,6 +2,7 @@
 
 #include <QFontInfo>
 #include <algorithm>
+#include <cmath>
 
 namespace tavo {
 
@@ -16,7 +17,7 @@ QFont scaled(const QFont& body, double factor, QFont::Weight weight) {
     if (body.pointSizeF() > 0) {
         font.setPointSizeF(body.pointSizeF() * factor);
     } else {
-        font.setPixelSize(static_cast<int>(body.pixelSize() * factor));
+        font.setPixelSize(static_cast<int>(std::lround(body.pixelSize() * factor)));
     }
     font.setWeight(weight);
     return font;
@@ -33,7 +34,6 @@ const Theme& Theme::light() {
                              .text = QColor(0x1D, 0x1D, 0x1F),
                              .secondaryText = QColor(0x5F, 0x5D, 0x65),
                              .control = QColor(0xE6, 0xE4, 0xE9),
-                             .chosenSegment = QColor(0xFC, 0xFB, 0xFD),
                              .controlText = QColor(0x1D, 0x1D, 0x1F),
                              .fieldBorder = QColor(0xCF, 0xCC, 0xD4),
                              .accent = QColor(0x00, 0x67, 0xE0),
@@ -57,7 +57,6 @@ const Theme& Theme::dark() {
                              .text = QColor(0xF2, 0xF1, 0xF4),
                              .secondaryText = QColor(0xBA, 0xB8, 0xC0),
                              .control = QColor(0x47, 0x45, 0x4C),
-                             .chosenSegment = QColor(0x60, 0x5E, 0x67),
                              .controlText = QColor(0xF2, 0xF1, 0xF4),
                              .fieldBorder = QColor(0x5E, 0x5C, 0x64),
                              .accent = QColor(0x00, 0x6B, 0xE6),
@@ -103,6 +102,18 @@ QFont Typography::emphasis(const QFont& body) {
 
 QFont Typography::caption(const QFont& body) {
     return scaled(body, 11.0 / drawnForPixels, QFont::Normal);
+}
+
+QFont Typography::control(const QFont& body) {
+    return scaled(body, 12.0 / drawnForPixels, QFont::Normal);
+}
+
+QFont Typography::button(const QFont& body) {
+    return scaled(body, 12.0 / drawnForPixels, QFont::DemiBold);
+}
+
+QFont Typography::prominent(const QFont& body) {
+    return scaled(body, 14.0 / drawnForPixels, QFont::Medium);
 }
 
 QFont Typography::section(const QFont& body) {

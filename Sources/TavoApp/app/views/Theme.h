@@ -15,8 +15,7 @@ struct Theme {
     QColor separator;
     QColor text;
     QColor secondaryText;
-    QColor control;       ///< the ground of buttons, pickers and fields
-    QColor chosenSegment; ///< within a control
+    QColor control; ///< the ground of buttons, pickers and fields
     QColor controlText;
     QColor fieldBorder;
     QColor accent;
@@ -41,10 +40,13 @@ struct Theme {
 
 /// Sizes of text, relative to the font that the desktop has chosen.
 namespace Typography {
-QFont title(const QFont& body);    ///< the name on the welcome view
-QFont emphasis(const QFont& body); ///< the name of a state
-QFont caption(const QFont& body);  ///< details
-QFont section(const QFont& body);  ///< the name of a section
+QFont title(const QFont& body);     ///< the name on the welcome view
+QFont emphasis(const QFont& body);  ///< the name of a state
+QFont caption(const QFont& body);   ///< details
+QFont control(const QFont& body);   ///< in pickers and fields
+QFont button(const QFont& body);    ///< on buttons, and the chosen one of several choices
+QFont prominent(const QFont& body); ///< on the one button that matters
+QFont section(const QFont& body);   ///< the name of a section
 
 /// By how much lengths grow with the font: 1 for the one that they were drawn for, and for smaller ones.
 double scale(const QFont& body);

@@ -9,9 +9,19 @@ namespace tavo {
 WarningLabel::WarningLabel(const QString& text, QWidget* parent) : QLabel(text, parent) {
     setTextFormat(Qt::PlainText);
     applyColour();
+    applySide();
+}
+
+/// By the layout and not by the text, which is English in every layout.
+void WarningLabel::applySide() {
+    const auto side = layoutDirection() == Qt::RightToLeft ? Qt::AlignRight : Qt::AlignLeft;
+    setAlignment(Qt::AlignAbsolute | side | Qt::AlignVCenter);
 }
 
 void WarningLabel::changeEvent(QEvent* event) {
+    if (event->type() == QEvent::LayoutDirectionChange) {
+        applySide();
+    }
     if (event->type() == QEvent::PaletteChange || event->type() == QEvent::FontChange) {
         applyColour();
     }

@@ -14,6 +14,7 @@ protected:
 
 private:
     void applyColour();
+    void applySide();
 };
 
 } // namespace tavo

@@ -13,6 +13,8 @@ namespace {
 /// Desktop Notifications Specification 1.2.
 const QString service = QStringLiteral("org.freedesktop.Notifications");
 const QString path = QStringLiteral("/org/freedesktop/Notifications");
+/// The name of the desktop entry: notifications are shown, grouped and switched off as those of this application.
+const QString applicationId = QStringLiteral("com.vrd.tavo");
 constexpr int asLongAsTheDesktopLikes = -1;
 
 } // namespace
@@ -26,8 +28,9 @@ void notifyUser(QSystemTrayIcon* tray, const QString& title, const QString& text
         return;
     }
     auto call = QDBusMessage::createMethodCall(service, path, service, QStringLiteral("Notify"));
-    call << QStringLiteral("tavo") << 0U << QStringLiteral("com.vrd.tavo") << title << text.toHtmlEscaped()
-         << QStringList() << QVariantMap() << asLongAsTheDesktopLikes;
+    const QVariantMap hints{{QStringLiteral("desktop-entry"), applicationId}};
+    call << QStringLiteral("tavo") << 0U << applicationId << title << text.toHtmlEscaped() << QStringList() << hints
+         << asLongAsTheDesktopLikes;
     bus.asyncCall(call);
 }
 

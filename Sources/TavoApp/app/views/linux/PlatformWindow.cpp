@@ -19,6 +19,11 @@ PanelKind panelKind() {
     return canPlaceWindows() ? PanelKind::popup : PanelKind::dialog;
 }
 
+// Some window managers draw one, and none around a popup with a shape of its own.
+bool windowSystemDrawsShadows() {
+    return false;
+}
+
 void bringPanelToFront(QWidget&) {}
 
 void giveActivationBack() {}

@@ -52,6 +52,10 @@ PanelKind panelKind() {
     return PanelKind::activeWindow;
 }
 
+bool windowSystemDrawsShadows() {
+    return true;
+}
+
 void bringPanelToFront(QWidget& panel) {
     withView(panel, bringNativePanelToFront);
 }

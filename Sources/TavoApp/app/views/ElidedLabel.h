@@ -1,0 +1,32 @@
+#pragma once
+
+#include <QLabel>
+
+namespace tavo {
+
+/// Plain text that gives way where there is little space: what does not fit ends in an ellipsis, and the tooltip has the
+/// whole. Stands at the side where a line of the layout begins, whichever script it is in.
+class ElidedLabel : public QLabel {
+public:
+    /// @param mostRows  to break the text into, between words; a word that is too wide is elided on its own.
+    explicit ElidedLabel(const QString& text = {}, QWidget* parent = nullptr, int mostRows = 1);
+
+    /// As it is painted in the present width.
+    QString shownText() const { return shownText(contentsRect().width()); }
+
+    bool hasHeightForWidth() const override { return mostRows > 1; }
+    int heightForWidth(int width) const override;
+    QSize minimumSizeHint() const override;
+
+protected:
+    bool event(QEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    QString shownText(int width) const;
+    QStringList rowsIn(int width) const;
+
+    int mostRows;
+};
+
+} // namespace tavo
