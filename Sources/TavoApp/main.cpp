@@ -6,6 +6,7 @@
 #include "app/views/PlatformWindow.h"
 #include "app/views/TavoAppIcon.h"
 #include "app/views/TavoAppMain.h"
+#include "app/views/WindowRequests.h"
 #include "base/ErrorText.h"
 #include "base/JsonCoding.h"
 #include "base/PrintError.h"
@@ -36,6 +37,7 @@ constexpr int alreadyRunning = 75;
 struct Arguments {
     std::string root;
     bool isHidden = false;
+    WindowRequest request;
 };
 
 /// Gives the status to end with when there is nothing to start.
@@ -72,9 +74,10 @@ bool hasWindow(const std::string& note) {
 }
 
 /// Shows the window of the Tavo that runs already; one in a terminal has none.
-int raiseOther(const TavoPaths& paths) {
+int raiseOther(const TavoPaths& paths, const WindowRequest& request) {
     const auto holder = InstanceLock::holder(paths.lockURL());
-    if (holder && hasWindow(InstanceLock::noteOfHolder(paths.lockURL())) && kill(*holder, SIGUSR2) == 0) {
+    if (holder && hasWindow(InstanceLock::noteOfHolder(paths.lockURL())) &&
+        (sendWindowRequest(paths.lockURL(), request) || kill(*holder, SIGUSR2) == 0)) {
         return EXIT_SUCCESS;
     }
     const auto text = fmt::format("another tavo is running in a terminal{}; end it first.",
@@ -92,7 +95,7 @@ int runApplication(QApplication& application, const Arguments& arguments, const 
     auto lock = InstanceLock::acquire(paths.lockURL(), TavoAppMain::lockNote(false));
     if (!lock) {
         blocked.reset(); // there is nothing to release
-        return raiseOther(paths);
+        return raiseOther(paths, arguments.request);
     }
     TavoAppMain main({.isHidden = arguments.isHidden}, std::make_shared<TavoStore>(paths),
                      makePlatform(runningProgram(calledAs), paths), std::move(*lock));
@@ -111,6 +114,7 @@ int start(int count, char** values) {
     }
     // A parent that ignores this signal would have the kernel reap our children before we can ask how they ended.
     std::signal(SIGCHLD, SIG_DFL);
+    arguments.request = WindowRequest::fromEnvironment();
     restrictBusAddresses();
     if (!hasDisplay()) {
         printError("tavo: there is no display to show windows on; tavoctl run works without one.\n");

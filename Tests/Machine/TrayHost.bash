@@ -92,4 +92,20 @@ if command -v weston >/dev/null; then
     kill -TERM "$app"
     wait "$app" || fail "the app did not end properly under Wayland"
     endHost
+
+    # A second start without a token, as from a terminal: this compositor never says which window is the active one, and
+    # whatever is new is in front.
+    root=$folder/again
+    mkdir "$root"
+    WAYLAND_DEBUG=client beginApp "$root"
+    windowsMade() { grep -c 'get_toplevel' "$root.err"; }
+    hasMade() { [ "$(windowsMade)" -eq "$1" ]; }
+    expectWithin 20 hasMade 1
+    env -u WAYLAND_DEBUG "$TAVO_BIN/tavo" --root "$root" || fail "the second start did not end properly"
+    expectWithin 20 hasMade 2
+    # With one, the window stays, and the compositor is asked.
+    XDG_ACTIVATION_TOKEN=token env -u WAYLAND_DEBUG "$TAVO_BIN/tavo" --root "$root" || fail "the third start failed"
+    expectNeverWithin 2 hasMade 3
+    kill -TERM "$app"
+    wait "$app" || fail "the app did not end properly after that"
 fi

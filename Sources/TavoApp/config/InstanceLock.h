@@ -31,6 +31,9 @@ public:
     /// In the same, a text: what is held less than planned, as the assertion's child says it.
     static constexpr const char* assertionNoticeKey = "assertionNotice";
 
+    /// The file's path.
+    const std::filesystem::path& location() const { return path; }
+
     /// Puts another note in the place of the one that was given before. @throws std::system_error naming the path.
     void replaceNote(const std::string& note) const;
 

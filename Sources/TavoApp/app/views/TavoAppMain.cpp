@@ -1,6 +1,7 @@
 #include "app/views/TavoAppMain.h"
 
 #include "app/views/Accessibility.h"
+#include "app/views/Activation.h"
 #include "app/views/TavoSettingsWindowController.h"
 #include "base/JsonCoding.h"
 
@@ -46,11 +47,14 @@ TavoAppMain::TavoAppMain(Options options, std::shared_ptr<const TavoStoring> sto
     connect(qApp, &QCoreApplication::aboutToQuit, this, [this] { appModel->quit(); });
     signals = std::make_unique<SignalWatch>(
         handledSignals(), [this](int signal) { mainLoop->post([this, signal] { handleSignal(signal); }); });
+    requests =
+        listenForWindowRequests(this->lock.location(), [this](const WindowRequest& request) { showWindow(request); });
     delegate.applicationDidFinishLaunching(appModel, *mainLoop, options.isHidden);
     appModel->start();
 }
 
 TavoAppMain::~TavoAppMain() {
+    requests.reset();
     signals.reset();
     appModel->quit();
 }
@@ -64,7 +68,7 @@ void TavoAppMain::handleSignal(int signal) {
     if (signal == SIGUSR1) {
         appModel->lookAround();
     } else if (signal == SIGUSR2) {
-        delegate.applicationShouldHandleReopen(*appModel);
+        showWindow({});
     } else if (signal == SIGTSTP) {
         if (appModel->releaseEverything()) {
             stopUntilContinued();
@@ -73,6 +77,17 @@ void TavoAppMain::handleSignal(int signal) {
     } else {
         appModel->quit();
     }
+}
+
+void TavoAppMain::showWindow(const WindowRequest& request) {
+    useActivation(request);
+    delegate.applicationShouldHandleReopen(*appModel);
+    // After the model has brought the window to the front, which it posts.
+    mainLoop->post([this, request] {
+        if (window) {
+            completeActivation(*window, request);
+        }
+    });
 }
 
 void TavoAppMain::tellInLockFile() {
@@ -94,16 +109,20 @@ void TavoAppMain::orderOutKeyWindow() {
         popup->hide();
     }
     menuBar->closePanel();
+    if (window) {
+        makeRoomForActivation(*window);
+    }
 }
 
 std::unique_ptr<SettingsWindowControlling> TavoAppMain::makeSettingsWindow(TavoAppModel&) {
-    auto window = std::make_unique<TavoSettingsWindowController>(*observer, QString::fromStdString(machineNoun),
-                                                                 options.isHidden);
-    auto* const view = &window->view();
+    auto controller = std::make_unique<TavoSettingsWindowController>(*observer, QString::fromStdString(machineNoun),
+                                                                     options.isHidden);
+    auto* const view = &controller->view();
+    window = &controller->window();
     const auto tellOfTray = [this, view] { view->setHint(trayHint.text()); };
     connect(&trayHint, &TrayHint::changed, view, tellOfTray);
     tellOfTray();
-    return window;
+    return controller;
 }
 
 void TavoAppMain::terminate() {

@@ -10,10 +10,12 @@
 #include "app/views/TavoMenuBarExtra.h"
 #include "app/views/TrayHint.h"
 #include "app/views/TrayWatch.h"
+#include "app/views/WindowRequests.h"
 #include "config/InstanceLock.h"
 #include "config/TavoStore.h"
 
 #include <QObject>
+#include <QPointer>
 #include <memory>
 #include <optional>
 
@@ -52,6 +54,7 @@ private:
     void terminate() override;
 
     void handleSignal(int signal);
+    void showWindow(const WindowRequest& request);
     void tellInLockFile();
 
     Options options;
@@ -66,7 +69,9 @@ private:
     std::unique_ptr<TrayWatch> tray = watchTray();
     TrayHint trayHint{*tray, *mainLoop};
     std::unique_ptr<TavoMenuBarExtra> menuBar;
+    QPointer<QWidget> window;
     std::unique_ptr<SignalWatch> signals;
+    std::unique_ptr<WindowRequestListening> requests;
 };
 
 } // namespace tavo

@@ -1,0 +1,57 @@
+#include "app/WindowRequest.h"
+
+#include "base/JsonCoding.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <exception>
+
+namespace tavo {
+
+namespace {
+
+constexpr const char* tokenKey = "activationToken";
+constexpr const char* startupKey = "startupID";
+
+/// A quarter of a message: both of them fit, also when every character has to be escaped.
+constexpr std::size_t maxValueLength = WindowRequest::maxLength / 4 - 16;
+
+bool isUsable(std::string_view value) {
+    return value.size() <= maxValueLength &&
+           std::all_of(value.begin(), value.end(), [](char character) { return character >= ' ' && character <= '~'; });
+}
+
+std::string usableVariable(const char* name) {
+    const char* const value = std::getenv(name);
+    return value != nullptr && isUsable(value) ? value : "";
+}
+
+} // namespace
+
+WindowRequest WindowRequest::fromEnvironment() {
+    return {.activationToken = usableVariable("XDG_ACTIVATION_TOKEN"),
+            .startupID = usableVariable("DESKTOP_STARTUP_ID")};
+}
+
+std::string WindowRequest::encoded() const {
+    return Json{{tokenKey, activationToken}, {startupKey, startupID}}.dump();
+}
+
+std::optional<WindowRequest> WindowRequest::decoded(std::string_view message) {
+    if (message.size() > maxLength) {
+        return std::nullopt;
+    }
+    try {
+        const auto json = parseJson(message);
+        WindowRequest request{.activationToken = json.at(tokenKey).get<std::string>(),
+                              .startupID = json.at(startupKey).get<std::string>()};
+        if (isUsable(request.activationToken) && isUsable(request.startupID)) {
+            return request;
+        }
+    } catch (const std::exception&) {
+        // Somebody else's message; the user has nothing to do about it.
+    }
+    return std::nullopt;
+}
+
+} // namespace tavo

@@ -1,0 +1,13 @@
+#include "app/views/Activation.h"
+
+namespace tavo {
+
+// AppKit activates applications by itself.
+
+void useActivation(const WindowRequest&) {}
+
+void completeActivation(QWidget&, const WindowRequest&) {}
+
+void makeRoomForActivation(QWidget&) {}
+
+} // namespace tavo
