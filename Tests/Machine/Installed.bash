@@ -21,6 +21,12 @@ endRun TERM
 expectHeld ''
 [ -x "$prefix/libexec/tavo/TavoPrivilegedHelper" ] || fail "the helper is not installed"
 for state in awake idle; do
-    [ -r "$prefix/share/icons/hicolor/symbolic/status/com.vrd.tavo-$state-symbolic.svg" ] ||
+    [ -r "$prefix/share/icons/hicolor/symbolic/apps/com.vrd.tavo-$state-symbolic.svg" ] ||
         fail "panels do not find the icon of the tray: $state"
 done
+
+# A panel looks only into the folders that the theme names.
+index=/usr/share/icons/hicolor/index.theme
+while IFS= read -r folder; do
+    grep -qxF "[$folder]" "$index" || fail "panels do not look for icons in $folder"
+done < <(cd "$prefix/share/icons/hicolor" && find . -name '*.*g' -printf '%P\n' | sed 's|/[^/]*$||' | sort -u)

@@ -34,9 +34,9 @@ tryWith() {
     rm -f "$items"
     mkdir "$root"
     # An app that was installed, as far as its icons are concerned.
-    mkdir -p "$folder/share/icons/hicolor/symbolic/status"
+    mkdir -p "$folder/share/icons/hicolor/symbolic/apps"
     for state in awake idle; do
-        touch "$folder/share/icons/hicolor/symbolic/status/com.vrd.tavo-$state-symbolic.svg"
+        touch "$folder/share/icons/hicolor/symbolic/apps/com.vrd.tavo-$state-symbolic.svg"
     done
     XDG_DATA_DIRS=$folder/share:/usr/share beginApp "$root" --hidden
     hasTaken() { grep -qs '"window":true' "$root/tavo.lock"; }

@@ -70,7 +70,7 @@ TEST_F(StatusItemIconTest, WhetherItIsHeldIsSeenByTheShape) {
 TEST_F(StatusItemIconTest, WhereItIsInstalledPanelsGetItsNameAndThePicturesToo) {
     EXPECT_EQ(statusItemIcon(true, Qt::black).name(), "") << "not installed";
     for (const auto* const name : {"com.vrd.tavo-awake-symbolic", "com.vrd.tavo-idle-symbolic"}) {
-        folder.write(std::string("icons/hicolor/symbolic/status/") + name + ".svg", "<svg/>");
+        folder.write(std::string("icons/hicolor/symbolic/apps/") + name + ".svg", "<svg/>");
     }
     const auto held = statusItemIcon(true, Qt::black);
     EXPECT_EQ(held.name(), "com.vrd.tavo-awake-symbolic");

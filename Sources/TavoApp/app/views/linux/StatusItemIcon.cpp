@@ -78,7 +78,7 @@ private:
 /// Whether panels find it: they look into the same folders, and nowhere near a program that was not installed.
 bool isInstalled(const QString& name) {
     return !QStandardPaths::locate(QStandardPaths::GenericDataLocation,
-                                   QStringLiteral("icons/hicolor/symbolic/status/%1.svg").arg(name))
+                                   QStringLiteral("icons/hicolor/symbolic/apps/%1.svg").arg(name))
                 .isEmpty();
 }
 
