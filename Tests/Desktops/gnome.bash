@@ -1,5 +1,6 @@
 # GNOME: its session manager knows who keeps the machine awake. The shell shows tray icons with an extension alone.
-packages=(gnome-session gnome-shell gnome-shell-extension-appindicator gnome-settings-daemon adwaita-icon-theme)
+packages=(gnome-session gnome-shell gnome-shell-extension-appindicator gnome-settings-daemon adwaita-icon-theme
+    librsvg2-common)
 megabytes=310
 sessionType=x11 desktopName=GNOME
 sessionCommand=(gnome-session --session=gnome)

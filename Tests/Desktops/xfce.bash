@@ -1,5 +1,6 @@
 # Xfce: xfce4-power-manager knows who keeps the machine awake, and the panel is the tray's host.
-packages=(xfce4-session xfwm4 xfce4-panel xfdesktop4 xfce4-settings xfce4-power-manager adwaita-icon-theme)
+packages=(xfce4-session xfwm4 xfce4-panel xfdesktop4 xfce4-settings xfce4-power-manager adwaita-icon-theme
+    librsvg2-common)
 megabytes=180
 sessionType=x11 desktopName=XFCE
 sessionCommand=(startxfce4)
