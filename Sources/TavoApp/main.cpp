@@ -10,6 +10,7 @@
 #include "base/ErrorText.h"
 #include "base/JsonCoding.h"
 #include "base/PrintError.h"
+#include "base/Text.h"
 #include "config/InstanceLock.h"
 #include "config/TavoStore.h"
 #include "config/TrustedPath.h"
@@ -97,8 +98,11 @@ int runApplication(QApplication& application, const Arguments& arguments, const 
         blocked.reset(); // there is nothing to release
         return raiseOther(paths, arguments.request);
     }
-    TavoAppMain main({.isHidden = arguments.isHidden}, std::make_shared<TavoStore>(paths),
-                     makePlatform(runningProgram(calledAs), paths), std::move(*lock));
+    auto platform = makePlatform(runningProgram(calledAs), paths);
+    platform.history =
+        makeHistory(paths, "tavo", [](const std::string& text) { printError("tavo: {}\n", visibleControls(text)); });
+    TavoAppMain main({.isHidden = arguments.isHidden}, std::make_shared<TavoStore>(paths), std::move(platform),
+                     std::move(*lock));
     const int status = application.exec();
     if (!main.finish()) {
         std::fflush(nullptr);

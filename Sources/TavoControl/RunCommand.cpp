@@ -272,6 +272,8 @@ ExitStatus runInForeground(const RunOptions& options, std::shared_ptr<const Tavo
             holder ? fmt::format(" (process id {})", *holder) : "");
         return ExitStatus::alreadyRunning;
     }
+    platform.history = makeHistory(store->paths(), "tavoctl run",
+                                   [](const std::string& text) { printError("tavoctl: {}\n", visibleControls(text)); });
     ForegroundRun run(options, std::move(store), std::move(platform), *lock);
     run.handleSignals();
     blocked.reset();

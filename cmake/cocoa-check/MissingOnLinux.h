@@ -111,6 +111,10 @@ struct kinfo_proc {
 };
 int sysctl(int* name, unsigned int nameLength, void* oldValue, size_t* oldLength, void* newValue, size_t newLength);
 
+// <time.h>: an extension of macOS's.
+enum : int { CLOCK_UPTIME_RAW = 8 };
+uint64_t clock_gettime_nsec_np(int clock);
+
 // <spawn.h>: extensions of macOS's.
 #define POSIX_SPAWN_CLOEXEC_DEFAULT 0x4000
 int posix_spawn_file_actions_addinherit_np(posix_spawn_file_actions_t* actions, int descriptor);

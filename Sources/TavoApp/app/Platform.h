@@ -6,6 +6,7 @@
 #include "helper/PrivilegedHelperClient.h"
 #include "login/LaunchAtLoginManaging.h"
 #include "runtime/AssertionBoard.h"
+#include "runtime/HistoryRecorder.h"
 #include "runtime/WakePlan.h"
 #include "system/CommandRunning.h"
 #include "system/HeldAssertionsProviding.h"
@@ -47,6 +48,9 @@ struct Platform {
 
     /// Lists what the assertion's child holds, and nothing once it has ended.
     std::shared_ptr<AssertionBoard> assertionBoard;
+
+    /// Writes down what a running Tavo does; null where nothing is to be written, as in a command that only looks.
+    std::shared_ptr<HistoryRecorder> history;
 
     /// What the system itself says is held.
     std::shared_ptr<HeldAssertionsProviding> heldAssertions;
@@ -108,6 +112,12 @@ struct Platform {
 /// Prepares the environment that the children of this process inherit. The first thing that main() does: no thread may read
 /// the environment while it changes.
 void prepareChildEnvironment();
+
+/// A recorder for the one Tavo of a user, which this process is.
+/// @param program    as the user calls it: "tavo", "tavoctl run".
+/// @param onFailure  see HistoryRecorder.
+std::shared_ptr<HistoryRecorder> makeHistory(const TavoPaths& paths, const std::string& program,
+                                             HistoryRecorder::FailureNotice onFailure);
 
 /// Assembles the collaborators of the system that this program was built for: the one place that knows which it is.
 /// @param programPath  the running program's file, beside which the others lie.

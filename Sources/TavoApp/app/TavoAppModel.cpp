@@ -47,6 +47,7 @@ TavoAppModel::TavoAppModel(std::shared_ptr<MainLoop> mainLoop, std::shared_ptr<c
     if (this->platform.endOrphanedAssertion) {
         this->platform.endOrphanedAssertion();
     }
+    beginHistory();
     const auto support = this->platform.closedLidSupport();
     helperState = support.state();
     canResetSilently = helperState == PrivilegedHelperInstallState::ready && support.matchesThisBuild();
@@ -320,6 +321,9 @@ void TavoAppModel::quit() {
             fail(errorText(error));
         }
         work.end();
+        if (platform.history) {
+            platform.history->end(mainLoop->now());
+        }
         application.terminate();
     });
 }

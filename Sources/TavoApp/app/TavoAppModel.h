@@ -181,6 +181,8 @@ private:
 
     void evaluate();
     void applyFailure(const std::exception& error);
+    void beginHistory() const;
+    void recordHistory() const;
     void scheduleNextEvaluation(double seconds);
     void persistBestEffort(const RuntimeSnapshot& toPersist) const;
     std::shared_ptr<RuntimeCoordinator> makeCoordinator() const;
@@ -286,6 +288,7 @@ void TavoAppModel::perform(Work&& work) {
     --operationsUnderWay;
     if (operationsUnderWay == 0) {
         followSwitch();
+        recordHistory();
         const auto changes = std::exchange(pendingChanges, 0U);
         if (changes != 0 && changeObserver) {
             changeObserver(changes);

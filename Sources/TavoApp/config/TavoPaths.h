@@ -70,6 +70,9 @@ struct TavoPaths {
     std::filesystem::path configURL() const { return rootDirectory / "config.json"; }
     std::filesystem::path stateURL() const { return rootDirectory / "state.json"; }
 
+    /// When this computer was kept awake, see HistoryFile.
+    std::filesystem::path historyURL() const { return rootDirectory / "history.jsonl"; }
+
     /// Held locked by the one Tavo of a user, see InstanceLock.
     std::filesystem::path lockURL() const { return rootDirectory / "tavo.lock"; }
 

@@ -1,0 +1,22 @@
+#include "Require.h"
+#include "config/HistoryEntry.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+using tavo::require;
+
+/// Whatever is a line has a line of its own, of a bounded length, that reads back the same.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const std::string_view text(reinterpret_cast<const char*>(data), size);
+    try {
+        const auto line = tavo::HistoryEntry::fromLine(text).line();
+        require(line.size() <= tavo::HistoryEntry::longestLine, "a line has a bound");
+        require(line.find('\n') == std::string::npos, "a line is one line");
+        require(tavo::HistoryEntry::fromLine(line).line() == line, "what was written reads back");
+    } catch (const tavo::DecodingError& error) {
+        require(!error.description().empty(), "an error says something");
+    }
+    return 0;
+}

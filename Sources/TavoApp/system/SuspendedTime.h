@@ -1,0 +1,10 @@
+#pragma once
+
+#include <chrono>
+
+namespace tavo {
+
+/// For how long this computer has been suspended since it was started. Setting the clock makes no difference.
+std::chrono::seconds suspendedTime();
+
+} // namespace tavo

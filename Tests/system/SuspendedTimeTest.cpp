@@ -1,0 +1,15 @@
+#include "system/SuspendedTime.h"
+
+#include <gtest/gtest.h>
+
+namespace tavo {
+namespace {
+
+TEST(SuspendedTime, DoesNotGrowWhileTheComputerIsAwake) {
+    const auto before = suspendedTime();
+    EXPECT_GE(before.count(), 0);
+    EXPECT_LE(suspendedTime() - before, std::chrono::seconds{1}) << "two clocks are read one after the other";
+}
+
+} // namespace
+} // namespace tavo
