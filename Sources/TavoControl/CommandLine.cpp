@@ -89,6 +89,8 @@ public:
         addWorkOptions(*run, raw);
         addTriggerOptions(*processes, raw, false);
         addMatchOptions(*match, raw, "Trigger, one of them");
+        addOption(*history, "--since", raw.since, "how far back, as in 90m or 48h; 24h when it is left out",
+                  "DURATION");
         // Whether they are given is looked at later, where there are better words for it.
         preset->add_option("NAME", raw.name, "always, codex, claudeCode or cursor");
         set->add_option("KEY", raw.key, "a key that get lists");
@@ -96,15 +98,19 @@ public:
         get->add_option("KEY", raw.key, "all of them when it is left out");
         login->add_option("STATE", raw.state, "on or off");
         helper->require_subcommand(1);
-        for (auto* command : {run, status, processes, doctor, get, helperStatus}) {
+        for (auto* command : {run, status, processes, history, doctor, get, helperStatus}) {
             command->add_flag("--json", raw.json, "print JSON")->disable_flag_override();
         }
-        for (auto* command : {run, status, processes, doctor, helper, helperStatus, helperInstall, helperUninstall,
-                              helperReset, enable, disable, toggle, preset, match, set, get, login}) {
+        for (auto* command : {run,    status,  processes,    history,       explain,         watch,
+                              doctor, helper,  helperStatus, helperInstall, helperUninstall, helperReset,
+                              enable, disable, toggle,       preset,        match,           set,
+                              get,    login}) {
             command->set_help_flag("-h,--help", "print this help");
         }
-        for (auto* command : {&app, run, status, processes, doctor, helperStatus, helperInstall, helperUninstall,
-                              helperReset, enable, disable, toggle, preset, match, set, get, login}) {
+        for (auto* command : {&app,   run,     status,       processes,     history,         explain,
+                              watch,  doctor,  helperStatus, helperInstall, helperUninstall, helperReset,
+                              enable, disable, toggle,       preset,        match,           set,
+                              get,    login}) {
             rootOptions.push_back(addOption(*command, "--root", raw.root,
                                             "the folder of config.json and state.json, in place of the default one",
                                             "DIR"));
@@ -156,6 +162,9 @@ private:
             invocation.command = StatusOptions{.json = raw.json};
         } else if (processes->parsed()) {
             invocation.command = ProcessesOptions{.rule = triggerOf(raw), .json = raw.json};
+        } else if (history->parsed()) {
+            invocation.command =
+                HistoryOptions{.since = sinceOf(raw).value_or(HistoryOptions().since), .json = raw.json};
         } else if (doctor->parsed()) {
             invocation.command = DoctorOptions{.json = raw.json};
         } else if (helper->parsed()) {
@@ -227,6 +236,7 @@ private:
     CLI::App* run = app.add_subcommand("run", "keep awake, in the foreground, until interrupted");
     CLI::App* status = app.add_subcommand("status", "tell what the running tavo does, and what is really held");
     CLI::App* processes = app.add_subcommand("processes", "list the processes that match now");
+    CLI::App* history = app.add_subcommand("history", "tell when this computer was kept awake, and for what");
     CLI::App* doctor = app.add_subcommand("doctor", "check what tavo needs of this system");
     CLI::App* enable = app.add_subcommand("enable", "switch keeping awake on");
     CLI::App* disable = app.add_subcommand("disable", "switch keeping awake off");

@@ -4,6 +4,7 @@
 #include "config/TavoPaths.h"
 #include "runtime/WorkRequirement.h"
 
+#include <chrono>
 #include <optional>
 #include <string>
 #include <variant>
@@ -29,6 +30,12 @@ struct ProcessesOptions {
 };
 
 struct DoctorOptions {
+    bool json = false;
+};
+
+struct HistoryOptions {
+    /// How far back it goes.
+    std::chrono::seconds since = std::chrono::hours{24};
     bool json = false;
 };
 
@@ -64,8 +71,7 @@ struct ChangeOptions {
 struct Invocation {
     /// In place of the default folder of config.json and state.json.
     std::optional<std::filesystem::path> root;
-    std::variant<RunOptions, StatusOptions, ProcessesOptions, DoctorOptions, HelperCommandOptions, GetOptions,
-                 ChangeOptions>
+    std::variant<RunOptions, StatusOptions, ProcessesOptions, DoctorOptions, HistoryOptions, HelperCommandOptions, GetOptions, ChangeOptions>
         command;
 };
 

@@ -36,13 +36,12 @@ bool wantsColour(std::FILE* stream) {
     return isatty(fileno(stream)) == 1 && (noColour == nullptr || noColour[0] == '\0');
 }
 
-/// Code points of UTF-8: near enough for words that are to fit a line.
+} // namespace
+
 std::size_t characterCount(std::string_view text) {
     return static_cast<std::size_t>(std::count_if(
         text.begin(), text.end(), [](char unit) { return (static_cast<unsigned char>(unit) & 0xC0U) != 0x80U; }));
 }
-
-} // namespace
 
 std::string shownJson(const Json& value, int indentation) {
     return escapedControlsInJson(value.dump(indentation, ' ', false, Json::error_handler_t::replace));

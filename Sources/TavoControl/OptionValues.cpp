@@ -1,5 +1,6 @@
 #include "OptionValues.h"
 
+#include "base/Duration.h"
 #include "config/TavoValidationError.h"
 #include "system/DecimalText.h"
 
@@ -118,6 +119,17 @@ std::optional<WorkRequirement> workRequirementOf(const RawOptions& raw) {
     } catch (const WorkRequirementError& error) {
         throw UsageError(error.description());
     }
+}
+
+std::optional<std::chrono::seconds> sinceOf(const RawOptions& raw) {
+    if (raw.since.empty()) {
+        return std::nullopt;
+    }
+    const auto length = parseDuration(raw.since);
+    if (!length || length->count() == 0) {
+        throw UsageError(fmt::format("--since takes {}, not \"{}\"", durationForms, raw.since));
+    }
+    return length;
 }
 
 bool loginStateOf(const RawOptions& raw) {

@@ -3,6 +3,7 @@
 #include "RunOverrides.h"
 #include "runtime/WorkRequirement.h"
 
+#include <chrono>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -26,6 +27,7 @@ struct RawOptions {
     bool whileWorking = false;
     std::string busy;
     std::string grace;
+    std::string since;
     bool json = false;
 };
 
@@ -45,6 +47,8 @@ RunOverrides overridesOf(const RawOptions& raw);
 
 /// What --while-working, --busy and --grace ask for; nothing without the first of them. @throws UsageError
 std::optional<WorkRequirement> workRequirementOf(const RawOptions& raw);
+/// How far back --since goes; absent without it. @throws UsageError
+std::optional<std::chrono::seconds> sinceOf(const RawOptions& raw);
 
 /// Whether "on" or "off" was given. @throws UsageError
 bool loginStateOf(const RawOptions& raw);

@@ -3,6 +3,7 @@
 #include "ConfigurationError.h"
 #include "app/StatusCopy.h"
 #include "base/ErrorText.h"
+#include "config/HistoryFile.h"
 
 #include <fmt/format.h>
 #include <sys/resource.h>
@@ -85,6 +86,17 @@ SystemCheck checkFolder(const std::filesystem::path& root) {
             .advice = folderAdvice};
 }
 
+SystemCheck checkHistory(const TavoStoring& store) {
+    const HistoryFile history(store.paths().historyURL());
+    if (const auto problem = history.problem()) {
+        return {.subject = "history",
+                .verdict = CheckVerdict::limited,
+                .finding = *problem,
+                .advice = "tavo keeps awake all the same, but tavoctl history will not know of it."};
+    }
+    return {.subject = "history", .finding = "history.jsonl can be written"};
+}
+
 /// Descriptors for the main loop, the child's pipes, the buses and the process table, with some to spare.
 constexpr rlim_t fewestOpenFiles = 64;
 
@@ -113,7 +125,7 @@ std::optional<std::string> missingHome(const std::filesystem::path& root) {
 std::vector<SystemCheck> checkSurroundings(const Platform& platform, const TavoStoring& store) {
     std::vector<SystemCheck> checks{checkProcesses(*platform.processes),
                                     checkPower(platform.powerEnvironment->currentStatus()), checkConfiguration(store),
-                                    checkFolder(store.paths().rootDirectory)};
+                                    checkFolder(store.paths().rootDirectory), checkHistory(store)};
     if (const auto shortage = openFilesShortage()) {
         checks.push_back({.subject = "open files",
                           .verdict = CheckVerdict::broken,

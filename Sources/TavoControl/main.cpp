@@ -4,6 +4,7 @@
 #include "DoctorCommand.h"
 #include "ExitStatus.h"
 #include "HelperCommand.h"
+#include "HistoryCommand.h"
 #include "ProcessesCommand.h"
 #include "RunCommand.h"
 #include "SettingsCommand.h"
@@ -40,6 +41,8 @@ ExitStatus carryOut(const Invocation& invocation, const char* calledAs) {
                 return printStatus(options, *store, platform);
             } else if constexpr (std::is_same_v<Options, ProcessesOptions>) {
                 return printProcesses(options, *store, platform);
+            } else if constexpr (std::is_same_v<Options, HistoryOptions>) {
+                return printHistory(options, *store);
             } else if constexpr (std::is_same_v<Options, GetOptions>) {
                 return SettingsCommand(platform, *store).print(options);
             } else if constexpr (std::is_same_v<Options, ChangeOptions>) {

@@ -83,7 +83,7 @@ TEST_F(DoctorCommandTest, ControlCharactersFromOutsideAreVisible) {
 TEST_F(DoctorCommandTest, WhereAllIsWellNothingIsAdvised) {
     processes->processes = {{.pid = 1}, {.pid = 2}};
     const auto checks = checkSurroundings(platform, *store);
-    ASSERT_THAT(checks, SizeIs(4));
+    ASSERT_THAT(checks, SizeIs(5));
     for (const auto& check : checks) {
         EXPECT_EQ(check.verdict, CheckVerdict::fine) << check.subject;
         EXPECT_EQ(check.advice, "") << check.subject;
@@ -92,7 +92,16 @@ TEST_F(DoctorCommandTest, WhereAllIsWellNothingIsAdvised) {
     EXPECT_EQ(surroundings("power").finding, "ac");
     EXPECT_EQ(surroundings("configuration").finding, "no file yet, the defaults hold");
     EXPECT_EQ(surroundings("folder").finding, folder.path().string() + " can be written");
+    EXPECT_EQ(surroundings("history").finding, "history.jsonl can be written");
     EXPECT_TRUE(std::filesystem::is_empty(folder.path())) << "looking writes nothing";
+}
+
+TEST_F(DoctorCommandTest, AHistoryThatCannotBeWrittenLimits) {
+    std::filesystem::create_symlink("elsewhere", store->paths().historyURL());
+    const auto check = surroundings("history");
+    EXPECT_EQ(check.verdict, CheckVerdict::limited);
+    EXPECT_THAT(check.finding, HasSubstr(store->paths().historyURL().string()));
+    EXPECT_THAT(check.advice, HasSubstr("tavo keeps awake all the same"));
 }
 
 TEST_F(DoctorCommandTest, AnUnknownPowerSourceLimits) {

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "Console.h"
+#include "HistoryPeriods.h"
+
+#include <string>
+#include <vector>
+
+namespace tavo {
+
+/// What "tavoctl history" knows.
+struct HistoryFacts {
+    TimePoint since;
+    TimePoint now;
+
+    /// When the oldest line that there is was written; absent when there is none.
+    std::optional<TimePoint> begun;
+
+    /// All that there are, see awakePeriods().
+    std::vector<AwakePeriod> periods;
+    std::size_t skippedLines = 0;
+};
+
+/// When the computer was kept awake, as a table, as drawn days, and as JSON.
+class HistoryReport {
+public:
+    /// Periods that ended before `since` are left out.
+    explicit HistoryReport(HistoryFacts facts);
+
+    Json json() const;
+    std::vector<std::string> lines(const Console& console) const;
+
+private:
+    std::vector<std::string> table(const Console& console, std::size_t width) const;
+    std::vector<std::string> blocks(std::size_t width) const;
+    std::string endOf(const AwakePeriod& period) const;
+
+    HistoryFacts facts;
+};
+
+} // namespace tavo
