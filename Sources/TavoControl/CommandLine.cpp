@@ -98,7 +98,7 @@ public:
         get->add_option("KEY", raw.key, "all of them when it is left out");
         login->add_option("STATE", raw.state, "on or off");
         helper->require_subcommand(1);
-        for (auto* command : {run, status, processes, history, doctor, get, helperStatus}) {
+        for (auto* command : {run, status, processes, history, explain, watch, doctor, get, helperStatus}) {
             command->add_flag("--json", raw.json, "print JSON")->disable_flag_override();
         }
         for (auto* command : {run,    status,  processes,    history,       explain,         watch,
@@ -165,6 +165,10 @@ private:
         } else if (history->parsed()) {
             invocation.command =
                 HistoryOptions{.since = sinceOf(raw).value_or(HistoryOptions().since), .json = raw.json};
+        } else if (explain->parsed()) {
+            invocation.command = ExplainOptions{.json = raw.json};
+        } else if (watch->parsed()) {
+            invocation.command = WatchOptions{.json = raw.json};
         } else if (doctor->parsed()) {
             invocation.command = DoctorOptions{.json = raw.json};
         } else if (helper->parsed()) {
@@ -237,6 +241,8 @@ private:
     CLI::App* status = app.add_subcommand("status", "tell what the running tavo does, and what is really held");
     CLI::App* processes = app.add_subcommand("processes", "list the processes that match now");
     CLI::App* history = app.add_subcommand("history", "tell when this computer was kept awake, and for what");
+    CLI::App* explain = app.add_subcommand("explain", "tell step by step why it is kept awake, or is not");
+    CLI::App* watch = app.add_subcommand("watch", "show that live, until interrupted");
     CLI::App* doctor = app.add_subcommand("doctor", "check what tavo needs of this system");
     CLI::App* enable = app.add_subcommand("enable", "switch keeping awake on");
     CLI::App* disable = app.add_subcommand("disable", "switch keeping awake off");

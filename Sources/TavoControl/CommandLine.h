@@ -39,6 +39,14 @@ struct HistoryOptions {
     bool json = false;
 };
 
+struct ExplainOptions {
+    bool json = false;
+};
+
+struct WatchOptions {
+    bool json = false;
+};
+
 struct HelperCommandOptions {
     enum class Action { status, install, uninstall, reset };
 
@@ -71,7 +79,8 @@ struct ChangeOptions {
 struct Invocation {
     /// In place of the default folder of config.json and state.json.
     std::optional<std::filesystem::path> root;
-    std::variant<RunOptions, StatusOptions, ProcessesOptions, DoctorOptions, HistoryOptions, HelperCommandOptions, GetOptions, ChangeOptions>
+    std::variant<RunOptions, StatusOptions, ProcessesOptions, DoctorOptions, HistoryOptions, ExplainOptions,
+                 WatchOptions, HelperCommandOptions, GetOptions, ChangeOptions>
         command;
 };
 

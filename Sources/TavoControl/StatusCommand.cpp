@@ -70,7 +70,7 @@ RuntimeSnapshot lastSnapshot(const TavoStoring& store) {
 
 } // namespace
 
-ExitStatus printStatus(const StatusOptions& options, const TavoStoring& store, const Platform& platform) {
+StatusFacts statusFacts(const TavoStoring& store, const Platform& platform, std::exception_ptr& configurationFailure) {
     const auto running = RunningTavo::find(store);
     StatusFacts facts{.now = std::chrono::system_clock::now(),
                       .snapshot = lastSnapshot(store),
@@ -89,16 +89,19 @@ ExitStatus printStatus(const StatusOptions& options, const TavoStoring& store, c
     } catch (const std::exception& error) {
         facts.heldError = errorText(error);
     }
-    std::exception_ptr configurationFailure;
     try {
         const auto config = loadConfigOrExplain(store);
         facts.config = running ? running->overrides.appliedTo(config) : config;
     } catch (const ConfigurationError&) {
         configurationFailure = std::current_exception();
     }
+    return facts;
+}
 
+ExitStatus printStatus(const StatusOptions& options, const TavoStoring& store, const Platform& platform) {
+    std::exception_ptr configurationFailure;
+    const StatusReport report(statusFacts(store, platform, configurationFailure));
     const Console console(stdout);
-    const StatusReport report(std::move(facts));
     if (options.json) {
         console.print(shownJson(report.json()));
     } else {

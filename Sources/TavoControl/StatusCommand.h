@@ -2,9 +2,16 @@
 
 #include "CommandLine.h"
 #include "ExitStatus.h"
+#include "StatusReport.h"
 #include "app/Platform.h"
 
+#include <exception>
+
 namespace tavo {
+
+/// What the running Tavo does and what is really held.
+/// @param configurationFailure  set when the configuration cannot be used; the facts then have the default one.
+StatusFacts statusFacts(const TavoStoring& store, const Platform& platform, std::exception_ptr& configurationFailure);
 
 /// Prints what the running Tavo does and what is really held. @throws ConfigurationError after all else was printed.
 ExitStatus printStatus(const StatusOptions& options, const TavoStoring& store, const Platform& platform);

@@ -50,11 +50,13 @@ public:
     /// Whether the machine is being kept awake now by a running Tavo, as far as the system's own list tells.
     bool isKeepingAwake() const;
 
+    /// What it does, in a title and a detail.
+    RuntimeStatusCopy currentCopy() const;
+
     Json json() const;
     std::vector<std::string> lines(const Console& console) const;
 
 private:
-    RuntimeStatusCopy currentCopy() const;
     bool isPlanned() const { return facts.runningProcessID && facts.snapshot.isWakeAssertionActive; }
 
     /// What ought to be held now, in logind's words: "idle" or "idle:sleep"; empty for nothing.

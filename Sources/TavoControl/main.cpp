@@ -3,6 +3,7 @@
 #include "Console.h"
 #include "DoctorCommand.h"
 #include "ExitStatus.h"
+#include "ExplainCommand.h"
 #include "HelperCommand.h"
 #include "HistoryCommand.h"
 #include "ProcessesCommand.h"
@@ -10,6 +11,7 @@
 #include "SettingsCommand.h"
 #include "StatusCommand.h"
 #include "SystemChecks.h"
+#include "WatchCommand.h"
 #include "base/ErrorText.h"
 #include "base/PrintError.h"
 #include "base/Text.h"
@@ -43,6 +45,10 @@ ExitStatus carryOut(const Invocation& invocation, const char* calledAs) {
                 return printProcesses(options, *store, platform);
             } else if constexpr (std::is_same_v<Options, HistoryOptions>) {
                 return printHistory(options, *store);
+            } else if constexpr (std::is_same_v<Options, ExplainOptions>) {
+                return printExplanation(options, *store, platform);
+            } else if constexpr (std::is_same_v<Options, WatchOptions>) {
+                return watchLive(options, *store, platform);
             } else if constexpr (std::is_same_v<Options, GetOptions>) {
                 return SettingsCommand(platform, *store).print(options);
             } else if constexpr (std::is_same_v<Options, ChangeOptions>) {

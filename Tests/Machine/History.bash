@@ -15,6 +15,7 @@ expectHeld 'sleep:idle block'
 expectEqual ongoing "$(endings)" "endings while it runs"
 kill -s USR1 "$run"
 kill -s USR1 "$run"
+expectContains "$("$TAVO_BIN/tavoctl" --root "$root" explain)" "> trigger  sleep 1000: matches sleep (process id $watched" explain
 kill -s TERM "$run"
 wait "$run"
 expectEqual quit "$(endings)" "endings after a proper end"

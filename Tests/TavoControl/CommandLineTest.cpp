@@ -152,7 +152,7 @@ TEST(CommandLine, TheHelperHasCommandsOfItsOwn) {
 }
 
 TEST(CommandLine, TheRootMayStandBeforeAndAfterEveryCommand) {
-    for (const auto* command : {"run", "status", "processes", "history", "doctor"}) {
+    for (const auto* command : {"run", "status", "processes", "history", "explain", "watch", "doctor"}) {
         EXPECT_EQ(invocation({"--root", "/some/where", command}).root, "/some/where") << command;
         EXPECT_EQ(invocation({command, "--root", "/some/where"}).root, "/some/where") << command;
         EXPECT_EQ(invocation({command, "--root=/some/where", "--json"}).root, "/some/where") << command;
