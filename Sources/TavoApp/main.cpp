@@ -20,6 +20,7 @@
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <QApplication>
 #include <csignal>
@@ -39,19 +40,49 @@ struct Arguments {
     std::string root;
     bool isHidden = false;
     WindowRequest request;
+
+    /// To stay awake only while the matched programs work.
+    std::optional<WorkRequirement> whileWorking = {};
 };
+
+/// What was given of --while-working, --busy and --grace. @throws WorkRequirementError
+std::optional<WorkRequirement> requirementOf(const CLI::App& parser, const std::string& busy,
+                                             const std::string& grace) {
+    const bool hasBusy = parser.count("--busy") > 0;
+    const bool hasGrace = parser.count("--grace") > 0;
+    if (parser.count("--while-working") > 0) {
+        return WorkRequirement{.busyPercent = hasBusy ? parseBusyPercent(busy) : WorkRequirement::defaultBusyPercent,
+                               .grace = hasGrace ? parseGrace(grace) : WorkRequirement::defaultGrace};
+    }
+    if (hasBusy || hasGrace) {
+        throw WorkRequirementError(fmt::format("{} needs --while-working", hasBusy ? "--busy" : "--grace"));
+    }
+    return std::nullopt;
+}
 
 /// Gives the status to end with when there is nothing to start.
 std::optional<int> parse(int count, char** values, Arguments& arguments) {
     CLI::App parser{"keeps this computer awake on your terms; tavoctl is its companion in a terminal", "tavo"};
     parser.set_help_flag("-h,--help", "print this help");
     parser.set_version_flag("--version", "tavo " TAVO_VERSION, "print the version");
+    bool isWhileWorking = false;
+    std::string busy;
+    std::string grace;
+    parser
+        .add_flag("--while-working", isWhileWorking,
+                  "with a process trigger, stay awake only while a matched program works")
+        ->disable_flag_override();
+    parser.add_option("--busy", busy, "the share of a core above which it counts as working; 1 by default")
+        ->type_name("PERCENT");
+    parser.add_option("--grace", grace, "how long to go on after the last work: 90s, 45m, 2h, 0; 10m by default")
+        ->type_name("DURATION");
     parser.add_flag("--hidden", arguments.isHidden, "start without opening the window");
     parser
         .add_option("--root", arguments.root, "the folder of config.json and state.json, in place of the default one")
         ->type_name("DIR");
     try {
         parser.parse(count, values);
+        arguments.whileWorking = requirementOf(parser, busy, grace);
         return std::nullopt;
     } catch (const CLI::CallForVersion& request) {
         fmt::print("{}\n", request.what());
@@ -59,6 +90,9 @@ std::optional<int> parse(int count, char** values, Arguments& arguments) {
         fmt::print("{}", parser.help());
     } catch (const CLI::ParseError& error) {
         printError("tavo: {}; tavo --help lists what there is.\n", error.what());
+        return wrongUsage;
+    } catch (const WorkRequirementError& error) {
+        printError("tavo: {}; tavo --help lists what there is.\n", visibleControls(error.description()));
         return wrongUsage;
     }
     return EXIT_SUCCESS;
@@ -88,21 +122,48 @@ int raiseOther(const TavoPaths& paths, const WindowRequest& request) {
     return alreadyRunning;
 }
 
+/// What a Tavo obeys that was given no options of this kind.
+std::optional<WorkRequirement> keptRequirement(const Platform& platform) {
+    try {
+        return platform.requirementAtStart();
+    } catch (const std::exception& error) {
+        printError("tavo: {}\n", visibleControls(errorText(error)));
+        return std::nullopt;
+    }
+}
+
+/// The one that runs already obeys the options of its own start.
+void tellOfOtherOptions(const TavoPaths& paths, const std::optional<WorkRequirement>& askedFor) {
+    std::optional<WorkRequirement> running;
+    try {
+        const auto note = parseJson(InstanceLock::noteOfHolder(paths.lockURL()));
+        running = JsonObjectReader(note).optional<WorkRequirement>(WorkRequirement::noteKey);
+    } catch (const std::exception&) {
+        // It says nothing about itself, so it was not asked for anything.
+    }
+    if (askedFor && running != askedFor) {
+        printError("tavo: the tavo that is running keeps its own options, {}; quit it first to start it with others.\n",
+                   running ? fmt::format("{}", fmt::join(running->arguments(), " ")) : "without --while-working");
+    }
+}
+
 int runApplication(QApplication& application, const Arguments& arguments, const char* calledAs,
                    std::optional<BlockedSignals>& blocked) {
     const auto paths =
         arguments.root.empty() ? TavoPaths::defaultPaths() : TavoPaths{std::filesystem::absolute(arguments.root)};
     trustedFolder(paths.rootDirectory);
-    auto lock = InstanceLock::acquire(paths.lockURL(), TavoAppMain::lockNote(false));
+    auto platform = makePlatform(runningProgram(calledAs), paths);
+    const auto whileWorking = arguments.whileWorking ? arguments.whileWorking : keptRequirement(platform);
+    auto lock = InstanceLock::acquire(paths.lockURL(), TavoAppMain::lockNote(false, whileWorking));
     if (!lock) {
         blocked.reset(); // there is nothing to release
+        tellOfOtherOptions(paths, arguments.whileWorking);
         return raiseOther(paths, arguments.request);
     }
-    auto platform = makePlatform(runningProgram(calledAs), paths);
     platform.history =
         makeHistory(paths, "tavo", [](const std::string& text) { printError("tavo: {}\n", visibleControls(text)); });
-    TavoAppMain main({.isHidden = arguments.isHidden}, std::make_shared<TavoStore>(paths), std::move(platform),
-                     std::move(*lock));
+    TavoAppMain main({.isHidden = arguments.isHidden, .whileWorking = whileWorking}, std::make_shared<TavoStore>(paths),
+                     std::move(platform), std::move(*lock));
     const int status = application.exec();
     if (!main.finish()) {
         std::fflush(nullptr);

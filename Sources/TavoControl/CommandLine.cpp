@@ -43,14 +43,17 @@ void addTriggerOptions(CLI::App& command, RawOptions& raw, bool withAlways) {
     addMatchOptions(command, raw, group);
 }
 
+CLI::Option* addBusyOption(CLI::App& command, RawOptions& raw) {
+    return addOption(command, "--busy", raw.busy, "the share of a core above which it counts as working; 1 by default",
+                     "PERCENT");
+}
+
 void addWorkOptions(CLI::App& command, RawOptions& raw) {
     const std::string group = "With a process trigger";
     command.add_flag("--while-working", raw.whileWorking, "only while a matched program works")
         ->disable_flag_override()
         ->group(group);
-    addOption(command, "--busy", raw.busy, "the share of a core above which it counts as working; 1 by default",
-              "PERCENT")
-        ->group(group);
+    addBusyOption(command, raw)->group(group);
     addOption(command, "--grace", raw.grace, "how long to go on after the last work: 90s, 45m, 2h, 0; 10m by default",
               "DURATION")
         ->group(group);
@@ -88,6 +91,8 @@ public:
         addOption(*run, "--lid", raw.lid, "stay awake with the lid open, closed, or both", "STATE");
         addWorkOptions(*run, raw);
         addTriggerOptions(*processes, raw, false);
+        processes->add_flag("--cpu", raw.cpu, "measure for 5 seconds which of them work")->disable_flag_override();
+        addBusyOption(*processes, raw);
         addMatchOptions(*match, raw, "Trigger, one of them");
         addOption(*history, "--since", raw.since, "how far back, as in 90m or 48h; 24h when it is left out",
                   "DURATION");
@@ -97,6 +102,7 @@ public:
         set->add_option("VALUE", raw.value, "as get prints it");
         get->add_option("KEY", raw.key, "all of them when it is left out");
         login->add_option("STATE", raw.state, "on or off");
+        addWorkOptions(*login, raw);
         helper->require_subcommand(1);
         for (auto* command : {run, status, processes, history, explain, watch, doctor, get, helperStatus}) {
             command->add_flag("--json", raw.json, "print JSON")->disable_flag_override();
@@ -161,7 +167,8 @@ private:
         } else if (status->parsed()) {
             invocation.command = StatusOptions{.json = raw.json};
         } else if (processes->parsed()) {
-            invocation.command = ProcessesOptions{.rule = triggerOf(raw), .json = raw.json};
+            invocation.command =
+                ProcessesOptions{.rule = triggerOf(raw), .cpu = cpuRequirementOf(raw), .json = raw.json};
         } else if (history->parsed()) {
             invocation.command =
                 HistoryOptions{.since = sinceOf(raw).value_or(HistoryOptions().since), .json = raw.json};
@@ -207,12 +214,22 @@ private:
             return {.kind = Kind::set, .key = raw.key, .value = raw.value, .login = raw.key == launchAtLoginKey};
         }
         if (login->parsed()) {
-            return {.kind = Kind::set,
-                    .key = launchAtLoginKey,
-                    .value = loginStateOf(raw) ? "true" : "false",
-                    .login = true};
+            return loginChange();
         }
         return {.kind = Kind::trigger, .trigger = namedTrigger()};
+    }
+
+    ChangeOptions loginChange() const {
+        const bool isOn = loginStateOf(raw);
+        const auto requirement = workRequirementOf(raw);
+        if (requirement && !isOn) {
+            throw UsageError("--while-working goes with login on");
+        }
+        return {.kind = ChangeOptions::Kind::set,
+                .key = launchAtLoginKey,
+                .value = isOn ? "true" : "false",
+                .login = true,
+                .loginOptions = requirement};
     }
 
     TriggerRule namedTrigger() const {

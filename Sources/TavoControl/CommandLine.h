@@ -26,6 +26,9 @@ struct StatusOptions {
 struct ProcessesOptions {
     /// The rule to look for in place of the configured one.
     std::optional<TriggerRule> rule;
+
+    /// Present to measure, over a few seconds, which of them work.
+    std::optional<WorkRequirement> cpu = {};
     bool json = false;
 };
 
@@ -73,6 +76,9 @@ struct ChangeOptions {
 
     /// Launch at login was named outright: it is put in order even where the file says the same already.
     bool login = false;
+
+    /// Of the command login: the options to start the app with, in the place of those that are kept; none when this is empty.
+    std::optional<std::optional<WorkRequirement>> loginOptions = {};
 };
 
 /// What the arguments ask for.

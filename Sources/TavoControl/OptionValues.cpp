@@ -72,6 +72,21 @@ TriggerRule customRule(TriggerMatchStrategy strategy, const std::string& option,
     }
 }
 
+/// @param option  without which the others have no meaning.
+std::optional<WorkRequirement> requirementWith(bool isAskedFor, const std::string& option, const RawOptions& raw) {
+    if (!isAskedFor) {
+        if (!raw.busy.empty() || !raw.grace.empty()) {
+            throw UsageError(fmt::format("{} needs {}", raw.busy.empty() ? "--grace" : "--busy", option));
+        }
+        return std::nullopt;
+    }
+    try {
+        return WorkRequirement::fromOptions(raw.busy, raw.grace);
+    } catch (const WorkRequirementError& error) {
+        throw UsageError(error.description());
+    }
+}
+
 } // namespace
 
 std::optional<TriggerRule> triggerOf(const RawOptions& raw) {
@@ -108,17 +123,11 @@ RunOverrides overridesOf(const RawOptions& raw) {
 }
 
 std::optional<WorkRequirement> workRequirementOf(const RawOptions& raw) {
-    if (!raw.whileWorking) {
-        if (!raw.busy.empty() || !raw.grace.empty()) {
-            throw UsageError(fmt::format("{} needs --while-working", raw.busy.empty() ? "--grace" : "--busy"));
-        }
-        return std::nullopt;
-    }
-    try {
-        return WorkRequirement::fromOptions(raw.busy, raw.grace);
-    } catch (const WorkRequirementError& error) {
-        throw UsageError(error.description());
-    }
+    return requirementWith(raw.whileWorking, "--while-working", raw);
+}
+
+std::optional<WorkRequirement> cpuRequirementOf(const RawOptions& raw) {
+    return requirementWith(raw.cpu, "--cpu", raw);
 }
 
 std::optional<std::chrono::seconds> sinceOf(const RawOptions& raw) {

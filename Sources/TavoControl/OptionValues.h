@@ -25,6 +25,7 @@ struct RawOptions {
     std::string value;
     std::string state;
     bool whileWorking = false;
+    bool cpu = false;
     std::string busy;
     std::string grace;
     std::string since;
@@ -49,6 +50,9 @@ RunOverrides overridesOf(const RawOptions& raw);
 std::optional<WorkRequirement> workRequirementOf(const RawOptions& raw);
 /// How far back --since goes; absent without it. @throws UsageError
 std::optional<std::chrono::seconds> sinceOf(const RawOptions& raw);
+
+/// What --cpu and --busy ask for; nothing without the first of them. @throws UsageError
+std::optional<WorkRequirement> cpuRequirementOf(const RawOptions& raw);
 
 /// Whether "on" or "off" was given. @throws UsageError
 bool loginStateOf(const RawOptions& raw);

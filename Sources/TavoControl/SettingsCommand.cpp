@@ -6,6 +6,7 @@
 #include "Settings.h"
 #include "StatusCommand.h"
 #include "SwitchedOff.h"
+#include "app/LoginOptionsFile.h"
 #include "base/FileDescriptor.h"
 #include "base/PrintError.h"
 #include "base/Text.h"
@@ -97,6 +98,9 @@ ExitStatus SettingsCommand::change(const ChangeOptions& options) const {
     auto before = loadConfigOrExplain(store);
     const bool wasEnabled = before.isEnabled;
     auto after = changed(before, options, wasEnabled);
+    if (options.loginOptions && !platform.loginOptionsFile.empty()) {
+        LoginOptionsFile(platform.loginOptionsFile).write(*options.loginOptions);
+    }
     if (options.login || after.launchAtLoginEnabled != before.launchAtLoginEnabled) {
         if (const auto rest = platform.setLaunchAtLogin(after.launchAtLoginEnabled)) {
             rest();
@@ -111,6 +115,10 @@ ExitStatus SettingsCommand::change(const ChangeOptions& options) const {
     std::exception_ptr unwritten;
     try {
         printChange(before, after);
+        if (options.loginOptions && *options.loginOptions) {
+            Console(stdout).print(
+                fmt::format("at login the app starts with {}.", fmt::join((*options.loginOptions)->arguments(), " ")));
+        }
     } catch (const OutputError&) {
         // The change is made, so the running Tavo is told of it, whoever reads this.
         unwritten = std::current_exception();

@@ -11,10 +11,11 @@ namespace tavo {
 /// Notes which program was to be started at login.
 class ScriptedLaunchAtLogin final : public LaunchAtLoginManaging {
 public:
-    Remainder enable(const std::filesystem::path& executablePath) override {
+    Remainder enable(const std::filesystem::path& executablePath, const std::vector<std::string>& given) override {
         throwFailure();
         onChange();
         program = executablePath;
+        options = given;
         return remainder;
     }
     void disable() override {
@@ -25,6 +26,9 @@ public:
     bool isEnabled() const override { return program.has_value(); }
 
     std::optional<std::filesystem::path> program;
+
+    /// To start it with, as of the last enable().
+    std::vector<std::string> options;
 
     /// Left to do by every enable().
     Remainder remainder;

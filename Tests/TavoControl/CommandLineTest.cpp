@@ -128,6 +128,14 @@ TEST(CommandLine, ProcessesTakesARuleOrNone) {
     EXPECT_EQ(processes({"--command", "codex"}).rule, custom(TriggerMatchStrategy::commandLineContains, "codex"));
 }
 
+TEST(CommandLine, ProcessesMayMeasure) {
+    EXPECT_EQ(processes({}).cpu, std::nullopt);
+    EXPECT_EQ(processes({"--cpu"}).cpu, WorkRequirement());
+    EXPECT_EQ(processes({"--cpu", "--busy", "3"}).cpu, WorkRequirement{.busyPercent = 3});
+    EXPECT_THAT(reply({"processes", "--busy", "3"}).text, HasSubstr("--busy needs --cpu"));
+    EXPECT_THAT(reply({"processes", "--cpu", "--busy", "-3"}).text, HasSubstr("--busy takes a percentage"));
+}
+
 TEST(CommandLine, EveryCommandPrintsJsonWhenAsked) {
     EXPECT_TRUE(run({"--json"}).json);
     EXPECT_TRUE(processes({"--json"}).json);
@@ -325,6 +333,16 @@ TEST(CommandLine, LoginIsAnotherNameForItsSetting) {
             EXPECT_TRUE(options.login);
         }
     }
+}
+
+TEST(CommandLine, LoginMayAskForWork) {
+    EXPECT_EQ(change({"login", "on", "--while-working", "--busy", "3"}).loginOptions.value(),
+              WorkRequirement{.busyPercent = 3});
+    EXPECT_EQ(change({"login", "on"}).loginOptions.value(), std::nullopt);
+    EXPECT_FALSE(change({"set", "launchAtLoginEnabled", "true"}).loginOptions.has_value());
+    EXPECT_THAT(reply({"login", "off", "--while-working"}).text, HasSubstr("--while-working goes with login on"));
+    EXPECT_THAT(reply({"login", "on", "--grace", "5m"}).text, HasSubstr("--grace needs --while-working"));
+    EXPECT_THAT(reply({"login", "on", "--while-working", "--grace", "x"}).text, HasSubstr("--grace takes a duration"));
 }
 
 TEST(CommandLine, SettingsAreReadAllOrOne) {

@@ -90,5 +90,61 @@ TEST_F(ProcessesCommandTest, ATableThatCannotBeReadIsAFailure) {
     EXPECT_THROW(run(preset(TriggerPreset::codex)), std::runtime_error);
 }
 
+/// What the table holds by the time of the second look.
+class MeasuredProcessesTest : public ProcessesCommandTest {
+protected:
+    MeasuredProcessesTest() {
+        platform.sleeper = [this](std::chrono::microseconds time) {
+            slept += time;
+            processes->processes = later;
+        };
+        later = processes->processes;
+    }
+
+    ProcessesOptions measured(TriggerPreset name, double busy = 1) {
+        return {.rule = defaultRule(name), .cpu = WorkRequirement{.busyPercent = busy}};
+    }
+
+    std::vector<ProcessSample> later;
+    std::chrono::microseconds slept{0};
+};
+
+TEST_F(MeasuredProcessesTest, EveryMatchIsShownWithItsTreesShareOfACore) {
+    later[3].cpuTimeSeconds += 0.25; // of make, two levels below
+    EXPECT_THAT(
+        linesOf(run(measured(TriggerPreset::codex))),
+        ElementsAre("     pid  name                  tree        cpu  now                           command line",
+                    "      10  node                     3      8.00s    5.0% works                  node codex"));
+    EXPECT_EQ(slept, std::chrono::seconds{5});
+}
+
+TEST_F(MeasuredProcessesTest, TheShareThatCountsAsWorkMayBeAnother) {
+    later[3].cpuTimeSeconds += 0.25;
+    EXPECT_THAT(run(measured(TriggerPreset::codex, 5)), ::testing::HasSubstr("  5.0% idle "));
+}
+
+TEST_F(MeasuredProcessesTest, ChangedMembersAndNewcomersAreNamed) {
+    later.pop_back();
+    later.erase(later.begin() + 3);
+    later.push_back({.pid = 30, .parentPID = 1, .executableName = "codex", .commandLine = "codex"});
+    EXPECT_THAT(run(measured(TriggerPreset::codex)),
+                ::testing::AllOf(::testing::HasSubstr("  0.0% works, members changed "),
+                                 ::testing::HasSubstr("  new, works until measured ")));
+}
+
+TEST_F(MeasuredProcessesTest, WithJsonTheVerdictIsInTheObject) {
+    later[1].cpuTimeSeconds += 0.02;
+    auto options = measured(TriggerPreset::codex);
+    options.json = true;
+    EXPECT_EQ(parseJson(run(options)), Json::parse(R"([{
+        "pid": 10, "executableName": "node", "commandLine": "node codex", "treeSize": 3, "cpuTimeSeconds": 7.77,
+        "cpuPercent": 0.4, "membersChanged": false, "isWorking": false, "verdict": "idle"}])"));
+}
+
+TEST_F(MeasuredProcessesTest, AlwaysOnIsNotWaitedFor) {
+    run({.cpu = WorkRequirement()});
+    EXPECT_EQ(slept.count(), 0);
+}
+
 } // namespace
 } // namespace tavo

@@ -136,6 +136,32 @@ TEST_F(SettingsCommandTest, LaunchAtLoginIsSwitchedUnderBothNames) {
     }
 }
 
+TEST_F(SettingsCommandTest, TheOptionsForTheLoginOutlastLaunchAtLoginItself) {
+    platform.loginOptionsFile = folder.path() / "run.conf";
+    ChangeOptions on{.kind = Kind::set, .key = "launchAtLoginEnabled", .value = "true", .login = true};
+    auto off = on;
+    off.value = "false";
+    auto onForWork = on;
+    onForWork.loginOptions.emplace(WorkRequirement{.busyPercent = 3});
+    change(onForWork);
+    EXPECT_THAT(login->options, ::testing::ElementsAre("--while-working", "--busy", "3"));
+    EXPECT_THAT(output, HasSubstr("at login the app starts with --while-working --busy 3.\n"));
+    login->options.clear();
+    change(off);
+    change(on);
+    EXPECT_THAT(login->options, ::testing::ElementsAre("--while-working", "--busy", "3"));
+    on.loginOptions.emplace();
+    change(on);
+    EXPECT_THAT(login->options, ::testing::IsEmpty());
+    EXPECT_FALSE(std::filesystem::exists(platform.loginOptionsFile));
+    // A damaged file costs the options and not the launch.
+    folder.write("run.conf", "nonsense\n");
+    on.loginOptions.reset();
+    change(on);
+    EXPECT_THAT(login->options, ::testing::IsEmpty());
+    EXPECT_EQ(fileContent(platform.loginOptionsFile), "nonsense\n");
+}
+
 TEST_F(SettingsCommandTest, AnEntryThatWasLostIsMadeAgain) {
     auto config = AppConfig::defaultConfig();
     config.launchAtLoginEnabled = true;

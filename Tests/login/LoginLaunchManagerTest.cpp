@@ -30,7 +30,7 @@ protected:
 
     /// The whole change, as one that may wait makes it.
     void enable(const std::filesystem::path& program) {
-        if (const auto rest = manager.enable(program)) {
+        if (const auto rest = manager.enable(program, {})) {
             rest();
         }
     }
@@ -82,7 +82,7 @@ TEST_F(LoginLaunch, AFailureToUnloadIsIgnored) {
 TEST_F(LoginLaunch, ACopyThatIsStillBeingUnloadedIsWaitedForByTheRemainderAlone) {
     const ShellCommandResult refused{.exitCode = 5, .standardError = "Bootstrap failed: 5: Input/output error"};
     runner->results = {{}, refused, {}, {}, {.exitCode = 113}, {}};
-    const auto rest = manager.enable("/one");
+    const auto rest = manager.enable("/one", {});
     EXPECT_THAT(*runner->log, ElementsAre(line("bootout"), line("bootstrap")));
     EXPECT_EQ(pauses, 0U);
     ASSERT_TRUE(rest);
@@ -155,6 +155,15 @@ TEST_F(LoginLaunch, APathThatXmlCannotCarryWritesNothing) {
 TEST(LoginLaunchManagerErrors, HaveTheirTexts) {
     EXPECT_EQ(LoginLaunchManagerError::missingExecutablePath().description(),
               "could not determine the executable path for tavo.");
+}
+
+TEST_F(LoginLaunch, TheAgentHasOneArgumentWhateverTheOptions) {
+    enable("/one");
+    const auto without = fileContent(agent);
+    if (const auto rest = manager.enable("/one", {"--while-working"})) {
+        rest();
+    }
+    EXPECT_EQ(fileContent(agent), without);
 }
 
 } // namespace

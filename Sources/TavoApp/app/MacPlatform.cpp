@@ -45,6 +45,8 @@ void prepareMacChildEnvironment() {
 Platform makeMacPlatform(const std::filesystem::path& programPath, const TavoPaths& paths,
                          std::shared_ptr<PrivilegedHelperClient> helperClient) {
     Platform platform;
+    platform.loginOptionsFile = paths.rootDirectory / "run.conf";
+    platform.appReadsLoginOptions = true;
     makeInterruptible(platform);
     platform.commandRunner = std::make_shared<SystemCommandRunner>();
     platform.assertionBoard = std::make_shared<AssertionBoard>();

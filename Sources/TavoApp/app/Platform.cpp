@@ -52,8 +52,9 @@ void prepareChildEnvironment() {
     // No child's output depends on it here.
 }
 
-Platform makePlatform(const std::filesystem::path& programPath, const TavoPaths&) {
+Platform makePlatform(const std::filesystem::path& programPath, const TavoPaths& paths) {
     Platform platform;
+    platform.loginOptionsFile = paths.rootDirectory / "run.conf";
     platform.commandRunner = std::make_shared<SystemCommandRunner>();
     platform.assertionBoard = std::make_shared<AssertionBoard>();
     platform.desktopApp = findDesktopApp(programPath);

@@ -8,6 +8,7 @@
 #include "runtime/AssertionBoard.h"
 #include "runtime/HistoryRecorder.h"
 #include "runtime/WakePlan.h"
+#include "runtime/WorkRequirement.h"
 #include "system/CommandRunning.h"
 #include "system/HeldAssertionsProviding.h"
 #include "system/Interruption.h"
@@ -84,6 +85,12 @@ struct Platform {
 
     std::shared_ptr<LaunchAtLoginManaging> launchAtLogin;
 
+    /// What is kept for the app's start at login, see LoginOptionsFile; empty where nothing is.
+    std::filesystem::path loginOptionsFile;
+
+    /// Whether the app itself looks there when it starts, since launch at login passes nothing on.
+    bool appReadsLoginOptions = false;
+
     /// The desktop app; absent when it does not come with this installation.
     std::optional<std::filesystem::path> desktopApp;
 
@@ -104,7 +111,11 @@ struct Platform {
                                  .sleeper = sleeper});
     }
 
-    /// Has the desktop app started at login, or no longer. Gives what is left to do, see LaunchAtLoginManaging::enable().
+    /// For the desktop app to stay awake only while the matched programs work: what it is to obey without having been given any
+    /// options. @throws what LoginOptionsFile::read() throws.
+    std::optional<WorkRequirement> requirementAtStart() const;
+
+    /// Has the desktop app started at login, or no longer. What is kept for that is obeyed unless it is damaged. Gives what is left to do, see LaunchAtLoginManaging::enable().
     /// @throws LoginLaunchManagerError (missingDesktopApp when there is none), and what the manager throws.
     [[nodiscard]] LaunchAtLoginManaging::Remainder setLaunchAtLogin(bool enabled) const;
 };

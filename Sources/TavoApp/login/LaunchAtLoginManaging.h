@@ -2,6 +2,8 @@
 
 #include <filesystem>
 #include <functional>
+#include <string>
+#include <vector>
 
 namespace tavo {
 
@@ -14,8 +16,10 @@ struct LaunchAtLoginManaging {
 
     /// Gives what the system has no time for yet. Whoever must not block calls that on another thread.
     /// @param executablePath  of the desktop app.
+    /// @param options  to start it with, for a system whose launch at login carries them.
     /// @throws LoginLaunchManagerError, std::system_error and the errors of running commands.
-    [[nodiscard]] virtual Remainder enable(const std::filesystem::path& executablePath) = 0;
+    [[nodiscard]] virtual Remainder enable(const std::filesystem::path& executablePath,
+                                           const std::vector<std::string>& options) = 0;
 
     /// Does nothing when it is off. @throws std::system_error
     virtual void disable() = 0;

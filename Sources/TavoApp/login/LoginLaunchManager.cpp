@@ -37,7 +37,9 @@ PropertyListValue LaunchAgentDefinition::propertyList() const {
                       {"ProcessType", "Interactive"}};
 }
 
-LaunchAtLoginManaging::Remainder LoginLaunchManager::enable(const std::filesystem::path& executablePath) {
+/// The agent passes nothing on: the app reads its options itself.
+LaunchAtLoginManaging::Remainder LoginLaunchManager::enable(const std::filesystem::path& executablePath,
+                                                            const std::vector<std::string>& /*options*/) {
     const auto content = propertyListXML(LaunchAgentDefinition{executablePath.string()}.propertyList());
     ensureDirectoryExists(launchAgent.parent_path());
     replaceFileAtomically(launchAgent, content, readableByAll);

@@ -43,7 +43,8 @@ public:
     /// Writes the agent and loads it, which starts the app at once. An earlier copy is unloaded first; when launchd refuses to
     /// load the new one because it has not finished that, the remainder waits for it, 10 seconds at most, and tries again.
     /// @throws LoginLaunchManagerError when launchd does not load it; the file stays then.
-    [[nodiscard]] Remainder enable(const std::filesystem::path& executablePath) override;
+    [[nodiscard]] Remainder enable(const std::filesystem::path& executablePath,
+                                   const std::vector<std::string>& options) override;
 
     /// Unloads the agent, which ends an app that it has started, and removes the file.
     void disable() override;

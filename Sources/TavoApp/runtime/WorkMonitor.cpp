@@ -13,6 +13,21 @@ double secondsOf(TimePoint::duration length) {
 
 } // namespace
 
+TreeActivity compareTrees(const ProcessTreeMeasurement& before, const ProcessTreeMeasurement& now, double seconds,
+                          double busyPercent) {
+    constexpr double percent = 100;
+    // A process that ended has taken its CPU time with it, so a tree's total may shrink.
+    const double used = percent * std::max(0.0, now.totalCPUTime - before.totalCPUTime) / seconds;
+    const bool haveMembersChanged = now.processIDs != before.processIDs;
+    return {.pid = now.rootPID,
+            .executableName = now.executableName,
+            .cpuPercent = used,
+            .haveMembersChanged = haveMembersChanged,
+            .verdict = used > busyPercent   ? WorkVerdict::busy
+                       : haveMembersChanged ? WorkVerdict::membersChanged
+                                            : WorkVerdict::idle};
+}
+
 void WorkMonitor::look(const std::vector<ProcessTreeMeasurement>& trees, TimePoint at) {
     const bool isMeasuredAfresh = hasClockJumped(at);
     auto lastWorkAt = current ? current->lastWorkAt : std::nullopt;
@@ -30,7 +45,8 @@ void WorkMonitor::look(const std::vector<ProcessTreeMeasurement>& trees, TimePoi
             now.measuredAt = at;
             now.isFresh = true;
         } else if (!isNews && at - now.measuredAt >= shortestInterval) {
-            now = compared(now, tree, at);
+            auto verdict = compareTrees(now.baseline, tree, secondsOf(at - now.measuredAt), required.busyPercent);
+            now = {.baseline = tree, .measuredAt = at, .isFresh = false, .activity = std::move(verdict)};
             isNews = true;
         }
         now.activity.executableName = tree.executableName;
@@ -56,20 +72,6 @@ WorkMonitor::Watched WorkMonitor::firstSightingOf(const ProcessTreeMeasurement& 
             .measuredAt = at,
             .isFresh = true,
             .activity = {.pid = tree.rootPID, .executableName = tree.executableName, .cpuPercent = {}}};
-}
-
-WorkMonitor::Watched WorkMonitor::compared(const Watched& previous, const ProcessTreeMeasurement& tree,
-                                           TimePoint at) const {
-    constexpr double percent = 100;
-    // A process that ended has taken its CPU time with it, so a tree's total may shrink.
-    const double used = std::max(0.0, tree.totalCPUTime - previous.baseline.totalCPUTime);
-    auto activity = previous.activity;
-    activity.cpuPercent = percent * used / secondsOf(at - previous.measuredAt);
-    activity.haveMembersChanged = tree.processIDs != previous.baseline.processIDs;
-    activity.verdict = *activity.cpuPercent > required.busyPercent ? WorkVerdict::busy
-                       : activity.haveMembersChanged               ? WorkVerdict::membersChanged
-                                                                   : WorkVerdict::idle;
-    return {.baseline = tree, .measuredAt = at, .isFresh = false, .activity = std::move(activity)};
 }
 
 std::optional<double> WorkMonitor::secondsUntilNews() const {

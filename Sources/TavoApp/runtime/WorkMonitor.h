@@ -9,6 +9,11 @@
 
 namespace tavo {
 
+/// The verdict on one tree, measured twice with this much time in between. The first two have the same root.
+/// @param seconds  more than none.
+TreeActivity compareTrees(const ProcessTreeMeasurement& before, const ProcessTreeMeasurement& now, double seconds,
+                          double busyPercent);
+
 /// Tells programs that work from programs that wait, over many looks at their process trees.
 ///
 /// A tree works when it has used more than its share of a core since the look that it is compared with, or when processes of it
@@ -51,7 +56,6 @@ private:
     };
 
     bool hasClockJumped(TimePoint at) const;
-    Watched compared(const Watched& previous, const ProcessTreeMeasurement& tree, TimePoint at) const;
     static Watched firstSightingOf(const ProcessTreeMeasurement& tree, TimePoint at);
 
     WorkRequirement required;

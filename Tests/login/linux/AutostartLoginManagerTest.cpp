@@ -30,7 +30,7 @@ protected:
 
 TEST_F(Autostart, IsOnWithTheEntryAndOffWithoutIt) {
     EXPECT_FALSE(manager.isEnabled());
-    EXPECT_FALSE(manager.enable("/usr/bin/tavo")) << "something is left to do";
+    EXPECT_FALSE(manager.enable("/usr/bin/tavo", {})) << "something is left to do";
     EXPECT_TRUE(manager.isEnabled());
     manager.disable();
     EXPECT_FALSE(manager.isEnabled());
@@ -38,10 +38,16 @@ TEST_F(Autostart, IsOnWithTheEntryAndOffWithoutIt) {
     EXPECT_NO_THROW(manager.disable());
 }
 
+TEST_F(Autostart, TheEntryStartsTheAppWithItsOptions) {
+    EXPECT_FALSE(manager.enable("/usr/bin/tavo", {"--while-working", "--busy", "2.5"})) << "something is left to do";
+    EXPECT_THAT(readWholeFile(manager.entry()),
+                testing::HasSubstr("Exec=\"/usr/bin/tavo\" \"--hidden\" \"--while-working\" \"--busy\" \"2.5\"\n"));
+}
+
 TEST_F(Autostart, AnEntryOfEarlierTimesCountsAndIsWrittenAnew) {
     writeEntry("X-GNOME-Autostart-enabled=true\n");
     EXPECT_TRUE(manager.isEnabled());
-    EXPECT_FALSE(manager.enable("/usr/bin/tavo")) << "something is left to do";
+    EXPECT_FALSE(manager.enable("/usr/bin/tavo", {})) << "something is left to do";
     EXPECT_THAT(readWholeFile(manager.entry()), testing::HasSubstr("Exec=\"/usr/bin/tavo\" \"--hidden\"\n"));
 }
 
@@ -52,14 +58,14 @@ TEST_F(Autostart, AnEntryThatWasSwitchedOffElsewhereIsOff) {
     EXPECT_FALSE(manager.isEnabled());
     writeEntry("X-GNOME-Autostart-enabled=false\n");
     EXPECT_FALSE(manager.isEnabled());
-    EXPECT_FALSE(manager.enable("/usr/bin/tavo")) << "something is left to do";
+    EXPECT_FALSE(manager.enable("/usr/bin/tavo", {})) << "something is left to do";
     EXPECT_TRUE(manager.isEnabled());
 }
 
 TEST_F(Autostart, APathThatAnEntryCannotCarryChangesNothing) {
-    EXPECT_FALSE(manager.enable("/usr/bin/tavo")) << "something is left to do";
+    EXPECT_FALSE(manager.enable("/usr/bin/tavo", {})) << "something is left to do";
     const auto before = readWholeFile(manager.entry());
-    EXPECT_THROW((void)manager.enable("/a\nExec=reboot"), LoginLaunchManagerError);
+    EXPECT_THROW((void)manager.enable("/a\nExec=reboot", {}), LoginLaunchManagerError);
     EXPECT_EQ(readWholeFile(manager.entry()), before);
 }
 
@@ -86,7 +92,7 @@ TEST_F(Autostart, WhateverThePathTheEntryIsValidAndStartsThatProgram) {
             folder.write("programs/" + name + "/tavo",
                          "#!/bin/sh\nprintf '%s|%s\\n' \"$0\" \"$*\" >\"$(dirname \"$0\")/started\"\n");
         std::filesystem::permissions(program, std::filesystem::perms::owner_all);
-        EXPECT_FALSE(manager.enable(program)) << "something is left to do";
+        EXPECT_FALSE(manager.enable(program, {})) << "something is left to do";
 
         const auto verdict = run("/usr/bin/desktop-file-validate", {manager.entry().string()});
         EXPECT_EQ(verdict.exitCode, 0) << verdict.standardOutput;

@@ -16,8 +16,12 @@ constexpr std::chrono::milliseconds patience{800};
 
 } // namespace
 
-std::string TavoAppMain::lockNote(bool hasUnsavedEdits, const std::optional<std::string>& assertionNotice) {
+std::string TavoAppMain::lockNote(bool hasUnsavedEdits, const std::optional<WorkRequirement>& whileWorking,
+                                  const std::optional<std::string>& assertionNotice) {
     Json note{{InstanceLock::windowKey, true}, {InstanceLock::unsavedEditsKey, hasUnsavedEdits}};
+    if (whileWorking) {
+        note[WorkRequirement::noteKey] = *whileWorking;
+    }
     if (assertionNotice) {
         note[InstanceLock::assertionNoticeKey] = *assertionNotice;
     }
@@ -37,7 +41,7 @@ std::vector<int> TavoAppMain::handledSignals() {
 TavoAppMain::TavoAppMain(Options options, std::shared_ptr<const TavoStoring> store, Platform platform,
                          InstanceLock lock)
     : options(options), machineNoun(platform.machineNoun), lock(std::move(lock)),
-      appModel(TavoAppModel::make(mainLoop, std::move(store), std::move(platform), *this)),
+      appModel(TavoAppModel::make(mainLoop, std::move(store), std::move(platform), *this, options.whileWorking)),
       observer(std::make_unique<ModelObserver>(appModel)),
       menuBar(std::make_unique<TavoMenuBarExtra>(*observer, *tray)) {
     QApplication::setQuitOnLastWindowClosed(false);
@@ -98,7 +102,7 @@ void TavoAppMain::tellInLockFile() {
     isNotedUnsaved = appModel->hasUnsavedEdits();
     notedAssertionNotice = assertionNotice;
     try {
-        lock.replaceNote(lockNote(isNotedUnsaved, assertionNotice));
+        lock.replaceNote(lockNote(isNotedUnsaved, options.whileWorking, assertionNotice));
     } catch (const std::exception&) {
         // Only what tavoctl says of this application depends on it.
     }

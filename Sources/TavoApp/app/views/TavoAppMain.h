@@ -27,6 +27,9 @@ public:
     struct Options {
         /// Starts without its window.
         bool isHidden = false;
+
+        /// To stay awake only while the matched programs work.
+        std::optional<WorkRequirement> whileWorking = {};
     };
 
     /// To be made after the application object, with the signals of handledSignals() blocked.
@@ -40,7 +43,8 @@ public:
 
     /// The lock's note of a desktop app.
     /// @param assertionNotice  what is held less than planned.
-    static std::string lockNote(bool hasUnsavedEdits, const std::optional<std::string>& assertionNotice = std::nullopt);
+    static std::string lockNote(bool hasUnsavedEdits, const std::optional<WorkRequirement>& whileWorking,
+                                const std::optional<std::string>& assertionNotice = std::nullopt);
 
     /// Those that end or stop the program, SIGUSR1 (look around) and SIGUSR2 (show the window).
     static std::vector<int> handledSignals();

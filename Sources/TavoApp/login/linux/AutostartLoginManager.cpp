@@ -24,9 +24,12 @@ std::filesystem::path AutostartLoginManager::entry() const {
     return (folder ? *folder : userAutostartFolder()) / "com.vrd.tavo.desktop";
 }
 
-LaunchAtLoginManaging::Remainder AutostartLoginManager::enable(const std::filesystem::path& executablePath) {
+LaunchAtLoginManaging::Remainder AutostartLoginManager::enable(const std::filesystem::path& executablePath,
+                                                               const std::vector<std::string>& options) {
     // A login is no moment for a window to open; the tray may not even be there yet.
-    const auto command = desktopExecValue(executablePath, {"--hidden"});
+    std::vector<std::string> arguments{"--hidden"};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    const auto command = desktopExecValue(executablePath, arguments);
     if (!command) {
         throw LoginLaunchManagerError::unusablePath(executablePath.string());
     }

@@ -20,7 +20,8 @@ public:
 
     /// The app is started without its window. Starts nothing now, and leaves nothing to do.
     /// @throws LoginLaunchManagerError for a path that an entry cannot carry.
-    [[nodiscard]] Remainder enable(const std::filesystem::path& executablePath) override;
+    [[nodiscard]] Remainder enable(const std::filesystem::path& executablePath,
+                                   const std::vector<std::string>& options) override;
 
     void disable() override;
 
