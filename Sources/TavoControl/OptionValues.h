@@ -6,6 +6,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace tavo {
 
@@ -26,6 +27,9 @@ struct RawOptions {
     bool whileWorking = false;
     std::string busy;
     std::string grace;
+    std::string length;
+    std::string until;
+    std::vector<std::string> processes;
     bool json = false;
 };
 
