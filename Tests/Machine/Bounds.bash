@@ -6,7 +6,7 @@ root=$(mktemp -d)/tavo
 # expectEnd WHY: $run ends by itself, properly.
 expectEnd() {
     local status=0
-    expectWithin 10 hasEnded "$run"
+    expectWithin 20 hasEnded "$run"
     wait "$run" || status=$?
     expectEqual 0 "$status" "exit status: $(cat "$root.err")"
     expectHeld ''
@@ -15,10 +15,10 @@ expectEnd() {
     expectWithin "$soon" stateSays "$root" disabled
 }
 
-beginRun "$root" --always --for 3s
+beginRun "$root" --always --for 8s
 expectHeld 'sleep:idle block'
 expectContains "$(cat "$root.out")" "; until " "the line printed"
-expectEnd "the 3s are over"
+expectEnd "the 8s are over"
 
 # In a place of its own, which no test machine is set to.
 export TZ=IST-05:30
@@ -48,7 +48,7 @@ beginRun "$root" --json --pid "$stopped"
 expectHeld 'sleep:idle block'
 expectNeverWithin 1 hasEnded "$run"
 kill -s KILL "$stopped"
-expectWithin 10 hasEnded "$run"
+expectWithin 20 hasEnded "$run"
 wait "$run"
 expectContains "$(tail -n 1 "$root.out")" "\"ended\":\"process $stopped has ended\"" "the last object printed"
 expectHeld ''
