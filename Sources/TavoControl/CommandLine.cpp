@@ -59,6 +59,22 @@ void addWorkOptions(CLI::App& command, RawOptions& raw) {
         ->group(group);
 }
 
+/// For what may be bounded by time.
+void addBoundOptions(CLI::App& command, RawOptions& raw) {
+    const std::string group = "End";
+    addOption(command, "--for", raw.length, "end after this time: 90s, 45m, 2h, 1h30m", "DURATION")->group(group);
+    addOption(command, "--until", raw.until, "end at this time of the day, the next time that it comes", "HH:MM")
+        ->group(group);
+}
+
+void addProcessOption(CLI::App& command, RawOptions& raw) {
+    command
+        .add_option("--pid", raw.processes, "while this process runs, and end with it; for more than one, repeat it")
+        ->type_name("PID")
+        ->allow_extra_args(false)
+        ->group("Trigger, at most one of them");
+}
+
 /// A sentence for the user: lower case, one line, a full stop.
 std::string asSentence(std::string text) {
     std::replace(text.begin(), text.end(), '\n', ' ');
@@ -89,7 +105,9 @@ public:
         addOption(*run, "--power", raw.power, "the power source to stay awake on: any, ac, battery", "SOURCE");
         addOption(*run, "--cutoff", raw.cutoff, "let go at this battery percentage: 1 to 100, or none", "PERCENT");
         addOption(*run, "--lid", raw.lid, "stay awake with the lid open, closed, or both", "STATE");
+        addProcessOption(*run, raw);
         addWorkOptions(*run, raw);
+        addBoundOptions(*run, raw);
         addTriggerOptions(*processes, raw, false);
         processes->add_flag("--cpu", raw.cpu, "measure for 5 seconds which of them work")->disable_flag_override();
         addBusyOption(*processes, raw);
@@ -190,7 +208,18 @@ private:
     }
 
     RunOptions runOptions() const {
-        RunOptions options{.overrides = overridesOf(raw), .whileWorking = workRequirementOf(raw), .json = raw.json};
+        RunOptions options{.overrides = overridesOf(raw),
+                           .whileWorking = workRequirementOf(raw),
+                           .bound = boundOf(raw),
+                           .json = raw.json};
+        if (!options.bound.processes.empty()) {
+            if (options.overrides.trigger) {
+                throw UsageError("--pid is a trigger of its own: it cannot go with --always, --preset, --executable or "
+                                 "--command");
+            }
+            // While they run there is nothing else to wait for.
+            options.overrides.trigger = defaultRule(TriggerPreset::always);
+        }
         if (options.whileWorking && options.overrides.trigger &&
             options.overrides.trigger->mode == TriggerMode::always) {
             throw UsageError(

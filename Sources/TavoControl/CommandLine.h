@@ -1,5 +1,6 @@
 #pragma once
 
+#include "RunBound.h"
 #include "RunOverrides.h"
 #include "config/TavoPaths.h"
 #include "runtime/WorkRequirement.h"
@@ -16,6 +17,9 @@ struct RunOptions {
 
     /// To stay awake only while the matched programs work.
     std::optional<WorkRequirement> whileWorking;
+
+    /// When to end by itself.
+    RunBound bound;
     bool json = false;
 };
 

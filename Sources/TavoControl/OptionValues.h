@@ -7,6 +7,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace tavo {
 
@@ -29,6 +30,9 @@ struct RawOptions {
     std::string busy;
     std::string grace;
     std::string since;
+    std::string length;
+    std::string until;
+    std::vector<std::string> processes;
     bool json = false;
 };
 

@@ -2,6 +2,7 @@
 
 #include "ConfigurationError.h"
 #include "ReaderWatch.h"
+#include "RunEnd.h"
 #include "RunReport.h"
 #include "SwitchedOff.h"
 #include "SystemChecks.h"
@@ -55,19 +56,23 @@ std::string adviceFor(const std::exception_ptr& failure) {
 /// One run of the evaluations, without a window.
 class ForegroundRun final : private ApplicationControlling {
 public:
+    /// @param processes  those of the bound.
     /// @param lock  outlives this.
-    ForegroundRun(const RunOptions& options, std::shared_ptr<const TavoStoring> store, Platform platform,
-                  const InstanceLock& lock)
-        : options(options), lock(lock), store(std::make_shared<OverridingStore>(std::move(store), options.overrides)),
-          board(platform.assertionBoard), assertionRunner(platform.assertionRunner),
-          wakePlanBuilder(platform.wakePlanBuilder), seemsWithoutMeans(platform.seemsWithoutMeans),
-          report(Console(stdout), options.json),
+    ForegroundRun(const RunOptions& options, std::vector<WatchedProcess> processes,
+                  std::shared_ptr<const TavoStoring> store, Platform platform, const InstanceLock& lock)
+        : options(options), processes(std::move(processes)), exits(platform.processExits), lock(lock),
+          store(std::make_shared<OverridingStore>(std::move(store), options.overrides)), board(platform.assertionBoard),
+          assertionRunner(platform.assertionRunner), wakePlanBuilder(platform.wakePlanBuilder),
+          seemsWithoutMeans(platform.seemsWithoutMeans), report(Console(stdout), options.json),
           model(TavoAppModel::make(loop, this->store, std::move(platform), *this, options.whileWorking)) {}
 
     ExitStatus run() {
         model->onChange([this](ModelChanges) {
             tellAssertionNotice();
             show();
+            if (end) {
+                end->check();
+            }
         });
         loop->post([this] { begin(); });
         loop->run();
@@ -92,6 +97,7 @@ private:
     void terminate() override { loop->stop(); }
 
     void begin() {
+        end.emplace(options.bound, processes, loop, exits, [this](const std::string& why) { endBecause(why); });
         model->evaluateNow();
         hasBegun = true;
         if (!model->evaluationFailure() && model->config().isEnabled &&
@@ -150,7 +156,9 @@ private:
                            .held = board->summary(),
                            .matchedProcesses = snapshot.matchedProcesses,
                            .work = currentWork(),
-                           .notice = notice()};
+                           .notice = notice(),
+                           .bound = end->text(),
+                           .until = end->deadline()};
         try {
             report.update(line, model->configFileError(), loop->now());
         } catch (const OutputError& error) {
@@ -188,6 +196,22 @@ private:
         hasEnded = true;
     }
 
+    /// By itself, as it was asked to.
+    void endBecause(const std::string& why) {
+        if (hasEnded || isQuitting) {
+            return;
+        }
+        quit();
+        try {
+            report.end(why, loop->now());
+        } catch (const OutputError& error) {
+            if (!error.isReaderGone()) {
+                status = ExitStatus::failure;
+                printError("tavoctl: {}\n", visibleControls(errorText(error)));
+            }
+        }
+    }
+
     /// Somebody who has stopped a program expects nothing of it, and it would not notice any more that its reason to keep awake
     /// has gone.
     void stop() {
@@ -202,6 +226,7 @@ private:
             show();
             stopUntilContinued();
             isStopped = false;
+            end->check();
         } else {
             printError("tavoctl: not stopped, since not everything could be released: {}\n",
                        visibleControls(model->lastError().value_or("the helper does not answer.")));
@@ -227,6 +252,8 @@ private:
     }
 
     RunOptions options;
+    std::vector<WatchedProcess> processes;
+    std::shared_ptr<ProcessExitNotifying> exits;
     const InstanceLock& lock;
     std::optional<std::string> notedAssertionNotice;
     std::shared_ptr<AsioMainLoop> loop = std::make_shared<AsioMainLoop>();
@@ -243,6 +270,7 @@ private:
     bool isStopping = false;
     bool isStopped = false;
     bool hasEnded = false;
+    std::optional<RunEnd> end;
 
     /// Last, so that it tells of nothing while the rest is being destroyed.
     std::optional<ReaderWatch> readerWatch;
@@ -262,6 +290,13 @@ ExitStatus runInForeground(const RunOptions& options, std::shared_ptr<const Tavo
             "--preset, --executable or --command.\n");
         return ExitStatus::wrongUsage;
     }
+    std::vector<WatchedProcess> processes;
+    try {
+        processes = runningProcesses(options.bound.processes);
+    } catch (const UsageError& error) {
+        printError("tavoctl: {}; give --pid the number of a running one.\n", error.what());
+        return ExitStatus::wrongUsage;
+    }
     // Nobody may find the process id in the lock file and signal it before the signals are handled.
     std::optional<BlockedSignals> blocked(std::in_place, std::vector{SIGTERM, SIGINT, SIGHUP, SIGUSR1, SIGUSR2});
     const auto lock = InstanceLock::acquire(store->paths().lockURL(), noteOf(options));
@@ -274,7 +309,7 @@ ExitStatus runInForeground(const RunOptions& options, std::shared_ptr<const Tavo
     }
     platform.history = makeHistory(store->paths(), "tavoctl run",
                                    [](const std::string& text) { printError("tavoctl: {}\n", visibleControls(text)); });
-    ForegroundRun run(options, std::move(store), std::move(platform), *lock);
+    ForegroundRun run(options, std::move(processes), std::move(store), std::move(platform), *lock);
     run.handleSignals();
     blocked.reset();
     return run.run();

@@ -55,6 +55,9 @@ Json RunLine::json(TimePoint at) const {
     if (work) {
         object["work"] = {{"isWorking", work->isWorking}, {"text", work->text}};
     }
+    if (until) {
+        object["until"] = formatISO8601(*until);
+    }
     if (notice) {
         object["notice"] = *notice;
     }
@@ -62,10 +65,10 @@ Json RunLine::json(TimePoint at) const {
 }
 
 std::string RunLine::text(const Console& console) const {
-    return fmt::format("{}: {}{}{}; holding {}", console.styled(visibleControls(title), emphasisOf(reason)),
+    return fmt::format("{}: {}{}{}; holding {}{}", console.styled(visibleControls(title), emphasisOf(reason)),
                        visibleControls(detail), processNote(matchedProcesses),
-                       work ? "; " + visibleControls(work->text) : "",
-                       held.empty() ? "nothing" : visibleControls(held));
+                       work ? "; " + visibleControls(work->text) : "", held.empty() ? "nothing" : visibleControls(held),
+                       bound.empty() ? "" : "; " + bound);
 }
 
 void RunReport::printLine(const RunLine& line, TimePoint at) {
@@ -88,6 +91,11 @@ void RunReport::update(const RunLine& line, const std::optional<std::string>& co
         printNotice("config.json cannot be used, so what it said before stays in force: " + *configFileError, at);
     }
     lastConfigFileError = configFileError;
+}
+
+void RunReport::end(const std::string& why, TimePoint at) const {
+    console.print(json ? dumped({{"time", formatISO8601(at)}, {"ended", why}})
+                       : fmt::format("{}  {}: {}", clockTime(at), console.styled("ended", Emphasis::strong), why));
 }
 
 void RunReport::printNotice(const std::string& notice, TimePoint at) const {

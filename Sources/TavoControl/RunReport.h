@@ -30,6 +30,12 @@ struct RunLine {
     std::optional<Work> work;
     std::optional<std::string> notice;
 
+    /// When the run ends by itself, see RunBound::text(); empty when it does not.
+    std::string bound = {};
+
+    /// By the clock.
+    std::optional<TimePoint> until = {};
+
     bool operator==(const RunLine&) const = default;
 
     Json json(TimePoint at) const;
@@ -46,6 +52,9 @@ public:
 
     /// @throws OutputError
     void update(const RunLine& line, const std::optional<std::string>& configFileError, TimePoint at);
+
+    /// The last line of a run that has ended by itself. @throws OutputError
+    void end(const std::string& why, TimePoint at) const;
 
 private:
     void printLine(const RunLine& line, TimePoint at);

@@ -58,6 +58,16 @@ public:
         clock = end;
     }
 
+    /// Sets the clock back, or with a negative length forward, without a timer noticing.
+    void setBack(std::chrono::seconds length) {
+        clock -= length;
+        for (const auto& weak : entries) {
+            if (const auto entry = weak.lock()) {
+                entry->due -= length;
+            }
+        }
+    }
+
     /// How many timers have yet to fire.
     std::size_t armedTimers() const {
         return static_cast<std::size_t>(std::count_if(entries.begin(), entries.end(), [](const auto& weak) {

@@ -121,6 +121,39 @@ TEST(CommandLine, WorkThatMakesNoSenseIsRefused) {
     }
 }
 
+TEST(CommandLine, RunMayBeBounded) {
+    EXPECT_EQ(run({}).bound, RunBound());
+    EXPECT_EQ(run({"--always", "--for", "45m"}).bound, RunBound{.length = std::chrono::minutes{45}});
+    EXPECT_EQ(run({"--until=18:30"}).bound, (RunBound{.until = TimeOfDay{18, 30}}));
+    const auto processes = run({"--pid", "12", "--power", "ac", "--pid=34", "--for", "2h"});
+    EXPECT_EQ(processes.bound, (RunBound{.length = std::chrono::hours{2}, .processes = {12, 34}}));
+    EXPECT_EQ(processes.overrides.trigger, defaultRule(TriggerPreset::always));
+}
+
+TEST(CommandLine, BoundsThatMakeNoSenseAreRefused) {
+    const std::vector<std::pair<Arguments, std::string>> cases{
+        {{"--for", "0"}, "--for takes a duration"},
+        {{"--for", "-5m"}, "--for"},
+        {{"--for", ""}, "--for must not be empty"},
+        {{"--until", "25:00"}, "--until takes a time of the day"},
+        {{"--for", "1h", "--until", "12:00"}, "only one of --for and --until"},
+        {{"--for", "1h", "--for", "2h"}, "--for may be given only once"},
+        {{"--pid"}, "--pid needs a value"},
+        {{"--pid", "12", "34"}, "34"},
+        {{"--pid", "0"}, "--pid takes the process id"},
+        {{"--pid", "-1"}, "--pid"},
+        {{"--pid", "1", "--always"}, "--pid is a trigger of its own"},
+        {{"--pid", "1", "--preset", "codex"}, "--pid is a trigger of its own"},
+        {{"--pid", "1", "--while-working"}, "--while-working needs a process to watch"}};
+    for (const auto& [arguments, sentence] : cases) {
+        auto all = arguments;
+        all.insert(all.begin(), "run");
+        const auto answer = reply(all);
+        EXPECT_TRUE(answer.isError) << sentence;
+        EXPECT_THAT(answer.text, HasSubstr(sentence));
+    }
+}
+
 TEST(CommandLine, ProcessesTakesARuleOrNone) {
     EXPECT_EQ(processes({}).rule, std::nullopt);
     EXPECT_EQ(processes({"--preset", "codex"}).rule, defaultRule(TriggerPreset::codex));

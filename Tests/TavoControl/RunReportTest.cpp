@@ -218,5 +218,25 @@ TEST_F(RunReportTest, ARunThatWaitsForWorkSaysWhyItGoesOn) {
               Json({{"isWorking", false}, {"text", "idle for 3 minutes, sleeping allowed in 7"}}));
 }
 
+TEST_F(RunReportTest, ABoundIsSaidWithEveryLineAndItsEndOnALineOfItsOwn) {
+    auto line = active();
+    line.bound = "until 18:30:00";
+    line.until = start + std::chrono::hours{9};
+    auto words = report();
+    words.update(line, std::nullopt, start);
+    words.end("it is 18:30", start);
+    EXPECT_THAT(takeWords(),
+                ElementsAre("keeping computer awake: codex is running (process id 4242); holding idle:sleep "
+                            "(logind); until 18:30:00",
+                            "ended: it is 18:30"));
+    auto objects = report(true);
+    objects.update(line, std::nullopt, start);
+    objects.end("it is 18:30", start);
+    const auto printedObjects = takeObjects();
+    ASSERT_THAT(printedObjects, SizeIs(2));
+    EXPECT_EQ(printedObjects[0]["until"], "2026-01-31T18:05:00Z");
+    EXPECT_EQ(printedObjects[1], (Json{{"time", "2026-01-31T09:05:00Z"}, {"ended", "it is 18:30"}}));
+}
+
 } // namespace
 } // namespace tavo

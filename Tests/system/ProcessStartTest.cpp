@@ -4,11 +4,25 @@
 #include "system/ChildProcess.h"
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 
 #include <csignal>
 
 namespace tavo {
 namespace {
+
+TEST(ProcessStart, IsThatOfAProcessThatRuns) {
+    const auto spawned = spawnChild({.executableURL = TAVO_TEST_CHILD, .arguments = {"wait"}}, ChildInput::inherited);
+    const auto start = processStart(spawned.pid);
+    EXPECT_TRUE(start);
+    EXPECT_EQ(processStart(spawned.pid), start);
+    kill(spawned.pid, SIGKILL);
+    siginfo_t info{};
+    waitid(P_PID, static_cast<id_t>(spawned.pid), &info, WEXITED | WNOWAIT);
+    EXPECT_FALSE(processStart(spawned.pid)) << "it has ended, though nobody has reaped it";
+    waitForExit(spawned.pid);
+    EXPECT_FALSE(processStart(spawned.pid));
+}
 
 TEST(IsProcessStopped, FromTheStopUntilItIsContinued) {
     const auto spawned = spawnChild({.executableURL = TAVO_TEST_CHILD, .arguments = {"wait"}}, ChildInput::inherited);

@@ -54,6 +54,7 @@ Platform makeMacPlatform(const std::filesystem::path& programPath, const TavoPat
     platform.powerEnvironment = std::make_shared<SystemPowerEnvironment>();
     platform.powerChanges = std::make_shared<PowerSourceNotifications>();
     platform.processes = withoutOwnPrograms(makeProcessTable());
+    platform.processExits = std::make_shared<ProcessExits>();
     const auto assertions = std::make_shared<NotingCommandRunner>(platform.commandRunner,
                                                                   paths.rootDirectory / "assertion.json", processStart);
     platform.assertionRunner = std::make_shared<CaffeinateCommandRunner>(assertions, platform.assertionBoard);

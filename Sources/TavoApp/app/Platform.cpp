@@ -61,6 +61,7 @@ Platform makePlatform(const std::filesystem::path& programPath, const TavoPaths&
     platform.powerEnvironment = std::make_shared<SysfsPowerEnvironment>();
     platform.powerChanges = std::make_shared<KernelPowerChanges>();
     platform.processes = withoutOwnPrograms(std::make_shared<ProcfsProcessSnapshotProvider>());
+    platform.processExits = std::make_shared<ProcessExits>();
     platform.assertionRunner =
         std::make_shared<InhibitorCommandRunner>(platform.commandRunner, platform.assertionBoard);
     // Installed as a package, the programs that users do not call lie apart from those that they do.

@@ -15,6 +15,7 @@
 #include "system/PowerChangeNotifying.h"
 #include "system/PowerEnvironmentProviding.h"
 #include "system/ProcessActivity.h"
+#include "system/ProcessExits.h"
 #include "system/ProcessSnapshot.h"
 
 #include <filesystem>
@@ -34,6 +35,9 @@ struct Platform {
 
     /// Without Tavo's own programs: they never count as a match.
     std::shared_ptr<ProcessSnapshotProviding> processes;
+
+    /// Tells when processes have ended; null where only the next look at them would show it.
+    std::shared_ptr<ProcessExitNotifying> processExits;
 
     /// Runs ordinary commands.
     std::shared_ptr<CommandRunning> commandRunner;

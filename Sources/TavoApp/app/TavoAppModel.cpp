@@ -36,6 +36,7 @@ std::shared_ptr<TavoAppModel> TavoAppModel::make(std::shared_ptr<MainLoop> mainL
         new TavoAppModel(std::move(mainLoop), std::move(store), std::move(platform), application, whileWorking));
     model->observeAssertion();
     model->observePower();
+    model->observeExits();
     return model;
 }
 
@@ -129,6 +130,14 @@ void TavoAppModel::observePower() {
     }
 }
 
+void TavoAppModel::observeExits() {
+    exits.emplace(mainLoop, platform.processExits, [weakModel = weak_from_this()] {
+        if (const auto model = weakModel.lock()) {
+            model->evaluateNow();
+        }
+    });
+}
+
 void TavoAppModel::assertionChanged() {
     perform([this] {
         pendingChanges |= static_cast<ModelChanges>(ModelProperty::assertionNotice);
@@ -190,6 +199,7 @@ void TavoAppModel::evaluate() {
         failure = nullptr;
         work.evaluated(appliedConfig);
         publish(ModelProperty::runtimeSnapshot, snapshot, evaluation.snapshot);
+        exits->follow(snapshot.matchedProcesses);
         publish(ModelProperty::powerStatus, power, platform.powerEnvironment->currentStatus());
         // What changed while the plan was being carried out was not decided upon.
         scheduleNextEvaluation(power == before ? evaluation.suggestedNextEvaluationInterval : 0.0);
@@ -202,6 +212,7 @@ void TavoAppModel::evaluate() {
 
 void TavoAppModel::applyFailure(const std::exception& error) {
     timer.reset();
+    exits->stop();
     fail(errorText(error));
     auto failed = snapshot;
     failed.isEnabled = appliedConfig.isEnabled;
@@ -255,6 +266,7 @@ void TavoAppModel::lookForHelper() {
 
 void TavoAppModel::rebuildCoordinator(bool restartIfEnabled) {
     timer.reset();
+    exits->stop();
     try {
         coordinator->stop(mainLoop->now());
     } catch (const std::exception&) {
@@ -289,6 +301,7 @@ void TavoAppModel::openSettings() {
 bool TavoAppModel::releaseEverything() {
     perform([this] {
         timer.reset();
+        exits->stop();
         helperTimer.reset();
         releaseReplaced();
         try {
@@ -309,6 +322,7 @@ void TavoAppModel::quit() {
             platform.interruption->interrupt();
         }
         timer.reset();
+        exits->stop();
         helperTimer.reset();
         saveWhatIsPending();
         saveWhatIsOverdue();

@@ -2,6 +2,7 @@
 
 #include "app/ApplicationControlling.h"
 #include "app/MainLoop.h"
+#include "app/MatchedExits.h"
 #include "app/Platform.h"
 #include "app/StatusCopy.h"
 #include "app/WorkSession.h"
@@ -176,6 +177,7 @@ private:
     void followSwitch();
     void observeAssertion();
     void observePower();
+    void observeExits();
     void assertionChanged();
     void powerMayHaveChanged();
 
@@ -276,6 +278,7 @@ private:
 
     /// Last, so that no notice comes in while the rest is being destroyed.
     std::unique_ptr<PowerChangeWatch> powerWatch;
+    std::optional<MatchedExits> exits;
 };
 
 template <typename Work>

@@ -159,6 +159,7 @@ void TavoAppModel::persistConfigAndReschedule() {
         return;
     }
     timer.reset();
+    exits->stop();
     helperTimer.reset();
     releaseReplaced();
     try {

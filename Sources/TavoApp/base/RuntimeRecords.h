@@ -47,6 +47,9 @@ struct MatchedProcessSnapshot {
     /// Absent when the command line could not be read.
     std::optional<std::string> commandLine;
 
+    /// Of the process in the sample, so that its number can be told from a later one's; never written.
+    std::optional<std::uint64_t> startTime = {};
+
     bool operator==(const MatchedProcessSnapshot&) const = default;
 
     /// @throws DecodingError naming the key.

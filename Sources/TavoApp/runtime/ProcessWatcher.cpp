@@ -26,8 +26,10 @@ ProcessWatchResult ProcessWatcher::evaluate(const TriggerRule& rule, TimePoint a
         if (ignored.contains(root.pid) || !matcher.matches(root)) {
             continue;
         }
-        result.matchedProcesses.push_back(
-            {.pid = root.pid, .executableName = root.executableName, .commandLine = root.commandLine});
+        result.matchedProcesses.push_back({.pid = root.pid,
+                                           .executableName = root.executableName,
+                                           .commandLine = root.commandLine,
+                                           .startTime = root.startTime});
 
         ProcessTreeActivityBaseline current;
         for (const auto* member : index.collectProcessTree(root.pid)) {

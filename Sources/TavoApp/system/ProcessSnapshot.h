@@ -4,6 +4,7 @@
 #include "base/Time.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,9 @@ struct ProcessSample {
 
     /// The program and its arguments; the executable name where the system gives no arguments. Valid UTF-8.
     std::string commandLine;
+
+    /// When it started, see processStart(); absent where the table does not say.
+    std::optional<std::uint64_t> startTime = {};
 
     bool operator==(const ProcessSample&) const = default;
 };

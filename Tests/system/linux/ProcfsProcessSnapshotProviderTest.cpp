@@ -4,6 +4,7 @@
 #include "Support/TemporaryDirectory.h"
 #include "Support/WaitUntil.h"
 #include "system/FolderTree.h"
+#include "system/ProcessStart.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -32,7 +33,7 @@ const TimePoint someMoment = TimePoint(std::chrono::seconds(1'700'000'000));
 
 std::string statLine(const std::string& pid, const std::string& name, long ticks = 0) {
     return pid + " (" + name + ") S 1 1 1 0 -1 0 0 0 0 0 " + std::to_string(ticks) + " " + std::to_string(ticks) +
-           " 0 0 20 0 1 0 5\n";
+           " 0 0 20 0 1 0 5 4096\n";
 }
 
 void addProcess(const FolderTree& tree, const std::string& pid, const std::string& name, const std::string& cmdline) {
@@ -58,10 +59,10 @@ TEST(ProcfsProcessSnapshotProvider, ReadsNamesOfAllKinds) {
     addProcess(tree, "12", "12345678901234\xC3", "/bin/12345678901234\xC3\xA9\0"s);
     addProcess(tree, "13", "kworker/0:1H-kblockd", "");
     EXPECT_THAT(processesIn(tree),
-                UnorderedElementsAre(ProcessSample{10, 1, 0, "a) R 1 (b", "x y z"},
-                                     ProcessSample{11, 1, 0, "line\nfeed", "line\nfeed"},
-                                     ProcessSample{12, 1, 0, "12345678901234é", "/bin/12345678901234é"},
-                                     ProcessSample{13, 1, 0, "kworker/0:1H-kblockd", "kworker/0:1H-kblockd"}));
+                UnorderedElementsAre(ProcessSample{10, 1, 0, "a) R 1 (b", "x y z", 5},
+                                     ProcessSample{11, 1, 0, "line\nfeed", "line\nfeed", 5},
+                                     ProcessSample{12, 1, 0, "12345678901234é", "/bin/12345678901234é", 5},
+                                     ProcessSample{13, 1, 0, "kworker/0:1H-kblockd", "kworker/0:1H-kblockd", 5}));
 }
 
 TEST(ProcfsProcessSnapshotProvider, GivesUserAndSystemTimeInSeconds) {
@@ -86,7 +87,7 @@ TEST(ProcfsProcessSnapshotProvider, LooksAtFoldersOfProcessesOnly) {
     }
     tree.write("12", "a file");
     addProcess(tree, "11", "x", "");
-    EXPECT_THAT(processesIn(tree), UnorderedElementsAre(ProcessSample{11, 1, 0, "x", "x"}));
+    EXPECT_THAT(processesIn(tree), UnorderedElementsAre(ProcessSample{11, 1, 0, "x", "x", 5}));
 }
 
 TEST(ProcfsProcessSnapshotProvider, LeavesOutWhatHasEndedAndWhatCannotBeUnderstood) {
@@ -101,14 +102,14 @@ TEST(ProcfsProcessSnapshotProvider, LeavesOutWhatHasEndedAndWhatCannotBeUndersto
     tree.write("15/cmdline", "garbage\0"s);
     tree.write("16/stat", statLine("16", "ended between the two reads"));
     fs::create_directories(tree.root() / "17/stat");
-    EXPECT_THAT(processesIn(tree), UnorderedElementsAre(ProcessSample{11, 1, 0, "x", "x"}));
+    EXPECT_THAT(processesIn(tree), UnorderedElementsAre(ProcessSample{11, 1, 0, "x", "x", 5}));
 }
 
 TEST(ProcfsProcessSnapshotProvider, AProcessWhoseArgumentsCannotBeReadHasItsNameAsCommandLine) {
     const FolderTree tree;
     tree.write("11/stat", statLine("11", "x"));
     fs::create_directory(tree.root() / "11/cmdline");
-    EXPECT_THAT(processesIn(tree), UnorderedElementsAre(ProcessSample{11, 1, 0, "x", "x"}));
+    EXPECT_THAT(processesIn(tree), UnorderedElementsAre(ProcessSample{11, 1, 0, "x", "x", 5}));
 }
 
 TEST(ProcfsProcessSnapshotProvider, ReadsCommandLinesOfAnyLengthWhole) {
@@ -117,8 +118,8 @@ TEST(ProcfsProcessSnapshotProvider, ReadsCommandLinesOfAnyLengthWhole) {
         const std::string argument(length, 'a');
         addProcess(tree, "11", "x", argument + "\0tail\0"s);
         addProcess(tree, "12", "y", "short\0"s);
-        EXPECT_THAT(processesIn(tree), UnorderedElementsAre(ProcessSample{11, 1, 0, "x", argument + " tail"},
-                                                            ProcessSample{12, 1, 0, "y", "short"}));
+        EXPECT_THAT(processesIn(tree), UnorderedElementsAre(ProcessSample{11, 1, 0, "x", argument + " tail", 5},
+                                                            ProcessSample{12, 1, 0, "y", "short", 5}));
     }
 }
 
@@ -273,8 +274,9 @@ TEST(ProcfsProcessSnapshotProvider, CompletesTheLongNameOfARealChild) {
     const WaitingShell shell(executable, {executable.string(), "-c", "read line; exit 0", "two words", ""});
     const auto sample = sampleOf(shell.pid());
     ASSERT_TRUE(sample);
-    EXPECT_EQ(*sample, (ProcessSample{shell.pid(), getpid(), sample->cpuTimeSeconds, "a rather long (program) name é",
-                                      executable.string() + " -c read line; exit 0 two words"}));
+    EXPECT_EQ(*sample,
+              (ProcessSample{shell.pid(), getpid(), sample->cpuTimeSeconds, "a rather long (program) name é",
+                             executable.string() + " -c read line; exit 0 two words", processStart(shell.pid())}));
 }
 
 } // namespace

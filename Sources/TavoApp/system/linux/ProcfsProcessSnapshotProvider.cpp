@@ -105,7 +105,8 @@ public:
                                  (static_cast<double>(parsed->userTicks) + static_cast<double>(parsed->systemTicks)) /
                                  ticksPerSecond,
                              .executableName = std::move(name),
-                             .commandLine = std::move(commandLine)};
+                             .commandLine = std::move(commandLine),
+                             .startTime = procfsStartTicks({stat.data(), *statLength})};
     }
 
 private:

@@ -1,0 +1,101 @@
+#include "app/MatchedExits.h"
+
+#include "config/AppConfig.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace tavo {
+
+namespace {
+
+constexpr std::chrono::seconds shortestPause{1};
+constexpr std::chrono::seconds longestPause{AppConfig::fixedPollIntervalSeconds};
+
+/// After so long without an end that counted, the next is as good as the first.
+constexpr TimePoint::duration calm = 2 * longestPause;
+
+std::vector<WatchedProcess> toWatch(const std::vector<MatchedProcessSnapshot>& matched) {
+    std::vector<WatchedProcess> processes;
+    processes.reserve(matched.size());
+    for (const auto& process : matched) {
+        processes.push_back({.pid = process.pid, .startTime = process.startTime});
+    }
+    return processes;
+}
+
+} // namespace
+
+MatchedExits::MatchedExits(std::shared_ptr<MainLoop> loop, std::shared_ptr<ProcessExitNotifying> exits,
+                           std::function<void()> evaluate)
+    : loop(std::move(loop)), exits(std::move(exits)), evaluate(std::move(evaluate)) {}
+
+void MatchedExits::follow(const std::vector<MatchedProcessSnapshot>& matched) {
+    auto processes = toWatch(matched);
+    if (processes.empty()) {
+        pause = {};
+    }
+    if (isWatchingStill(processes)) {
+        return;
+    }
+    stop();
+    watched = std::move(processes);
+    if (exits) {
+        start();
+    }
+}
+
+/// Without their starts, a process may have ended and another have its number.
+bool MatchedExits::isWatchingStill(const std::vector<WatchedProcess>& processes) const {
+    return watch && processes == watched && std::all_of(watched.begin(), watched.end(), [](const auto& process) {
+               return process.startTime.has_value();
+           });
+}
+
+void MatchedExits::start() {
+    token = std::make_shared<const int>(0);
+    const auto tell = [this, weakLoop = std::weak_ptr(loop), weakToken = std::weak_ptr(token)] {
+        if (const auto strongLoop = weakLoop.lock()) {
+            strongLoop->post([this, weakToken] {
+                if (!weakToken.expired()) {
+                    lastHasEnded();
+                }
+            });
+        }
+    };
+    try {
+        watch = exits->watch(watched, tell);
+    } catch (const std::exception&) {
+        // The next evaluation notices, a minute later at most.
+    }
+}
+
+void MatchedExits::stop() {
+    token.reset();
+    watch.reset();
+    timer.reset();
+    watched.clear();
+}
+
+void MatchedExits::lastHasEnded() {
+    stop();
+    const auto sinceLast = lastEvaluation ? loop->now() - *lastEvaluation : calm;
+    if (sinceLast >= calm) {
+        pause = {};
+    }
+    // A clock that was set back says nothing.
+    if (sinceLast >= pause || sinceLast < TimePoint::duration::zero()) {
+        evaluateNow();
+        return;
+    }
+    timer = loop->startTimer(std::chrono::duration<double>(pause - sinceLast).count(), [this] { evaluateNow(); });
+}
+
+void MatchedExits::evaluateNow() {
+    lastEvaluation = loop->now();
+    pause = std::clamp(2 * pause, shortestPause, longestPause);
+    const auto call = evaluate; // may have this object end its timer, or go
+    call();
+}
+
+} // namespace tavo

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace tavo {
+
+/// Which process is meant. With its start, see processStart(), it is that process and no later one with its number.
+struct WatchedProcess {
+    pid_t pid = 0;
+    std::optional<std::uint64_t> startTime;
+
+    bool operator==(const WatchedProcess&) const = default;
+};
+
+/// Ends a watch when it is destroyed, and waits for an observer that is being told. Not to be destroyed by the observer.
+struct ProcessExitWatch {
+    virtual ~ProcessExitWatch() = default;
+};
+
+struct ProcessExitNotifying {
+    /// Each costs a descriptor on some systems.
+    static constexpr std::size_t mostProcesses = 64;
+
+    virtual ~ProcessExitNotifying() = default;
+
+    /// Calls `observer` once, from any thread, when none of these processes runs any more: also when that is so already. One
+    /// that has ended and was not reaped yet runs no more, and so does one whose number another has now.
+    /// Gives null for no process, for more than mostProcesses, and where so many descriptors cannot be spared.
+    /// @throws std::system_error when the system cannot watch them.
+    virtual std::unique_ptr<ProcessExitWatch> watch(const std::vector<WatchedProcess>& processes,
+                                                    std::function<void()> observer) = 0;
+};
+
+/// Has the kernel tell, which costs nothing while nothing ends.
+class ProcessExits final : public ProcessExitNotifying {
+public:
+    std::unique_ptr<ProcessExitWatch> watch(const std::vector<WatchedProcess>& processes,
+                                            std::function<void()> observer) override;
+};
+
+} // namespace tavo

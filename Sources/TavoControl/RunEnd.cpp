@@ -1,0 +1,87 @@
+#include "RunEnd.h"
+
+#include "config/AppConfig.h"
+#include "system/ProcessStart.h"
+
+#include <signal.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+
+namespace tavo {
+
+namespace {
+
+/// In seconds. A timer does not count the time that the computer sleeps, nor does it know when the clock is set.
+constexpr double longestWait = AppConfig::fixedPollIntervalSeconds;
+
+bool isRunning(const WatchedProcess& process) {
+    return process.startTime ? processStart(process.pid) == process.startTime
+                             : kill(process.pid, 0) == 0 || errno == EPERM;
+}
+
+} // namespace
+
+RunEnd::RunEnd(RunBound bound, std::vector<WatchedProcess> processes, std::shared_ptr<MainLoop> loop,
+               std::shared_ptr<ProcessExitNotifying> exits, std::function<void(const std::string& why)> onEnd)
+    : bound(std::move(bound)), processes(std::move(processes)), loop(std::move(loop)), onEnd(std::move(onEnd)),
+      end(this->bound.deadline(this->loop->now())), boundText(this->bound.text(this->loop->now())) {
+    if (!this->processes.empty() && exits) {
+        watchProcesses(*exits);
+    }
+    rearm();
+}
+
+void RunEnd::watchProcesses(ProcessExitNotifying& exits) {
+    const auto tell = [this, weakLoop = std::weak_ptr(loop), weakToken = std::weak_ptr(token)] {
+        if (const auto strongLoop = weakLoop.lock()) {
+            strongLoop->post([this, weakToken] {
+                if (!weakToken.expired()) {
+                    finish(bound.processEndText());
+                }
+            });
+        }
+    };
+    try {
+        watch = exits.watch(processes, tell);
+    } catch (const std::exception&) {
+        // They are looked at once a minute.
+    }
+}
+
+bool RunEnd::hasAnyProcess() const {
+    return std::any_of(processes.begin(), processes.end(), isRunning);
+}
+
+void RunEnd::check() {
+    if (isOver) {
+        return;
+    }
+    if (end && loop->now() >= *end) {
+        finish(bound.timeEndText());
+    } else if (!processes.empty() && !watch && !hasAnyProcess()) {
+        finish(bound.processEndText());
+    } else {
+        rearm();
+    }
+}
+
+void RunEnd::rearm() {
+    if (!end && (processes.empty() || watch)) {
+        return; // nothing here that time decides
+    }
+    const double left = end ? std::chrono::duration<double>(*end - loop->now()).count() : longestWait;
+    timer = loop->startTimer(std::clamp(left, 0.0, longestWait), [this] { check(); });
+}
+
+void RunEnd::finish(const std::string& why) {
+    if (std::exchange(isOver, true)) {
+        return;
+    }
+    timer.reset();
+    const auto call = std::move(onEnd);
+    call(why);
+}
+
+} // namespace tavo

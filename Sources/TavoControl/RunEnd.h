@@ -1,0 +1,55 @@
+#pragma once
+
+#include "RunBound.h"
+#include "app/MainLoop.h"
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tavo {
+
+/// Sees to it that what the user has bounded ends when its time has come or its processes have ended. Lives on the main thread.
+class RunEnd {
+public:
+    /// Begins now.
+    /// @param processes  those of the bound, see runningProcesses().
+    /// @param exits  may be null: the processes are then looked at once a minute.
+    /// @param onEnd  called once, on the main thread and never from within the constructor, with the reason. May destroy this.
+    RunEnd(RunBound bound, std::vector<WatchedProcess> processes, std::shared_ptr<MainLoop> loop,
+           std::shared_ptr<ProcessExitNotifying> exits, std::function<void(const std::string& why)> onEnd);
+    RunEnd(const RunEnd&) = delete;
+    RunEnd& operator=(const RunEnd&) = delete;
+    ~RunEnd() = default;
+
+    /// Ends what is over by now. Worth a call whenever something else happens: timers stand still while the computer sleeps.
+    void check();
+
+    std::optional<TimePoint> deadline() const { return end; }
+
+    /// See RunBound::text().
+    const std::string& text() const { return boundText; }
+
+private:
+    void watchProcesses(ProcessExitNotifying& exits);
+    bool hasAnyProcess() const;
+    void rearm();
+    void finish(const std::string& why);
+
+    RunBound bound;
+    std::vector<WatchedProcess> processes;
+    std::shared_ptr<MainLoop> loop;
+    std::function<void(const std::string&)> onEnd;
+    std::optional<TimePoint> end;
+    std::string boundText;
+    bool isOver = false;
+    std::unique_ptr<MainLoopTimer> timer;
+
+    /// What the processes' watch posts may come when this has gone.
+    std::shared_ptr<const int> token = std::make_shared<const int>(0);
+    std::unique_ptr<ProcessExitWatch> watch;
+};
+
+} // namespace tavo
