@@ -43,6 +43,32 @@ void addTriggerOptions(CLI::App& command, RawOptions& raw, bool withAlways) {
     addMatchOptions(command, raw, group);
 }
 
+void addPolicyOptions(CLI::App& command, RawOptions& raw) {
+    addOption(command, "--power", raw.power, "the power source to stay awake on: any, ac, battery", "SOURCE");
+    addOption(command, "--cutoff", raw.cutoff, "stop at this battery percentage: 1 to 100, or none", "PERCENT");
+    addOption(command, "--lid", raw.lid, "stay awake with the lid open, closed, or both", "STATE");
+}
+
+/// Where the "--" stands that ends the options of exec; nothing for other commands, where it has no such meaning.
+std::optional<int> endOfExecOptions(int count, const char* const* values) {
+    bool isExec = false;
+    for (int index = 1; index < count; ++index) {
+        const std::string_view value = values[index];
+        if (isExec && value == "--") {
+            return index;
+        }
+        if (value == "--root") {
+            ++index; // its folder may have any name
+        } else if (!isExec && !value.starts_with('-')) {
+            if (value != "exec") {
+                return std::nullopt;
+            }
+            isExec = true;
+        }
+    }
+    return std::nullopt;
+}
+
 /// A sentence for the user: lower case, one line, a full stop.
 std::string asSentence(std::string text) {
     std::replace(text.begin(), text.end(), '\n', ' ');
@@ -70,9 +96,9 @@ public:
         app.require_subcommand(1);
 
         addTriggerOptions(*run, raw, true);
-        addOption(*run, "--power", raw.power, "the power source to stay awake on: any, ac, battery", "SOURCE");
-        addOption(*run, "--cutoff", raw.cutoff, "let go at this battery percentage: 1 to 100, or none", "PERCENT");
-        addOption(*run, "--lid", raw.lid, "stay awake with the lid open, closed, or both", "STATE");
+        addPolicyOptions(*run, raw);
+        addPolicyOptions(*exec, raw);
+        exec->usage("Usage: tavoctl exec [OPTIONS] -- COMMAND [ARGUMENTS...]");
         addTriggerOptions(*processes, raw, false);
         addMatchOptions(*match, raw, "Trigger, one of them");
         // Whether they are given is looked at later, where there are better words for it.
@@ -85,11 +111,11 @@ public:
         for (auto* command : {run, status, processes, doctor, get, helperStatus}) {
             command->add_flag("--json", raw.json, "print JSON")->disable_flag_override();
         }
-        for (auto* command : {run, status, processes, doctor, helper, helperStatus, helperInstall, helperUninstall,
-                              helperReset, enable, disable, toggle, preset, match, set, get, login}) {
+        for (auto* command : {run, exec, status, processes, doctor, helper, helperStatus, helperInstall,
+                              helperUninstall, helperReset, enable, disable, toggle, preset, match, set, get, login}) {
             command->set_help_flag("-h,--help", "print this help");
         }
-        for (auto* command : {&app, run, status, processes, doctor, helperStatus, helperInstall, helperUninstall,
+        for (auto* command : {&app, run, exec, status, processes, doctor, helperStatus, helperInstall, helperUninstall,
                               helperReset, enable, disable, toggle, preset, match, set, get, login}) {
             rootOptions.push_back(addOption(*command, "--root", raw.root,
                                             "the folder of config.json and state.json, in place of the default one",
@@ -98,6 +124,10 @@ public:
     }
 
     std::variant<Invocation, UsageReply> parse(int count, const char* const* values) {
+        if (const auto end = endOfExecOptions(count, values)) {
+            words.assign(values + *end + 1, values + count);
+            count = *end;
+        }
         try {
             app.parse(count, values);
             return understood();
@@ -138,6 +168,8 @@ private:
         }
         if (run->parsed()) {
             invocation.command = RunOptions{.overrides = overridesOf(raw), .json = raw.json};
+        } else if (exec->parsed()) {
+            invocation.command = execOptions();
         } else if (status->parsed()) {
             invocation.command = StatusOptions{.json = raw.json};
         } else if (processes->parsed()) {
@@ -153,6 +185,15 @@ private:
             invocation.command = change();
         }
         return invocation;
+    }
+
+    ExecOptions execOptions() const {
+        if (words.empty() || words.front().empty()) {
+            throw UsageError("exec needs a command after --, as in tavoctl exec -- make");
+        }
+        auto overrides = overridesOf(raw);
+        overrides.trigger = presetNamed(rawValue(TriggerPreset::always));
+        return {.overrides = std::move(overrides), .words = words};
     }
 
     ChangeOptions change() const {
@@ -198,9 +239,13 @@ private:
     }
 
     RawOptions raw;
+
+    /// Of exec, which are nobody else's to understand.
+    std::vector<std::string> words;
     std::vector<CLI::Option*> rootOptions;
     CLI::App app{"keeps this computer awake on your terms", "tavoctl"};
     CLI::App* run = app.add_subcommand("run", "keep awake, in the foreground, until interrupted");
+    CLI::App* exec = app.add_subcommand("exec", "keep awake while a command runs");
     CLI::App* status = app.add_subcommand("status", "tell what the running tavo does, and what is really held");
     CLI::App* processes = app.add_subcommand("processes", "list the processes that match now");
     CLI::App* doctor = app.add_subcommand("doctor", "check what tavo needs of this system");

@@ -6,12 +6,21 @@
 #include <optional>
 #include <string>
 #include <variant>
+#include <vector>
 
 namespace tavo {
 
 struct RunOptions {
     RunOverrides overrides;
     bool json = false;
+};
+
+struct ExecOptions {
+    /// Always on, within the policy that the configuration or the options name.
+    RunOverrides overrides;
+
+    /// The command and its arguments.
+    std::vector<std::string> words;
 };
 
 struct StatusOptions {
@@ -60,8 +69,8 @@ struct ChangeOptions {
 struct Invocation {
     /// In place of the default folder of config.json and state.json.
     std::optional<std::filesystem::path> root;
-    std::variant<RunOptions, StatusOptions, ProcessesOptions, DoctorOptions, HelperCommandOptions, GetOptions,
-                 ChangeOptions>
+    std::variant<RunOptions, ExecOptions, StatusOptions, ProcessesOptions, DoctorOptions, HelperCommandOptions,
+                 GetOptions, ChangeOptions>
         command;
 };
 

@@ -2,6 +2,7 @@
 #include "ConfigurationError.h"
 #include "Console.h"
 #include "DoctorCommand.h"
+#include "ExecCommand.h"
 #include "ExitStatus.h"
 #include "HelperCommand.h"
 #include "ProcessesCommand.h"
@@ -26,12 +27,15 @@
 namespace tavo {
 namespace {
 
-ExitStatus carryOut(const Invocation& invocation, const char* calledAs) {
+int carryOut(const Invocation& invocation, const char* calledAs, const InheritedConditions& conditions) {
     const auto paths = invocation.root ? TavoPaths{*invocation.root} : TavoPaths::defaultPaths();
     trustedFolder(paths.rootDirectory);
     const auto store = std::make_shared<TavoStore>(paths);
     auto platform = makePlatform(runningProgram(calledAs), paths);
-    return std::visit(
+    if (const auto* exec = std::get_if<ExecOptions>(&invocation.command)) {
+        return runCommandAwake(*exec, store, std::move(platform), conditions);
+    }
+    return static_cast<int>(std::visit(
         [&](const auto& options) {
             using Options = std::decay_t<decltype(options)>;
             if constexpr (std::is_same_v<Options, RunOptions>) {
@@ -54,7 +58,7 @@ ExitStatus carryOut(const Invocation& invocation, const char* calledAs) {
                 return printChecks(options, checks);
             }
         },
-        invocation.command);
+        invocation.command));
 }
 
 ExitStatus printUsage(const UsageReply& usage) {
@@ -86,7 +90,7 @@ std::string homeNote(const std::variant<Invocation, UsageReply>& parsed, const s
     return home ? " " + visibleControls(*home) + "." : "";
 }
 
-ExitStatus runProgram(int count, const char* const* values) {
+int runProgram(int count, const char* const* values, const InheritedConditions& conditions) {
     // A parent that ignores this signal would have the kernel reap our children before we can ask how they ended.
     std::signal(SIGCHLD, SIG_DFL);
     restrictBusAddresses();
@@ -95,17 +99,17 @@ ExitStatus runProgram(int count, const char* const* values) {
     const auto parsed = parseCommandLine(count, values);
     try {
         if (const auto* usage = std::get_if<UsageReply>(&parsed)) {
-            return printUsage(*usage);
+            return static_cast<int>(printUsage(*usage));
         }
-        return carryOut(std::get<Invocation>(parsed), values[0]);
+        return carryOut(std::get<Invocation>(parsed), values[0], conditions);
     } catch (const OutputError& error) {
         if (!error.isReaderGone()) {
             printError("tavoctl: {}\n", errorText(error));
         }
-        return ExitStatus::failure;
+        return static_cast<int>(ExitStatus::failure);
     } catch (const std::exception& error) {
         printError("tavoctl: {}{}\n", visibleControls(errorText(error)), homeNote(parsed, error));
-        return exitStatusOf(std::current_exception());
+        return static_cast<int>(exitStatusOf(std::current_exception()));
     }
 }
 
@@ -113,7 +117,8 @@ ExitStatus runProgram(int count, const char* const* values) {
 } // namespace tavo
 
 int main(int count, char** values) {
+    const auto conditions = tavo::InheritedConditions::capture();
     tavo::openClosedStreams();
     tavo::prepareChildEnvironment();
-    return static_cast<int>(tavo::runProgram(count, values));
+    return tavo::runProgram(count, values, conditions);
 }

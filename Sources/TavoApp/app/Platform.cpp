@@ -62,6 +62,7 @@ Platform makePlatform(const std::filesystem::path& programPath, const TavoPaths&
     platform.processes = withoutOwnPrograms(std::make_shared<ProcfsProcessSnapshotProvider>());
     platform.assertionRunner =
         std::make_shared<InhibitorCommandRunner>(platform.commandRunner, platform.assertionBoard);
+    platform.tiedAssertionRunner = platform.assertionRunner;
     // Installed as a package, the programs that users do not call lie apart from those that they do.
     platform.wakePlanBuilder.assertionExecutable = findCompanionProgram(programPath, "tavo-inhibit", {packagedPrograms})
                                                        .value_or(programPath.parent_path() / "tavo-inhibit");

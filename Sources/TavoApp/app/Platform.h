@@ -39,6 +39,10 @@ struct Platform {
     /// Starts the assertion's child. start() returns when the assertion is held.
     std::shared_ptr<CommandRunning> assertionRunner;
 
+    /// The same for a run beside the one Tavo of the user: its child ends with this process, however that ends, and leaves nothing
+    /// behind for a later one.
+    std::shared_ptr<CommandRunning> tiedAssertionRunner;
+
     /// Ends what a killed Tavo has left running; empty where nothing of that kind is left. For the one Tavo of the user.
     std::function<void()> endOrphanedAssertion;
 
