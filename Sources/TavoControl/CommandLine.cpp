@@ -98,7 +98,9 @@ public:
         addTriggerOptions(*run, raw, true);
         addPolicyOptions(*run, raw);
         addPolicyOptions(*exec, raw);
-        exec->usage("Usage: tavoctl exec [OPTIONS] -- COMMAND [ARGUMENTS...]");
+        // Only for the help: they are taken off the arguments before these are parsed.
+        exec->add_option("COMMAND", misplacedWords, "after --, the command and its arguments");
+        exec->footer("Example: tavoctl exec --power ac -- make -j2");
         addTriggerOptions(*processes, raw, false);
         addMatchOptions(*match, raw, "Trigger, one of them");
         // Whether they are given is looked at later, where there are better words for it.
@@ -192,7 +194,7 @@ private:
             throw UsageError("exec needs a command after --, as in tavoctl exec -- make");
         }
         auto overrides = overridesOf(raw);
-        overrides.trigger = presetNamed(rawValue(TriggerPreset::always));
+        overrides.trigger = defaultRule(TriggerPreset::always);
         return {.overrides = std::move(overrides), .words = words};
     }
 
@@ -242,6 +244,7 @@ private:
 
     /// Of exec, which are nobody else's to understand.
     std::vector<std::string> words;
+    std::vector<std::string> misplacedWords;
     std::vector<CLI::Option*> rootOptions;
     CLI::App app{"keeps this computer awake on your terms", "tavoctl"};
     CLI::App* run = app.add_subcommand("run", "keep awake, in the foreground, until interrupted");
