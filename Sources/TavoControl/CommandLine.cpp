@@ -75,6 +75,32 @@ void addProcessOption(CLI::App& command, RawOptions& raw) {
         ->group("Trigger, at most one of them");
 }
 
+void addPolicyOptions(CLI::App& command, RawOptions& raw) {
+    addOption(command, "--power", raw.power, "the power source to stay awake on: any, ac, battery", "SOURCE");
+    addOption(command, "--cutoff", raw.cutoff, "stop at this battery percentage: 1 to 100, or none", "PERCENT");
+    addOption(command, "--lid", raw.lid, "stay awake with the lid open, closed, or both", "STATE");
+}
+
+/// Where the "--" stands that ends the options of exec; nothing for other commands, where it has no such meaning.
+std::optional<int> endOfExecOptions(int count, const char* const* values) {
+    bool isExec = false;
+    for (int index = 1; index < count; ++index) {
+        const std::string_view value = values[index];
+        if (isExec && value == "--") {
+            return index;
+        }
+        if (value == "--root") {
+            ++index; // its folder may have any name
+        } else if (!isExec && !value.starts_with('-')) {
+            if (value != "exec") {
+                return std::nullopt;
+            }
+            isExec = true;
+        }
+    }
+    return std::nullopt;
+}
+
 /// A sentence for the user: lower case, one line, a full stop.
 std::string asSentence(std::string text) {
     std::replace(text.begin(), text.end(), '\n', ' ');
@@ -102,12 +128,15 @@ public:
         app.require_subcommand(1);
 
         addTriggerOptions(*run, raw, true);
-        addOption(*run, "--power", raw.power, "the power source to stay awake on: any, ac, battery", "SOURCE");
-        addOption(*run, "--cutoff", raw.cutoff, "let go at this battery percentage: 1 to 100, or none", "PERCENT");
-        addOption(*run, "--lid", raw.lid, "stay awake with the lid open, closed, or both", "STATE");
+        addPolicyOptions(*run, raw);
         addProcessOption(*run, raw);
         addWorkOptions(*run, raw);
         addBoundOptions(*run, raw);
+        addPolicyOptions(*exec, raw);
+        addBoundOptions(*exec, raw);
+        // Only for the help: they are taken off the arguments before these are parsed.
+        exec->add_option("COMMAND", misplacedWords, "after --, the command and its arguments");
+        exec->footer("Example: tavoctl exec --power ac -- make -j2");
         addTriggerOptions(*processes, raw, false);
         processes->add_flag("--cpu", raw.cpu, "measure for 5 seconds which of them work")->disable_flag_override();
         addBusyOption(*processes, raw);
@@ -125,16 +154,16 @@ public:
         for (auto* command : {run, status, processes, history, explain, watch, doctor, get, helperStatus}) {
             command->add_flag("--json", raw.json, "print JSON")->disable_flag_override();
         }
-        for (auto* command : {run,    status,  processes,    history,       explain,         watch,
-                              doctor, helper,  helperStatus, helperInstall, helperUninstall, helperReset,
-                              enable, disable, toggle,       preset,        match,           set,
-                              get,    login}) {
+        for (auto* command : {run,         exec,   status,  processes,    history,       explain,
+                              watch,       doctor, helper,  helperStatus, helperInstall, helperUninstall,
+                              helperReset, enable, disable, toggle,       preset,        match,
+                              set,         get,    login}) {
             command->set_help_flag("-h,--help", "print this help");
         }
-        for (auto* command : {&app,   run,     status,       processes,     history,         explain,
-                              watch,  doctor,  helperStatus, helperInstall, helperUninstall, helperReset,
-                              enable, disable, toggle,       preset,        match,           set,
-                              get,    login}) {
+        for (auto* command : {&app,        run,    exec,    status,       processes,     history,
+                              explain,     watch,  doctor,  helperStatus, helperInstall, helperUninstall,
+                              helperReset, enable, disable, toggle,       preset,        match,
+                              set,         get,    login}) {
             rootOptions.push_back(addOption(*command, "--root", raw.root,
                                             "the folder of config.json and state.json, in place of the default one",
                                             "DIR"));
@@ -142,6 +171,10 @@ public:
     }
 
     std::variant<Invocation, UsageReply> parse(int count, const char* const* values) {
+        if (const auto end = endOfExecOptions(count, values)) {
+            words.assign(values + *end + 1, values + count);
+            count = *end;
+        }
         try {
             app.parse(count, values);
             return understood();
@@ -182,6 +215,8 @@ private:
         }
         if (run->parsed()) {
             invocation.command = runOptions();
+        } else if (exec->parsed()) {
+            invocation.command = execOptions();
         } else if (status->parsed()) {
             invocation.command = StatusOptions{.json = raw.json};
         } else if (processes->parsed()) {
@@ -228,6 +263,15 @@ private:
         return options;
     }
 
+    ExecOptions execOptions() const {
+        if (words.empty() || words.front().empty()) {
+            throw UsageError("exec needs a command after --, as in tavoctl exec -- make");
+        }
+        auto overrides = overridesOf(raw);
+        overrides.trigger = defaultRule(TriggerPreset::always);
+        return {.overrides = std::move(overrides), .bound = boundOf(raw), .words = words};
+    }
+
     ChangeOptions change() const {
         using Kind = ChangeOptions::Kind;
         if (enable->parsed() || disable->parsed()) {
@@ -258,7 +302,7 @@ private:
                 .key = launchAtLoginKey,
                 .value = isOn ? "true" : "false",
                 .login = true,
-                .loginOptions = requirement};
+                .loginOptions = std::optional(requirement)};
     }
 
     TriggerRule namedTrigger() const {
@@ -281,9 +325,14 @@ private:
     }
 
     RawOptions raw;
+
+    /// Of exec, which are nobody else's to understand.
+    std::vector<std::string> words;
+    std::vector<std::string> misplacedWords;
     std::vector<CLI::Option*> rootOptions;
     CLI::App app{"keeps this computer awake on your terms", "tavoctl"};
     CLI::App* run = app.add_subcommand("run", "keep awake, in the foreground, until interrupted");
+    CLI::App* exec = app.add_subcommand("exec", "keep awake while a command runs");
     CLI::App* status = app.add_subcommand("status", "tell what the running tavo does, and what is really held");
     CLI::App* processes = app.add_subcommand("processes", "list the processes that match now");
     CLI::App* history = app.add_subcommand("history", "tell when this computer was kept awake, and for what");

@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 #include <variant>
+#include <vector>
 
 namespace tavo {
 
@@ -21,6 +22,17 @@ struct RunOptions {
     /// When to end by itself.
     RunBound bound;
     bool json = false;
+};
+
+struct ExecOptions {
+    /// Always on, within the policy that the configuration or the options name.
+    RunOverrides overrides;
+
+    /// Without processes: the command is what it waits for.
+    RunBound bound;
+
+    /// The command and its arguments.
+    std::vector<std::string> words;
 };
 
 struct StatusOptions {
@@ -89,8 +101,8 @@ struct ChangeOptions {
 struct Invocation {
     /// In place of the default folder of config.json and state.json.
     std::optional<std::filesystem::path> root;
-    std::variant<RunOptions, StatusOptions, ProcessesOptions, DoctorOptions, HistoryOptions, ExplainOptions,
-                 WatchOptions, HelperCommandOptions, GetOptions, ChangeOptions>
+    std::variant<RunOptions, ExecOptions, StatusOptions, ProcessesOptions, DoctorOptions, HistoryOptions,
+                 ExplainOptions, WatchOptions, HelperCommandOptions, GetOptions, ChangeOptions>
         command;
 };
 

@@ -27,4 +27,17 @@ ExitStatus exitStatusOf(const std::exception_ptr& failure) {
     }
 }
 
+std::string adviceFor(const std::exception_ptr& failure) {
+    try {
+        std::rethrow_exception(failure);
+    } catch (const WakeControlError& error) {
+        if (error.kind() == WakeControlError::Kind::closedLidRequiresPrivilege) {
+            return " tavoctl helper install grants it.";
+        }
+    } catch (...) {
+        return ""; // speaks for itself
+    }
+    return "";
+}
+
 } // namespace tavo

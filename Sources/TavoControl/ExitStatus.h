@@ -1,6 +1,7 @@
 #pragma once
 
 #include <exception>
+#include <string>
 
 namespace tavo {
 
@@ -16,5 +17,9 @@ enum class ExitStatus : int {
 
 /// The status that says what a failure of the engine was.
 ExitStatus exitStatusOf(const std::exception_ptr& failure);
+
+/// The next step for a user whose evaluation failed, as one more sentence after a space; empty when the failure's own text says
+/// enough.
+std::string adviceFor(const std::exception_ptr& failure);
 
 } // namespace tavo

@@ -188,7 +188,8 @@ std::string endingText(const AwakePeriod& period) {
 std::string purposeText(const AwakePeriod& period) {
     constexpr std::size_t named = 3;
     if (period.names.empty()) {
-        return "always on";
+        // A command that runs beside the one Tavo is what it is awake for.
+        return period.writer.isOnlyOne ? "always on" : period.writer.program;
     }
     const auto shown = std::min(period.names.size(), named);
     const auto list = fmt::format(

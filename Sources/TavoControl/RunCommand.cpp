@@ -12,7 +12,6 @@
 #include "base/ErrorText.h"
 #include "base/PrintError.h"
 #include "base/Text.h"
-#include "base/WakeControlError.h"
 #include "config/InstanceLock.h"
 
 #include <fmt/format.h>
@@ -37,20 +36,6 @@ std::string noteOf(const RunOptions& options, const std::optional<std::string>& 
         note[InstanceLock::assertionNoticeKey] = *assertionNotice;
     }
     return note.empty() ? "" : note.dump(-1, ' ', false, Json::error_handler_t::replace);
-}
-
-/// What the user can do about a failure, as one more sentence.
-std::string adviceFor(const std::exception_ptr& failure) {
-    try {
-        std::rethrow_exception(failure);
-    } catch (const WakeControlError& error) {
-        if (error.kind() == WakeControlError::Kind::closedLidRequiresPrivilege) {
-            return " tavoctl helper install grants it.";
-        }
-    } catch (...) {
-        return ""; // speaks for itself
-    }
-    return "";
 }
 
 /// One run of the evaluations, without a window.

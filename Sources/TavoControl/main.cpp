@@ -2,6 +2,7 @@
 #include "ConfigurationError.h"
 #include "Console.h"
 #include "DoctorCommand.h"
+#include "ExecCommand.h"
 #include "ExitStatus.h"
 #include "ExplainCommand.h"
 #include "HelperCommand.h"
@@ -29,16 +30,19 @@
 namespace tavo {
 namespace {
 
-ExitStatus carryOut(const Invocation& invocation, const char* calledAs) {
+int carryOut(const Invocation& invocation, const char* calledAs, const InheritedConditions& conditions) {
     const auto paths = invocation.root ? TavoPaths{*invocation.root} : TavoPaths::defaultPaths();
     trustedFolder(paths.rootDirectory);
     const auto store = std::make_shared<TavoStore>(paths);
     auto platform = makePlatform(runningProgram(calledAs), paths);
-    return std::visit(
+    return static_cast<int>(std::visit(
         [&](const auto& options) {
             using Options = std::decay_t<decltype(options)>;
             if constexpr (std::is_same_v<Options, RunOptions>) {
                 return runInForeground(options, store, std::move(platform));
+            } else if constexpr (std::is_same_v<Options, ExecOptions>) {
+                // That of the command, which may be any number.
+                return static_cast<ExitStatus>(runCommandAwake(options, store, std::move(platform), conditions));
             } else if constexpr (std::is_same_v<Options, StatusOptions>) {
                 return printStatus(options, *store, platform);
             } else if constexpr (std::is_same_v<Options, ProcessesOptions>) {
@@ -63,7 +67,7 @@ ExitStatus carryOut(const Invocation& invocation, const char* calledAs) {
                 return printChecks(options, checks);
             }
         },
-        invocation.command);
+        invocation.command));
 }
 
 ExitStatus printUsage(const UsageReply& usage) {
@@ -95,7 +99,7 @@ std::string homeNote(const std::variant<Invocation, UsageReply>& parsed, const s
     return home ? " " + visibleControls(*home) + "." : "";
 }
 
-ExitStatus runProgram(int count, const char* const* values) {
+int runProgram(int count, const char* const* values, const InheritedConditions& conditions) {
     // A parent that ignores this signal would have the kernel reap our children before we can ask how they ended.
     std::signal(SIGCHLD, SIG_DFL);
     restrictBusAddresses();
@@ -104,17 +108,17 @@ ExitStatus runProgram(int count, const char* const* values) {
     const auto parsed = parseCommandLine(count, values);
     try {
         if (const auto* usage = std::get_if<UsageReply>(&parsed)) {
-            return printUsage(*usage);
+            return static_cast<int>(printUsage(*usage));
         }
-        return carryOut(std::get<Invocation>(parsed), values[0]);
+        return carryOut(std::get<Invocation>(parsed), values[0], conditions);
     } catch (const OutputError& error) {
         if (!error.isReaderGone()) {
             printError("tavoctl: {}\n", errorText(error));
         }
-        return ExitStatus::failure;
+        return static_cast<int>(ExitStatus::failure);
     } catch (const std::exception& error) {
         printError("tavoctl: {}{}\n", visibleControls(errorText(error)), homeNote(parsed, error));
-        return exitStatusOf(std::current_exception());
+        return static_cast<int>(exitStatusOf(std::current_exception()));
     }
 }
 
@@ -122,7 +126,8 @@ ExitStatus runProgram(int count, const char* const* values) {
 } // namespace tavo
 
 int main(int count, char** values) {
+    const auto conditions = tavo::InheritedConditions::capture();
     tavo::openClosedStreams();
     tavo::prepareChildEnvironment();
-    return static_cast<int>(tavo::runProgram(count, values));
+    return tavo::runProgram(count, values, conditions);
 }

@@ -397,5 +397,38 @@ TEST(CommandLine, WhatAChangeLacksIsSaid) {
     EXPECT_TRUE(reply({"login", "maybe"}).isError);
 }
 
+ExecOptions exec(Arguments arguments) {
+    arguments.insert(arguments.begin(), "exec");
+    return std::get<ExecOptions>(invocation(arguments).command);
+}
+
+TEST(CommandLine, ExecTakesEverythingAfterTheDashesAsTheCommand) {
+    const auto options = exec({"--power", "ac", "--lid", "open", "--", "make", "--help", "--power", "", "--", "-j2"});
+    EXPECT_EQ(options.words, (Arguments{"make", "--help", "--power", "", "--", "-j2"}));
+    EXPECT_EQ(options.overrides.trigger, defaultRule(TriggerPreset::always));
+    EXPECT_EQ(options.overrides.powerSourcePolicy, PowerSourcePolicy::acOnly);
+    EXPECT_EQ(options.overrides.watchMode, WatchMode::open);
+    const auto withRoot = invocation({"--root", "/tmp/exec", "exec", "--cutoff", "20", "--", "true"});
+    EXPECT_EQ(withRoot.root, "/tmp/exec");
+    EXPECT_EQ(std::get<ExecOptions>(withRoot.command).overrides.batteryCutoffPercent, std::optional<std::int64_t>(20));
+}
+
+TEST(CommandLine, ExecWithoutACommandIsRefused) {
+    for (const auto& arguments : {Arguments{"exec"}, Arguments{"exec", "--"}, Arguments{"exec", "--", ""}}) {
+        EXPECT_THAT(reply(arguments).text, HasSubstr("exec needs a command after --"));
+        EXPECT_TRUE(reply(arguments).isError);
+    }
+    EXPECT_TRUE(reply({"exec", "make"}).isError) << "the dashes tell the command's options from tavoctl's";
+    EXPECT_TRUE(reply({"exec", "--always", "--", "make"}).isError) << "a command is the trigger";
+    EXPECT_TRUE(reply({"exec", "--cutoff", "0", "--", "make"}).isError);
+}
+
+TEST(CommandLine, DashesMeanNothingSpecialToOtherCommands) {
+    EXPECT_EQ(std::get<RunOptions>(invocation({"run", "--command", "exec"}).command).overrides.trigger,
+              custom(TriggerMatchStrategy::commandLineContains, "exec"));
+    EXPECT_TRUE(reply({"run", "--", "exec"}).isError);
+    EXPECT_TRUE(reply({"status", "exec", "--", "true"}).isError);
+}
+
 } // namespace
 } // namespace tavo

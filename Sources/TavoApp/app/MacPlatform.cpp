@@ -7,6 +7,7 @@
 #include "login/LoginLaunchManager.h"
 #include "runtime/CaffeinateCommandRunner.h"
 #include "runtime/NotingCommandRunner.h"
+#include "runtime/TiedCaffeinateRunner.h"
 #include "system/ChildLocale.h"
 #include "system/InterruptibleCommandRunner.h"
 #include "system/PMSetAssertionList.h"
@@ -18,6 +19,8 @@
 #include "system/SystemCommandRunner.h"
 #include "system/SystemPowerEnvironment.h"
 #include "system/TimeLimitedCommandRunner.h"
+
+#include <unistd.h>
 
 #include <chrono>
 #include <utility>
@@ -58,6 +61,8 @@ Platform makeMacPlatform(const std::filesystem::path& programPath, const TavoPat
     const auto assertions = std::make_shared<NotingCommandRunner>(platform.commandRunner,
                                                                   paths.rootDirectory / "assertion.json", processStart);
     platform.assertionRunner = std::make_shared<CaffeinateCommandRunner>(assertions, platform.assertionBoard);
+    platform.tiedAssertionRunner = std::make_shared<CaffeinateCommandRunner>(
+        std::make_shared<TiedCaffeinateRunner>(platform.commandRunner, getpid()), platform.assertionBoard);
     platform.endOrphanedAssertion = [assertions] { assertions->endOrphan(); };
     platform.orphanedAssertion = [assertions] { return assertions->orphan(); };
     platform.heldAssertions = std::make_shared<PMSetAssertionList>(platform.commandRunner);

@@ -64,6 +64,7 @@ Platform makePlatform(const std::filesystem::path& programPath, const TavoPaths&
     platform.processExits = std::make_shared<ProcessExits>();
     platform.assertionRunner =
         std::make_shared<InhibitorCommandRunner>(platform.commandRunner, platform.assertionBoard);
+    platform.tiedAssertionRunner = platform.assertionRunner;
     // Installed as a package, the programs that users do not call lie apart from those that they do.
     platform.wakePlanBuilder.assertionExecutable = findCompanionProgram(programPath, "tavo-inhibit", {packagedPrograms})
                                                        .value_or(programPath.parent_path() / "tavo-inhibit");

@@ -45,6 +45,10 @@ struct Platform {
     /// Starts the assertion's child. start() returns when the assertion is held.
     std::shared_ptr<CommandRunning> assertionRunner;
 
+    /// The same for a run beside the one Tavo of the user: its child ends with this process, however that ends, and leaves nothing
+    /// behind for a later one.
+    std::shared_ptr<CommandRunning> tiedAssertionRunner;
+
     /// Ends what a killed Tavo has left running; empty where nothing of that kind is left. For the one Tavo of the user.
     std::function<void()> endOrphanedAssertion;
 
@@ -128,11 +132,12 @@ struct Platform {
 /// the environment while it changes.
 void prepareChildEnvironment();
 
-/// A recorder for the one Tavo of a user, which this process is.
+/// A recorder for this process.
 /// @param program    as the user calls it: "tavo", "tavoctl run".
 /// @param onFailure  see HistoryRecorder.
+/// @param isOnlyOne  whether this process is the one Tavo of its user, and not a run beside it.
 std::shared_ptr<HistoryRecorder> makeHistory(const TavoPaths& paths, const std::string& program,
-                                             HistoryRecorder::FailureNotice onFailure);
+                                             HistoryRecorder::FailureNotice onFailure, bool isOnlyOne = true);
 
 /// Assembles the collaborators of the system that this program was built for: the one place that knows which it is.
 /// @param programPath  the running program's file, beside which the others lie.

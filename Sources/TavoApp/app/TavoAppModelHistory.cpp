@@ -9,9 +9,11 @@
 namespace tavo {
 
 std::shared_ptr<HistoryRecorder> makeHistory(const TavoPaths& paths, const std::string& program,
-                                             HistoryRecorder::FailureNotice onFailure) {
-    const HistoryWriter writer{
-        .program = program, .processID = getpid(), .startTime = processStart(getpid()).value_or(0), .isOnlyOne = true};
+                                             HistoryRecorder::FailureNotice onFailure, bool isOnlyOne) {
+    const HistoryWriter writer{.program = program,
+                               .processID = getpid(),
+                               .startTime = processStart(getpid()).value_or(0),
+                               .isOnlyOne = isOnlyOne};
     return std::make_shared<HistoryRecorder>(HistoryFile(paths.historyURL()), writer, suspendedTime,
                                              std::move(onFailure));
 }
