@@ -25,8 +25,9 @@ expectEqual "in:a  b|--|" "$(printf 'in' | awake -- sh -c 'printf "%s:" "$(cat)"
 expectEqual "err" "$(awake -- sh -c 'echo out; echo err >&2' 2>&1 >/dev/null)" "standard error"
 expectEqual "passed" "$(awake -- cat /dev/fd/7 7< <(echo passed))" "a passed descriptor"
 expectEqual "$(ls /proc/self/fd | wc -l)" "$(awake -- ls /proc/self/fd | wc -l)" "the number of descriptors"
-expectEqual "$(LC_ALL=tr_TR env | grep -v '^_=' | sort)" "$(LC_ALL=tr_TR awake -- env | grep -v '^_=' | sort)" "environment"
-[ -z "$(ls -A "$root" 2>/dev/null)" ] || fail "it left files: $(ls -A "$root")"
+expectEqual "$(LC_ALL=C env | grep -v '^_=' | sort)" "$(LC_ALL=C awake -- env | grep -v '^_=' | sort)" "environment"
+expectEqual history.jsonl "$(ls -A "$root")" "the files it left"
+expectContains "$("$TAVO_BIN/tavoctl" --root "$root" history)" "cat" "the command in the history"
 
 # The lock lasts as long as the command, beside a running Tavo and beside another one.
 beginExec -- sh -c "$(waitsFor "$work/one")"
