@@ -29,4 +29,11 @@ kill -0 "$other" || fail "somebody else's has been ended"
 endRun
 expectCalls "/usr/bin/caffeinate ends"
 [ ! -e "$root/assertion.json" ] || fail "the note is left"
+
+# A command beside the one Tavo: what it starts is told whom to end with, and no note is kept.
+"$tavoctl" exec --root "$root" -- sh -c 'test ! -e "$1/assertion.json"' sh "$root" &
+exec=$!
+wait "$exec" || fail "a note was kept for a command"
+expectCalls "/usr/bin/caffeinate -i -s -w $exec
+/usr/bin/caffeinate ends"
 kill "$other"
