@@ -27,7 +27,7 @@ protected:
         platform.tiedAssertionRunner = world.runner;
         platform.endOrphanedAssertion = [] { ADD_FAILURE() << "that is for the one Tavo of this user"; };
         ::testing::internal::CaptureStderr();
-        auto options = ExecOptions{.overrides = overrides, .words = std::move(words)};
+        auto options = ExecOptions{.overrides = overrides, .bound = bound, .words = std::move(words)};
         options.overrides.trigger = defaultRule(TriggerPreset::always);
         const int status = runCommandAwake(options, world.store, platform, InheritedConditions::capture());
         said = ::testing::internal::GetCapturedStderr();
@@ -58,6 +58,7 @@ protected:
 
     ScriptedSurroundings world;
     RunOverrides overrides;
+    RunBound bound;
     std::string said;
 };
 
@@ -140,6 +141,24 @@ TEST_F(ExecCommand, ALockThatIsRefusedLaterIsSaidAndTheCommandRunsOn) {
               }),
               5);
     EXPECT_EQ(said, "tavoctl: logind has gone.\n");
+}
+
+TEST_F(ExecCommand, WhenTheTimeIsUpTheCommandRunsOnAndNothingTakesTheLockAgain) {
+    bound.length = std::chrono::seconds{1};
+    EXPECT_EQ(runDuring([&] {
+                  EXPECT_TRUE(waitUntil([&] { return world.runner->log->size() == 2; }));
+                  setPower({.source = CurrentPowerSource::battery, .batteryPercent = 80});
+              }),
+              5);
+    EXPECT_THAT(*world.runner->log, ElementsAre("start /usr/bin/caffeinate -i -s", "stop"));
+    EXPECT_EQ(said, "tavoctl: the 1s are over: this computer is no longer kept awake; /bin/sh runs on.\n");
+}
+
+TEST_F(ExecCommand, TheHistoryNamesTheCommandAndNotItsArguments) {
+    EXPECT_EQ(run({"/bin/sh", "-c", "true # secret"}), 0);
+    const auto history = fileContent(world.store->paths().historyURL());
+    EXPECT_THAT(history, HasSubstr("\"sh\""));
+    EXPECT_THAT(history, ::testing::Not(HasSubstr("secret")));
 }
 
 TEST_F(ExecCommand, SignalsThatAProcessSendsReachTheCommand) {
