@@ -45,7 +45,7 @@ struct Arguments {
     std::optional<WorkRequirement> whileWorking = {};
 };
 
-/// What was given of --while-working, --busy and --grace. @throws WorkRequirementError
+/// The requirement that --while-working, --busy and --grace describe. @throws WorkRequirementError
 std::optional<WorkRequirement> requirementOf(const CLI::App& parser, const std::string& busy,
                                              const std::string& grace) {
     const bool hasBusy = parser.count("--busy") > 0;
@@ -122,7 +122,7 @@ int raiseOther(const TavoPaths& paths, const WindowRequest& request) {
     return alreadyRunning;
 }
 
-/// What a Tavo obeys that was given no options of this kind.
+/// The requirement of a Tavo that was given no options of this kind.
 std::optional<WorkRequirement> keptRequirement(const Platform& platform) {
     try {
         return platform.requirementAtStart();

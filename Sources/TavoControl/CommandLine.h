@@ -93,7 +93,7 @@ struct ChangeOptions {
     /// Launch at login was named outright: it is put in order even where the file says the same already.
     bool login = false;
 
-    /// Of the command login: the options to start the app with, in the place of those that are kept; none when this is empty.
+    /// Of the command login: the options to start the app with, instead of those that are kept; none when this is empty.
     std::optional<std::optional<WorkRequirement>> loginOptions = {};
 };
 

@@ -30,7 +30,7 @@ struct ExplanationFacts {
     /// Of a running Tavo, as it tells; without one, its snapshot is what would be decided now.
     StatusFacts status;
 
-    /// What the running Tavo puts in the place of the file's configuration. The configuration in `status` obeys it already.
+    /// The options of the running Tavo, which replace values of the file's configuration. The configuration in `status` obeys it already.
     RunOverrides overrides;
 
     /// Absent where no closed lid is to be covered.

@@ -55,7 +55,7 @@ struct AwakePeriod {
     bool operator==(const AwakePeriod&) const = default;
 };
 
-/// What a history does not tell itself.
+/// Facts that a history does not contain.
 struct HistoryContext {
     TimePoint now;
 
@@ -73,7 +73,7 @@ std::vector<AwakePeriod> awakePeriods(const std::vector<HistoryEntry>& entries, 
 /// Why a period ended, in words: "the last process ended".
 std::string endingText(const AwakePeriod& period);
 
-/// What it was for, in words: "claude, node and 3 more", "always on".
+/// The purpose, in words: "claude, node and 3 more", "always on".
 std::string purposeText(const AwakePeriod& period);
 
 } // namespace tavo

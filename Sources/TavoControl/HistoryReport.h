@@ -8,7 +8,7 @@
 
 namespace tavo {
 
-/// What "tavoctl history" knows.
+/// The facts that "tavoctl history" prints.
 struct HistoryFacts {
     TimePoint since;
     TimePoint now;

@@ -7,7 +7,7 @@
 
 namespace tavo {
 
-/// What this process was given by its parent and has changed for itself since. A command that the user runs through it gets
+/// The environment, signals and streams that this process inherited, before it changed any for itself. A command that the user runs through it gets
 /// everything as it was.
 struct InheritedConditions {
     /// As "NAME=value".

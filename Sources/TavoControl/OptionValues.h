@@ -50,12 +50,12 @@ TriggerRule presetNamed(const std::string& name);
 /// What is to stand in place of the configuration. @throws UsageError
 RunOverrides overridesOf(const RawOptions& raw);
 
-/// What --while-working, --busy and --grace ask for; nothing without the first of them. @throws UsageError
+/// The requirement that --while-working, --busy and --grace describe; nothing without the first of them. @throws UsageError
 std::optional<WorkRequirement> workRequirementOf(const RawOptions& raw);
 /// How far back --since goes; absent without it. @throws UsageError
 std::optional<std::chrono::seconds> sinceOf(const RawOptions& raw);
 
-/// What --cpu and --busy ask for; nothing without the first of them. @throws UsageError
+/// The requirement that --cpu and --busy describe; nothing without the first of them. @throws UsageError
 std::optional<WorkRequirement> cpuRequirementOf(const RawOptions& raw);
 
 /// Whether "on" or "off" was given. @throws UsageError

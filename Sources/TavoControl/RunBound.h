@@ -53,7 +53,7 @@ struct RunBound {
     std::string text(TimePoint start) const;
 };
 
-/// What --for, --until and --pid ask for. @throws UsageError
+/// The bound that --for, --until and --pid describe. @throws UsageError
 RunBound boundOf(const RawOptions& raw);
 
 /// Which processes have these numbers now. @throws UsageError naming the first number that no running process has.

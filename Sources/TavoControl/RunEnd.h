@@ -47,7 +47,7 @@ private:
     bool isOver = false;
     std::unique_ptr<MainLoopTimer> timer;
 
-    /// What the processes' watch posts may come when this has gone.
+    /// Outlived by what the processes' watch posts, which may come when this has gone.
     std::shared_ptr<const int> token = std::make_shared<const int>(0);
     std::unique_ptr<ProcessExitWatch> watch;
 };

@@ -9,7 +9,7 @@
 
 namespace tavo {
 
-/// What the running Tavo does and what is really held.
+/// The state of the running Tavo and the locks really held.
 /// @param configurationFailure  set when the configuration cannot be used; the facts then have the default one.
 StatusFacts statusFacts(const TavoStoring& store, const Platform& platform, std::exception_ptr& configurationFailure);
 

@@ -50,7 +50,7 @@ public:
     /// Whether the machine is being kept awake now by a running Tavo, as far as the system's own list tells.
     bool isKeepingAwake() const;
 
-    /// What it does, in a title and a detail.
+    /// Its state, in a title and a detail.
     RuntimeStatusCopy currentCopy() const;
 
     Json json() const;

@@ -27,7 +27,7 @@ constexpr std::chrono::seconds lookInterval{5};
 /// After the first look, so that the share of the processor is known soon.
 constexpr std::chrono::seconds firstLookInterval{2};
 
-/// What tells that a file is no longer the one that was read.
+/// Identifies the version of a file that was read.
 std::string signatureOf(const std::filesystem::path& path) {
     struct stat status {};
     if (stat(path.c_str(), &status) != 0) {

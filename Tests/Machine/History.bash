@@ -1,4 +1,4 @@
-# What the history tells of runs that ended properly, were killed, and go on; and that it costs no lock.
+# The history of runs that ended properly, were killed, and go on; and that it costs no lock.
 . "$(dirname "$0")/machine.bash"
 
 root=$(mktemp -d)/tavo

@@ -1,5 +1,7 @@
 #include "CommandLine.h"
 
+#include "TavoControl/ParsedArguments.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -11,25 +13,6 @@ namespace {
 using ::testing::HasSubstr;
 using ::testing::Not;
 
-using Arguments = std::vector<std::string>;
-
-std::variant<Invocation, UsageReply> parse(const Arguments& arguments) {
-    std::vector<const char*> values{"tavoctl"};
-    for (const auto& argument : arguments) {
-        values.push_back(argument.c_str());
-    }
-    return parseCommandLine(static_cast<int>(values.size()), values.data());
-}
-
-/// @throws std::runtime_error with the sentence when the arguments are refused.
-Invocation invocation(const Arguments& arguments) {
-    auto parsed = parse(arguments);
-    if (const auto* reply = std::get_if<UsageReply>(&parsed)) {
-        throw std::runtime_error(reply->text);
-    }
-    return std::get<Invocation>(std::move(parsed));
-}
-
 RunOptions run(Arguments arguments) {
     arguments.insert(arguments.begin(), "run");
     return std::get<RunOptions>(invocation(arguments).command);
@@ -38,10 +21,6 @@ RunOptions run(Arguments arguments) {
 ProcessesOptions processes(Arguments arguments) {
     arguments.insert(arguments.begin(), "processes");
     return std::get<ProcessesOptions>(invocation(arguments).command);
-}
-
-UsageReply reply(const Arguments& arguments) {
-    return std::get<UsageReply>(parse(arguments));
 }
 
 TriggerRule custom(TriggerMatchStrategy strategy, const std::string& query) {

@@ -90,7 +90,7 @@ TEST_F(ProcessesCommandTest, ATableThatCannotBeReadIsAFailure) {
     EXPECT_THROW(run(preset(TriggerPreset::codex)), std::runtime_error);
 }
 
-/// What the table holds by the time of the second look.
+/// The table by the time of the second look.
 class MeasuredProcessesTest : public ProcessesCommandTest {
 protected:
     MeasuredProcessesTest() {

@@ -73,7 +73,7 @@ public:
         return read;
     }
 
-    /// What is still to be read once the process has ended; `status` becomes how it did, see waitpid(2).
+    /// The rest to be read once the process has ended; `status` becomes how it did, see waitpid(2).
     std::string finish(int& status) {
         std::string read;
         waitUntil([&] {

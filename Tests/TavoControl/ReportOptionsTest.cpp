@@ -1,4 +1,4 @@
-#include "CommandLine.h"
+#include "TavoControl/ParsedArguments.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -7,24 +7,6 @@ namespace tavo {
 namespace {
 
 using ::testing::HasSubstr;
-
-using Arguments = std::vector<std::string>;
-
-std::variant<Invocation, UsageReply> parse(const Arguments& arguments) {
-    std::vector<const char*> values{"tavoctl"};
-    for (const auto& argument : arguments) {
-        values.push_back(argument.c_str());
-    }
-    return parseCommandLine(static_cast<int>(values.size()), values.data());
-}
-
-Invocation invocation(const Arguments& arguments) {
-    return std::get<Invocation>(parse(arguments));
-}
-
-UsageReply reply(const Arguments& arguments) {
-    return std::get<UsageReply>(parse(arguments));
-}
 
 TEST(ReportOptions, TheHistoryGoesBackADayOrAsFarAsItIsAsked) {
     const auto since = [](const Arguments& arguments) {

@@ -49,7 +49,7 @@ protected:
         return exits.watch(processes, [this] { ++told; });
     }
 
-    /// What lives is told of never; this long is enough to see that it is not at once.
+    /// The end of a living process is never reported; this long is enough to see that it is not at once.
     bool isToldSoon() {
         return waitUntil([this] { return told > 0; }, std::chrono::milliseconds{100});
     }

@@ -75,7 +75,7 @@ TEST_F(ScaleChange, ThePanelIsAsSharpAsOneThatWasOpenedThere) {
 } // namespace
 } // namespace tavo
 
-/// On a window system with two screens, of which the second has four pixels in the place of one.
+/// On a window system with two screens, of which the second has four pixels for each one of the first.
 int main(int count, char** values) {
     const tavo::TemporaryDirectory folder;
     const auto file = folder.write("screens.json", R"({"screens": [

@@ -16,7 +16,7 @@ namespace {
 constexpr std::size_t largestFile = 4096;
 constexpr std::string_view firstLine = "while-working";
 
-/// What follows the name and one blank; nothing for another name.
+/// The text after the name and one blank; nothing for another name.
 std::optional<std::string> valueOf(std::string_view line, std::string_view name) {
     if (!line.starts_with(name) || line.size() <= name.size() + 1 || line[name.size()] != ' ') {
         return std::nullopt;

@@ -93,7 +93,7 @@ struct Platform {
 
     std::shared_ptr<LaunchAtLoginManaging> launchAtLogin;
 
-    /// What is kept for the app's start at login, see LoginOptionsFile; empty where nothing is.
+    /// The options kept for the app's start at login, see LoginOptionsFile; empty where nothing is.
     std::filesystem::path loginOptionsFile;
 
     /// Whether the app itself looks there when it starts, since launch at login passes nothing on.

@@ -8,7 +8,7 @@
 
 namespace tavo {
 
-/// What parseDuration() accepts, to stand in a sentence: "--for takes ..., not \"90\"".
+/// The form that parseDuration() accepts, for use in a sentence: "--for takes ..., not \"90\"".
 constexpr std::string_view durationForms = "a duration such as 90s, 45m, 2h or 1h30m, of at most 8760h";
 
 /// The longest duration that parseDuration() accepts: 365 days.

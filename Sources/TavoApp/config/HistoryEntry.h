@@ -53,7 +53,7 @@ struct HistoryProcess {
     static HistoryProcess fromJson(const Json& value, const std::string& path = {});
 };
 
-/// What a line says of keeping awake.
+/// The state that a line records.
 struct HistoryState {
     RuntimeDecisionReason reason = RuntimeDecisionReason::idle;
     bool isAwake = false;
@@ -62,7 +62,7 @@ struct HistoryState {
     bool isStopped = false;
     std::vector<HistoryProcess> processes;
 
-    /// What is held, as in "idle:sleep (logind)"; empty when nothing is.
+    /// The locks held, as in "idle:sleep (logind)"; empty when there are none.
     std::string held;
 
     bool operator==(const HistoryState&) const = default;

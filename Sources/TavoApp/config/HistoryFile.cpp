@@ -128,7 +128,7 @@ void HistoryFile::appendLine(const std::string& line) const {
     if ((status.st_mode & (S_IRWXG | S_IRWXO)) != 0 && fchmod(file.get(), S_IRUSR | S_IWUSR) != 0) {
         throwErrno(errno, "could not set who may read", path);
     }
-    // What a power failure or a full disk has left of a line spoils no more than itself.
+    // A line cut by a power failure or a full disk spoils no other line.
     const auto text = endsWithinALine(file, status.st_size) ? "\n" + line : line;
     const auto written = write(file.get(), text.data(), text.size());
     if (written != static_cast<ssize_t>(text.size())) {

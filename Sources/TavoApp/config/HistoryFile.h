@@ -10,7 +10,7 @@
 
 namespace tavo {
 
-/// What could be read of a history.
+/// The readable part of a history.
 struct HistoryContent {
     /// The oldest first.
     std::vector<HistoryEntry> entries;

@@ -25,7 +25,7 @@ public:
     /// Does nothing when there is none, and never fails: a file that stays behind is not believed.
     void remove() const noexcept;
 
-    /// What the Tavo that runs now wrote last. Nothing when none runs, when it was not asked for this or has made no look yet,
+    /// The last record of the Tavo that runs now. Nothing when none runs, when it was not asked for this or has made no look yet,
     /// and for a file that is damaged, unreadable or was left behind by a Tavo that was killed: it counts only while the lock
     /// is held by the very process that it names. Never fails.
     ///

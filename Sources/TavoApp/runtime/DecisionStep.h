@@ -35,7 +35,7 @@ struct RawValues<DecisionStep> {
 /// The step that an evaluation's outcome comes from; nothing before anything was evaluated.
 std::optional<DecisionStep> decidingStep(const RuntimeSnapshot& snapshot);
 
-/// What an evaluation would come to now: the coordinator's own decision, with nothing held, asked for or written.
+/// The outcome of an evaluation now: the coordinator's own decision, with nothing held, asked for or written.
 /// @param coversClosedLid  whether there is a helper that would keep awake with the lid closed.
 /// @return the snapshot as the coordinator would make it; a failure is a snapshot with the reason `error`.
 RuntimeSnapshot rehearsedDecision(const AppConfig& config, TimePoint at,

@@ -47,7 +47,7 @@ public:
 
     /// @param activityThreshold  in seconds of CPU time; a tree is active that has used more than this since the last time.
     /// @param ignoredPIDs  processes whose whole trees are never matched.
-    /// @param workMonitor  decides in the place of the threshold what is active, for rules that require activity; it may be null.
+    /// @param workMonitor  decides what is active, instead of the threshold, for rules that require activity; it may be null.
     explicit ProcessWatcher(std::shared_ptr<ProcessSnapshotProviding> snapshotProvider,
                             double activityThreshold = defaultActivityThreshold,
                             std::unordered_set<std::int32_t> ignoredPIDs = {},

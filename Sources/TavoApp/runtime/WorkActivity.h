@@ -55,7 +55,7 @@ struct TreeActivity {
 
 /// Whether the matched programs work or wait, as of one look.
 struct WorkActivity {
-    /// What counts as work.
+    /// The requirement that decides what counts as work.
     WorkRequirement requirement;
 
     /// The evaluation that this is of. Evaluations that never come to the processes, as on the wrong power source, make no

@@ -6,7 +6,7 @@ class QWidget;
 
 namespace tavo {
 
-// What window systems ask of an application that wants its window in front of those of others.
+// Window systems let no application put its window in front of those of others without a reason.
 
 /// Called before the window is shown and activated for a request.
 void useActivation(const WindowRequest& request);

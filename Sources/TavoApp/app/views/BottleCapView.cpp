@@ -23,7 +23,7 @@ BottleCapView::BottleCapView(QWidget* parent) : QWidget(parent) {
 void BottleCapView::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    // What is cut out of the cap is white on every ground. The disc ends within the cap.
+    // The cut-outs of the cap are white on every ground. The disc ends within the cap.
     painter.setPen(Qt::NoPen);
     painter.setBrush(Qt::white);
     const double radius = width() * whiteShare / 2;
