@@ -220,9 +220,9 @@ private:
     void finishInstall(const HelperOutcome& outcome);
     void finishReset(const HelperOutcome& outcome);
 
-    /// Runs `work`, which must not throw, as one operation that is announced as a whole. Nothing happens after a quit.
-    template <typename Work>
-    void perform(Work&& work);
+    /// Runs `operation`, which must not throw, as one step that is announced as a whole. Nothing happens after a quit.
+    template <typename Operation>
+    void perform(Operation&& operation);
 
     /// Assigns a published property and remembers that it changed.
     template <typename Value, typename NewValue>
@@ -281,13 +281,13 @@ private:
     std::optional<MatchedExits> exits;
 };
 
-template <typename Work>
-void TavoAppModel::perform(Work&& work) {
+template <typename Operation>
+void TavoAppModel::perform(Operation&& operation) {
     if (hasQuit) {
         return;
     }
     ++operationsUnderWay;
-    work();
+    operation();
     --operationsUnderWay;
     if (operationsUnderWay == 0) {
         followSwitch();
