@@ -30,8 +30,10 @@ endRun
 expectCalls "/usr/bin/caffeinate ends"
 [ ! -e "$root/assertion.json" ] || fail "the note is left"
 
-# A command beside the one Tavo: what it starts is told whom to end with, and no note is kept.
-"$tavoctl" exec --root "$root" -- sh -c 'test ! -e "$1/assertion.json"' sh "$root" &
+# A command beside the one Tavo: what it starts is told whom to end with, and no note is kept. The command lives until the
+# stand-in has come round to its line: ended any sooner, it would have written nothing.
+"$tavoctl" exec --root "$root" -- sh -c 'until [ -s /rehearsal/log ]; do sleep 0.1; done; test ! -e "$1/assertion.json"' \
+    sh "$root" &
 exec=$!
 wait "$exec" || fail "a note was kept for a command"
 expectCalls "/usr/bin/caffeinate -i -s -w $exec
