@@ -83,7 +83,8 @@ TEST_F(MenuBarViewTest, AWordThatDoesNotBreakIsElidedAndThePanelKeepsItsWidth) {
     store->saveConfig(config);
     model->evaluateNow();
     QApplication::processEvents();
-    const auto& status = partWithText<ElidedLabel>(*view, "waiting for " + QString(80, 'x'));
+    const QString text = "waiting for " + QString(80, 'x');
+    const auto& status = partWithText<ElidedLabel>(*view, text);
     EXPECT_TRUE(status.shownText().startsWith("waiting for\n"));
     EXPECT_TRUE(status.shownText().endsWith(QChar(0x2026)));
     EXPECT_EQ(view->width(), width);
