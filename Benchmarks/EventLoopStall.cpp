@@ -72,7 +72,7 @@ int main(int count, char** values) {
     tavo::TavoSettingsWindowController window(observer, "computer", true);
     window.showWindow();
 
-    const auto longestGap = [&](bool evaluates) {
+    const auto maxGap = [&](bool evaluates) {
         QElapsedTimer clock;
         clock.start();
         qint64 last = clock.nsecsElapsed();
@@ -98,8 +98,8 @@ int main(int count, char** values) {
         QCoreApplication::exec();
         return static_cast<double>(longest) / 1e6;
     };
-    const double idle = longestGap(false);
-    const double evaluating = longestGap(true);
+    const double idle = maxGap(false);
+    const double evaluating = maxGap(true);
     fmt::print("longest stall of the event loop: {:.1f} ms while evaluating {} processes, {:.1f} ms otherwise\n",
                evaluating, processes, idle);
     return 0;

@@ -3,8 +3,8 @@
 
 #include "SyntheticProcfs.h"
 #include "base/Text.h"
-#include "system/PSProcessSnapshotProvider.h"
 #include "system/linux/ProcfsProcessSnapshotProvider.h"
+#include "system/macos/PSProcessSnapshotProvider.h"
 
 #include <benchmark/benchmark.h>
 

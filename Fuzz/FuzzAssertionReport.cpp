@@ -1,5 +1,5 @@
 #include "Require.h"
-#include "runtime/AssertionBoard.h"
+#include "runtime/AssertionStatus.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -12,7 +12,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string_view text(reinterpret_cast<const char*>(data), size);
     try {
         const auto line = tavo::HistoryEntry::fromLine(text).line();
-        require(line.size() <= tavo::HistoryEntry::longestLine, "a line has a bound");
+        require(line.size() <= tavo::HistoryEntry::maxLineLength, "a line has a bound");
         require(line.find('\n') == std::string::npos, "a line is one line");
         require(tavo::HistoryEntry::fromLine(line).line() == line, "what was written reads back");
     } catch (const tavo::DecodingError& error) {

@@ -12,6 +12,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     using namespace std::string_literals;
     const std::string text(reinterpret_cast<const char*>(data), size);
     const bool isExpected = ("\0"s + text + "\0"s).find("\0SUBSYSTEM=power_supply\0"s) != std::string::npos;
-    require(tavo::tellsOfPowerSupply(text) == isExpected, "a whole word, and nothing else");
+    require(tavo::isPowerSupplyEvent(text) == isExpected, "a whole word, and nothing else");
     return 0;
 }

@@ -1,7 +1,7 @@
 #include "Require.h"
 #include "base/Text.h"
-#include "system/PSCommandLineCompleter.h"
-#include "system/PSProcessSnapshotProvider.h"
+#include "system/macos/PSCommandLineCompleter.h"
+#include "system/macos/PSProcessSnapshotProvider.h"
 
 #include <cmath>
 #include <cstddef>

@@ -11,7 +11,7 @@ set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
 set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
 
-# A room is a sibling folder of another; its platform half is linux/ or macos/ inside it.
+# A module is one folder; its platform half is linux/ or macos/ inside it.
 if(APPLE)
     set(TAVO_PLATFORM macos)
 else()
@@ -34,8 +34,8 @@ if(TAVO_SANITIZE)
     target_link_options(tavo_options INTERFACE -fsanitize=${TAVO_SANITIZE})
 endif()
 
-# tavo_library(NAME SOURCES... [PLATFORM_SOURCES...] [LINKS...]) makes the static library tavo_NAME of one room.
-# PLATFORM_SOURCES are looked up in the room's own platform folder.
+# tavo_library(NAME SOURCES... [PLATFORM_SOURCES...] [LINKS...]) makes the static library tavo_NAME of one module.
+# PLATFORM_SOURCES are looked up in the module's own platform folder.
 function(tavo_library name)
     cmake_parse_arguments(arg "" "" "SOURCES;PLATFORM_SOURCES;LINKS;PRIVATE_LINKS" ${ARGN})
     list(TRANSFORM arg_PLATFORM_SOURCES PREPEND "${TAVO_PLATFORM}/")

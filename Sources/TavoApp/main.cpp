@@ -11,12 +11,12 @@
 #include "base/JsonCoding.h"
 #include "base/PrintError.h"
 #include "base/Text.h"
+#include "base/TrustedPath.h"
 #include "config/InstanceLock.h"
 #include "config/TavoStore.h"
-#include "config/TrustedPath.h"
 #include "system/BusAddresses.h"
-#include "system/ChildLocale.h"
 #include "system/ProgramLocation.h"
+#include "system/macos/ChildLocale.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>

@@ -1,6 +1,6 @@
-#include "AwakeChart.h"
+#include "TavoControl/AwakeChart.h"
 
-#include "LocalTime.h"
+#include "TavoControl/LocalTime.h"
 
 #include <fmt/format.h>
 

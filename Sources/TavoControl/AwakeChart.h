@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Console.h"
+#include "TavoControl/Console.h"
 #include "base/Time.h"
 
 #include <cstddef>

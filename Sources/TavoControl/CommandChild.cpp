@@ -1,4 +1,4 @@
-#include "CommandChild.h"
+#include "TavoControl/CommandChild.h"
 
 #include <spawn.h>
 #include <sys/wait.h>

@@ -1,6 +1,6 @@
-#include "CommandLine.h"
+#include "TavoControl/CommandLine.h"
 
-#include "CommandOptions.h"
+#include "TavoControl/CommandOptions.h"
 #include "Version.h"
 
 #include <fmt/format.h>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "RunBound.h"
-#include "RunOverrides.h"
+#include "TavoControl/RunBound.h"
+#include "TavoControl/RunOverrides.h"
 #include "config/TavoPaths.h"
 #include "runtime/WorkRequirement.h"
 

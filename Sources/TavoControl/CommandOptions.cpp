@@ -1,4 +1,4 @@
-#include "CommandOptions.h"
+#include "TavoControl/CommandOptions.h"
 
 namespace tavo {
 

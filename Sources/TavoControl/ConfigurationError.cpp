@@ -1,4 +1,4 @@
-#include "ConfigurationError.h"
+#include "TavoControl/ConfigurationError.h"
 
 #include "base/ErrorText.h"
 

@@ -1,4 +1,4 @@
-#include "Console.h"
+#include "TavoControl/Console.h"
 
 #include "base/Text.h"
 

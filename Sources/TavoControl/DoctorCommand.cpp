@@ -1,6 +1,6 @@
-#include "DoctorCommand.h"
+#include "TavoControl/DoctorCommand.h"
 
-#include "Console.h"
+#include "TavoControl/Console.h"
 #include "base/JsonCoding.h"
 #include "base/Text.h"
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "CommandLine.h"
-#include "ExitStatus.h"
-#include "SystemChecks.h"
+#include "TavoControl/CommandLine.h"
+#include "TavoControl/ExitStatus.h"
+#include "TavoControl/SystemChecks.h"
 
 namespace tavo {
 

@@ -1,10 +1,10 @@
-#include "ExitStatus.h"
+#include "TavoControl/ExitStatus.h"
 
-#include "ConfigurationError.h"
-#include "Settings.h"
+#include "TavoControl/ConfigurationError.h"
+#include "TavoControl/Settings.h"
+#include "base/TrustedPath.h"
 #include "base/WakeControlError.h"
 #include "config/TavoValidationError.h"
-#include "config/TrustedPath.h"
 
 namespace tavo {
 

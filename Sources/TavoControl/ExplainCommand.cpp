@@ -1,6 +1,6 @@
-#include "ExplainCommand.h"
+#include "TavoControl/ExplainCommand.h"
 
-#include "ExplanationSource.h"
+#include "TavoControl/ExplanationSource.h"
 
 namespace tavo {
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "Console.h"
-#include "RunOverrides.h"
-#include "StatusReport.h"
+#include "TavoControl/Console.h"
+#include "TavoControl/RunOverrides.h"
+#include "TavoControl/StatusReport.h"
 #include "helper/PrivilegedHelperInstallState.h"
 #include "runtime/DecisionStep.h"
 #include "runtime/WorkActivity.h"

@@ -1,4 +1,4 @@
-#include "Explanation.h"
+#include "TavoControl/Explanation.h"
 #include "app/StatusCopy.h"
 
 namespace tavo {

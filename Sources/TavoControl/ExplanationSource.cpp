@@ -1,7 +1,7 @@
-#include "ExplanationSource.h"
+#include "TavoControl/ExplanationSource.h"
 
-#include "RunningTavo.h"
-#include "StatusCommand.h"
+#include "TavoControl/RunningTavo.h"
+#include "TavoControl/StatusCommand.h"
 #include "runtime/ActivityFile.h"
 #include "runtime/ProcessTreeIndex.h"
 

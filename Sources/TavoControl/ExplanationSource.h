@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Explanation.h"
+#include "TavoControl/Explanation.h"
 #include "app/Platform.h"
 
 #include <map>

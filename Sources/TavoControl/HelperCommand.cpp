@@ -1,14 +1,14 @@
-#include "HelperCommand.h"
+#include "TavoControl/HelperCommand.h"
 
-#include "Console.h"
-#include "HelperReport.h"
-#include "InterruptedBySignals.h"
-#include "RunningTavo.h"
+#include "TavoControl/Console.h"
+#include "TavoControl/HelperReport.h"
+#include "TavoControl/InterruptedBySignals.h"
+#include "TavoControl/RunningTavo.h"
 #include "Version.h"
+#include "base/AtomicFile.h"
 #include "base/ErrorText.h"
 #include "base/PrintError.h"
 #include "base/Text.h"
-#include "config/AtomicFile.h"
 
 #include <fmt/format.h>
 #include <unistd.h>

@@ -1,4 +1,4 @@
-#include "HelperReport.h"
+#include "TavoControl/HelperReport.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>

@@ -1,6 +1,6 @@
-#include "HistoryCommand.h"
+#include "TavoControl/HistoryCommand.h"
 
-#include "HistoryReport.h"
+#include "TavoControl/HistoryReport.h"
 #include "config/HistoryFile.h"
 #include "system/ProcessStart.h"
 

@@ -1,4 +1,4 @@
-#include "HistoryPeriods.h"
+#include "TavoControl/HistoryPeriods.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>

@@ -1,7 +1,7 @@
-#include "HistoryReport.h"
+#include "TavoControl/HistoryReport.h"
 
-#include "AwakeChart.h"
-#include "LocalTime.h"
+#include "TavoControl/AwakeChart.h"
+#include "TavoControl/LocalTime.h"
 #include "base/Duration.h"
 #include "base/Text.h"
 

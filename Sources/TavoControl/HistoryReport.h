@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Console.h"
-#include "HistoryPeriods.h"
+#include "TavoControl/Console.h"
+#include "TavoControl/HistoryPeriods.h"
 
 #include <string>
 #include <vector>

@@ -1,4 +1,4 @@
-#include "InheritedConditions.h"
+#include "TavoControl/InheritedConditions.h"
 
 #include <fcntl.h>
 

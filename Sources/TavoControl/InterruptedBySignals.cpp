@@ -1,4 +1,4 @@
-#include "InterruptedBySignals.h"
+#include "TavoControl/InterruptedBySignals.h"
 
 #include "app/ProcessSignals.h"
 

@@ -1,4 +1,4 @@
-#include "LocalTime.h"
+#include "TavoControl/LocalTime.h"
 
 #include <fmt/format.h>
 
@@ -22,8 +22,8 @@ TimePoint beginningOf(std::tm day) {
     auto begin = std::chrono::system_clock::from_time_t(std::mktime(&day));
     // Where a clock change swallows midnight, mktime(3) may give a moment of the day before.
     constexpr std::chrono::minutes step{15};
-    constexpr int mostSteps = 8;
-    for (int steps = 0; steps < mostSteps && localTime(begin).tm_mday != wanted; ++steps) {
+    constexpr int maxSteps = 8;
+    for (int steps = 0; steps < maxSteps && localTime(begin).tm_mday != wanted; ++steps) {
         begin += step;
     }
     return begin;

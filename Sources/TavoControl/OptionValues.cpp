@@ -1,4 +1,4 @@
-#include "OptionValues.h"
+#include "TavoControl/OptionValues.h"
 
 #include "base/Duration.h"
 #include "config/TavoValidationError.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "RunOverrides.h"
+#include "TavoControl/RunOverrides.h"
 #include "runtime/WorkRequirement.h"
 
 #include <chrono>

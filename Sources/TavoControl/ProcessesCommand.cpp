@@ -1,7 +1,7 @@
-#include "ProcessesCommand.h"
+#include "TavoControl/ProcessesCommand.h"
 
-#include "ConfigurationError.h"
-#include "Console.h"
+#include "TavoControl/ConfigurationError.h"
+#include "TavoControl/Console.h"
 #include "app/StatusCopy.h"
 #include "base/Text.h"
 #include "runtime/ProcessTreeIndex.h"

@@ -1,4 +1,4 @@
-#include "RunBound.h"
+#include "TavoControl/RunBound.h"
 
 #include "base/Duration.h"
 #include "system/DecimalText.h"
@@ -156,8 +156,8 @@ RunBound boundOf(const RawOptions& raw) {
             bound.processes.push_back(process);
         }
     }
-    if (bound.processes.size() > ProcessExitNotifying::mostProcesses) {
-        throw UsageError(fmt::format("--pid can name {} processes at most", ProcessExitNotifying::mostProcesses));
+    if (bound.processes.size() > ProcessExitNotifying::maxProcesses) {
+        throw UsageError(fmt::format("--pid can name {} processes at most", ProcessExitNotifying::maxProcesses));
     }
     return bound;
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "OptionValues.h"
+#include "TavoControl/OptionValues.h"
 #include "base/Time.h"
 #include "system/ProcessExits.h"
 

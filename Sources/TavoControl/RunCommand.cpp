@@ -1,11 +1,11 @@
-#include "RunCommand.h"
+#include "TavoControl/RunCommand.h"
 
-#include "ConfigurationError.h"
-#include "ReaderWatch.h"
-#include "RunEnd.h"
-#include "RunReport.h"
-#include "SwitchedOff.h"
-#include "SystemChecks.h"
+#include "TavoControl/ConfigurationError.h"
+#include "TavoControl/ReaderWatch.h"
+#include "TavoControl/RunEnd.h"
+#include "TavoControl/RunReport.h"
+#include "TavoControl/SwitchedOff.h"
+#include "TavoControl/SystemChecks.h"
 #include "app/AsioMainLoop.h"
 #include "app/ProcessSignals.h"
 #include "app/TavoAppModel.h"
@@ -46,9 +46,10 @@ public:
     ForegroundRun(const RunOptions& options, std::vector<WatchedProcess> processes,
                   std::shared_ptr<const TavoStoring> store, Platform platform, const InstanceLock& lock)
         : options(options), processes(std::move(processes)), exits(platform.processExits), lock(lock),
-          store(std::make_shared<OverridingStore>(std::move(store), options.overrides)), board(platform.assertionBoard),
-          assertionRunner(platform.assertionRunner), wakePlanBuilder(platform.wakePlanBuilder),
-          seemsWithoutMeans(platform.seemsWithoutMeans), report(Console(stdout), options.json),
+          store(std::make_shared<OverridingStore>(std::move(store), options.overrides)),
+          assertionStatus(platform.assertionStatus), assertionRunner(platform.assertionRunner),
+          wakePlanBuilder(platform.wakePlanBuilder), seemsWithoutMeans(platform.seemsWithoutMeans),
+          report(Console(stdout), options.json),
           model(TavoAppModel::make(loop, this->store, std::move(platform), *this, options.whileWorking)) {}
 
     ExitStatus run() {
@@ -70,7 +71,7 @@ public:
         // There is no window to show here, so the request for one is taken and dropped.
         loop->handleSignals({SIGUSR1, SIGUSR2}, [this](int signal) {
             if (signal == SIGUSR1) {
-                model->lookAround();
+                model->refresh();
             }
         });
         readerWatch.emplace(STDOUT_FILENO, [this] { loop->post([this] { quit(); }); });
@@ -138,7 +139,7 @@ private:
         const RunLine line{.reason = snapshot.lastDecisionReason,
                            .title = copy.title,
                            .detail = copy.detail,
-                           .held = board->summary(),
+                           .held = assertionStatus->summary(),
                            .matchedProcesses = snapshot.matchedProcesses,
                            .work = currentWork(),
                            .notice = notice(),
@@ -243,7 +244,7 @@ private:
     std::optional<std::string> notedAssertionNotice;
     std::shared_ptr<AsioMainLoop> loop = std::make_shared<AsioMainLoop>();
     std::shared_ptr<const TavoStoring> store;
-    std::shared_ptr<AssertionBoard> board;
+    std::shared_ptr<AssertionStatus> assertionStatus;
     std::shared_ptr<CommandRunning> assertionRunner;
     WakePlanBuilder wakePlanBuilder;
     std::function<bool()> seemsWithoutMeans;

@@ -1,4 +1,4 @@
-#include "RunEnd.h"
+#include "TavoControl/RunEnd.h"
 
 #include "config/AppConfig.h"
 #include "system/ProcessStart.h"
@@ -14,7 +14,7 @@ namespace tavo {
 namespace {
 
 /// In seconds. A timer does not count the time that the computer sleeps, nor does it know when the clock is set.
-constexpr double longestWait = AppConfig::fixedPollIntervalSeconds;
+constexpr double maxWait = AppConfig::fixedPollIntervalSeconds;
 
 bool isRunning(const WatchedProcess& process) {
     return process.startTime ? processStart(process.pid) == process.startTime
@@ -71,8 +71,8 @@ void RunEnd::rearm() {
     if (!end && (processes.empty() || watch)) {
         return; // nothing here that time decides
     }
-    const double left = end ? std::chrono::duration<double>(*end - loop->now()).count() : longestWait;
-    timer = loop->startTimer(std::clamp(left, 0.0, longestWait), [this] { check(); });
+    const double left = end ? std::chrono::duration<double>(*end - loop->now()).count() : maxWait;
+    timer = loop->startTimer(std::clamp(left, 0.0, maxWait), [this] { check(); });
 }
 
 void RunEnd::finish(const std::string& why) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "RunBound.h"
+#include "TavoControl/RunBound.h"
 #include "app/MainLoop.h"
 
 #include <functional>

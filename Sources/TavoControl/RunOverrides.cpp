@@ -1,4 +1,4 @@
-#include "RunOverrides.h"
+#include "TavoControl/RunOverrides.h"
 
 namespace tavo {
 

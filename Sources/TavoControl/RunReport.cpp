@@ -1,4 +1,4 @@
-#include "RunReport.h"
+#include "TavoControl/RunReport.h"
 
 #include "base/Text.h"
 

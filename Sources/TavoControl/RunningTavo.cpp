@@ -1,4 +1,4 @@
-#include "RunningTavo.h"
+#include "TavoControl/RunningTavo.h"
 
 #include "config/InstanceLock.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "RunOverrides.h"
+#include "TavoControl/RunOverrides.h"
 #include "config/TavoStore.h"
 #include "runtime/WorkRequirement.h"
 

@@ -1,4 +1,4 @@
-#include "Settings.h"
+#include "TavoControl/Settings.h"
 
 #include "config/TavoValidationError.h"
 #include "system/DecimalText.h"

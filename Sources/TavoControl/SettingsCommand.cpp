@@ -1,16 +1,16 @@
-#include "SettingsCommand.h"
+#include "TavoControl/SettingsCommand.h"
 
-#include "ConfigurationError.h"
-#include "Console.h"
-#include "RunningTavo.h"
-#include "Settings.h"
-#include "StatusCommand.h"
-#include "SwitchedOff.h"
+#include "TavoControl/ConfigurationError.h"
+#include "TavoControl/Console.h"
+#include "TavoControl/RunningTavo.h"
+#include "TavoControl/Settings.h"
+#include "TavoControl/StatusCommand.h"
+#include "TavoControl/SwitchedOff.h"
 #include "app/LoginOptionsFile.h"
+#include "base/AtomicFile.h"
 #include "base/FileDescriptor.h"
 #include "base/PrintError.h"
 #include "base/Text.h"
-#include "config/AtomicFile.h"
 #include "system/ProcessStart.h"
 
 #include <fcntl.h>
@@ -26,8 +26,8 @@ namespace tavo {
 namespace {
 
 // Together 2 seconds.
-constexpr int looksForState = 200;
-constexpr std::chrono::microseconds betweenLooks{10000};
+constexpr int pollAttempts = 200;
+constexpr std::chrono::microseconds pollInterval{10000};
 
 /// Tells one version of a file that is replaced atomically from the next.
 struct FileVersion {
@@ -219,14 +219,14 @@ ExitStatus SettingsCommand::haveRunningTavoFollow(const AppConfig& config) const
 }
 
 bool SettingsCommand::waitForNewState(const std::function<bool()>& isNew) const {
-    for (int look = 1; look <= looksForState; ++look) {
+    for (int look = 1; look <= pollAttempts; ++look) {
         if (isNew()) {
             return true;
         }
         if (platform.sleeper) {
-            platform.sleeper(betweenLooks);
+            platform.sleeper(pollInterval);
         } else {
-            std::this_thread::sleep_for(betweenLooks);
+            std::this_thread::sleep_for(pollInterval);
         }
     }
     return isNew();

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "CommandLine.h"
-#include "ExitStatus.h"
+#include "TavoControl/CommandLine.h"
+#include "TavoControl/ExitStatus.h"
 #include "app/Platform.h"
 #include "config/TavoStore.h"
 

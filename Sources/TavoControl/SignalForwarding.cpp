@@ -1,4 +1,4 @@
-#include "SignalForwarding.h"
+#include "TavoControl/SignalForwarding.h"
 
 #include "system/ChildProcess.h"
 

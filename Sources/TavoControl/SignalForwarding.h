@@ -1,6 +1,6 @@
 #pragma once
 
-#include "InheritedConditions.h"
+#include "TavoControl/InheritedConditions.h"
 #include "base/FileDescriptor.h"
 
 #include <csignal>

@@ -1,8 +1,8 @@
-#include "StatusCommand.h"
+#include "TavoControl/StatusCommand.h"
 
-#include "ConfigurationError.h"
-#include "RunningTavo.h"
-#include "StatusReport.h"
+#include "TavoControl/ConfigurationError.h"
+#include "TavoControl/RunningTavo.h"
+#include "TavoControl/StatusReport.h"
 #include "base/ErrorText.h"
 #include "runtime/ActivityFile.h"
 #include "system/ProcessStart.h"

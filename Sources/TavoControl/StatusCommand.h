@@ -1,8 +1,8 @@
 #pragma once
 
-#include "CommandLine.h"
-#include "ExitStatus.h"
-#include "StatusReport.h"
+#include "TavoControl/CommandLine.h"
+#include "TavoControl/ExitStatus.h"
+#include "TavoControl/StatusReport.h"
 #include "app/Platform.h"
 
 #include <exception>

@@ -1,6 +1,6 @@
-#include "StatusReport.h"
+#include "TavoControl/StatusReport.h"
 
-#include "SwitchedOff.h"
+#include "TavoControl/SwitchedOff.h"
 #include "base/Duration.h"
 #include "base/Text.h"
 

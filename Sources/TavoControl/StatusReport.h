@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Console.h"
+#include "TavoControl/Console.h"
 #include "app/StatusCopy.h"
 #include "base/PowerStatus.h"
 #include "base/RuntimeRecords.h"

@@ -1,6 +1,6 @@
-#include "SystemChecks.h"
+#include "TavoControl/SystemChecks.h"
 
-#include "ConfigurationError.h"
+#include "TavoControl/ConfigurationError.h"
 #include "app/StatusCopy.h"
 #include "base/ErrorText.h"
 #include "config/HistoryFile.h"
@@ -98,17 +98,16 @@ SystemCheck checkHistory(const TavoStoring& store) {
 }
 
 /// Descriptors for the main loop, the child's pipes, the buses and the process table, with some to spare.
-constexpr rlim_t fewestOpenFiles = 64;
+constexpr rlim_t minOpenFiles = 64;
 
 } // namespace
 
 std::optional<std::string> openFilesShortage() {
     struct rlimit limit {};
-    if (getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur >= fewestOpenFiles) {
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur >= minOpenFiles) {
         return std::nullopt;
     }
-    return fmt::format("this process may have only {} files open at once, and needs {}", limit.rlim_cur,
-                       fewestOpenFiles);
+    return fmt::format("this process may have only {} files open at once, and needs {}", limit.rlim_cur, minOpenFiles);
 }
 
 std::optional<std::string> missingHome(const std::filesystem::path& root) {

@@ -1,6 +1,6 @@
-#include "TerminalScreen.h"
+#include "TavoControl/TerminalScreen.h"
 
-#include "Console.h"
+#include "TavoControl/Console.h"
 
 #include <sys/ioctl.h>
 #include <unistd.h>

@@ -30,7 +30,7 @@ void DesktopInhibition::letGo() {
         inhibitor->release();
     }
     inhibitors.clear();
-    telling.reset();
+    reportTimer.reset();
 }
 
 void DesktopInhibition::settle() {
@@ -64,7 +64,7 @@ void DesktopInhibition::considerTelling() {
         hasTold = false;
     }
     if (!mustTell || hasAnswer || hasTold) {
-        telling.reset();
+        reportTimer.reset();
         return;
     }
     const auto isUndecided = anyIs(State::pending) || anyIs(State::unconfirmed);
@@ -72,18 +72,19 @@ void DesktopInhibition::considerTelling() {
 }
 
 void DesktopInhibition::tellLater(std::uint64_t wait) {
-    if (telling && tellingWait == wait) {
+    if (reportTimer && reportDelay == wait) {
         return;
     }
-    tellingWait = wait;
-    if (sd_event_add_time_relative(&event, Receive(telling), CLOCK_MONOTONIC, wait, 1'000, onTelling, this) < 0) {
+    reportDelay = wait;
+    if (sd_event_add_time_relative(&event, Receive(reportTimer), CLOCK_MONOTONIC, wait, 1'000, onReportTimer, this) <
+        0) {
         tell();
     }
 }
 
-int DesktopInhibition::onTelling(sd_event_source*, std::uint64_t, void* self) noexcept {
+int DesktopInhibition::onReportTimer(sd_event_source*, std::uint64_t, void* self) noexcept {
     auto& inhibition = *static_cast<DesktopInhibition*>(self);
-    inhibition.telling.reset();
+    inhibition.reportTimer.reset();
     inhibition.tell();
     return 0;
 }

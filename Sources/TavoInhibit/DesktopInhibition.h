@@ -35,7 +35,7 @@ private:
     void considerTelling();
     void tellLater(std::uint64_t wait);
     void tell();
-    static int onTelling(sd_event_source* source, std::uint64_t now, void* self) noexcept;
+    static int onReportTimer(sd_event_source* source, std::uint64_t now, void* self) noexcept;
 
     sd_event& event;
     Report& report;
@@ -43,8 +43,8 @@ private:
     bool mustTell = false;
     bool hasTold = false;
     /// When it is to be told, and after how long a wait.
-    EventSource telling;
-    std::uint64_t tellingWait = 0;
+    EventSource reportTimer;
+    std::uint64_t reportDelay = 0;
     std::vector<std::unique_ptr<DesktopInhibitor>> inhibitors;
 };
 

@@ -64,10 +64,10 @@ std::optional<std::string> HelperService::refusal(uid_t user, pid_t process) con
 }
 
 std::optional<std::string> HelperService::refusalOfLength(std::size_t length) {
-    if (length <= longestBody) {
+    if (length <= maxBodySize) {
         return std::nullopt;
     }
-    return fmt::format("a command of {} bytes is too long: {} are allowed.", length, longestBody);
+    return fmt::format("a command of {} bytes is too long: {} are allowed.", length, maxBodySize);
 }
 
 PrivilegedHelperReply HelperService::serve(const HelperCaller& caller, std::string_view body) const {

@@ -29,7 +29,7 @@ struct HelperCaller {
 class HelperService {
 public:
     /// Of an encoded command, in bytes; a longer one is refused unread, whatever it came over.
-    static constexpr std::size_t longestBody = 65536;
+    static constexpr std::size_t maxBodySize = 65536;
 
     using Log = std::function<void(const std::string&)>;
 

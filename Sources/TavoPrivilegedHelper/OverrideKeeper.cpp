@@ -67,9 +67,9 @@ void OverrideKeeper::setSleepDisabled(const ProcessIdentity& owner, PMSetScope s
 
 void OverrideKeeper::add(const ProcessIdentity& owner, PMSetScope scope, std::optional<uid_t> user) {
     const bool isNewOwner = !owners.contains(owner);
-    if (isNewOwner && owners.size() >= mostOwners) {
+    if (isNewOwner && owners.size() >= maxOwners) {
         throw WakeControlError::commandFailed(
-            fmt::format("{} processes have asked for an override already; end some of them.", mostOwners));
+            fmt::format("{} processes have asked for an override already; end some of them.", maxOwners));
     }
     if (isNewOwner) {
         auto exit = watch(owner);

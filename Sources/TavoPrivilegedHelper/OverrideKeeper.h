@@ -34,7 +34,7 @@ public:
     static constexpr std::chrono::milliseconds retryPause{1000};
 
     /// As many processes may have something in force at once: each costs the helper a descriptor.
-    static constexpr std::size_t mostOwners = 64;
+    static constexpr std::size_t maxOwners = 64;
 
     struct Surroundings {
         std::shared_ptr<ProcessWatching> processes;

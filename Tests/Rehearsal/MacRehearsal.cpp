@@ -1,8 +1,8 @@
-#include "app/MacPlatform.h"
-#include "helper/CommandBackedPrivilegedSleepController.h"
-#include "helper/LaunchDaemonSetup.h"
+#include "app/macos/MacPlatform.h"
 #include "helper/PrivilegedHelperCommandDispatcher.h"
 #include "helper/PrivilegedHelperSelfResetter.h"
+#include "helper/macos/CommandBackedPrivilegedSleepController.h"
+#include "helper/macos/LaunchDaemonSetup.h"
 #include "system/SystemCommandRunner.h"
 
 #include <cerrno>

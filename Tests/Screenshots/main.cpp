@@ -98,12 +98,12 @@ std::vector<Scene> windowScenes() {
                           stage.model->evaluateNow();
                       }});
     scenes.push_back({.name = "settings-less-held", .config = enabled(), .after = [](Stage& stage) {
-                          stage.board->record(stage.board->open(),
-                                              {.service = "logind",
-                                               .what = "idle",
-                                               .notice =
-                                                   "sleep was refused, so others may "
-                                                   "still put the computer to sleep; sudo tavoctl run holds it too."});
+                          stage.assertionStatus->record(
+                              stage.assertionStatus->open(),
+                              {.service = "logind",
+                               .what = "idle",
+                               .notice = "sleep was refused, so others may "
+                                         "still put the computer to sleep; sudo tavoctl run holds it too."});
                           stage.loop->runPosted();
                       }});
     scenes.push_back({.name = "permission-not-granted", .config = {}, .showsEnd = true});
@@ -146,7 +146,7 @@ std::vector<Scene> panelScenes() {
              .after =
                  [](Stage& stage) {
                      stage.removeHelper();
-                     stage.model->lookAround();
+                     stage.model->refresh();
                  }},
             {.name = "panel-paused-warning", .config = [] {
                  AppConfig config;

@@ -19,7 +19,7 @@ public:
         if (failure) {
             std::rethrow_exception(failure);
         }
-        if (processes.empty() || processes.size() > mostProcesses) {
+        if (processes.empty() || processes.size() > maxProcesses) {
             return nullptr;
         }
         *watched = processes;

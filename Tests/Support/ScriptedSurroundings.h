@@ -12,7 +12,7 @@
 #include "Support/ScriptedProcessTable.h"
 #include "Support/TemporaryDirectory.h"
 #include "app/TavoAppModel.h"
-#include "helper/LaunchDaemonSetup.h"
+#include "helper/macos/LaunchDaemonSetup.h"
 
 #include <optional>
 
@@ -30,7 +30,7 @@ struct ScriptedSurroundings {
     std::shared_ptr<ScriptedProcessTable> table = std::make_shared<ScriptedProcessTable>();
     std::shared_ptr<ScriptedCommandRunner> runner = std::make_shared<ScriptedCommandRunner>();
     std::shared_ptr<ScriptedCommandRunner> administrator = std::make_shared<ScriptedCommandRunner>();
-    std::shared_ptr<AssertionBoard> board = std::make_shared<AssertionBoard>();
+    std::shared_ptr<AssertionStatus> assertionStatus = std::make_shared<AssertionStatus>();
 
     /// Starts the assertion's child; `runner` does where it is null.
     std::shared_ptr<CommandRunning> assertions;
@@ -54,7 +54,7 @@ struct ScriptedSurroundings {
         platform.processes = table;
         platform.commandRunner = runner;
         platform.assertionRunner = assertions ? assertions : runner;
-        platform.assertionBoard = board;
+        platform.assertionStatus = assertionStatus;
         platform.helperClient = helper;
         platform.helperSetup = helperSetup;
         platform.findHelperSource = [this] { return helperSource; };

@@ -1,4 +1,4 @@
-#include "AwakeChart.h"
+#include "TavoControl/AwakeChart.h"
 
 #include "TavoControl/PrintedLines.h"
 #include "TavoControl/TimeZone.h"

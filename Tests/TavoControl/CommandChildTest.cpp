@@ -1,4 +1,4 @@
-#include "CommandChild.h"
+#include "TavoControl/CommandChild.h"
 
 #include "Support/TemporaryDirectory.h"
 #include "Support/WaitUntil.h"

@@ -1,4 +1,4 @@
-#include "CommandLine.h"
+#include "TavoControl/CommandLine.h"
 
 #include "TavoControl/ParsedArguments.h"
 

@@ -1,4 +1,4 @@
-#include "DoctorCommand.h"
+#include "TavoControl/DoctorCommand.h"
 
 #include "TavoControl/CommandTest.h"
 

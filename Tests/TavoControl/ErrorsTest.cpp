@@ -1,6 +1,6 @@
-#include "ConfigurationError.h"
-#include "ExitStatus.h"
 #include "Support/TemporaryDirectory.h"
+#include "TavoControl/ConfigurationError.h"
+#include "TavoControl/ExitStatus.h"
 #include "base/WakeControlError.h"
 #include "config/TavoValidationError.h"
 

@@ -1,8 +1,8 @@
-#include "ExecCommand.h"
+#include "TavoControl/ExecCommand.h"
 
-#include "ConfigurationError.h"
 #include "Support/ScriptedSurroundings.h"
 #include "Support/WaitUntil.h"
+#include "TavoControl/ConfigurationError.h"
 #include "base/WakeControlError.h"
 
 #include <fmt/format.h>

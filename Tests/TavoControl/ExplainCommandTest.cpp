@@ -1,8 +1,8 @@
-#include "ExplainCommand.h"
+#include "TavoControl/ExplainCommand.h"
 
-#include "ConfigurationError.h"
-#include "ExplanationSource.h"
 #include "TavoControl/CommandTest.h"
+#include "TavoControl/ConfigurationError.h"
+#include "TavoControl/ExplanationSource.h"
 #include "TavoControl/LockHolder.h"
 
 namespace tavo {

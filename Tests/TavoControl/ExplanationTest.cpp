@@ -1,4 +1,4 @@
-#include "Explanation.h"
+#include "TavoControl/Explanation.h"
 
 #include "TavoControl/PrintedLines.h"
 #include "base/WakeControlError.h"

@@ -1,11 +1,11 @@
-#include "HelperCommand.h"
+#include "TavoControl/HelperCommand.h"
 
-#include "HelperReport.h"
 #include "Support/ScriptedCommandRunner.h"
 #include "Support/ScriptedHelperClient.h"
 #include "Support/StandInPrompt.h"
 #include "Support/WaitUntil.h"
 #include "TavoControl/CommandTest.h"
+#include "TavoControl/HelperReport.h"
 #include "Version.h"
 #include "helper/PrivilegedHelperInstallerError.h"
 

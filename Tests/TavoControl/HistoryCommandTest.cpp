@@ -1,4 +1,4 @@
-#include "HistoryCommand.h"
+#include "TavoControl/HistoryCommand.h"
 
 #include "TavoControl/CommandTest.h"
 #include "config/HistoryFile.h"

@@ -1,4 +1,4 @@
-#include "HistoryPeriods.h"
+#include "TavoControl/HistoryPeriods.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "HistoryReport.h"
+#include "TavoControl/HistoryReport.h"
 
 #include "TavoControl/PrintedLines.h"
 #include "TavoControl/TimeZone.h"

@@ -1,4 +1,4 @@
-#include "InterruptedBySignals.h"
+#include "TavoControl/InterruptedBySignals.h"
 
 #include "Support/StandInPrompt.h"
 #include "Support/WaitUntil.h"

@@ -1,4 +1,4 @@
-#include "LocalTime.h"
+#include "TavoControl/LocalTime.h"
 
 #include "TavoControl/TimeZone.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "CommandLine.h"
+#include "TavoControl/CommandLine.h"
 
 #include <stdexcept>
 #include <string>

@@ -1,7 +1,7 @@
-#include "ProcessesCommand.h"
+#include "TavoControl/ProcessesCommand.h"
 
-#include "ConfigurationError.h"
 #include "TavoControl/CommandTest.h"
+#include "TavoControl/ConfigurationError.h"
 
 namespace tavo {
 namespace {

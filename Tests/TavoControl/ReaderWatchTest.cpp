@@ -1,4 +1,4 @@
-#include "ReaderWatch.h"
+#include "TavoControl/ReaderWatch.h"
 
 #include "Support/WaitUntil.h"
 

@@ -1,4 +1,4 @@
-#include "RunBound.h"
+#include "TavoControl/RunBound.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "RunEnd.h"
+#include "TavoControl/RunEnd.h"
 
 #include "Support/ManualMainLoop.h"
 #include "Support/ScriptedProcessExits.h"

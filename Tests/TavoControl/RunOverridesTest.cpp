@@ -1,4 +1,4 @@
-#include "RunOverrides.h"
+#include "TavoControl/RunOverrides.h"
 
 #include "Support/TemporaryDirectory.h"
 #include "config/TavoValidationError.h"

@@ -1,13 +1,13 @@
-#include "SettingsCommand.h"
+#include "TavoControl/SettingsCommand.h"
 
-#include "ConfigurationError.h"
-#include "Settings.h"
 #include "Support/ScriptedHelperClient.h"
 #include "Support/ScriptedLaunchAtLogin.h"
 #include "Support/WaitUntil.h"
 #include "TavoControl/CommandTest.h"
+#include "TavoControl/ConfigurationError.h"
 #include "TavoControl/LockHolder.h"
-#include "helper/LaunchDaemonSetup.h"
+#include "TavoControl/Settings.h"
+#include "helper/macos/LaunchDaemonSetup.h"
 #include "login/LoginLaunchManagerError.h"
 #include "system/ProcessStart.h"
 

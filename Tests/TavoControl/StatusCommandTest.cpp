@@ -1,8 +1,8 @@
-#include "StatusCommand.h"
+#include "TavoControl/StatusCommand.h"
 
-#include "ConfigurationError.h"
 #include "Support/WaitUntil.h"
 #include "TavoControl/CommandTest.h"
+#include "TavoControl/ConfigurationError.h"
 #include "TavoControl/LockHolder.h"
 #include "system/ProcessStart.h"
 

@@ -1,4 +1,4 @@
-#include "StatusReport.h"
+#include "TavoControl/StatusReport.h"
 
 #include "TavoControl/PrintedLines.h"
 

@@ -1,4 +1,4 @@
-#include "WatchCommand.h"
+#include "TavoControl/WatchCommand.h"
 
 #include "TavoControl/CommandTest.h"
 #include "TavoControl/PseudoTerminal.h"

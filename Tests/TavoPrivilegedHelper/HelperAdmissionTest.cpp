@@ -58,7 +58,7 @@ TEST_F(Admission, TheConsolesUserAndRootAreServed) {
 
 TEST_F(Admission, AStrangerIsToldAtOnceAndUnreadAndNothingIsServed) {
     const auto visit = admission->admit(stranger, process.pid);
-    const auto refusal = visit->receive(HelperService::longestBody * 1000);
+    const auto refusal = visit->receive(HelperService::maxBodySize * 1000);
     ASSERT_TRUE(refusal) << "somebody would have had to serve it";
     EXPECT_FALSE(refusal->data);
     EXPECT_THAT(refusal->message.value_or(""), HasSubstr("does not serve this user (user id 502)"));
@@ -91,10 +91,10 @@ TEST_F(Admission, AConnectionThatHasEndedFreesItsPlaceOnce) {
 
 TEST_F(Admission, ALongCommandIsRefusedBeforeItIsRead) {
     const auto visit = admission->admit(consoleUser, process.pid);
-    const auto refusal = visit->receive(HelperService::longestBody + 1);
+    const auto refusal = visit->receive(HelperService::maxBodySize + 1);
     ASSERT_TRUE(refusal);
     EXPECT_EQ(refusal->message, "a command of 65537 bytes is too long: 65536 are allowed.");
-    EXPECT_FALSE(admission->admit(consoleUser, process.pid)->receive(HelperService::longestBody));
+    EXPECT_FALSE(admission->admit(consoleUser, process.pid)->receive(HelperService::maxBodySize));
 }
 
 TEST_F(Admission, AConnectionCarriesOneCommand) {

@@ -128,7 +128,7 @@ TEST_F(Service, WhatIsNoCommandGetsAMessage) {
 }
 
 TEST_F(Service, ACommandThatIsTooLongIsRefusedUnread) {
-    const std::string padding(HelperService::longestBody - std::string(R"({"ping":{}})").size(), ' ');
+    const std::string padding(HelperService::maxBodySize - std::string(R"({"ping":{}})").size(), ' ');
     EXPECT_TRUE(service.serve(caller, R"({"ping":{}})" + padding).data);
     const auto reply = service.serve(caller, R"({"ping":{}})" + padding + " ");
     EXPECT_FALSE(reply.data);

@@ -175,7 +175,7 @@ TEST_F(Keeper, AProcessThatCannotBeWatchedIsNotTakenOverAndTheOthersAre) {
 }
 
 TEST_F(Keeper, ServesOnlySoManyProcesses) {
-    for (pid_t pid = 1000; pid < 1000 + static_cast<pid_t>(OverrideKeeper::mostOwners); ++pid) {
+    for (pid_t pid = 1000; pid < 1000 + static_cast<pid_t>(OverrideKeeper::maxOwners); ++pid) {
         processes->start({pid, 1});
         ask({pid, 1}, PMSetScope::ac);
     }

@@ -5,8 +5,8 @@
 #include "Support/TemporaryDirectory.h"
 #include "app/AsioMainLoop.h"
 #include "app/TavoAppModel.h"
-#include "helper/LaunchDaemonSetup.h"
-#include "login/LoginLaunchManager.h"
+#include "helper/macos/LaunchDaemonSetup.h"
+#include "login/macos/LoginLaunchManager.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -36,7 +36,7 @@ public:
         result.processes = std::make_shared<ScriptedProcessTable>();
         result.commandRunner = runner;
         result.assertionRunner = runner;
-        result.assertionBoard = std::make_shared<AssertionBoard>();
+        result.assertionStatus = std::make_shared<AssertionStatus>();
         result.helperClient = std::make_shared<ScriptedHelperClient>();
         result.helperSetup = std::make_shared<LaunchDaemonSetup>();
         result.launchAtLogin = std::make_shared<LoginLaunchManager>(agent, launchctl);

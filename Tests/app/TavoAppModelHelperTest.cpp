@@ -90,14 +90,14 @@ TEST_F(HelperFlowTest, AForeignProgramInTheHelpersPlaceIsNeverReadyWhateverItAns
     EXPECT_THAT(*model->lastError(), testing::HasSubstr("a foreign program has been started as root"));
     EXPECT_EQ(model->helperInstallState(), HelperState::installedUnreachable);
     EXPECT_FALSE(model->config().closedLidPermissionGranted);
-    model->lookAround();
+    model->refresh();
     loop->advance(std::chrono::seconds{120});
     EXPECT_EQ(model->helperInstallState(), HelperState::installedUnreachable);
     EXPECT_THAT(asked(), IsEmpty());
 
     // Removed as the message says, and installed as it was meant.
     std::filesystem::remove_all(folder.path() / "system");
-    model->lookAround();
+    model->refresh();
     EXPECT_EQ(model->helperInstallState(), HelperState::notInstalled);
     administrator->onRun = [this] { installHelper(); };
     model->installHelper();
@@ -229,7 +229,7 @@ TEST_F(HelperFlowTest, LookingAroundSeesThatTheHelperIsNoLongerThisBuilds) {
     installHelper();
     startWith({});
     installHelper("another helper");
-    model->lookAround();
+    model->refresh();
     EXPECT_FALSE(model->supportsSilentHelperReset());
     EXPECT_TRUE(has(changes.back(), ModelProperty::supportsSilentHelperReset));
 }
@@ -260,7 +260,7 @@ TEST_F(HelperFlowTest, AnOverrideThatCouldNotBeGivenBackIsGivenBackLater) {
     asked();
     // Killed, and looked at before it is back; it takes over what this living process had asked for.
     helper->otherwise = std::make_exception_ptr(std::runtime_error("nobody listens."));
-    model->lookAround();
+    model->refresh();
     EXPECT_EQ(model->helperInstallState(), HelperState::installedUnreachable);
     helper->otherwise = PrivilegedHelperResponse::ok();
     asked();

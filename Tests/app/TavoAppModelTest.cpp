@@ -1,6 +1,6 @@
 #include "app/TavoAppModelTesting.h"
 #include "app/UserNotices.h"
-#include "runtime/CaffeinateCommandRunner.h"
+#include "runtime/macos/CaffeinateCommandRunner.h"
 
 namespace tavo {
 namespace {
@@ -8,12 +8,13 @@ namespace {
 /// The assertion's child ends as soon as it is there.
 class DyingAssertions final : public CommandRunning {
 public:
-    explicit DyingAssertions(std::shared_ptr<AssertionBoard> board) : board(std::move(board)) {}
+    explicit DyingAssertions(std::shared_ptr<AssertionStatus> assertionStatus)
+        : assertionStatus(std::move(assertionStatus)) {}
     bool supportsPrivilegedCommands() const override { return false; }
     ShellCommandResult run(const ShellCommand&) override { return {}; }
     std::shared_ptr<RunningCommand> start(const ShellCommand& command) override {
         const auto inner = std::make_shared<ScriptedCommandRunner>();
-        auto child = CaffeinateCommandRunner(inner, board).start(command);
+        auto child = CaffeinateCommandRunner(inner, assertionStatus).start(command);
         inner->children.back()->dieFromOutside();
         ++timesStarted;
         return child;
@@ -21,7 +22,7 @@ public:
     int timesStarted = 0;
 
 private:
-    std::shared_ptr<AssertionBoard> board;
+    std::shared_ptr<AssertionStatus> assertionStatus;
 };
 
 TEST_F(TavoAppModelTest, SwitchedOffItEvaluatesNothingAndArmsOneTimer) {
@@ -136,8 +137,8 @@ TEST_F(TavoAppModelTest, OneNotificationSaysAllThatChanged) {
 
 TEST_F(TavoAppModelTest, ANoticeOfTheAssertionIsAnnounced) {
     startWith(enabled());
-    const auto token = board->open();
-    board->record(token, {.service = "logind", .what = "idle", .notice = "sleep was refused."});
+    const auto token = assertionStatus->open();
+    assertionStatus->record(token, {.service = "logind", .what = "idle", .notice = "sleep was refused."});
     loop->runPosted();
     EXPECT_EQ(model->assertionNotice(), "sleep was refused.");
     EXPECT_TRUE(has(changes.back(), ModelProperty::assertionNotice));
@@ -145,11 +146,11 @@ TEST_F(TavoAppModelTest, ANoticeOfTheAssertionIsAnnounced) {
 
 TEST_F(TavoAppModelTest, AnAssertionThatEndedUnaskedIsTakenAgainAfterASecond) {
     startWith(enabled());
-    const auto token = board->open();
-    board->record(token, {.service = "logind", .what = "idle:sleep"});
+    const auto token = assertionStatus->open();
+    assertionStatus->record(token, {.service = "logind", .what = "idle:sleep"});
     loop->advance(std::chrono::seconds{5});
     runner->children.back()->dieFromOutside();
-    board->close(token);
+    assertionStatus->close(token);
     EXPECT_EQ(runner->children.size(), 1U);
     loop->advance(std::chrono::seconds{1});
     EXPECT_EQ(runner->children.size(), 2U);
@@ -157,10 +158,10 @@ TEST_F(TavoAppModelTest, AnAssertionThatEndedUnaskedIsTakenAgainAfterASecond) {
 }
 
 TEST_F(TavoAppModelTest, AnAssertionThatEndedUnaskedIsNotSaidToBeHeld) {
-    assertions = std::make_shared<CaffeinateCommandRunner>(runner, board);
+    assertions = std::make_shared<CaffeinateCommandRunner>(runner, assertionStatus);
     startWith(enabled());
     loop->runPosted();
-    EXPECT_EQ(board->summary(), "idle:sleep (caffeinate)");
+    EXPECT_EQ(assertionStatus->summary(), "idle:sleep (caffeinate)");
     EXPECT_FALSE(model->hasLostAssertion());
     changes.clear();
     runner->children.back()->dieFromOutside();
@@ -177,7 +178,7 @@ TEST_F(TavoAppModelTest, AnAssertionThatEndedUnaskedIsNotSaidToBeHeld) {
 }
 
 TEST_F(TavoAppModelTest, WithTheLidCoveredALostAssertionLeavesTheMachineAwake) {
-    assertions = std::make_shared<CaffeinateCommandRunner>(runner, board);
+    assertions = std::make_shared<CaffeinateCommandRunner>(runner, assertionStatus);
     installHelper();
     startWith(enabledWithLidClosed());
     runner->children.back()->dieFromOutside();
@@ -188,7 +189,7 @@ TEST_F(TavoAppModelTest, WithTheLidCoveredALostAssertionLeavesTheMachineAwake) {
 }
 
 TEST_F(TavoAppModelTest, AnAssertionThatEndsWhileItIsTakenIsTakenAgainAfterASecond) {
-    const auto dying = std::make_shared<DyingAssertions>(board);
+    const auto dying = std::make_shared<DyingAssertions>(assertionStatus);
     assertions = dying;
     startWith(enabled());
     loop->runPosted();
@@ -199,7 +200,7 @@ TEST_F(TavoAppModelTest, AnAssertionThatEndsWhileItIsTakenIsTakenAgainAfterASeco
 }
 
 TEST_F(TavoAppModelTest, ALostAssertionIsTakenOnlyWhileAwakeIsWanted) {
-    assertions = std::make_shared<CaffeinateCommandRunner>(runner, board);
+    assertions = std::make_shared<CaffeinateCommandRunner>(runner, assertionStatus);
     startWith(enabled());
     model->toggleEnabled();
     runner->children.back()->dieFromOutside();
@@ -219,7 +220,7 @@ TEST_F(TavoAppModelTest, TimersAreKeptOnTimeWhileItIsSwitchedOn) {
     loop->advance(std::chrono::seconds{60});
     EXPECT_EQ(activity->underWay, 1) << "switched on in the file";
     table->failure = runner->failure = std::make_exception_ptr(WakeControlError::systemUnavailable("no means."));
-    model->lookAround();
+    model->refresh();
     EXPECT_EQ(activity->underWay, 1);
     model->quit();
     EXPECT_EQ(activity->underWay, 0);
@@ -310,7 +311,7 @@ TEST_F(TavoAppModelTest, AHelperThatDoesNotAnswerIsNotAskedForMore) {
 TEST_F(TavoAppModelTest, LookingAroundFindsAHelperThatHasBeenInstalled) {
     startWith(enabledWithLidClosed());
     installHelper();
-    model->lookAround();
+    model->refresh();
     EXPECT_EQ(model->helperInstallState(), PrivilegedHelperInstallState::ready);
     EXPECT_TRUE(has(changes.back(), ModelProperty::helperInstallState));
     EXPECT_EQ(model->lastError(), std::nullopt);
@@ -322,7 +323,7 @@ TEST_F(TavoAppModelTest, LookingAroundFindsAHelperThatHasGone) {
     installHelper();
     startWith(enabledWithLidClosed());
     std::filesystem::remove(helperSetup->helperExecutable());
-    model->lookAround();
+    model->refresh();
     EXPECT_EQ(model->helperInstallState(), PrivilegedHelperInstallState::notInstalled);
     EXPECT_EQ(model->lastError(), WakeControlError::closedLidRequiresPrivilege().description());
     EXPECT_FALSE(model->runtimeSnapshot().isWakeAssertionActive);
@@ -334,7 +335,7 @@ TEST_F(TavoAppModelTest, LookingAroundAsksAgainForAnOverrideThatAReplacedHelperH
     installHelper();
     startWith(enabledWithLidClosed());
     asked();
-    model->lookAround();
+    model->refresh();
     EXPECT_THAT(asked(), ElementsAre(PrivilegedHelperCommand::setSleepDisabled(PMSetScope::all, true)));
     EXPECT_EQ(runner->children.size(), 1U) << "the lock itself stays as it is";
 }
@@ -342,7 +343,7 @@ TEST_F(TavoAppModelTest, LookingAroundAsksAgainForAnOverrideThatAReplacedHelperH
 TEST_F(TavoAppModelTest, LookingAroundWithTheLidOpenAsksTheHelperForNothing) {
     installHelper();
     startWith(enabled());
-    model->lookAround();
+    model->refresh();
     EXPECT_THAT(asked(), IsEmpty());
 }
 

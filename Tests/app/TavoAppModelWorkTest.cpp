@@ -98,7 +98,7 @@ TEST_F(TavoAppModelWorkTest, BeingAskedToLookAroundGivesNoVerdictAheadOfTime) {
     startWorking();
     for (int look = 0; look < 29; ++look) {
         loop->advance(seconds{1});
-        model->lookAround();
+        model->refresh();
         EXPECT_TRUE(isHeld());
     }
     loop->advance(seconds{1});

@@ -1,7 +1,7 @@
 #include "app/UserNotices.h"
 
 #include "app/TavoAppModelTesting.h"
-#include "runtime/CaffeinateCommandRunner.h"
+#include "runtime/macos/CaffeinateCommandRunner.h"
 
 namespace tavo {
 namespace {
@@ -51,7 +51,8 @@ TEST_F(UserNoticesTest, AnEditedFileThatWasKeptAsideIsAWarning) {
 
 TEST_F(UserNoticesTest, WhatIsHeldLessThanPlannedIsAWarning) {
     startWith(enabled());
-    board->record(board->open(), {.service = "logind", .what = "idle", .notice = "sleep was refused."});
+    assertionStatus->record(assertionStatus->open(),
+                            {.service = "logind", .what = "idle", .notice = "sleep was refused."});
     EXPECT_THAT(notices().warnings, ElementsAre("sleep was refused."));
     EXPECT_THAT(notices().withHint("no tray.").warnings, ElementsAre("sleep was refused.", "no tray."));
     EXPECT_EQ(notices().withHint(""), notices());
@@ -80,7 +81,7 @@ TEST_F(UserNoticesTest, AnErrorThatEndsKeepingAwakeIsTold) {
 }
 
 TEST_F(UserNoticesTest, ALostLockThatCannotBeTakenAgainIsTold) {
-    assertions = std::make_shared<CaffeinateCommandRunner>(runner, board);
+    assertions = std::make_shared<CaffeinateCommandRunner>(runner, assertionStatus);
     startWith(enabled());
     look();
     runner->children.back()->dieFromOutside();

@@ -50,8 +50,8 @@ TEST(HistoryEntry, NoLineIsLongerThanAReaderAccepts) {
     entry.state.held = std::string(5000, '\x01');
     entry.why = std::string(5000, '\x01');
     entry.state.processes.assign(5000, {.processID = 1 << 30, .name = std::string(5000, '\x01')});
-    EXPECT_LE(entry.line().size(), HistoryEntry::longestLine);
-    EXPECT_EQ(HistoryEntry::fromLine(entry.line()).state.processes.size(), HistoryEntry::mostProcesses);
+    EXPECT_LE(entry.line().size(), HistoryEntry::maxLineLength);
+    EXPECT_EQ(HistoryEntry::fromLine(entry.line()).state.processes.size(), HistoryEntry::maxProcesses);
 }
 
 TEST(HistoryEntry, AnythingElseIsADecodingError) {

@@ -16,11 +16,5 @@ TEST(PMSetScope, EachHasItsRawValueAndItsFlag) {
     EXPECT_EQ(pmsetFlag(PMSetScope::battery), "-b");
 }
 
-TEST(PMSetScope, APolicyMapsCaseForCase) {
-    EXPECT_EQ(pmsetScope(PowerSourcePolicy::any), PMSetScope::all);
-    EXPECT_EQ(pmsetScope(PowerSourcePolicy::acOnly), PMSetScope::ac);
-    EXPECT_EQ(pmsetScope(PowerSourcePolicy::batteryOnly), PMSetScope::battery);
-}
-
 } // namespace
 } // namespace tavo

@@ -2,7 +2,7 @@
 
 #include "Support/ScriptedCommandRunner.h"
 #include "Support/ScriptedSleepController.h"
-#include "helper/CommandBackedPrivilegedSleepController.h"
+#include "helper/macos/CommandBackedPrivilegedSleepController.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -3,8 +3,8 @@
 #include "Support/ScriptedCommandRunner.h"
 #include "Support/ScriptedHelperClient.h"
 #include "Support/TemporaryDirectory.h"
-#include "config/AtomicFile.h"
-#include "helper/LaunchDaemonSetup.h"
+#include "base/AtomicFile.h"
+#include "helper/macos/LaunchDaemonSetup.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

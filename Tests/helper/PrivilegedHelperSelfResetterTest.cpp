@@ -3,8 +3,8 @@
 #include "Support/ScriptedCommandRunner.h"
 #include "Support/TemporaryDirectory.h"
 #include "Support/WaitUntil.h"
-#include "helper/LaunchDaemonSetup.h"
 #include "helper/PrivilegedHelperInstallerError.h"
+#include "helper/macos/LaunchDaemonSetup.h"
 #include "system/SystemCommandRunner.h"
 
 #include <gmock/gmock.h>

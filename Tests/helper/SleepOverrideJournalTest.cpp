@@ -1,7 +1,7 @@
 #include "helper/SleepOverrideJournal.h"
 
 #include "Support/TemporaryDirectory.h"
-#include "config/AtomicFile.h"
+#include "base/AtomicFile.h"
 
 #include <gtest/gtest.h>
 

@@ -29,6 +29,12 @@ TEST(WakePlanBuilder, AnotherProgramMayHoldTheAssertion) {
     EXPECT_EQ(builder.buildPlan({}, {}, false).standardAssertionCommand.executableURL, "/opt/holder");
 }
 
+TEST(PMSetScope, APolicyMapsCaseForCase) {
+    EXPECT_EQ(pmsetScope(PowerSourcePolicy::any), PMSetScope::all);
+    EXPECT_EQ(pmsetScope(PowerSourcePolicy::acOnly), PMSetScope::ac);
+    EXPECT_EQ(pmsetScope(PowerSourcePolicy::batteryOnly), PMSetScope::battery);
+}
+
 TEST(WakePlanBuilder, TheClosedLidScopeFollowsThePolicy) {
     for (const auto mode : {WatchMode::closed, WatchMode::both}) {
         for (const auto policy : allCases<PowerSourcePolicy>()) {

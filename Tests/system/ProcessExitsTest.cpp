@@ -110,8 +110,8 @@ TEST_F(ProcessExitsTest, ADestroyedWatchTellsNothing) {
 
 TEST_F(ProcessExitsTest, SixtyFourAreWatchedAndNoMore) {
     const WatchedProcess self{.pid = getpid(), .startTime = processStart(getpid())};
-    EXPECT_TRUE(watch(std::vector(ProcessExitNotifying::mostProcesses, self)));
-    EXPECT_FALSE(watch(std::vector(ProcessExitNotifying::mostProcesses + 1, self)));
+    EXPECT_TRUE(watch(std::vector(ProcessExitNotifying::maxProcesses, self)));
+    EXPECT_FALSE(watch(std::vector(ProcessExitNotifying::maxProcesses + 1, self)));
     EXPECT_FALSE(watch({}));
 }
 

@@ -246,7 +246,8 @@ TEST_F(SettingsViewTest, ALongCommandLeavesTheHeaderItsTwoRows) {
 TEST_F(SettingsViewTest, TheNoticesHaveAnEdge) {
     open(enabled());
     view->resize(378, 350);
-    board->record(board->open(), {.service = "logind", .what = "idle", .notice = "sleep was refused."});
+    assertionStatus->record(assertionStatus->open(),
+                            {.service = "logind", .what = "idle", .notice = "sleep was refused."});
     loop->runPosted();
     QApplication::processEvents();
     const auto* const list = partsOf<NoticeList>(*view).back();
@@ -339,7 +340,7 @@ TEST_F(SettingsViewTest, ALongErrorLeavesRoomForTheSettings) {
     for (int word = 0; word < 120; ++word) {
         path += "a word ";
     }
-    board->record(board->open(), {.service = "logind", .what = "idle", .notice = path});
+    assertionStatus->record(assertionStatus->open(), {.service = "logind", .what = "idle", .notice = path});
     loop->runPosted();
     QApplication::processEvents();
     const auto* list = partsOf<NoticeList>(*view).back();
@@ -379,18 +380,18 @@ TEST_F(SettingsViewTest, ThePermissionRowIsForEachStateOfTheHelper) {
     EXPECT_TRUE(permission().button()->isEnabled());
 
     installHelper();
-    model->lookAround();
+    model->refresh();
     EXPECT_EQ(permission().value(), "");
     EXPECT_EQ(permission().detail(), "permission granted");
     EXPECT_EQ(permission().button()->text(), "reset");
     EXPECT_TRUE(permission().showsLabelCheckmark());
 
     installHelper("another build's");
-    model->lookAround();
+    model->refresh();
     EXPECT_EQ(permission().button()->text(), "refresh");
 
     helper->otherwise = PrivilegedHelperResponse::ok();
-    model->lookAround();
+    model->refresh();
     EXPECT_EQ(permission().value(), "needs refresh");
     EXPECT_EQ(permission().detail(), "permission denied");
     EXPECT_EQ(permission().button()->text(), "refresh");
@@ -457,7 +458,8 @@ TEST_F(SettingsViewTest, AFailureOfAnyLengthLeavesTheWindowItsWidth) {
 
 TEST_F(SettingsViewTest, ErrorsAndWarningsAreShownAndGoWhenTheyAreResolved) {
     open(enabled());
-    board->record(board->open(), {.service = "logind", .what = "idle", .notice = "sleep was refused."});
+    assertionStatus->record(assertionStatus->open(),
+                            {.service = "logind", .what = "idle", .notice = "sleep was refused."});
     loop->runPosted();
     EXPECT_EQ(notice(), "sleep was refused.");
     folder.write("config.json", "{");

@@ -106,7 +106,7 @@ TEST_F(MenuBarViewTest, TheWarningIsThereOnlyWhenThePermissionIsMissing) {
     open(config);
     EXPECT_THAT(texts(), testing::Contains(warning));
     installHelper();
-    model->lookAround();
+    model->refresh();
     EXPECT_THAT(texts(), testing::Not(testing::Contains(warning)));
     removeHelper();
     open();

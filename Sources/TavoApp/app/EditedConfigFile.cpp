@@ -1,6 +1,6 @@
 #include "app/EditedConfigFile.h"
 
-#include "config/AtomicFile.h"
+#include "base/AtomicFile.h"
 
 #include <string>
 #include <system_error>

@@ -1,9 +1,9 @@
 #include "app/LoginOptionsFile.h"
 
+#include "base/AtomicFile.h"
 #include "base/DescribedError.h"
 #include "base/Duration.h"
 #include "base/Text.h"
-#include "config/AtomicFile.h"
 
 #include <fmt/format.h>
 

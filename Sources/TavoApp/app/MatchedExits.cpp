@@ -9,11 +9,11 @@ namespace tavo {
 
 namespace {
 
-constexpr std::chrono::seconds shortestPause{1};
-constexpr std::chrono::seconds longestPause{AppConfig::fixedPollIntervalSeconds};
+constexpr std::chrono::seconds minPause{1};
+constexpr std::chrono::seconds maxPause{AppConfig::fixedPollIntervalSeconds};
 
 /// After so long without an end that counted, the next is as good as the first.
-constexpr TimePoint::duration calm = 2 * longestPause;
+constexpr TimePoint::duration calm = 2 * maxPause;
 
 std::vector<WatchedProcess> toWatch(const std::vector<MatchedProcessSnapshot>& matched) {
     std::vector<WatchedProcess> processes;
@@ -93,7 +93,7 @@ void MatchedExits::lastHasEnded() {
 
 void MatchedExits::evaluateNow() {
     lastEvaluation = loop->now();
-    pause = std::clamp(2 * pause, shortestPause, longestPause);
+    pause = std::clamp(2 * pause, minPause, maxPause);
     const auto call = evaluate; // may have this object end its timer, or go
     call();
 }

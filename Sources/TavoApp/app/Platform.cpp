@@ -1,95 +1,67 @@
 #include "app/Platform.h"
 
-#ifdef __APPLE__
-#include "app/MacPlatform.h"
-#include "helper/PrivilegedHelperConstants.h"
-#include "helper/macos/XPCPrivilegedHelperClient.h"
-#include "system/macos/AppNapPrevention.h"
-#else
-#include "app/ProgramsOfPlatform.h"
-#include "helper/PrivilegedHelperConstants.h"
-#include "helper/linux/PolkitCommandRunner.h"
-#include "helper/linux/SocketPrivilegedHelperClient.h"
-#include "helper/linux/SystemdServiceSetup.h"
-#include "login/linux/AutostartLoginManager.h"
-#include "runtime/linux/InhibitorCommandRunner.h"
-#include "system/InterruptibleCommandRunner.h"
+#include "app/LoginOptionsFile.h"
+#include "login/LoginLaunchManagerError.h"
+#include "system/OwnProgramFilter.h"
 #include "system/ProgramLocation.h"
-#include "system/SystemCommandRunner.h"
-#include "system/linux/KernelEvents.h"
-#include "system/linux/LogindClient.h"
-#include "system/linux/ProcfsProcessSnapshotProvider.h"
-#include "system/linux/SysfsPowerEnvironment.h"
-#endif
+
+#include <unistd.h>
 
 namespace tavo {
 
 namespace {
 
-#ifndef __APPLE__
-constexpr const char* packagedPrograms = "../libexec/tavo";
-#endif
+constexpr std::string_view desktopAppName = "tavo";
+
+std::vector<std::string> keptOptions(const std::filesystem::path& file) {
+    try {
+        const auto requirement = file.empty() ? std::nullopt : LoginOptionsFile(file).read();
+        return requirement ? requirement->arguments() : std::vector<std::string>();
+    } catch (const std::exception&) {
+        // Launch at login matters more than how.
+        return {};
+    }
+}
 
 } // namespace
 
-#ifdef __APPLE__
-
-void prepareChildEnvironment() {
-    prepareMacChildEnvironment();
+std::optional<std::filesystem::path> findDesktopApp(const std::filesystem::path& programPath) {
+    if (programPath.filename() == desktopAppName) {
+        return programPath;
+    }
+    return findCompanionProgram(programPath, desktopAppName, {"../MacOS", "../../bin"});
 }
 
-Platform makePlatform(const std::filesystem::path& programPath, const TavoPaths& paths) {
-    auto platform = makeMacPlatform(
-        programPath, paths,
-        std::make_shared<XPCPrivilegedHelperClient>(std::string(PrivilegedHelperConstants::machServiceName)));
-    platform.processActivity = std::make_shared<AppNapPrevention>();
-    return platform;
-}
-
-#else
-
-void prepareChildEnvironment() {
-    // No child's output depends on it here.
-}
-
-Platform makePlatform(const std::filesystem::path& programPath, const TavoPaths& paths) {
-    Platform platform;
-    platform.loginOptionsFile = paths.rootDirectory / "run.conf";
-    platform.commandRunner = std::make_shared<SystemCommandRunner>();
-    platform.assertionBoard = std::make_shared<AssertionBoard>();
-    platform.desktopApp = findDesktopApp(programPath);
-    platform.powerEnvironment = std::make_shared<SysfsPowerEnvironment>();
-    platform.powerChanges = std::make_shared<KernelPowerChanges>();
-    platform.processes = withoutOwnPrograms(std::make_shared<ProcfsProcessSnapshotProvider>());
-    platform.processExits = std::make_shared<ProcessExits>();
-    platform.assertionRunner =
-        std::make_shared<InhibitorCommandRunner>(platform.commandRunner, platform.assertionBoard);
-    platform.tiedAssertionRunner = platform.assertionRunner;
-    // Installed as a package, the programs that users do not call lie apart from those that they do.
-    platform.wakePlanBuilder.assertionExecutable = findCompanionProgram(programPath, "tavo-inhibit", {packagedPrograms})
-                                                       .value_or(programPath.parent_path() / "tavo-inhibit");
-    platform.heldAssertions = std::make_shared<LogindLockList>();
-    platform.seemsWithoutMeans = [] {
-        try {
-            return !LogindClient().isRunning();
-        } catch (const BusError&) {
-            return true;
-        }
+void makeInterruptible(Platform& platform) {
+    platform.interruption = std::make_shared<Interruption>();
+    platform.sleeper = [interruption = platform.interruption](std::chrono::microseconds time) {
+        interruption->sleep(time);
     };
-    platform.machineNoun = "computer";
-    platform.launchAtLogin = std::make_shared<AutostartLoginManager>();
-    platform.helperClient = std::make_shared<SocketPrivilegedHelperClient>();
-    platform.helperSetup = std::make_shared<SystemdServiceSetup>();
-    makeInterruptible(platform);
-    platform.administratorRunner =
-        std::make_shared<PolkitCommandRunner>(std::make_shared<InterruptibleCommandRunner>(platform.interruption));
-    platform.findHelperSource = [programPath] {
-        return findProgram(programPath, PrivilegedHelperConstants::helperExecutableName,
-                           {"../Helpers", packagedPrograms, "."});
-    };
-    return platform;
 }
 
-#endif
+std::shared_ptr<ProcessSnapshotProviding> withoutOwnPrograms(std::shared_ptr<ProcessSnapshotProviding> processes) {
+    return std::make_shared<OwnProgramFilter>(std::move(processes), getpid());
+}
+
+std::optional<WorkRequirement> Platform::requirementAtStart() const {
+    if (!appReadsLoginOptions || loginOptionsFile.empty() || !launchAtLogin->isEnabled()) {
+        return std::nullopt;
+    }
+    return LoginOptionsFile(loginOptionsFile).read();
+}
+
+LaunchAtLoginManaging::Remainder Platform::setLaunchAtLogin(bool enabled) const {
+    if (!enabled) {
+        launchAtLogin->disable();
+        return {};
+    }
+    if (!desktopApp) {
+        throw LoginLaunchManagerError::missingDesktopApp();
+    }
+    if (desktopApp->empty()) {
+        throw LoginLaunchManagerError::missingExecutablePath();
+    }
+    return launchAtLogin->enable(*desktopApp, keptOptions(loginOptionsFile));
+}
 
 } // namespace tavo

@@ -5,7 +5,7 @@
 #include "helper/HelperServiceSetup.h"
 #include "helper/PrivilegedHelperClient.h"
 #include "login/LaunchAtLoginManaging.h"
-#include "runtime/AssertionBoard.h"
+#include "runtime/AssertionStatus.h"
 #include "runtime/HistoryRecorder.h"
 #include "runtime/WakePlan.h"
 #include "runtime/WorkRequirement.h"
@@ -56,7 +56,7 @@ struct Platform {
     std::function<std::optional<pid_t>()> orphanedAssertion;
 
     /// Lists what the assertion's child holds, and nothing once it has ended.
-    std::shared_ptr<AssertionBoard> assertionBoard;
+    std::shared_ptr<AssertionStatus> assertionStatus;
 
     /// Writes down what a running Tavo does; null where nothing is to be written, as in a command that only looks.
     std::shared_ptr<HistoryRecorder> history;
@@ -138,6 +138,15 @@ void prepareChildEnvironment();
 /// @param isOnlyOne  whether this process is the one Tavo of its user, and not a run beside it.
 std::shared_ptr<HistoryRecorder> makeHistory(const TavoPaths& paths, const std::string& program,
                                              HistoryRecorder::FailureNotice onFailure, bool isOnlyOne = true);
+
+/// The desktop app: the running program, or else what comes with it.
+std::optional<std::filesystem::path> findDesktopApp(const std::filesystem::path& programPath);
+
+/// Tavo's own programs never count as a match.
+std::shared_ptr<ProcessSnapshotProviding> withoutOwnPrograms(std::shared_ptr<ProcessSnapshotProviding> processes);
+
+/// Gives the platform what calls off its waiting for an administrator and for the helper. @throws std::system_error
+void makeInterruptible(Platform& platform);
 
 /// Assembles the collaborators of the system that this program was built for: the one place that knows which it is.
 /// @param programPath  the running program's file, beside which the others lie.

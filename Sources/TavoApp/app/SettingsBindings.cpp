@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::string_view customChoice = "custom";
 constexpr const char* firstCustomQuery = "codex";
-constexpr std::size_t mostDigits = 4;
+constexpr std::size_t maxDigits = 4;
 
 } // namespace
 
@@ -78,7 +78,7 @@ std::string cutoffText(const AppConfig& draft) {
 }
 
 bool isCutoffText(std::string_view text) {
-    return text.size() <= mostDigits &&
+    return text.size() <= maxDigits &&
            std::all_of(text.begin(), text.end(), [](char character) { return character >= '0' && character <= '9'; });
 }
 

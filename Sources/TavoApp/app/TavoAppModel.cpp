@@ -114,7 +114,7 @@ void TavoAppModel::followSwitch() {
 }
 
 void TavoAppModel::observeAssertion() {
-    platform.assertionBoard->onChange(
+    platform.assertionStatus->onChange(
         onMainThread(mainLoop, weak_from_this(), [](TavoAppModel& model) { model.assertionChanged(); }));
 }
 
@@ -142,7 +142,7 @@ void TavoAppModel::assertionChanged() {
     perform([this] {
         pendingChanges |= static_cast<ModelChanges>(ModelProperty::assertionNotice);
         // The child has ended unasked. A minute without a lock would be long enough for the machine to fall asleep.
-        if ((snapshot.isWakeAssertionActive || hasLostAssertion()) && platform.assertionBoard->reports().empty()) {
+        if ((snapshot.isWakeAssertionActive || hasLostAssertion()) && platform.assertionStatus->reports().empty()) {
             auto lost = snapshot;
             lost.isWakeAssertionActive = coordinator->wakeStatus().isActive;
             publish(ModelProperty::runtimeSnapshot, snapshot, lost);
@@ -177,7 +177,7 @@ void TavoAppModel::evaluateNow() {
     perform([this] { evaluate(); });
 }
 
-void TavoAppModel::lookAround() {
+void TavoAppModel::refresh() {
     perform([this] {
         reloadPersistedConfigIfSafe();
         if (!appliedConfig.isEnabled) {
@@ -203,7 +203,7 @@ void TavoAppModel::evaluate() {
         publish(ModelProperty::powerStatus, power, platform.powerEnvironment->currentStatus());
         // What changed while the plan was being carried out was not decided upon.
         scheduleNextEvaluation(power == before ? evaluation.suggestedNextEvaluationInterval : 0.0);
-        publish(ModelProperty::lastError, lastErrorText, overdueSave ? ErrorText(overdueSave->error) : std::nullopt);
+        publish(ModelProperty::lastError, lastErrorText, pendingSave ? ErrorText(pendingSave->error) : std::nullopt);
     } catch (const std::exception& error) {
         failure = std::current_exception();
         applyFailure(error);

@@ -65,7 +65,7 @@ public:
 
     /// Looks at the helper again, which somebody else may have installed, replaced or removed, and then evaluates: what a
     /// request to look around means.
-    void lookAround();
+    void refresh();
 
     /// Switches off, leaving unsaved edits alone; or switches on with the always trigger, on the present power source,
     /// replacing any unsaved edits. Which of the two is decided by config() as it stands, which the control that calls
@@ -124,7 +124,7 @@ public:
     const std::optional<std::string>& editedFileNotice() const { return editedFileNoticeText; }
 
     /// What is held less than planned, in the words of the assertion's child.
-    std::optional<std::string> assertionNotice() const { return platform.assertionBoard->notice(); }
+    std::optional<std::string> assertionNotice() const { return platform.assertionStatus->notice(); }
 
     RuntimeStatusCopy runtimeStatusCopy() const {
         return RuntimeStatusCopy::make(appliedConfig, snapshot, power, platform.machineNoun);
@@ -165,10 +165,10 @@ private:
     struct HelperOutcome;
 
     /// A save that waits for launch at login.
-    struct PendingSave;
+    struct SaveInProgress;
 
     /// A save that failed: it is tried again, and until it works the file is not believed.
-    struct OverdueSave {
+    struct PendingSave {
         AppConfig inFile;
         std::string error;
     };
@@ -197,17 +197,17 @@ private:
     void releaseStuck();
 
     void reloadPersistedConfigIfSafe();
-    void takeUp(const AppConfig& inFile);
+    void adoptFileConfig(const AppConfig& inFile);
     void adoptEditedFile();
     void keepEditedFileAside(const AppConfig& toBeSaved);
     void forgetEditedFile() { publish(ModelProperty::editedFileNotice, editedFileNoticeText, std::nullopt); }
     void publishConfig(const AppConfig& config);
     void save(const AppConfig& config);
     void putIntoForce(const AppConfig& checked);
-    void saveAfter(LaunchAtLoginManaging::Remainder work, PendingSave save);
+    void saveAfter(LaunchAtLoginManaging::Remainder work, SaveInProgress save);
     void finishSave();
     void saveWhatIsPending();
-    bool isAsWhenAskedFor(const PendingSave& pending) const;
+    bool isAsWhenAskedFor(const SaveInProgress& pending) const;
     void saveAppliedConfig();
     void saveWhatIsOverdue();
     void persistConfigAndReschedule();
@@ -249,7 +249,7 @@ private:
     bool isHelperForeign = false;
 
     /// While launch at login is still being set up.
-    std::shared_ptr<const PendingSave> pendingSave;
+    std::shared_ptr<const SaveInProgress> saveInProgress;
 
     std::shared_ptr<RuntimeCoordinator> coordinator;
 
@@ -269,7 +269,7 @@ private:
 
     /// What the file held when it was read or written last.
     AppConfig lastInFile;
-    std::optional<OverdueSave> overdueSave;
+    std::optional<PendingSave> pendingSave;
 
     std::unique_ptr<SettingsWindowControlling> settingsWindow;
     std::function<void(ModelChanges)> changeObserver;

@@ -39,7 +39,7 @@ void TavoAppModel::revertDraft() {
     });
 }
 
-struct TavoAppModel::PendingSave {
+struct TavoAppModel::SaveInProgress {
     AppConfig checked;
 
     /// As they were when the save was asked for.
@@ -55,7 +55,7 @@ void TavoAppModel::saveDraft() {
         forgetEditedFile();
         adoptEditedFile();
         try {
-            if (pendingSave) {
+            if (saveInProgress) {
                 throw DescribedError("launch at login is still being set up; save again in a moment.");
             }
             const auto checked = draft.validated();
@@ -79,10 +79,10 @@ void TavoAppModel::putIntoForce(const AppConfig& checked) {
 }
 
 /// Launchd may take seconds, and the windows must not stand still meanwhile.
-void TavoAppModel::saveAfter(LaunchAtLoginManaging::Remainder work, PendingSave save) {
+void TavoAppModel::saveAfter(LaunchAtLoginManaging::Remainder work, SaveInProgress save) {
     clearError();
-    const auto pending = std::make_shared<PendingSave>(std::move(save));
-    pendingSave = pending;
+    const auto pending = std::make_shared<SaveInProgress>(std::move(save));
+    saveInProgress = pending;
     mainLoop->runInBackground(
         [work = std::move(work), pending] {
             try {
@@ -99,7 +99,7 @@ void TavoAppModel::saveAfter(LaunchAtLoginManaging::Remainder work, PendingSave 
 }
 
 void TavoAppModel::finishSave() {
-    const auto pending = std::exchange(pendingSave, nullptr);
+    const auto pending = std::exchange(saveInProgress, nullptr);
     if (pending->error) {
         fail(*pending->error);
         return;
@@ -125,16 +125,16 @@ void TavoAppModel::finishSave() {
 /// At the end, which waits for nobody: what is to be started at login lies in its place already, and the system looks for it
 /// there at the next one. Whether it can be had at once as well makes no difference any more.
 void TavoAppModel::saveWhatIsPending() {
-    if (!pendingSave) {
+    if (!saveInProgress) {
         return;
     }
     try {
         adoptEditedFile();
         auto config = appliedConfig;
-        if (isAsWhenAskedFor(*pendingSave)) {
-            config = pendingSave->checked;
+        if (isAsWhenAskedFor(*saveInProgress)) {
+            config = saveInProgress->checked;
         }
-        config.launchAtLoginEnabled = pendingSave->checked.launchAtLoginEnabled;
+        config.launchAtLoginEnabled = saveInProgress->checked.launchAtLoginEnabled;
         save(config);
         publishConfig(config);
     } catch (const std::exception& error) {
@@ -142,7 +142,7 @@ void TavoAppModel::saveWhatIsPending() {
     }
 }
 
-bool TavoAppModel::isAsWhenAskedFor(const PendingSave& pending) const {
+bool TavoAppModel::isAsWhenAskedFor(const SaveInProgress& pending) const {
     return draft == pending.draft && appliedConfig == pending.config;
 }
 
@@ -178,7 +178,7 @@ void TavoAppModel::saveAppliedConfig() {
         clearError();
     } catch (const std::exception& error) {
         // Without this, what its user has just switched off would come back with the next look at the file.
-        overdueSave = OverdueSave{.inFile = lastInFile, .error = errorText(error)};
+        pendingSave = PendingSave{.inFile = lastInFile, .error = errorText(error)};
         fail(errorText(error));
     }
 }
@@ -186,7 +186,7 @@ void TavoAppModel::saveAppliedConfig() {
 /// At the end: what was switched off must not be on again at the next start.
 void TavoAppModel::saveWhatIsOverdue() {
     try {
-        if (overdueSave && store->loadConfig() == overdueSave->inFile) {
+        if (pendingSave && store->loadConfig() == pendingSave->inFile) {
             save(appliedConfig);
         }
     } catch (const std::exception& error) {
@@ -198,7 +198,7 @@ void TavoAppModel::save(const AppConfig& config) {
     keepEditedFileAside(config);
     store->saveConfig(config);
     lastInFile = config;
-    overdueSave.reset();
+    pendingSave.reset();
     publish(ModelProperty::configFileError, configFileErrorText, std::nullopt);
 }
 
@@ -207,7 +207,7 @@ void TavoAppModel::reloadPersistedConfigIfSafe() {
         return;
     }
     try {
-        takeUp(store->loadConfig());
+        adoptFileConfig(store->loadConfig());
     } catch (const std::exception& error) {
         publish(ModelProperty::configFileError, configFileErrorText, errorText(error));
         fail(errorText(error));
@@ -223,7 +223,7 @@ void TavoAppModel::adoptEditedFile() {
     try {
         const auto inFile = store->loadConfig();
         if (!(inFile == lastInFile)) {
-            takeUp(inFile);
+            adoptFileConfig(inFile);
         }
     } catch (const std::exception&) {
         // The store keeps aside what it cannot read.
@@ -251,13 +251,13 @@ void TavoAppModel::keepEditedFileAside(const AppConfig& toBeSaved) {
     }
 }
 
-void TavoAppModel::takeUp(const AppConfig& inFile) {
+void TavoAppModel::adoptFileConfig(const AppConfig& inFile) {
     publish(ModelProperty::configFileError, configFileErrorText, std::nullopt);
-    if (overdueSave && inFile == overdueSave->inFile) {
+    if (pendingSave && inFile == pendingSave->inFile) {
         saveAppliedConfig();
         return;
     }
-    overdueSave.reset(); // somebody has edited the file meanwhile, and the last word counts
+    pendingSave.reset(); // somebody has edited the file meanwhile, and the last word counts
     lastInFile = inFile;
     if (!(inFile == appliedConfig)) {
         publishConfig(inFile);

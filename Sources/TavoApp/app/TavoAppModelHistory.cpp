@@ -36,7 +36,7 @@ void TavoAppModel::recordHistory() const {
     if (!platform.history || hasQuit || snapshot.lastDecisionReason == RuntimeDecisionReason::idle) {
         return;
     }
-    auto held = snapshot.isWakeAssertionActive ? platform.assertionBoard->summary() : std::string();
+    auto held = snapshot.isWakeAssertionActive ? platform.assertionStatus->summary() : std::string();
     if (coordinator->wakeStatus().usesClosedLidOverride) {
         held += held.empty() ? "closed lid" : ", closed lid";
     }

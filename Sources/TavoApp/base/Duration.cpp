@@ -25,7 +25,7 @@ std::optional<std::int64_t> takeNumber(std::string_view& text) {
     std::int64_t number = 0;
     for (const char digit : text.substr(0, length)) {
         number = number * 10 + (digit - '0');
-        if (number > longestDuration.count()) {
+        if (number > maxDuration.count()) {
             return std::nullopt;
         }
     }
@@ -59,7 +59,7 @@ std::optional<std::chrono::seconds> parseDuration(std::string_view text) {
         ++nextUnit;
         text.remove_prefix(1);
     }
-    return total <= longestDuration.count() ? std::optional(std::chrono::seconds{total}) : std::nullopt;
+    return total <= maxDuration.count() ? std::optional(std::chrono::seconds{total}) : std::nullopt;
 }
 
 std::string formatDuration(std::chrono::seconds duration) {

@@ -9,8 +9,8 @@ namespace tavo {
 namespace {
 
 /// In bytes of UTF-8, which JSON's escapes make six times as long at worst.
-constexpr std::size_t longestName = 30;
-constexpr std::size_t longestText = 100;
+constexpr std::size_t maxNameLength = 30;
+constexpr std::size_t maxTextLength = 100;
 
 std::string cut(std::string_view bytes, std::size_t limit) {
     auto text = repairUTF8(bytes);
@@ -27,8 +27,8 @@ std::string cut(std::string_view bytes, std::size_t limit) {
 
 Json asJson(const std::vector<HistoryProcess>& processes) {
     auto list = Json::array();
-    for (std::size_t index = 0; index < std::min(processes.size(), HistoryEntry::mostProcesses); ++index) {
-        list.push_back({{"pid", processes[index].processID}, {"name", cut(processes[index].name, longestName)}});
+    for (std::size_t index = 0; index < std::min(processes.size(), HistoryEntry::maxProcesses); ++index) {
+        list.push_back({{"pid", processes[index].processID}, {"name", cut(processes[index].name, maxNameLength)}});
     }
     return list;
 }
@@ -37,7 +37,7 @@ void addState(Json& object, const HistoryState& state) {
     object["reason"] = rawValue(state.reason);
     object["awake"] = state.isAwake;
     object["processes"] = asJson(state.processes);
-    object["held"] = cut(state.held, longestText);
+    object["held"] = cut(state.held, maxTextLength);
     if (state.isStopped) {
         object["stopped"] = true;
     }
@@ -79,7 +79,7 @@ HistoryProcess HistoryProcess::fromJson(const Json& value, const std::string& pa
 std::string HistoryEntry::line() const {
     Json object{{"event", rawValue(event)},
                 {"time", formatISO8601(time)},
-                {"program", cut(writer.program, longestName)},
+                {"program", cut(writer.program, maxNameLength)},
                 {"pid", writer.processID},
                 {"startTime", static_cast<std::int64_t>(writer.startTime)}};
     if (writer.isOnlyOne) {
@@ -96,7 +96,7 @@ std::string HistoryEntry::line() const {
         object["seconds"] = suspendedSeconds;
     }
     if (!why.empty()) {
-        object["why"] = cut(why, longestText);
+        object["why"] = cut(why, maxTextLength);
     }
     return object.dump(-1, ' ', false, Json::error_handler_t::replace);
 }

@@ -89,17 +89,17 @@ struct HistoryEntry {
 
     bool operator==(const HistoryEntry&) const = default;
 
-    /// As one line without its end. Long names and long lists are cut, so that no line is longer than longestLine.
+    /// As one line without its end. Long names and long lists are cut, so that no line is longer than maxLineLength.
     std::string line() const;
 
     /// @throws DecodingError for anything that is no line of a history.
     static HistoryEntry fromLine(std::string_view text);
 
     /// In bytes.
-    static constexpr std::size_t longestLine = 8192;
+    static constexpr std::size_t maxLineLength = 8192;
 
     /// More processes than these are not listed.
-    static constexpr std::size_t mostProcesses = 24;
+    static constexpr std::size_t maxProcesses = 24;
 };
 
 } // namespace tavo

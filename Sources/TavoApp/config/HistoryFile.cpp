@@ -1,9 +1,9 @@
 #include "config/HistoryFile.h"
 
+#include "base/AtomicFile.h"
 #include "base/ErrorText.h"
 #include "base/FileDescriptor.h"
-#include "config/AtomicFile.h"
-#include "config/TrustedPath.h"
+#include "base/TrustedPath.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -84,11 +84,11 @@ bool endsWithinALine(const FileDescriptor& file, off_t size) {
 }
 
 /// A file that was made by hand or by a mistake may be of any size.
-constexpr off_t mostBytes = off_t{4} << 20U;
+constexpr off_t maxBytes = off_t{4} << 20U;
 
 std::string readEnd(const FileDescriptor& file, const std::filesystem::path& path) {
     const auto size = statusOf(file, path).st_size;
-    auto at = size > mostBytes ? size - mostBytes : 0;
+    auto at = size > maxBytes ? size - maxBytes : 0;
     std::string content(static_cast<std::size_t>(size - at), '\0');
     std::size_t done = 0;
     while (done < content.size()) {
@@ -156,7 +156,7 @@ void HistoryFile::readInto(HistoryContent& content, const std::filesystem::path&
         if (line.empty()) {
             continue;
         }
-        if (line.size() > HistoryEntry::longestLine) {
+        if (line.size() > HistoryEntry::maxLineLength) {
             ++content.skippedLines;
             continue;
         }

@@ -1,7 +1,7 @@
 #include "config/InstanceLock.h"
 
-#include "config/AtomicFile.h"
-#include "config/TrustedPath.h"
+#include "base/AtomicFile.h"
+#include "base/TrustedPath.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -1,6 +1,6 @@
 #include "config/KeptAside.h"
 
-#include "config/AtomicFile.h"
+#include "base/AtomicFile.h"
 
 #include <unistd.h>
 

@@ -1,8 +1,8 @@
 #include "config/TavoStore.h"
 
-#include "config/AtomicFile.h"
+#include "base/AtomicFile.h"
+#include "base/TrustedPath.h"
 #include "config/KeptAside.h"
-#include "config/TrustedPath.h"
 
 #include <optional>
 #include <string>

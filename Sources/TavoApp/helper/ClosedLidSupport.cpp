@@ -11,8 +11,8 @@ namespace tavo {
 namespace {
 
 // The helper lets one second pass before it begins to remove itself.
-constexpr int looksForRemoval = 25;
-constexpr std::chrono::microseconds betweenLooks{100000};
+constexpr int removalPollAttempts = 25;
+constexpr std::chrono::microseconds pollInterval{100000};
 
 bool isThere(const std::filesystem::path& file) {
     std::error_code ignored; // what cannot be asked about does not exist for the caller
@@ -70,10 +70,10 @@ bool ClosedLidSupport::reset() const {
         throw PrivilegedHelperInstallerError::uninstallFailed(error->message);
     }
     for (int look = 1; hasFiles(); ++look) {
-        if (look == looksForRemoval) {
+        if (look == removalPollAttempts) {
             return false;
         }
-        parts.sleeper(betweenLooks);
+        parts.sleeper(pollInterval);
     }
     return true;
 }

@@ -14,16 +14,4 @@ std::string_view pmsetFlag(PMSetScope scope) {
     return {};
 }
 
-PMSetScope pmsetScope(PowerSourcePolicy policy) {
-    switch (policy) {
-    case PowerSourcePolicy::any:
-        return PMSetScope::all;
-    case PowerSourcePolicy::acOnly:
-        return PMSetScope::ac;
-    case PowerSourcePolicy::batteryOnly:
-        return PMSetScope::battery;
-    }
-    return PMSetScope::all;
-}
-
 } // namespace tavo

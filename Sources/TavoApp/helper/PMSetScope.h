@@ -1,7 +1,8 @@
 #pragma once
 
 #include "base/RawValues.h"
-#include "config/AppConfig.h"
+
+#include <string_view>
 
 namespace tavo {
 
@@ -19,8 +20,5 @@ struct RawValues<PMSetScope> {
 
 /// The option that limits a setting to the scope, pmset(1): "-a", "-c" or "-b".
 std::string_view pmsetFlag(PMSetScope scope);
-
-/// The scope that a policy asks for, case for case.
-PMSetScope pmsetScope(PowerSourcePolicy policy);
 
 } // namespace tavo

@@ -1,6 +1,6 @@
 #include "helper/PrivilegedHelperCompatibilityChecker.h"
 
-#include "config/AtomicFile.h"
+#include "base/AtomicFile.h"
 
 #include <exception>
 

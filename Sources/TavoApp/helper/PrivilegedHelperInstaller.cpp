@@ -1,6 +1,6 @@
 #include "helper/PrivilegedHelperInstaller.h"
 
-#include "config/AtomicFile.h"
+#include "base/AtomicFile.h"
 
 #include <cstdio>
 #include <cstdlib>

@@ -1,6 +1,6 @@
 #include "helper/SleepOverrideJournal.h"
 
-#include "config/AtomicFile.h"
+#include "base/AtomicFile.h"
 
 #include <algorithm>
 #include <limits>

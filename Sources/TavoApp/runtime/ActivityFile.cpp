@@ -1,6 +1,6 @@
 #include "runtime/ActivityFile.h"
 
-#include "config/AtomicFile.h"
+#include "base/AtomicFile.h"
 #include "config/InstanceLock.h"
 #include "system/ProcessStart.h"
 

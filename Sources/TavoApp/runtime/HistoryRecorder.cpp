@@ -10,7 +10,7 @@ namespace tavo {
 namespace {
 
 /// Two clocks are read one after the other, and what is shorter than this interests nobody.
-constexpr std::chrono::seconds shortestSuspend{5};
+constexpr std::chrono::seconds minSuspend{5};
 
 } // namespace
 
@@ -30,7 +30,7 @@ void HistoryRecorder::record(const HistoryState& state, TimePoint at) {
     // Which of them are told first makes no difference, and those that find no room on the line make none either.
     std::sort(shown.processes.begin(), shown.processes.end(),
               [](const auto& left, const auto& right) { return left.processID < right.processID; });
-    shown.processes.resize(std::min(shown.processes.size(), HistoryEntry::mostProcesses));
+    shown.processes.resize(std::min(shown.processes.size(), HistoryEntry::maxProcesses));
     if (shown != lastState && append({.event = HistoryEvent::change, .time = at, .state = shown})) {
         lastState = std::move(shown);
     }
@@ -40,7 +40,7 @@ void HistoryRecorder::noteSuspend(TimePoint at) {
     const auto suspended = suspendedTime();
     const auto length = suspended - std::exchange(lastSuspended, suspended);
     const auto before = std::exchange(lastLook, at);
-    if (length >= shortestSuspend && lastState && lastState->isAwake) {
+    if (length >= minSuspend && lastState && lastState->isAwake) {
         append(
             {.event = HistoryEvent::suspend, .time = at, .suspendedFrom = before, .suspendedSeconds = length.count()});
     }

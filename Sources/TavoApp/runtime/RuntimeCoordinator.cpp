@@ -8,7 +8,7 @@ namespace tavo {
 namespace {
 
 constexpr double evaluationInterval = AppConfig::fixedPollIntervalSeconds;
-constexpr double shortestInterval = 1.0;
+constexpr double minInterval = 1.0;
 
 bool policyAllows(PowerSourcePolicy policy, CurrentPowerSource source) {
     switch (policy) {
@@ -70,7 +70,7 @@ RuntimeEvaluation RuntimeCoordinator::evaluateProcesses(const AppConfig& config,
     auto evaluation = decideOn(std::move(result), config, status, at);
     if (news) {
         evaluation.suggestedNextEvaluationInterval =
-            std::min(evaluation.suggestedNextEvaluationInterval, std::max(*news, shortestInterval));
+            std::min(evaluation.suggestedNextEvaluationInterval, std::max(*news, minInterval));
     }
     return evaluation;
 }
@@ -139,7 +139,7 @@ double RuntimeCoordinator::intervalWhileActive(const AppConfig& config, TimePoin
     }
     // Near the end of a session the next evaluation lands on the limit itself.
     const double remaining = *limit - secondsBetween(*activeSessionStartedAt, at);
-    return std::clamp(remaining, shortestInterval, evaluationInterval);
+    return std::clamp(remaining, minInterval, evaluationInterval);
 }
 
 bool RuntimeCoordinator::isSessionLimitReached(const AppConfig& config, TimePoint at) const {

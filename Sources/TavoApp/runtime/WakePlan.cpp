@@ -25,6 +25,18 @@ std::vector<std::string> assertionArguments(CurrentPowerSource source) {
 
 } // namespace
 
+PMSetScope pmsetScope(PowerSourcePolicy policy) {
+    switch (policy) {
+    case PowerSourcePolicy::any:
+        return PMSetScope::all;
+    case PowerSourcePolicy::acOnly:
+        return PMSetScope::ac;
+    case PowerSourcePolicy::batteryOnly:
+        return PMSetScope::battery;
+    }
+    return PMSetScope::all;
+}
+
 WakePlan WakePlanBuilder::buildPlan(const AppConfig& config, const PowerStatus& powerStatus,
                                     bool supportsClosedLidOverride) const {
     const auto scope = closedLidScope(config, supportsClosedLidOverride);

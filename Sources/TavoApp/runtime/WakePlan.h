@@ -23,6 +23,9 @@ struct WakePlan {
     bool operator==(const WakePlan&) const = default;
 };
 
+/// The scope that a policy asks for, case for case.
+PMSetScope pmsetScope(PowerSourcePolicy policy);
+
 /// Decides what has to run.
 struct WakePlanBuilder {
     /// The program that holds the assertion: caffeinate(8), or one that takes the same flags.

@@ -44,7 +44,7 @@ void WorkMonitor::look(const std::vector<ProcessTreeMeasurement>& trees, TimePoi
             now.baseline = tree;
             now.measuredAt = at;
             now.isFresh = true;
-        } else if (!isNews && at - now.measuredAt >= shortestInterval) {
+        } else if (!isNews && at - now.measuredAt >= minInterval) {
             auto verdict = compareTrees(now.baseline, tree, secondsOf(at - now.measuredAt), required.busyPercent);
             now = {.baseline = tree, .measuredAt = at, .isFresh = false, .activity = std::move(verdict)};
             isNews = true;
@@ -64,7 +64,7 @@ void WorkMonitor::look(const std::vector<ProcessTreeMeasurement>& trees, TimePoi
 }
 
 bool WorkMonitor::hasClockJumped(TimePoint at) const {
-    return current && (at < current->lookedAt || at - current->lookedAt > longestInterval);
+    return current && (at < current->lookedAt || at - current->lookedAt > maxInterval);
 }
 
 WorkMonitor::Watched WorkMonitor::firstSightingOf(const ProcessTreeMeasurement& tree, TimePoint at) {
@@ -85,7 +85,7 @@ std::optional<double> WorkMonitor::secondsUntilNews() const {
     };
     for (const auto& [pid, tree] : watched) {
         if (tree.isFresh) {
-            consider(tree.measuredAt + shortestInterval);
+            consider(tree.measuredAt + minInterval);
         }
     }
     if (current->isWithinGrace(current->lookedAt)) {

@@ -17,15 +17,15 @@ TreeActivity compareTrees(const ProcessTreeMeasurement& before, const ProcessTre
 /// Tells programs that work from programs that wait, over many looks at their process trees.
 ///
 /// A tree works when it has used more than its share of a core since the look that it is compared with, or when processes of it
-/// have started or ended. Looks that are compared lie at least shortestInterval apart, since a percentage over a moment says
+/// have started or ended. Looks that are compared lie at least minInterval apart, since a percentage over a moment says
 /// nothing; a look before that leaves the last verdict standing. A tree that is seen for the first time counts as working.
 ///
 /// The clock may be set while this runs, and the computer may sleep. Time that goes backwards, or that jumps further than looks
 /// ever lie apart, says nothing about work: it counts as no time at all, and trees are measured afresh from there.
 class WorkMonitor {
 public:
-    static constexpr std::chrono::seconds shortestInterval{30};
-    static constexpr std::chrono::seconds longestInterval{300};
+    static constexpr std::chrono::seconds minInterval{30};
+    static constexpr std::chrono::seconds maxInterval{300};
 
     explicit WorkMonitor(WorkRequirement requirement) : required(requirement) {}
 

@@ -54,7 +54,7 @@ std::vector<std::string> WorkRequirement::arguments() const {
 WorkRequirement WorkRequirement::fromJson(const Json& value, const std::string& path) {
     const JsonObjectReader reader(value, path);
     const auto seconds = reader.required<std::int64_t>("graceSeconds");
-    if (seconds < 0 || seconds > longestDuration.count()) {
+    if (seconds < 0 || seconds > maxDuration.count()) {
         throw DecodingError(DecodingError::Kind::dataCorrupted, reader.pathOf("graceSeconds"), "no possible grace.");
     }
     const auto percent = value.find("busyPercent");

@@ -20,7 +20,7 @@ namespace {
 constexpr std::chrono::milliseconds patience{500};
 
 /// How often a child is looked at that has closed its streams and runs on.
-constexpr std::chrono::milliseconds betweenLooks{100};
+constexpr std::chrono::milliseconds pollInterval{100};
 
 struct Stream {
     FileDescriptor descriptor;
@@ -64,7 +64,7 @@ bool drain(Stream& output, Stream& error, const Interruption& interruption) {
 
 std::optional<std::int32_t> waitForExit(const ReapedChild& process, const Interruption& interruption) {
     for (;;) {
-        const auto exitCode = process.waitForExit(betweenLooks);
+        const auto exitCode = process.waitForExit(pollInterval);
         if (exitCode || interruption.isInterrupted()) {
             return exitCode;
         }

@@ -7,7 +7,7 @@ namespace tavo {
 namespace {
 
 // Together 10 seconds.
-constexpr int mostPauses = 50;
+constexpr int maxPauses = 50;
 constexpr std::chrono::microseconds pause{200000};
 
 } // namespace
@@ -22,7 +22,7 @@ bool saysThatLaunchdRefusedToLoad(const std::string& standardError) {
 
 void waitUntilLaunchdForgets(const std::string& target, CommandRunning& runner, const Sleeper& sleeper) {
     const ShellCommand print{.executableURL = "/bin/launchctl", .arguments = {"print", target}};
-    for (int pauses = 0; runner.run(print).exitCode == 0 && pauses < mostPauses; ++pauses) {
+    for (int pauses = 0; runner.run(print).exitCode == 0 && pauses < maxPauses; ++pauses) {
         sleeper(pause);
     }
 }

@@ -118,7 +118,7 @@ constexpr auto wrappers = std::to_array<std::string_view>({
 });
 
 /// Tables that hold only the start of a long name cut it after 15 bytes (Linux) or 16 (macOS).
-constexpr std::size_t shortestCutName = 15;
+constexpr std::size_t minCutNameLength = 15;
 
 bool isWrapper(std::string_view name) {
     if (name.starts_with('-')) { // a login shell
@@ -130,7 +130,7 @@ bool isWrapper(std::string_view name) {
 /// The own program that runs under the name, if any.
 std::optional<std::string_view> ownProgram(std::string_view name) {
     const auto found = std::find_if(ownPrograms.begin(), ownPrograms.end(), [name](std::string_view program) {
-        return program == name || (name.size() >= shortestCutName && program.starts_with(name));
+        return program == name || (name.size() >= minCutNameLength && program.starts_with(name));
     });
     return found == ownPrograms.end() ? std::nullopt : std::optional(*found);
 }

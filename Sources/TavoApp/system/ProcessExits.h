@@ -26,13 +26,13 @@ struct ProcessExitWatch {
 
 struct ProcessExitNotifying {
     /// Each costs a descriptor on some systems.
-    static constexpr std::size_t mostProcesses = 64;
+    static constexpr std::size_t maxProcesses = 64;
 
     virtual ~ProcessExitNotifying() = default;
 
     /// Calls `observer` once, from any thread, when none of these processes runs any more: also when that is so already. One
     /// that has ended and was not reaped yet runs no more, and so does one whose number another has now.
-    /// Gives null for no process, for more than mostProcesses, and where so many descriptors cannot be spared.
+    /// Gives null for no process, for more than maxProcesses, and where so many descriptors cannot be spared.
     /// @throws std::system_error when the system cannot watch them.
     virtual std::unique_ptr<ProcessExitWatch> watch(const std::vector<WatchedProcess>& processes,
                                                     std::function<void()> observer) = 0;

@@ -1,4 +1,4 @@
-#include "linux/DesktopCheck.h"
+#include "TavoControl/linux/DesktopCheck.h"
 
 #include "base/ErrorText.h"
 #include "system/linux/BusConnection.h"
@@ -63,7 +63,7 @@ struct WaitForChange {
 std::vector<AssertionReport> tryOut(const Platform& platform, std::chrono::milliseconds bound) {
     // A change may still be on its way here when the wait is over.
     const auto wait = std::make_shared<WaitForChange>();
-    platform.assertionBoard->onChange([wait] {
+    platform.assertionStatus->onChange([wait] {
         // The lock orders a change before the wait for it.
         const std::lock_guard lock(wait->mutex);
         wait->changed.notify_all();
@@ -74,11 +74,11 @@ std::vector<AssertionReport> tryOut(const Platform& platform, std::chrono::milli
     {
         std::unique_lock lock(wait->mutex);
         wait->changed.wait_for(lock, bound, [&] {
-            reports = platform.assertionBoard->reports();
+            reports = platform.assertionStatus->reports();
             return find(reports, AssertionReportState::held) != nullptr;
         });
     }
-    platform.assertionBoard->onChange({});
+    platform.assertionStatus->onChange({});
     child->stop();
     return reports;
 }

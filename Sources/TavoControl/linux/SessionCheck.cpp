@@ -1,4 +1,4 @@
-#include "linux/SessionCheck.h"
+#include "TavoControl/linux/SessionCheck.h"
 
 #include <fmt/format.h>
 #include <systemd/sd-login.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "SystemChecks.h"
+#include "TavoControl/SystemChecks.h"
 
 #include <string>
 

@@ -1,9 +1,9 @@
-#include "SystemChecks.h"
+#include "TavoControl/SystemChecks.h"
 
+#include "TavoControl/linux/DesktopCheck.h"
+#include "TavoControl/linux/SessionCheck.h"
 #include "TavoInhibit/OwnLocksQuestion.h"
 #include "TavoInhibit/UserDesktop.h"
-#include "linux/DesktopCheck.h"
-#include "linux/SessionCheck.h"
 #include "system/linux/LogindClient.h"
 
 #include <fmt/format.h>

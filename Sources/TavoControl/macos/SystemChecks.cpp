@@ -1,4 +1,4 @@
-#include "SystemChecks.h"
+#include "TavoControl/SystemChecks.h"
 
 #include <unistd.h>
 

@@ -7,11 +7,11 @@
 #include "TavoPrivilegedHelper/linux/AsioHelperTimers.h"
 #include "TavoPrivilegedHelper/linux/HelperListener.h"
 #include "TavoPrivilegedHelper/linux/LoginPresence.h"
+#include "TavoPrivilegedHelper/linux/LogindLidSwitch.h"
 #include "TavoPrivilegedHelper/linux/PeerIdentification.h"
 #include "TavoPrivilegedHelper/linux/PidfdProcessWatching.h"
 #include "helper/PrivilegedHelperSelfResetter.h"
-#include "helper/linux/LogindLidSwitch.h"
-#include "helper/linux/SocketPrivilegedHelperClient.h"
+#include "helper/linux/HelperLocations.h"
 #include "helper/linux/SystemdServiceSetup.h"
 #include "system/SystemCommandRunner.h"
 #include "system/linux/ServiceManager.h"
@@ -35,14 +35,14 @@ constexpr int attemptsToUndo = 5;
 constexpr uid_t root = 0;
 
 /// The time that waiting for logind may take in one request. Shorter than callers wait.
-constexpr std::chrono::milliseconds longestRequest{3000};
+constexpr std::chrono::milliseconds maxRequestTime{3000};
 
 } // namespace
 
 HelperProgram::HelperProgram(std::optional<uid_t> user, Log log)
-    : user(user), log(log), budget(std::make_shared<TimeBudget>(longestRequest)),
+    : user(user), log(log), budget(std::make_shared<TimeBudget>(maxRequestTime)),
       logind(std::make_shared<LogindLidSwitch>(budget)),
-      setting(std::make_shared<LogindSleepController>(logind, LogindSleepController::systemDropInFolder(), log,
+      setting(std::make_shared<LogindSleepController>(logind, HelperLocations::lidDropInFolder(), log,
                                                       LogindSleepController::Pause(), budget)),
       keeper(std::make_shared<OverrideKeeper>(
           setting, SleepOverrideJournal(SystemdServiceSetup().overrideJournal()),
@@ -67,8 +67,7 @@ void HelperProgram::serve(const std::function<void()>& ready) {
     const LoginWatch logins(loop, [&absence] { absence.check(); });
     absence.check();
     {
-        const HelperListener listener(loop, SocketPrivilegedHelperClient::systemSocket(), service,
-                                      std::make_shared<PeerIdentification>());
+        const HelperListener listener(loop, HelperLocations::socket(), service, std::make_shared<PeerIdentification>());
         ready();
         loop.run();
     }

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "TavoPrivilegedHelper/OverrideKeeper.h"
+#include "TavoPrivilegedHelper/linux/LogindSleepController.h"
 #include "helper/TimeBudget.h"
-#include "helper/linux/LogindSleepController.h"
 
 #include <asio/io_context.hpp>
 #include <sys/types.h>

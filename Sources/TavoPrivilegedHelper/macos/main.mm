@@ -9,10 +9,10 @@
 #include "TavoPrivilegedHelper/macos/DispatchProcessWatching.h"
 #include "TavoPrivilegedHelper/macos/DispatchSource.h"
 #include "TavoPrivilegedHelper/macos/XPCHelperListener.h"
-#include "helper/CommandBackedPrivilegedSleepController.h"
-#include "helper/LaunchDaemonSetup.h"
 #include "helper/PrivilegedHelperConstants.h"
 #include "helper/PrivilegedHelperSelfResetter.h"
+#include "helper/macos/CommandBackedPrivilegedSleepController.h"
+#include "helper/macos/LaunchDaemonSetup.h"
 #include "system/SystemCommandRunner.h"
 
 #include <sys/stat.h>

@@ -37,7 +37,7 @@ FileDescriptor connectToHelper() {
     FileDescriptor connection(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
-    SocketPrivilegedHelperClient::systemSocket().native().copy(address.sun_path, sizeof(address.sun_path) - 1);
+    HelperLocations::socket().native().copy(address.sun_path, sizeof(address.sun_path) - 1);
     if (connect(connection.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
         throw std::system_error(errno, std::generic_category(), "connect");
     }

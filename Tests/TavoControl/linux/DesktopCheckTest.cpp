@@ -1,4 +1,4 @@
-#include "linux/DesktopCheck.h"
+#include "TavoControl/linux/DesktopCheck.h"
 
 #include "Support/PrivateBus.h"
 #include "TavoControl/CommandTest.h"
@@ -22,7 +22,8 @@ constexpr auto portalName = "org.freedesktop.portal.Desktop";
 /// Starts the assertion's child as an ordinary user: root has no session bus.
 class OrdinaryUsersRunner final : public CommandRunning {
 public:
-    explicit OrdinaryUsersRunner(std::shared_ptr<AssertionBoard> board) : runner(nullptr, std::move(board)) {}
+    explicit OrdinaryUsersRunner(std::shared_ptr<AssertionStatus> assertionStatus)
+        : runner(nullptr, std::move(assertionStatus)) {}
 
     bool supportsPrivilegedCommands() const override { return false; }
     ShellCommandResult run(const ShellCommand& command) override { return runner.run(command); }
@@ -47,8 +48,8 @@ protected:
     DesktopCheckTest() : logind(pump, startedBus(systemBus).address()) {
         ::setenv("DBUS_SYSTEM_BUS_ADDRESS", systemBus.address().c_str(), 1);
         ::setenv("DBUS_SESSION_BUS_ADDRESS", sessionBus.address().c_str(), 1);
-        platform.assertionBoard = std::make_shared<AssertionBoard>();
-        platform.assertionRunner = std::make_shared<OrdinaryUsersRunner>(platform.assertionBoard);
+        platform.assertionStatus = std::make_shared<AssertionStatus>();
+        platform.assertionRunner = std::make_shared<OrdinaryUsersRunner>(platform.assertionStatus);
         platform.wakePlanBuilder.assertionExecutable = systemBus.folder() / "tavo-inhibit";
         // The build may lie where only root gets to.
         std::filesystem::copy_file(TAVO_INHIBIT_PROGRAM, platform.wakePlanBuilder.assertionExecutable);

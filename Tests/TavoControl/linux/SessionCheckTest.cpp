@@ -1,4 +1,4 @@
-#include "linux/SessionCheck.h"
+#include "TavoControl/linux/SessionCheck.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -183,7 +183,7 @@ TEST_F(Listener, WhatIsTooLongOrNoCommandGetsAMessage) {
     EXPECT_THAT(replyTo("\xFF\xFF\xFF\xFFx"s).message.value_or(""), HasSubstr("too long"));
     EXPECT_TRUE(replyTo(SocketFraming::request("{")).message);
     EXPECT_TRUE(replyTo(SocketFraming::request("")).message);
-    EXPECT_TRUE(replyTo(SocketFraming::request(std::string(SocketFraming::longestBody, '['))).message);
+    EXPECT_TRUE(replyTo(SocketFraming::request(std::string(SocketFraming::maxBodySize, '['))).message);
     EXPECT_THAT(*setting->log, IsEmpty());
 }
 

@@ -21,7 +21,7 @@ TEST(SocketFraming, AReplyIsItsFlagsAndTheLengthAndBytesOfEachPart) {
 }
 
 TEST(SocketFraming, ABodyOfTheLongestLengthPassesAndOneByteMoreDoesNot) {
-    const std::string longest(SocketFraming::longestBody, 'x');
+    const std::string longest(SocketFraming::maxBodySize, 'x');
     EXPECT_EQ(RequestFrameReader().add(SocketFraming::request(longest)), longest);
     EXPECT_THROW(SocketFraming::request(longest + "x"), SocketFramingError);
     EXPECT_THROW(RequestFrameReader().add("\0\x01\0\x01"s), SocketFramingError);
@@ -29,10 +29,10 @@ TEST(SocketFraming, ABodyOfTheLongestLengthPassesAndOneByteMoreDoesNot) {
 }
 
 TEST(SocketFraming, AMessageThatIsTooLongIsCut) {
-    const auto frame = SocketFraming::reply({std::nullopt, std::string(SocketFraming::longestBody + 7, 'm')});
+    const auto frame = SocketFraming::reply({std::nullopt, std::string(SocketFraming::maxBodySize + 7, 'm')});
     const auto reply = ReplyFrameReader().add(frame);
     ASSERT_TRUE(reply && reply->message);
-    EXPECT_EQ(reply->message->size(), SocketFraming::longestBody);
+    EXPECT_EQ(reply->message->size(), SocketFraming::maxBodySize);
 }
 
 TEST(RequestFrameReader, PutsTheBodyTogetherByteByByte) {

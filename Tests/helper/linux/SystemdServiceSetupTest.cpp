@@ -1,7 +1,7 @@
 #include "helper/linux/SystemdServiceSetup.h"
 
 #include "Support/TemporaryDirectory.h"
-#include "config/AtomicFile.h"
+#include "base/AtomicFile.h"
 #include "helper/PrivilegedHelperInstallerError.h"
 #include "helper/linux/FileDigest.h"
 #include "system/ShellQuoting.h"

@@ -2,7 +2,7 @@
 
 #include "Support/TemporaryDirectory.h"
 #include "Support/WaitUntil.h"
-#include "config/AtomicFile.h"
+#include "base/AtomicFile.h"
 #include "system/SystemCommandRunner.h"
 
 #include <gmock/gmock.h>

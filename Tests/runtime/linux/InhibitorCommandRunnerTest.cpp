@@ -22,7 +22,7 @@ class InhibitorCommandRunnerTest : public testing::Test {
 protected:
     TemporaryDirectory folder;
     std::shared_ptr<ScriptedCommandRunner> inner = std::make_shared<ScriptedCommandRunner>();
-    std::shared_ptr<AssertionBoard> board = std::make_shared<AssertionBoard>();
+    std::shared_ptr<AssertionStatus> assertionStatus = std::make_shared<AssertionStatus>();
 
     static ShellCommand script(const std::string& text) {
         return {.executableURL = "/bin/sh", .arguments = {"-c", text}};
@@ -30,7 +30,7 @@ protected:
 
     std::shared_ptr<RunningCommand> start(const std::string& text,
                                           std::chrono::milliseconds bound = std::chrono::seconds{20}) {
-        return InhibitorCommandRunner(inner, board, bound).start(script(text));
+        return InhibitorCommandRunner(inner, assertionStatus, bound).start(script(text));
     }
 
     WakeControlError failureOf(const std::string& text, std::chrono::milliseconds bound = std::chrono::seconds{20}) {
@@ -44,16 +44,16 @@ protected:
     }
 
     bool isSummary(const std::string& expected) const {
-        return waitUntil([&] { return board->summary() == expected; });
+        return waitUntil([&] { return assertionStatus->summary() == expected; });
     }
 };
 
 TEST_F(InhibitorCommandRunnerTest, ItReturnsWhenTheChildHasSaidWhatItHolds) {
     const auto child = start("echo logind held idle:sleep; read -r end");
     EXPECT_TRUE(child->isRunning());
-    EXPECT_EQ(board->summary(), "idle:sleep (logind)");
+    EXPECT_EQ(assertionStatus->summary(), "idle:sleep (logind)");
     child->stop();
-    EXPECT_EQ(board->summary(), "");
+    EXPECT_EQ(assertionStatus->summary(), "");
     EXPECT_TRUE(waitUntil([&] { return !child->isRunning(); }));
 }
 
@@ -89,7 +89,7 @@ TEST_F(InhibitorCommandRunnerTest, TheEndOfTheChildIsTold) {
 
 TEST_F(InhibitorCommandRunnerTest, ARefusedLockIsThrownInTheChildsOwnWords) {
     EXPECT_EQ(failureOf("echo 'logind said no' >&2; exit 69"), WakeControlError::systemUnavailable("logind said no"));
-    EXPECT_EQ(board->summary(), "");
+    EXPECT_EQ(assertionStatus->summary(), "");
 }
 
 TEST_F(InhibitorCommandRunnerTest, AnyOtherEndIsAFailedCommand) {
@@ -103,13 +103,13 @@ TEST_F(InhibitorCommandRunnerTest, AChildThatSaysNothingInTimeIsEnded) {
     const auto error = failureOf("echo $$ >'" + pidFile.string() + "'; read -r end", std::chrono::milliseconds{200});
     EXPECT_EQ(error.kind(), WakeControlError::Kind::systemUnavailable);
     EXPECT_THAT(error.description(), HasSubstr("did not say within 0.2 seconds"));
-    EXPECT_EQ(board->summary(), "");
+    EXPECT_EQ(assertionStatus->summary(), "");
 }
 
 TEST_F(InhibitorCommandRunnerTest, AFirstLineThatIsNoHeldLockIsNoSuccess) {
     EXPECT_EQ(failureOf("echo hello; echo 'what is this' >&2").kind(), WakeControlError::Kind::commandFailed);
     EXPECT_EQ(failureOf("echo logind refused idle").kind(), WakeControlError::Kind::commandFailed);
-    EXPECT_EQ(board->summary(), "");
+    EXPECT_EQ(assertionStatus->summary(), "");
 }
 
 TEST_F(InhibitorCommandRunnerTest, AnUnfinishedFirstLineIsNoSuccess) {
@@ -117,23 +117,23 @@ TEST_F(InhibitorCommandRunnerTest, AnUnfinishedFirstLineIsNoSuccess) {
 }
 
 TEST_F(InhibitorCommandRunnerTest, AMissingProgramThrowsTheSystemsError) {
-    InhibitorCommandRunner runner(inner, board);
+    InhibitorCommandRunner runner(inner, assertionStatus);
     EXPECT_THROW(runner.start({.executableURL = "/nonexistent/tavo-inhibit"}), std::system_error);
 }
 
 TEST_F(InhibitorCommandRunnerTest, ANewChildTakesTheBoardOver) {
     const auto first = start("echo logind held idle:sleep; read -r end");
     const auto second = start("echo logind held idle; read -r end");
-    EXPECT_EQ(board->summary(), "idle (logind)");
+    EXPECT_EQ(assertionStatus->summary(), "idle (logind)");
     first->stop();
     EXPECT_TRUE(waitUntil([&] { return !first->isRunning(); }));
-    EXPECT_EQ(board->summary(), "idle (logind)");
+    EXPECT_EQ(assertionStatus->summary(), "idle (logind)");
     second->stop();
 }
 
 TEST_F(InhibitorCommandRunnerTest, OtherCommandsGoToTheOrdinaryRunner) {
     inner->results = {{.exitCode = 4}};
-    InhibitorCommandRunner runner(inner, board);
+    InhibitorCommandRunner runner(inner, assertionStatus);
     EXPECT_EQ(runner.run({.executableURL = "/bin/true"}).exitCode, 4);
     EXPECT_EQ(runner.supportsPrivilegedCommands(), inner->supportsPrivilegedCommands());
 }

@@ -19,7 +19,7 @@ using namespace std::string_literals;
 TEST(KernelEvents, APowerSupplysEventIsToldByItsSubsystem) {
     struct Row {
         std::string message;
-        bool isToldOf;
+        bool hasPowerSupplyEvent;
     };
     const std::vector<Row> rows{
         {KernelEventSender::powerSupplyChange(), true},
@@ -34,7 +34,7 @@ TEST(KernelEvents, APowerSupplysEventIsToldByItsSubsystem) {
         {""s, false},
     };
     for (const auto& row : rows) {
-        EXPECT_EQ(tellsOfPowerSupply(row.message), row.isToldOf) << row.message;
+        EXPECT_EQ(isPowerSupplyEvent(row.message), row.hasPowerSupplyEvent) << row.message;
     }
 }
 

@@ -11,7 +11,7 @@ namespace {
 
 constexpr int batteryWidth = 26;
 constexpr int batteryHeight = 12;
-constexpr int betweenBatteryAndText = 7;
+constexpr int batteryTextSpacing = 7;
 constexpr double lowLevel = 0.2;
 
 } // namespace
@@ -30,7 +30,7 @@ void BatteryStatusBadgeView::setPowerStatus(const PowerStatus& status) {
 
 QSize BatteryStatusBadgeView::sizeHint() const {
     const QFontMetrics metrics(Typography::caption(font()));
-    return {batteryWidth + betweenBatteryAndText + metrics.horizontalAdvance(text()),
+    return {batteryWidth + batteryTextSpacing + metrics.horizontalAdvance(text()),
             std::max(batteryHeight, metrics.height())};
 }
 

@@ -9,17 +9,16 @@
 
 namespace tavo {
 
-ElidedLabel::ElidedLabel(const QString& text, QWidget* parent, int mostRows)
-    : QLabel(text, parent), mostRows(mostRows) {
+ElidedLabel::ElidedLabel(const QString& text, QWidget* parent, int maxRows) : QLabel(text, parent), maxRows(maxRows) {
     setTextFormat(Qt::PlainText);
     auto policy = QSizePolicy(QSizePolicy::Preferred, QSizePolicy::Preferred);
-    policy.setHeightForWidth(mostRows > 1);
+    policy.setHeightForWidth(maxRows > 1);
     setSizePolicy(policy);
 }
 
 QStringList ElidedLabel::rowsIn(int width) const {
     const QFontMetrics metrics(font());
-    if (mostRows == 1) {
+    if (maxRows == 1) {
         return {metrics.elidedText(text(), Qt::ElideRight, width)};
     }
     QStringList words;
@@ -32,7 +31,7 @@ QStringList ElidedLabel::rowsIn(int width) const {
     QStringList rows;
     for (auto row = layout.createLine(); row.isValid(); row = layout.createLine()) {
         row.setLineWidth(width);
-        if (rows.size() == mostRows - 1) {
+        if (rows.size() == maxRows - 1) {
             rows.append(metrics.elidedText(whole.mid(row.textStart()), Qt::ElideRight, width));
             break;
         }

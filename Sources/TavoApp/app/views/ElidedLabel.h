@@ -8,13 +8,13 @@ namespace tavo {
 /// whole. Stands at the side where a line of the layout begins, whichever script it is in.
 class ElidedLabel : public QLabel {
 public:
-    /// @param mostRows  to break the text into, between words; a word that is too wide is elided on its own.
-    explicit ElidedLabel(const QString& text = {}, QWidget* parent = nullptr, int mostRows = 1);
+    /// @param maxRows  to break the text into, between words; a word that is too wide is elided on its own.
+    explicit ElidedLabel(const QString& text = {}, QWidget* parent = nullptr, int maxRows = 1);
 
     /// As it is painted in the present width.
     QString shownText() const { return shownText(contentsRect().width()); }
 
-    bool hasHeightForWidth() const override { return mostRows > 1; }
+    bool hasHeightForWidth() const override { return maxRows > 1; }
     int heightForWidth(int width) const override;
     QSize minimumSizeHint() const override;
 
@@ -26,7 +26,7 @@ private:
     QString shownText(int width) const;
     QStringList rowsIn(int width) const;
 
-    int mostRows;
+    int maxRows;
 };
 
 } // namespace tavo

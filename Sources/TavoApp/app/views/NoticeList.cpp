@@ -18,10 +18,10 @@ namespace {
 
 constexpr int noticePadding = 6;
 constexpr int noticeSymbol = 13;
-constexpr int betweenNotices = 4;
+constexpr int noticeSpacing = 4;
 
 /// Of one notice: a longer one would leave no room for what it is about. The tool tip has the whole of it.
-constexpr int mostRows = 4;
+constexpr int maxRows = 4;
 
 } // namespace
 
@@ -90,16 +90,16 @@ QString NoticeList::shownText(const Line& line, int width) const {
     int startOfLast = 0;
     for (auto row = layout.createLine(); row.isValid(); row = layout.createLine()) {
         row.setLineWidth(width);
-        if (++rows == mostRows) {
+        if (++rows == maxRows) {
             startOfLast = row.textStart();
         }
     }
     layout.endLayout();
-    if (rows <= mostRows) {
+    if (rows <= maxRows) {
         return line.text;
     }
     return line.text.left(startOfLast) +
-           QFontMetrics(font).elidedText(line.text.mid(startOfLast), Qt::ElideRight, width - betweenNotices);
+           QFontMetrics(font).elidedText(line.text.mid(startOfLast), Qt::ElideRight, width - noticeSpacing);
 }
 
 QRect NoticeList::textRect(const Line& line, int top, int width) const {
@@ -119,9 +119,9 @@ QRect NoticeList::textRect(const Line& line, int top, int width) const {
 int NoticeList::heightForWidth(int width) const {
     int top = noticePadding;
     for (const auto& line : lines) {
-        top = textRect(line, top, width).bottom() + 1 + betweenNotices;
+        top = textRect(line, top, width).bottom() + 1 + noticeSpacing;
     }
-    return top - betweenNotices + noticePadding;
+    return top - noticeSpacing + noticePadding;
 }
 
 QSize NoticeList::sizeHint() const {
@@ -137,7 +137,7 @@ void NoticeList::paintEvent(QPaintEvent*) {
     for (const auto& line : lines) {
         const auto colour = line.isError ? theme.error : theme.warning;
         auto place = textRect(line, top, width());
-        top = place.bottom() + 1 + betweenNotices;
+        top = place.bottom() + 1 + noticeSpacing;
         if (isMirrored) {
             place.moveLeft(0);
         }

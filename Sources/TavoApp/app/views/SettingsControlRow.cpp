@@ -12,7 +12,7 @@ namespace tavo {
 namespace {
 
 constexpr int rowPadding = 11;
-constexpr int betweenSymbolAndTitle = 10;
+constexpr int symbolTitleSpacing = 10;
 constexpr int rowHeight = 46;
 constexpr int rowHeightWithoutDetail = 43;
 
@@ -40,7 +40,7 @@ SettingsControlRow::SettingsControlRow(const QString& systemImage, const QString
 
     auto* row = new QHBoxLayout(this);
     row->setContentsMargins(rowPadding, 4, rowPadding, 4);
-    row->setSpacing(betweenSymbolAndTitle);
+    row->setSpacing(symbolTitleSpacing);
     row->addWidget(symbol, 0, Qt::AlignVCenter);
     row->addLayout(words, 1);
     row->addWidget(control, 0, Qt::AlignVCenter);

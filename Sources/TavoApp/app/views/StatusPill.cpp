@@ -11,7 +11,7 @@ namespace {
 constexpr double dotDiameter = 6.0;
 constexpr int pillPaddingX = 8;
 constexpr int pillPaddingY = 5;
-constexpr int betweenDotAndWord = 6;
+constexpr int dotWordSpacing = 6;
 constexpr float enabledTint = 0.14F;
 constexpr float disabledTint = 0.12F;
 
@@ -31,7 +31,7 @@ void StatusPill::setStatus(const QString& newTitle, PillTone newTone) {
 
 QSize StatusPill::sizeHint() const {
     const QFontMetrics metrics(Typography::section(font()));
-    return {metrics.horizontalAdvance(word) + static_cast<int>(dotDiameter) + betweenDotAndWord + 2 * pillPaddingX,
+    return {metrics.horizontalAdvance(word) + static_cast<int>(dotDiameter) + dotWordSpacing + 2 * pillPaddingX,
             metrics.height() + 2 * pillPaddingY};
 }
 
@@ -54,7 +54,7 @@ void StatusPill::paintEvent(QPaintEvent*) {
     painter.drawEllipse(QRectF(dotLeft, (height() - dotDiameter) / 2, dotDiameter, dotDiameter));
     painter.setFont(Typography::section(font()));
     painter.setPen(colour());
-    const int behindDot = pillPaddingX + static_cast<int>(dotDiameter) + betweenDotAndWord;
+    const int behindDot = pillPaddingX + static_cast<int>(dotDiameter) + dotWordSpacing;
     painter.drawText(
         isMirrored ? rect().adjusted(0, 0, -behindDot, 0) : rect().adjusted(behindDot, 0, 0, 0),
         static_cast<int>(Qt::AlignAbsolute | Qt::AlignVCenter | (isMirrored ? Qt::AlignRight : Qt::AlignLeft)), word);

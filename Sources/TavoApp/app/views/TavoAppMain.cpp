@@ -70,7 +70,7 @@ bool TavoAppMain::finish() {
 
 void TavoAppMain::handleSignal(int signal) {
     if (signal == SIGUSR1) {
-        appModel->lookAround();
+        appModel->refresh();
     } else if (signal == SIGUSR2) {
         showWindow({});
     } else if (signal == SIGTSTP) {

@@ -18,7 +18,7 @@ namespace {
 constexpr int panelWidth = 280;
 constexpr int padding = 12;
 constexpr int iconSide = 34;
-constexpr int mostStatusRows = 3;
+constexpr int maxStatusRows = 3;
 
 /// A line over the whole width of the panel.
 class Divider final : public QWidget {
@@ -33,7 +33,7 @@ protected:
 
 TavoMenuBarView::TavoMenuBarView(ModelObserver& observer, std::function<void()> onAction, QWidget* parent)
     : QWidget(parent), observer(observer), nameLabel(new ElidedLabel(QStringLiteral("tavo"), this)),
-      statusLabel(new ElidedLabel({}, this, mostStatusRows)), indicator(new MenuBarHeaderStatusIndicator(this)),
+      statusLabel(new ElidedLabel({}, this, maxStatusRows)), indicator(new MenuBarHeaderStatusIndicator(this)),
       permissionWarning(
           new WarningLabel(QStringLiteral("extra permission needed to prevent sleep with lid closed"), this)),
       notices(new NoticeList(this)) {

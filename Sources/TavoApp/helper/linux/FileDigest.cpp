@@ -1,6 +1,6 @@
 #include "helper/linux/FileDigest.h"
 
-#include "config/AtomicFile.h"
+#include "base/AtomicFile.h"
 
 #include <fmt/format.h>
 #include <nettle/sha2.h>

@@ -30,9 +30,9 @@ std::optional<std::string_view> takePart(std::string_view& bytes) {
     for (const char byte : bytes.substr(0, lengthSize)) {
         length = length << 8U | static_cast<unsigned char>(byte);
     }
-    if (length > SocketFraming::longestBody) {
+    if (length > SocketFraming::maxBodySize) {
         throw SocketFramingError(
-            fmt::format("a message of {} bytes is too long: {} are allowed.", length, SocketFraming::longestBody));
+            fmt::format("a message of {} bytes is too long: {} are allowed.", length, SocketFraming::maxBodySize));
     }
     if (bytes.size() - lengthSize < length) {
         return std::nullopt;
@@ -45,9 +45,9 @@ std::optional<std::string_view> takePart(std::string_view& bytes) {
 } // namespace
 
 std::string SocketFraming::request(std::string_view body) {
-    if (body.size() > longestBody) {
+    if (body.size() > maxBodySize) {
         throw SocketFramingError(
-            fmt::format("a command of {} bytes is too long: {} are allowed.", body.size(), longestBody));
+            fmt::format("a command of {} bytes is too long: {} are allowed.", body.size(), maxBodySize));
     }
     std::string frame;
     appendPart(frame, body);
@@ -58,7 +58,7 @@ std::string SocketFraming::reply(const PrivilegedHelperReply& reply) {
     std::string frame(1, static_cast<char>((reply.data ? hasData : 0U) | (reply.message ? hasMessage : 0U)));
     for (const auto& part : {reply.data, reply.message}) {
         if (part) {
-            appendPart(frame, std::string_view(*part).substr(0, longestBody));
+            appendPart(frame, std::string_view(*part).substr(0, maxBodySize));
         }
     }
     return frame;

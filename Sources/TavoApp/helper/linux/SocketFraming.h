@@ -19,7 +19,7 @@ struct SocketFraming {
     SocketFraming() = delete;
 
     /// Of a body, and of each part of a reply, in bytes.
-    static constexpr std::size_t longestBody = 65536;
+    static constexpr std::size_t maxBodySize = 65536;
 
     /// @throws SocketFramingError when the body is too long.
     static std::string request(std::string_view body);

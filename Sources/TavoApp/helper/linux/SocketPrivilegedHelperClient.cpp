@@ -190,11 +190,6 @@ std::unique_ptr<PrivilegedHelperConnection> SocketTransport::connect() {
 
 } // namespace
 
-const std::filesystem::path& SocketPrivilegedHelperClient::systemSocket() {
-    static const std::filesystem::path socket = "/run/com.vrd.tavo.helper/socket";
-    return socket;
-}
-
 PrivilegedHelperResponse SocketPrivilegedHelperClient::send(const PrivilegedHelperCommand& command) {
     const auto transport = std::make_shared<SocketTransport>(socket);
     return PrivilegedHelperExchange(transport, transport).send(command);

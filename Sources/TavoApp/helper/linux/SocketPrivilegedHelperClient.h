@@ -1,6 +1,7 @@
 #pragma once
 
 #include "helper/PrivilegedHelperClient.h"
+#include "helper/linux/HelperLocations.h"
 
 #include <filesystem>
 #include <utility>
@@ -10,10 +11,8 @@ namespace tavo {
 /// Asks the helper over its Unix socket, one connection a call. See SocketFraming for what goes over it.
 class SocketPrivilegedHelperClient final : public PrivilegedHelperClient {
 public:
-    /// Where the service has its socket.
-    static const std::filesystem::path& systemSocket();
-
-    explicit SocketPrivilegedHelperClient(std::filesystem::path socket = systemSocket()) : socket(std::move(socket)) {}
+    explicit SocketPrivilegedHelperClient(std::filesystem::path socket = HelperLocations::socket())
+        : socket(std::move(socket)) {}
 
     /// When nobody listens, the std::system_error of connect(2) comes at once: ENOENT or ECONNREFUSED. A connection that
     /// ends without a reply, and a reply of another form, are PrivilegedHelperClientError::invalidResponse().

@@ -198,9 +198,8 @@ ShellCommand SystemdServiceSetup::deferredUninstallCommand(std::int64_t delaySec
             .arguments = {"4", "/bin/sh", "-c",
                           fmt::format("systemctl is-active --quiet {} || exec systemd-run \"$@\"", removalUnitName),
                           "sh", "--quiet", "--collect", "--no-block", fmt::format("--unit={}", removalUnitName),
-                          fmt::format("--property=RuntimeMaxSec={}", longestRemoval.count()),
-                          "--property=TimeoutStopSec=5", "--description=Removes the helper of Tavo", "--", "/bin/sh",
-                          "-c", script}};
+                          fmt::format("--property=RuntimeMaxSec={}", maxRemoval.count()), "--property=TimeoutStopSec=5",
+                          "--description=Removes the helper of Tavo", "--", "/bin/sh", "-c", script}};
 }
 
 } // namespace tavo

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "helper/HelperServiceSetup.h"
-#include "helper/linux/LogindSleepController.h"
+#include "helper/linux/HelperLocations.h"
 
 #include <chrono>
 #include <string_view>
@@ -14,7 +14,7 @@ struct SystemdHelperLayout {
     std::filesystem::path unitFile = "/etc/systemd/system/com.vrd.tavo.helper.service";
 
     /// What a helper leaves behind that could not undo it.
-    std::filesystem::path lidDropIn = LogindSleepController::systemDropIn();
+    std::filesystem::path lidDropIn = HelperLocations::lidDropIn();
 
     /// Exists while systemd runs the system, sd_booted(3).
     std::filesystem::path systemdMark = "/run/systemd/system";
@@ -39,7 +39,7 @@ public:
     static constexpr std::string_view removalUnitName = "com.vrd.tavo.helper-removal.service";
 
     /// Longer than the helper may take to stop, and to be cleaned up after.
-    static constexpr std::chrono::seconds longestRemoval{90};
+    static constexpr std::chrono::seconds maxRemoval{90};
 
     explicit SystemdServiceSetup(SystemdHelperLayout layout = {}) : layout(std::move(layout)) {}
 

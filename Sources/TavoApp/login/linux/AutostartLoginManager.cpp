@@ -1,6 +1,6 @@
 #include "login/linux/AutostartLoginManager.h"
 
-#include "config/AtomicFile.h"
+#include "base/AtomicFile.h"
 #include "config/TavoPaths.h"
 #include "login/linux/DesktopEntry.h"
 

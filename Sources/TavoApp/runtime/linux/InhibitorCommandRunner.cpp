@@ -72,13 +72,13 @@ private:
     }
 
     static void receive(FileDescriptor& stream, const pollfd& state, std::string& text) {
-        constexpr std::size_t mostKept = 65536;
+        constexpr std::size_t maxKept = 65536;
         if (!stream || state.revents == 0) {
             return;
         }
         std::array<char, 4096> chunk{};
         const auto count = read(stream.get(), chunk.data(), chunk.size());
-        if (count > 0 && text.size() < mostKept) {
+        if (count > 0 && text.size() < maxKept) {
             text.append(chunk.data(), static_cast<std::size_t>(count));
         } else if (count == 0 || (count < 0 && errno != EINTR)) {
             stream.reset();
@@ -95,14 +95,15 @@ private:
 class InhibitorRunningCommand final : public RunningCommand {
 public:
     InhibitorRunningCommand(std::shared_ptr<ReapedChild> process, FileDescriptor input,
-                            std::shared_ptr<AssertionBoard> board, AssertionBoard::Token token)
-        : process(std::move(process)), input(std::move(input)), board(std::move(board)), token(token) {}
+                            std::shared_ptr<AssertionStatus> assertionStatus, AssertionStatus::Token token)
+        : process(std::move(process)), input(std::move(input)), assertionStatus(std::move(assertionStatus)),
+          token(token) {}
 
     bool isRunning() const override { return process->isRunning(); }
 
     void stop() noexcept override {
         process->terminate();
-        board->close(token);
+        assertionStatus->close(token);
     }
 
     void onEnd(std::function<void()> work) override { process->onEnd(std::move(work)); }
@@ -110,8 +111,8 @@ public:
 private:
     std::shared_ptr<ReapedChild> process;
     FileDescriptor input;
-    std::shared_ptr<AssertionBoard> board;
-    AssertionBoard::Token token;
+    std::shared_ptr<AssertionStatus> assertionStatus;
+    AssertionStatus::Token token;
 };
 
 [[noreturn]] void throwSilence(const ReapedChild& child, std::chrono::milliseconds bound) {
@@ -138,8 +139,9 @@ private:
 } // namespace
 
 InhibitorCommandRunner::InhibitorCommandRunner(std::shared_ptr<CommandRunning> inner,
-                                               std::shared_ptr<AssertionBoard> board, std::chrono::milliseconds bound)
-    : inner(std::move(inner)), board(std::move(board)), bound(bound) {}
+                                               std::shared_ptr<AssertionStatus> assertionStatus,
+                                               std::chrono::milliseconds bound)
+    : inner(std::move(inner)), assertionStatus(std::move(assertionStatus)), bound(bound) {}
 
 std::shared_ptr<RunningCommand> InhibitorCommandRunner::start(const ShellCommand& command) {
     auto spawned = spawnChild(inOwnProcessGroup(command), ChildInput::pipe);
@@ -159,17 +161,17 @@ std::shared_ptr<RunningCommand> InhibitorCommandRunner::start(const ShellCommand
         throwEarlyEnd(*child, *output);
     }
 
-    const auto token = board->open();
-    board->record(token, *first);
-    auto handle = std::make_shared<InhibitorRunningCommand>(child, std::move(spawned.input), board, token);
-    std::thread([output, board = board, token] {
+    const auto token = assertionStatus->open();
+    assertionStatus->record(token, *first);
+    auto handle = std::make_shared<InhibitorRunningCommand>(child, std::move(spawned.input), assertionStatus, token);
+    std::thread([output, assertionStatus = assertionStatus, token] {
         while (output->waitForLine(std::nullopt) == ChildOutput::Outcome::line) {
             if (auto report = parseAssertionReport(output->takeLine())) {
-                board->record(token, std::move(*report));
+                assertionStatus->record(token, std::move(*report));
             }
         }
     }).detach();
-    handle->onEnd([board = board, token] { board->close(token); });
+    handle->onEnd([assertionStatus = assertionStatus, token] { assertionStatus->close(token); });
     return handle;
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "runtime/AssertionBoard.h"
+#include "runtime/AssertionStatus.h"
 #include "system/CommandRunning.h"
 
 #include <chrono>
@@ -12,14 +12,14 @@ namespace tavo {
 /// it holds.
 ///
 /// The child reads a pipe whose other end only this process holds, so that it lets go however this process ends. What it
-/// says goes to a board; see AssertionReport for the form.
+/// says goes to an AssertionStatus; see AssertionReport for the form.
 class InhibitorCommandRunner final : public CommandRunning {
 public:
     static constexpr std::chrono::milliseconds defaultBound = std::chrono::seconds{2};
 
     /// @param inner  runs every command that is run to its end.
     /// @param bound  how long a child may take to say what it holds.
-    InhibitorCommandRunner(std::shared_ptr<CommandRunning> inner, std::shared_ptr<AssertionBoard> board,
+    InhibitorCommandRunner(std::shared_ptr<CommandRunning> inner, std::shared_ptr<AssertionStatus> assertionStatus,
                            std::chrono::milliseconds bound = defaultBound);
 
     bool supportsPrivilegedCommands() const override { return inner->supportsPrivilegedCommands(); }
@@ -32,7 +32,7 @@ public:
 
 private:
     std::shared_ptr<CommandRunning> inner;
-    std::shared_ptr<AssertionBoard> board;
+    std::shared_ptr<AssertionStatus> assertionStatus;
     std::chrono::milliseconds bound;
 };
 

@@ -54,24 +54,24 @@ BatteryLevel BatteryLevel::read(const std::filesystem::path& supply) {
 }
 
 std::optional<std::int64_t> combinedPercent(const std::vector<BatteryLevel>& levels) {
-    std::vector<BatteryLevel> telling;
+    std::vector<BatteryLevel> usable;
     std::int64_t sumOfPercents = 0;
     for (const auto& level : levels) {
         if (const auto percent = ownPercent(level)) {
-            telling.push_back(level);
+            usable.push_back(level);
             sumOfPercents += *percent;
         }
     }
-    if (telling.empty()) {
+    if (usable.empty()) {
         return std::nullopt;
     }
-    if (const auto percent = percentOfSum(telling, &BatteryLevel::energy)) {
+    if (const auto percent = percentOfSum(usable, &BatteryLevel::energy)) {
         return percent;
     }
-    if (const auto percent = percentOfSum(telling, &BatteryLevel::charge)) {
+    if (const auto percent = percentOfSum(usable, &BatteryLevel::charge)) {
         return percent;
     }
-    const auto count = static_cast<std::int64_t>(telling.size());
+    const auto count = static_cast<std::int64_t>(usable.size());
     return (sumOfPercents + count / 2) / count;
 }
 

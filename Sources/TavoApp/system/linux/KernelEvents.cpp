@@ -24,7 +24,7 @@ namespace {
 constexpr unsigned kernelGroup = 1;
 
 /// The kernel's buffer for one event has 2048 bytes for the properties and as many characters for the path at most.
-constexpr std::size_t longestMessage = 8192;
+constexpr std::size_t maxMessageSize = 8192;
 
 [[noreturn]] void throwErrno(const char* what) {
     throw std::system_error(errno, std::generic_category(), what);
@@ -43,26 +43,27 @@ FileDescriptor openEventSocket() {
 
 /// Takes all messages that have come in. Says whether one of them may be about a power supply.
 bool drain(int events) {
-    bool isToldOf = false;
-    std::array<char, longestMessage> buffer{};
+    bool hasPowerSupplyEvent = false;
+    std::array<char, maxMessageSize> buffer{};
     while (true) {
         sockaddr_nl sender{};
         socklen_t senderLength = sizeof sender;
         const auto length =
             recvfrom(events, buffer.data(), buffer.size(), 0, reinterpret_cast<sockaddr*>(&sender), &senderLength);
         if (length < 0 && errno == ENOBUFS) {
-            isToldOf = true; // some were lost, and nobody knows which
+            hasPowerSupplyEvent = true; // some were lost, and nobody knows which
             continue;
         }
         if (length < 0 && errno == EINTR) {
             continue;
         }
         if (length < 0) {
-            return isToldOf;
+            return hasPowerSupplyEvent;
         }
         // Port 0 is the kernel's; a process that may send to the group has another.
         const bool isFromKernel = senderLength == sizeof sender && sender.nl_pid == 0;
-        isToldOf = isToldOf || (isFromKernel && tellsOfPowerSupply({buffer.data(), static_cast<std::size_t>(length)}));
+        hasPowerSupplyEvent = hasPowerSupplyEvent ||
+                              (isFromKernel && isPowerSupplyEvent({buffer.data(), static_cast<std::size_t>(length)}));
     }
 }
 
@@ -113,7 +114,7 @@ private:
 
 } // namespace
 
-bool tellsOfPowerSupply(std::string_view message) {
+bool isPowerSupplyEvent(std::string_view message) {
     constexpr std::string_view wanted = "SUBSYSTEM=power_supply";
     while (!message.empty()) {
         const auto end = message.find('\0');

@@ -18,7 +18,7 @@ namespace tavo {
 namespace {
 
 /// In bytes: 52 fields, most of them numbers, and a name of 64 characters at most.
-constexpr std::size_t longestStat = 4096;
+constexpr std::size_t maxStatSize = 4096;
 
 } // namespace
 
@@ -49,7 +49,7 @@ std::optional<std::uint64_t> startTicksOf(pid_t pid) {
     if (!file && errno != ENOENT && errno != ESRCH && errno != EACCES) {
         throw std::system_error(errno, std::generic_category(), "could not look at process " + std::to_string(pid));
     }
-    std::array<char, longestStat> text{};
+    std::array<char, maxStatSize> text{};
     const auto length = file ? read(file.get(), text.data(), text.size()) : 0;
     return procfsStartTicks({text.data(), static_cast<std::size_t>(std::max<ssize_t>(length, 0))});
 }

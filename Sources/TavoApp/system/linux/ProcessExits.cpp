@@ -83,7 +83,7 @@ private:
 
 std::unique_ptr<ProcessExitWatch> ProcessExits::watch(const std::vector<WatchedProcess>& processes,
                                                       std::function<void()> observer) {
-    if (processes.empty() || processes.size() > mostProcesses) {
+    if (processes.empty() || processes.size() > maxProcesses) {
         return nullptr;
     }
     std::vector<FileDescriptor> living;

@@ -10,7 +10,7 @@ namespace tavo {
 
 namespace {
 
-constexpr std::size_t longestKernelName = 15; // TASK_COMM_LEN without its NUL
+constexpr std::size_t maxKernelNameLength = 15; // TASK_COMM_LEN without its NUL
 
 template <typename Number>
 std::optional<Number> wholeNumber(std::string_view text) {
@@ -60,7 +60,8 @@ std::string_view withoutPadding(std::string_view cmdline) {
 
 /// Where the word that begins at `start` ends.
 std::size_t wordEnd(std::string_view argument, std::size_t start, bool isOnlyArgument) {
-    return isOnlyArgument ? std::min(argument.find(' ', start + longestKernelName), argument.size()) : argument.size();
+    return isOnlyArgument ? std::min(argument.find(' ', start + maxKernelNameLength), argument.size())
+                          : argument.size();
 }
 
 /// The base name in the first argument that begins with the cut name; the cut name itself where there is none.
@@ -128,7 +129,7 @@ std::string procfsCommandLine(std::string_view cmdline) {
 }
 
 std::string procfsExecutableName(std::string_view name, std::string_view cmdline) {
-    const auto whole = name.size() == longestKernelName ? completed(name, cmdline) : name;
+    const auto whole = name.size() == maxKernelNameLength ? completed(name, cmdline) : name;
     return std::string(trimWhitespace(repairUTF8(whole)));
 }
 

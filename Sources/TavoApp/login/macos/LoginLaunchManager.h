@@ -1,0 +1,64 @@
+#pragma once
+
+#include "config/TavoPaths.h"
+#include "login/LaunchAtLoginManaging.h"
+#include "login/LoginLaunchManagerError.h"
+#include "system/CommandRunning.h"
+#include "system/LaunchdJob.h"
+#include "system/macos/PropertyList.h"
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace tavo {
+
+/// What launchd is told about the app.
+struct LaunchAgentDefinition {
+    static constexpr std::string_view label = "com.vrd.tavo";
+
+    std::string executablePath;
+
+    bool operator==(const LaunchAgentDefinition&) const = default;
+
+    /// Keys of launchd.plist(5). Quitting the app is final until the next login.
+    PropertyListValue propertyList() const;
+};
+
+/// Launch at login by an agent of launchd's in the user's GUI domain, launchctl(1).
+///
+/// The agent's file is the state: what launchd has loaded is not asked.
+class LoginLaunchManager final : public LaunchAtLoginManaging {
+public:
+    /// @param sleeper  sleeps between two looks at an earlier copy that is still being unloaded.
+    LoginLaunchManager(std::filesystem::path launchAgent, std::shared_ptr<CommandRunning> runner,
+                       Sleeper sleeper = threadSleeper())
+        : launchAgent(std::move(launchAgent)), runner(std::move(runner)), sleeper(std::move(sleeper)) {}
+
+    /// With the user's own agent file. @throws CocoaPathsError
+    explicit LoginLaunchManager(std::shared_ptr<CommandRunning> runner)
+        : LoginLaunchManager(TavoPaths::launchAgentURL(), std::move(runner)) {}
+
+    /// Writes the agent and loads it, which starts the app at once. An earlier copy is unloaded first; when launchd refuses to
+    /// load the new one because it has not finished that, the remainder waits for it, 10 seconds at most, and tries again.
+    /// @throws LoginLaunchManagerError when launchd does not load it; the file stays then.
+    [[nodiscard]] Remainder enable(const std::filesystem::path& executablePath,
+                                   const std::vector<std::string>& options) override;
+
+    /// Unloads the agent, which ends an app that it has started, and removes the file.
+    void disable() override;
+
+    bool isEnabled() const override;
+
+private:
+    ShellCommandResult bootout() const;
+    void bootoutIgnoringFailure() const noexcept;
+    ShellCommand launchctl(const std::string& action) const;
+
+    std::filesystem::path launchAgent;
+    std::shared_ptr<CommandRunning> runner;
+    Sleeper sleeper;
+};
+
+} // namespace tavo

@@ -1,0 +1,68 @@
+#include "runtime/macos/CaffeinateCommandRunner.h"
+
+#include <array>
+#include <string>
+#include <string_view>
+#include <utility>
+
+namespace tavo {
+
+namespace {
+
+struct HoldingFlag {
+    std::string_view flag;
+    std::string_view what;
+};
+
+/// caffeinate(8), in the words that are used for a lock on Linux.
+constexpr std::array<HoldingFlag, 2> holdingFlags{{{"-i", "idle"}, {"-s", "sleep"}}};
+
+std::string heldBy(const ShellCommand& command) {
+    std::string held;
+    for (const auto& argument : command.arguments) {
+        for (const auto& [flag, what] : holdingFlags) {
+            if (argument == flag) {
+                held += (held.empty() ? "" : ":") + std::string(what);
+            }
+        }
+    }
+    return held;
+}
+
+/// A child that leaves the assertion status when it is told to end, however long it takes.
+class PostedCommand final : public RunningCommand {
+public:
+    PostedCommand(std::shared_ptr<RunningCommand> child, std::shared_ptr<AssertionStatus> assertionStatus,
+                  AssertionStatus::Token token)
+        : child(std::move(child)), assertionStatus(std::move(assertionStatus)), token(token) {}
+
+    bool isRunning() const override { return child->isRunning(); }
+    void stop() noexcept override {
+        child->stop();
+        assertionStatus->close(token);
+    }
+    void onEnd(std::function<void()> work) override { child->onEnd(std::move(work)); }
+    std::optional<pid_t> processID() const override { return child->processID(); }
+
+private:
+    std::shared_ptr<RunningCommand> child;
+    std::shared_ptr<AssertionStatus> assertionStatus;
+    AssertionStatus::Token token;
+};
+
+} // namespace
+
+CaffeinateCommandRunner::CaffeinateCommandRunner(std::shared_ptr<CommandRunning> runner,
+                                                 std::shared_ptr<AssertionStatus> assertionStatus)
+    : runner(std::move(runner)), assertionStatus(std::move(assertionStatus)) {}
+
+std::shared_ptr<RunningCommand> CaffeinateCommandRunner::start(const ShellCommand& command) {
+    auto child = runner->start(command);
+    const auto token = assertionStatus->open();
+    assertionStatus->record(
+        token, {.service = "caffeinate", .state = AssertionReportState::held, .what = heldBy(command), .notice = {}});
+    child->onEnd([assertionStatus = assertionStatus, token] { assertionStatus->close(token); });
+    return std::make_shared<PostedCommand>(std::move(child), assertionStatus, token);
+}
+
+} // namespace tavo

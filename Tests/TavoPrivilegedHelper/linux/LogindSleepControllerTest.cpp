@@ -1,0 +1,431 @@
+#include "TavoPrivilegedHelper/linux/LogindSleepController.h"
+
+#include "Support/TemporaryDirectory.h"
+#include "TavoPrivilegedHelper/linux/LidSwitchManaging.h"
+#include "base/AtomicFile.h"
+#include "base/WakeControlError.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <map>
+#include <sstream>
+
+namespace tavo {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+/// Reads drop-ins as logind does: merged in the order of their names, once it has been told to and a little time has passed.
+class ScriptedLidSwitch final : public LidSwitchManaging {
+public:
+    explicit ScriptedLidSwitch(std::filesystem::path folder) : folder(std::move(folder)) {}
+
+    LidSwitchActions actions() const override {
+        failIfTold("actions");
+        return current;
+    }
+
+    void rereadConfiguration() const override {
+        log.push_back("reread");
+        failIfTold("reread");
+        pendingTicks = ticksToReread;
+    }
+
+    FileDescriptor takeSleepLock() const override {
+        log.push_back("lock");
+        failIfTold("lock");
+        int ends[2];
+        EXPECT_EQ(pipe2(ends, O_CLOEXEC | O_NONBLOCK), 0);
+        lockReader = FileDescriptor(ends[0]);
+        return FileDescriptor(ends[1]);
+    }
+
+    LidSituation situation() const override {
+        failIfTold("situation");
+        return lid;
+    }
+
+    void sleep(const std::string& action) const override { log.push_back("sleep by " + action); }
+
+    /// Whether somebody holds the other end.
+    bool isLockHeld() const {
+        char byte = 0;
+        return lockReader && read(lockReader.get(), &byte, 1) < 0 && errno == EAGAIN;
+    }
+
+    void tick() const {
+        if (pendingTicks > 0 && --pendingTicks == 0) {
+            current = merged();
+        }
+    }
+
+    LidSwitchActions merged() const {
+        std::map<std::string, std::string> values{{"HandleLidSwitch", "suspend"}};
+        std::map<std::string, std::filesystem::path> files;
+        for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+            files[entry.path().filename()] = entry.path();
+        }
+        for (const auto& [name, path] : files) {
+            std::ifstream file(path);
+            for (std::string line; std::getline(file, line);) {
+                const auto equals = line.find('=');
+                if (line.starts_with("Handle") && equals != std::string::npos) {
+                    values[line.substr(0, equals)] = line.substr(equals + 1);
+                }
+            }
+        }
+        return {values["HandleLidSwitch"], values["HandleLidSwitchExternalPower"]};
+    }
+
+    void failIfTold(const std::string& call) const {
+        if (call == failingCall) {
+            throw DescribedError(call + " failed.");
+        }
+    }
+
+    std::filesystem::path folder;
+    mutable LidSwitchActions current;
+    mutable std::vector<std::string> log;
+    mutable FileDescriptor lockReader;
+    mutable int pendingTicks = 0;
+    int ticksToReread = 2;
+    LidSituation lid;
+    std::string failingCall;
+};
+
+class LogindSleep : public testing::Test {
+protected:
+    void SetUp() override {
+        logind->current = logind->merged();
+        restart();
+    }
+
+    void configure(const std::string& name, const std::string& lines) {
+        std::ofstream(folder.path() / name) << "[Login]\n" << lines;
+        logind->current = logind->merged();
+    }
+
+    void restart() {
+        controller.reset();
+        controller = std::make_unique<LogindSleepController>(
+            logind, folder.path(), [this](const std::string& line) { lines.push_back(line); },
+            [this](std::chrono::milliseconds) {
+                logind->tick();
+                onPause();
+            },
+            budget);
+    }
+
+    void switchOff(PMSetScope scope) { controller->setSleepDisabled(scope, true); }
+    void switchOn(PMSetScope scope) { controller->setSleepDisabled(scope, false); }
+
+    std::size_t fileCount() const {
+        return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder.path()), {}));
+    }
+
+    TemporaryDirectory folder;
+    std::shared_ptr<ScriptedLidSwitch> logind = std::make_shared<ScriptedLidSwitch>(folder.path());
+    std::function<void()> onPause = [] {};
+    std::chrono::steady_clock::time_point now;
+    std::shared_ptr<TimeBudget> budget =
+        std::make_shared<TimeBudget>(std::chrono::milliseconds(3000), [this] { return now; });
+    std::vector<std::string> lines;
+    std::unique_ptr<LogindSleepController> controller;
+};
+
+TEST_F(LogindSleep, EachScopeIsOneOfTheTwoSettings) {
+    struct Row {
+        PMSetScope scope;
+        LidSwitchActions during;
+    };
+    for (const auto& row : {Row{PMSetScope::ac, {"suspend", "ignore"}}, Row{PMSetScope::battery, {"ignore", "suspend"}},
+                            Row{PMSetScope::all, {"ignore", "ignore"}}}) {
+        switchOff(row.scope);
+        EXPECT_EQ(logind->current, row.during) << rawValue(row.scope);
+        EXPECT_TRUE(logind->isLockHeld());
+        switchOn(row.scope);
+        EXPECT_EQ(logind->current, (LidSwitchActions{"suspend", ""})) << rawValue(row.scope);
+        EXPECT_FALSE(logind->isLockHeld());
+        EXPECT_EQ(fileCount(), 0U);
+    }
+}
+
+TEST_F(LogindSleep, ASettingForExternalPowerStaysWhenBatteryAloneIsMeant) {
+    configure("50-own.conf", "HandleLidSwitch=hibernate\nHandleLidSwitchExternalPower=lock\n");
+    switchOff(PMSetScope::battery);
+    EXPECT_EQ(logind->current, (LidSwitchActions{"ignore", "lock"}));
+    switchOn(PMSetScope::battery);
+    EXPECT_EQ(logind->current, (LidSwitchActions{"hibernate", "lock"}));
+}
+
+TEST_F(LogindSleep, WhatExternalPowerFollowsIsWrittenDownWhenBatteryAloneIsMeant) {
+    configure("50-own.conf", "HandleLidSwitch=hibernate\n");
+    switchOff(PMSetScope::battery);
+    EXPECT_EQ(logind->current, (LidSwitchActions{"ignore", "hibernate"}));
+}
+
+TEST_F(LogindSleep, ScopesAreUnited) {
+    switchOff(PMSetScope::battery);
+    switchOff(PMSetScope::ac);
+    EXPECT_EQ(logind->current, (LidSwitchActions{"ignore", "ignore"}));
+    switchOn(PMSetScope::battery);
+    EXPECT_EQ(logind->current, (LidSwitchActions{"suspend", "ignore"}));
+    switchOff(PMSetScope::all);
+    switchOn(PMSetScope::ac);
+    EXPECT_EQ(logind->current, (LidSwitchActions{"ignore", "ignore"}));
+    EXPECT_TRUE(logind->isLockHeld());
+    switchOn(PMSetScope::all);
+    EXPECT_EQ(logind->current, (LidSwitchActions{"suspend", ""}));
+    EXPECT_FALSE(logind->isLockHeld());
+}
+
+TEST_F(LogindSleep, GoingBackToBatteryAloneStillKnowsWhatExternalPowerFollowed) {
+    switchOff(PMSetScope::all);
+    switchOff(PMSetScope::battery);
+    switchOn(PMSetScope::all);
+    EXPECT_EQ(logind->current, (LidSwitchActions{"ignore", "suspend"}));
+}
+
+TEST_F(LogindSleep, FilesOfOthersAreNotTouched) {
+    configure("zz-own.conf", "HandleLidSwitch=lock\n");
+    switchOff(PMSetScope::all);
+    EXPECT_EQ(logind->current, (LidSwitchActions{"ignore", "ignore"})) << "ours comes last";
+    switchOn(PMSetScope::all);
+    EXPECT_EQ(readWholeFile(folder.path() / "zz-own.conf"), "[Login]\nHandleLidSwitch=lock\n");
+    EXPECT_EQ(fileCount(), 1U);
+}
+
+TEST_F(LogindSleep, AFileThatComesLaterIsFoundOutAndEverythingIsUndone) {
+    configure("zzzz.conf", "HandleLidSwitch=suspend\n");
+    try {
+        switchOff(PMSetScope::all);
+        FAIL() << "nothing was thrown";
+    } catch (const WakeControlError& error) {
+        EXPECT_THAT(error.description(), HasSubstr("HandleLidSwitch=suspend and HandleLidSwitchExternalPower=ignore"));
+    }
+    EXPECT_FALSE(logind->isLockHeld());
+    EXPECT_EQ(fileCount(), 1U);
+    EXPECT_EQ(logind->current, (LidSwitchActions{"suspend", ""}));
+}
+
+TEST_F(LogindSleep, TheWaitsOfOneRequestShareItsTime) {
+    logind->ticksToReread = 100000;
+    const TimeBudget::Request request(*budget);
+    onPause = [this] { now += std::chrono::milliseconds{20}; };
+    const auto begin = now;
+    EXPECT_THROW(switchOff(PMSetScope::all), WakeControlError);
+    // Each pause is 20 ms by the request's clock: 200 looks for the confirmation, and ten for the undoing.
+    EXPECT_LT(now - begin, std::chrono::milliseconds{4400});
+    now = begin + std::chrono::hours{1};
+    const auto late = now;
+    EXPECT_THROW(switchOff(PMSetScope::all), WakeControlError);
+    EXPECT_LT(now - late, std::chrono::milliseconds{400});
+    EXPECT_EQ(fileCount(), 0U);
+}
+
+TEST_F(LogindSleep, AScopeThatCannotBeHadLeavesTheOthersInForce) {
+    configure("zzzz.conf", "HandleLidSwitch=suspend\n");
+    switchOff(PMSetScope::ac);
+    EXPECT_THROW(switchOff(PMSetScope::battery), WakeControlError);
+    logind->tick();
+    logind->tick();
+    EXPECT_EQ(logind->current, (LidSwitchActions{"suspend", "ignore"}));
+    EXPECT_TRUE(logind->isLockHeld());
+}
+
+TEST_F(LogindSleep, NothingIsChangedWithoutTheLock) {
+    logind->failingCall = "lock";
+    EXPECT_THROW(switchOff(PMSetScope::all), DescribedError);
+    EXPECT_EQ(fileCount(), 0U);
+}
+
+TEST_F(LogindSleep, WhatCouldNotBeTakenBackIsTakenBackLater) {
+    logind->failingCall = "reread";
+    EXPECT_THROW(switchOff(PMSetScope::all), DescribedError);
+    EXPECT_THAT(lines, ElementsAre(HasSubstr("reread failed")));
+    EXPECT_EQ(fileCount(), 0U);
+    logind->failingCall.clear();
+    logind->log.clear();
+    switchOn(PMSetScope::all);
+    EXPECT_THAT(logind->log, ElementsAre("reread"));
+}
+
+TEST_F(LogindSleep, TheLockIsKeptUntilLogindHasBeenTold) {
+    switchOff(PMSetScope::all);
+    logind->failingCall = "reread";
+    EXPECT_THROW(switchOn(PMSetScope::all), DescribedError);
+    EXPECT_TRUE(logind->isLockHeld());
+    logind->failingCall.clear();
+    switchOn(PMSetScope::all);
+    EXPECT_FALSE(logind->isLockHeld());
+    EXPECT_EQ(logind->current, (LidSwitchActions{"suspend", ""}));
+}
+
+TEST_F(LogindSleep, AnEarlierProcessLeavesWhatWasBeforeIt) {
+    switchOff(PMSetScope::battery);
+    restart();
+    EXPECT_TRUE(controller->hasLeftover());
+    switchOff(PMSetScope::ac);
+    EXPECT_EQ(logind->current, (LidSwitchActions{"suspend", "ignore"}));
+    switchOn(PMSetScope::ac);
+    EXPECT_EQ(logind->current, (LidSwitchActions{"suspend", ""}));
+    EXPECT_FALSE(controller->hasLeftover());
+}
+
+TEST_F(LogindSleep, WhatAnEarlierProcessLeftIsUndone) {
+    switchOff(PMSetScope::all);
+    restart();
+    switchOn(PMSetScope::all);
+    EXPECT_EQ(logind->current, (LidSwitchActions{"suspend", ""}));
+    EXPECT_EQ(fileCount(), 0U);
+}
+
+TEST_F(LogindSleep, ALeftoverThatSaysNothingIsRemovedAllTheSame) {
+    std::ofstream(folder.path() / "zzz-com.vrd.tavo.helper.conf") << "[Login]\nHandleLidSwitch=ignore\n";
+    logind->current = logind->merged();
+    restart();
+    switchOn(PMSetScope::all);
+    logind->tick();
+    logind->tick();
+    EXPECT_EQ(logind->current, (LidSwitchActions{"suspend", ""}));
+}
+
+TEST_F(LogindSleep, ARereadThatFailedIsOwedThoughTheFileHasGone) {
+    std::ofstream(folder.path() / "zzz-com.vrd.tavo.helper.conf") << "[Login]\nHandleLidSwitch=ignore\n";
+    logind->current = logind->merged();
+    restart();
+    logind->failingCall = "reread";
+    EXPECT_THROW(switchOn(PMSetScope::all), DescribedError);
+    EXPECT_EQ(fileCount(), 0U);
+    logind->failingCall.clear();
+    switchOn(PMSetScope::all);
+    logind->tick();
+    logind->tick();
+    EXPECT_EQ(logind->current, (LidSwitchActions{"suspend", ""}));
+}
+
+TEST_F(LogindSleep, SwitchingOnWhatIsOnAsksNobody) {
+    switchOn(PMSetScope::all);
+    EXPECT_THAT(logind->log, IsEmpty());
+}
+
+TEST_F(LogindSleep, AnotherSettingThatChangedMeanwhileIsNotFoughtOver) {
+    switchOff(PMSetScope::all);
+    std::ofstream(folder.path() / "50-own.conf") << "[Login]\nHandleLidSwitch=lock\n";
+    switchOn(PMSetScope::all);
+    EXPECT_EQ(logind->current, (LidSwitchActions{"lock", ""}));
+    EXPECT_THAT(lines, ElementsAre(HasSubstr("has changed")));
+    EXPECT_FALSE(logind->isLockHeld());
+}
+
+TEST_F(LogindSleep, TheFileIsReadableByAllWhateverTheMask) {
+    const auto before = umask(077);
+    switchOff(PMSetScope::all);
+    umask(before);
+    using std::filesystem::perms;
+    EXPECT_EQ(std::filesystem::status(folder.path() / "zzz-com.vrd.tavo.helper.conf").permissions(),
+              perms::owner_read | perms::owner_write | perms::group_read | perms::others_read);
+}
+
+/// A closed lid that a desktop handles, and nothing else.
+constexpr LidSituation closedOnDesktop() {
+    LidSituation lid;
+    lid.isLidClosed = true;
+    lid.isLidHandledElsewhere = true;
+    return lid;
+}
+
+class ClosedLid : public LogindSleep {
+protected:
+    /// What is asked for when the last override ends.
+    std::vector<std::string> afterwards(const LidSituation& lid) {
+        switchOff(PMSetScope::all);
+        logind->lid = lid;
+        logind->log.clear();
+        switchOn(PMSetScope::all);
+        auto log = logind->log;
+        std::erase(log, "reread");
+        return log;
+    }
+};
+
+TEST_F(ClosedLid, TheMachineIsSentToSleepWhenNobodyElseWould) {
+    EXPECT_THAT(afterwards(closedOnDesktop()), ElementsAre("sleep by suspend"));
+}
+
+TEST_F(ClosedLid, OnlyTheLastOverrideSendsIt) {
+    switchOff(PMSetScope::all);
+    switchOff(PMSetScope::ac);
+    logind->lid = closedOnDesktop();
+    logind->log.clear();
+    switchOn(PMSetScope::all);
+    EXPECT_THAT(logind->log, ElementsAre("reread"));
+    switchOn(PMSetScope::ac);
+    EXPECT_THAT(logind->log, ElementsAre("reread", "reread", "sleep by suspend"));
+}
+
+TEST_F(ClosedLid, AnOpenLidSendsNothingToSleep) {
+    auto lid = closedOnDesktop();
+    lid.isLidClosed = false;
+    EXPECT_THAT(afterwards(lid), IsEmpty());
+}
+
+TEST_F(ClosedLid, LogindActsByItselfWhereNobodyHasTakenTheSwitchFromIt) {
+    auto lid = closedOnDesktop();
+    lid.isLidHandledElsewhere = false;
+    EXPECT_THAT(afterwards(lid), IsEmpty());
+}
+
+TEST_F(ClosedLid, ALockThatIsJustGoingIsWaitedFor) {
+    auto lid = closedOnDesktop();
+    lid.isSleepBlocked = true;
+    switchOff(PMSetScope::all);
+    logind->lid = lid;
+    logind->log.clear();
+    int looks = 0;
+    onPause = [&] { logind->lid.isSleepBlocked = ++looks < 6; };
+    switchOn(PMSetScope::all);
+    EXPECT_THAT(logind->log, ElementsAre("reread", "sleep by suspend"));
+}
+
+TEST_F(ClosedLid, ALockOfSomebodyElseIsRespected) {
+    auto lid = closedOnDesktop();
+    lid.isSleepBlocked = true;
+    EXPECT_THAT(afterwards(lid), IsEmpty());
+}
+
+TEST_F(ClosedLid, TheActionIsThatOfThePowerSource) {
+    configure("50-own.conf", "HandleLidSwitch=hibernate\nHandleLidSwitchExternalPower=lock\n");
+    auto lid = closedOnDesktop();
+    EXPECT_THAT(afterwards(lid), ElementsAre("sleep by hibernate"));
+    lid.isOnExternalPower = true;
+    EXPECT_THAT(afterwards(lid), ElementsAre("sleep by lock"));
+}
+
+TEST_F(ClosedLid, OnExternalPowerTheActionMayBeThatForBattery) {
+    auto lid = closedOnDesktop();
+    lid.isOnExternalPower = true;
+    EXPECT_THAT(afterwards(lid), ElementsAre("sleep by suspend"));
+}
+
+TEST_F(ClosedLid, ADockedMachineHasItsOwnAction) {
+    auto lid = closedOnDesktop();
+    lid.isDocked = true;
+    lid.actionWhenDocked = "ignore";
+    EXPECT_THAT(afterwards(lid), ElementsAre("sleep by ignore"));
+}
+
+TEST_F(ClosedLid, AFailureToAskIsNoFailureToUndo) {
+    switchOff(PMSetScope::all);
+    logind->failingCall = "situation";
+    EXPECT_NO_THROW(switchOn(PMSetScope::all));
+    EXPECT_THAT(lines, ElementsAre(HasSubstr("situation failed")));
+}
+
+} // namespace
+} // namespace tavo
