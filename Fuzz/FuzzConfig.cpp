@@ -1,4 +1,5 @@
 #include "Require.h"
+#include "base/JsonCoding.h"
 #include "config/AppConfig.h"
 #include "config/TavoValidationError.h"
 

@@ -2,6 +2,7 @@
 // named that cannot exist.
 
 #include "Require.h"
+#include "base/JsonCoding.h"
 #include "helper/SleepOverrideJournal.h"
 
 #include <algorithm>

@@ -1,4 +1,5 @@
 #include "Require.h"
+#include "base/JsonCoding.h"
 #include "base/RuntimeRecords.h"
 
 #include <cstddef>

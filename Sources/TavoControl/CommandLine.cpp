@@ -3,6 +3,7 @@
 #include "TavoControl/CommandOptions.h"
 #include "Version.h"
 
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include <algorithm>

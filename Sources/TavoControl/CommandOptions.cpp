@@ -1,5 +1,7 @@
 #include "TavoControl/CommandOptions.h"
 
+#include <CLI/CLI.hpp>
+
 namespace tavo {
 
 CLI::Option* addOption(CLI::App& command, const std::string& name, std::string& value, const std::string& description,

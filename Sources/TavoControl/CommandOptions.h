@@ -2,9 +2,12 @@
 
 #include "TavoControl/OptionValues.h"
 
-#include <CLI/CLI.hpp>
-
 #include <string>
+
+namespace CLI {
+class App;
+class Option;
+} // namespace CLI
 
 namespace tavo {
 

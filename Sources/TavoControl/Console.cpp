@@ -1,5 +1,6 @@
 #include "TavoControl/Console.h"
 
+#include "base/JsonCoding.h"
 #include "base/Text.h"
 
 #include <fmt/format.h>

@@ -3,6 +3,7 @@
 #include "TavoControl/Console.h"
 #include "TavoControl/RunOverrides.h"
 #include "TavoControl/StatusReport.h"
+#include "base/JsonCoding.h"
 #include "helper/PrivilegedHelperInstallState.h"
 #include "runtime/DecisionStep.h"
 #include "runtime/WorkActivity.h"

@@ -1,5 +1,6 @@
 #include "TavoControl/Explanation.h"
 #include "app/StatusCopy.h"
+#include "base/JsonCoding.h"
 
 namespace tavo {
 

@@ -1,5 +1,7 @@
 #include "TavoControl/HelperReport.h"
 
+#include "base/JsonCoding.h"
+
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "base/JsonCoding.h"
+#include "base/Json.h"
 #include "helper/PrivilegedHelperInstallState.h"
 #include "helper/SleepOverrideJournal.h"
 

@@ -3,6 +3,7 @@
 #include "TavoControl/AwakeChart.h"
 #include "TavoControl/LocalTime.h"
 #include "base/Duration.h"
+#include "base/JsonCoding.h"
 #include "base/Text.h"
 
 #include <fmt/format.h>

@@ -2,6 +2,7 @@
 
 #include "TavoControl/Console.h"
 #include "TavoControl/HistoryPeriods.h"
+#include "base/Json.h"
 
 #include <string>
 #include <vector>

@@ -3,6 +3,7 @@
 #include "TavoControl/ConfigurationError.h"
 #include "TavoControl/Console.h"
 #include "app/StatusCopy.h"
+#include "base/JsonCoding.h"
 #include "base/Text.h"
 #include "runtime/ProcessTreeIndex.h"
 #include "runtime/TriggerMatcher.h"

@@ -10,6 +10,7 @@
 #include "app/ProcessSignals.h"
 #include "app/TavoAppModel.h"
 #include "base/ErrorText.h"
+#include "base/JsonCoding.h"
 #include "base/PrintError.h"
 #include "base/Text.h"
 #include "config/InstanceLock.h"

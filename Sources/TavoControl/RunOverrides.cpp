@@ -1,5 +1,7 @@
 #include "TavoControl/RunOverrides.h"
 
+#include "base/JsonCoding.h"
+
 namespace tavo {
 
 AppConfig RunOverrides::appliedTo(AppConfig config) const {

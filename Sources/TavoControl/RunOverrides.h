@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/Json.h"
 #include "config/AppConfig.h"
 #include "config/TavoStore.h"
 

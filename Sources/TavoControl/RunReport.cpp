@@ -1,5 +1,6 @@
 #include "TavoControl/RunReport.h"
 
+#include "base/JsonCoding.h"
 #include "base/Text.h"
 
 #include <fmt/chrono.h>

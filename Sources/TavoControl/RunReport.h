@@ -2,6 +2,7 @@
 
 #include "TavoControl/Console.h"
 #include "app/TavoAppModel.h"
+#include "base/Json.h"
 
 #include <optional>
 #include <string>

@@ -1,5 +1,6 @@
 #include "TavoControl/RunningTavo.h"
 
+#include "base/JsonCoding.h"
 #include "config/InstanceLock.h"
 
 #include <csignal>

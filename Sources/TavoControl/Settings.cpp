@@ -1,5 +1,6 @@
 #include "TavoControl/Settings.h"
 
+#include "base/JsonCoding.h"
 #include "config/TavoValidationError.h"
 #include "system/DecimalText.h"
 

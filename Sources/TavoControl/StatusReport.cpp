@@ -2,6 +2,7 @@
 
 #include "TavoControl/SwitchedOff.h"
 #include "base/Duration.h"
+#include "base/JsonCoding.h"
 #include "base/Text.h"
 
 #include <fmt/format.h>

@@ -2,6 +2,7 @@
 
 #include "TavoControl/Console.h"
 #include "app/StatusCopy.h"
+#include "base/Json.h"
 #include "base/PowerStatus.h"
 #include "base/RuntimeRecords.h"
 #include "runtime/WakePlan.h"

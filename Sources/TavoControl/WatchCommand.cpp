@@ -7,6 +7,7 @@
 #include "app/AsioMainLoop.h"
 #include "app/ProcessSignals.h"
 #include "base/Duration.h"
+#include "base/JsonCoding.h"
 #include "base/Text.h"
 
 #include <fmt/format.h>

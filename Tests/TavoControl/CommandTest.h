@@ -5,7 +5,7 @@
 #include "Support/ScriptedProcessTable.h"
 #include "Support/TemporaryDirectory.h"
 #include "app/Platform.h"
-#include "base/JsonCoding.h"
+#include "base/Json.h"
 #include "base/Text.h"
 #include "config/TavoStore.h"
 

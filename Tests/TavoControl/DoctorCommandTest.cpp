@@ -1,6 +1,7 @@
 #include "TavoControl/DoctorCommand.h"
 
 #include "TavoControl/CommandTest.h"
+#include "base/JsonCoding.h"
 
 #include <grp.h>
 #include <unistd.h>

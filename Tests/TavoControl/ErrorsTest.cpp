@@ -1,6 +1,7 @@
 #include "Support/TemporaryDirectory.h"
 #include "TavoControl/ConfigurationError.h"
 #include "TavoControl/ExitStatus.h"
+#include "base/JsonCoding.h"
 #include "base/WakeControlError.h"
 #include "config/TavoValidationError.h"
 

@@ -4,6 +4,7 @@
 #include "TavoControl/ConfigurationError.h"
 #include "TavoControl/ExplanationSource.h"
 #include "TavoControl/LockHolder.h"
+#include "base/JsonCoding.h"
 
 namespace tavo {
 namespace {

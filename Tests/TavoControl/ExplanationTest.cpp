@@ -1,6 +1,7 @@
 #include "TavoControl/Explanation.h"
 
 #include "TavoControl/PrintedLines.h"
+#include "base/JsonCoding.h"
 #include "base/WakeControlError.h"
 
 #include <gmock/gmock.h>

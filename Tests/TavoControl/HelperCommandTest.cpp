@@ -7,6 +7,7 @@
 #include "TavoControl/CommandTest.h"
 #include "TavoControl/HelperReport.h"
 #include "Version.h"
+#include "base/JsonCoding.h"
 #include "helper/PrivilegedHelperInstallerError.h"
 
 #include <sys/wait.h>

@@ -1,6 +1,7 @@
 #include "TavoControl/HistoryCommand.h"
 
 #include "TavoControl/CommandTest.h"
+#include "base/JsonCoding.h"
 #include "config/HistoryFile.h"
 #include "system/ProcessStart.h"
 

@@ -2,6 +2,7 @@
 
 #include "TavoControl/PrintedLines.h"
 #include "TavoControl/TimeZone.h"
+#include "base/JsonCoding.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -2,6 +2,7 @@
 
 #include "TavoControl/CommandTest.h"
 #include "TavoControl/ConfigurationError.h"
+#include "base/JsonCoding.h"
 
 namespace tavo {
 namespace {

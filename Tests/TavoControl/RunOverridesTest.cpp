@@ -1,6 +1,7 @@
 #include "TavoControl/RunOverrides.h"
 
 #include "Support/TemporaryDirectory.h"
+#include "base/JsonCoding.h"
 #include "config/TavoValidationError.h"
 
 #include <gtest/gtest.h>

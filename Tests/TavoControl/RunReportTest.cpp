@@ -1,6 +1,7 @@
 #include "TavoControl/RunReport.h"
 
 #include "TavoControl/PrintedLines.h"
+#include "base/JsonCoding.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

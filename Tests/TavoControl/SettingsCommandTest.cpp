@@ -7,6 +7,7 @@
 #include "TavoControl/ConfigurationError.h"
 #include "TavoControl/LockHolder.h"
 #include "TavoControl/Settings.h"
+#include "base/JsonCoding.h"
 #include "helper/macos/LaunchDaemonSetup.h"
 #include "login/LoginLaunchManagerError.h"
 #include "system/ProcessStart.h"

@@ -4,6 +4,7 @@
 #include "TavoControl/CommandTest.h"
 #include "TavoControl/ConfigurationError.h"
 #include "TavoControl/LockHolder.h"
+#include "base/JsonCoding.h"
 #include "system/ProcessStart.h"
 
 #include <fmt/format.h>

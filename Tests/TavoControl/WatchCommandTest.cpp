@@ -2,6 +2,7 @@
 
 #include "TavoControl/CommandTest.h"
 #include "TavoControl/PseudoTerminal.h"
+#include "base/JsonCoding.h"
 
 #include <fmt/format.h>
 

@@ -1,4 +1,5 @@
 #include "app/TavoAppModelTesting.h"
+#include "base/JsonCoding.h"
 
 namespace tavo {
 namespace {

@@ -1,5 +1,6 @@
 #include "base/RuntimeRecords.h"
 
+#include "base/JsonCoding.h"
 #include "base/PowerStatus.h"
 
 #include <gtest/gtest.h>

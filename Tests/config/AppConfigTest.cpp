@@ -1,5 +1,6 @@
 #include "config/AppConfig.h"
 
+#include "base/JsonCoding.h"
 #include "config/TavoValidationError.h"
 
 #include <gtest/gtest.h>

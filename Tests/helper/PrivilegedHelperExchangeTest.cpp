@@ -1,6 +1,7 @@
 #include "helper/PrivilegedHelperExchange.h"
 
 #include "Support/EventLog.h"
+#include "base/JsonCoding.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,5 +1,7 @@
 #include "helper/PrivilegedHelperResponse.h"
 
+#include "base/JsonCoding.h"
+
 #include <gtest/gtest.h>
 
 namespace tavo {

@@ -2,6 +2,7 @@
 
 #include "Support/TemporaryDirectory.h"
 #include "base/AtomicFile.h"
+#include "base/JsonCoding.h"
 
 #include <gtest/gtest.h>
 

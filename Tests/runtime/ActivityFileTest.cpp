@@ -2,6 +2,7 @@
 
 #include "Support/TemporaryDirectory.h"
 #include "TavoControl/LockHolder.h"
+#include "base/JsonCoding.h"
 #include "system/ProcessStart.h"
 
 #include <gtest/gtest.h>

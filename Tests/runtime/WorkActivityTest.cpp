@@ -1,5 +1,7 @@
 #include "runtime/WorkActivity.h"
 
+#include "base/JsonCoding.h"
+
 #include <gtest/gtest.h>
 
 namespace tavo {

@@ -1,5 +1,7 @@
 #include "runtime/WorkRequirement.h"
 
+#include "base/JsonCoding.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

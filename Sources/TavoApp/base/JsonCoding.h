@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/DescribedError.h"
+#include "base/Json.h"
 #include "base/RawValues.h"
 #include "base/Time.h"
 
@@ -15,9 +16,6 @@
 #include <vector>
 
 namespace tavo {
-
-/// JSON with sorted keys, as the files have them.
-using Json = nlohmann::json;
 
 /// Why a JSON text is not the value it should be. The description names the key ("config.json" adds the file).
 class DecodingError final : public DescribedError {
@@ -45,10 +43,6 @@ Json parseJson(std::string_view text);
 
 /// Writes pretty-printed JSON with sorted keys and a newline at the end. Malformed UTF-8 in strings is written as U+FFFD.
 std::string prettyJson(const Json& value);
-
-/// Decodes one value; specialised below for what the project's records hold. `path` names the value in errors.
-template <typename Value>
-struct JsonDecoder;
 
 /// Reads the fields of a JSON object. Every failure is a DecodingError that names the field.
 class JsonObjectReader {

@@ -1,5 +1,7 @@
 #include "base/PowerStatus.h"
 
+#include "base/JsonCoding.h"
+
 namespace tavo {
 
 PowerStatus PowerStatus::fromJson(const Json& value, const std::string& path) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "base/JsonCoding.h"
+#include "base/Json.h"
 #include "base/RawValues.h"
 
 #include <cstdint>

@@ -1,5 +1,7 @@
 #include "base/RuntimeRecords.h"
 
+#include "base/JsonCoding.h"
+
 namespace tavo {
 
 MatchedProcessSnapshot MatchedProcessSnapshot::fromJson(const Json& value, const std::string& path) {

@@ -1,7 +1,8 @@
 #pragma once
 
-#include "base/JsonCoding.h"
+#include "base/Json.h"
 #include "base/PowerStatus.h"
+#include "base/RawValues.h"
 #include "config/TriggerRule.h"
 
 #include <cstdint>

@@ -1,5 +1,6 @@
 #include "config/HistoryEntry.h"
 
+#include "base/JsonCoding.h"
 #include "base/Text.h"
 
 #include <algorithm>

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/Json.h"
 #include "base/RuntimeRecords.h"
 
 #include <chrono>

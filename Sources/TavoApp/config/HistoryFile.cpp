@@ -3,6 +3,7 @@
 #include "base/AtomicFile.h"
 #include "base/ErrorText.h"
 #include "base/FileDescriptor.h"
+#include "base/JsonCoding.h"
 #include "base/TrustedPath.h"
 
 #include <fcntl.h>

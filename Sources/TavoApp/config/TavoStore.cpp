@@ -1,6 +1,7 @@
 #include "config/TavoStore.h"
 
 #include "base/AtomicFile.h"
+#include "base/JsonCoding.h"
 #include "base/TrustedPath.h"
 #include "config/KeptAside.h"
 

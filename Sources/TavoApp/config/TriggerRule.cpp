@@ -1,5 +1,6 @@
 #include "config/TriggerRule.h"
 
+#include "base/JsonCoding.h"
 #include "base/Text.h"
 #include "config/TavoValidationError.h"
 

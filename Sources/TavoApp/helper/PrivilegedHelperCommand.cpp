@@ -1,5 +1,6 @@
 #include "helper/PrivilegedHelperCommand.h"
 
+#include "base/JsonCoding.h"
 #include "helper/TaggedJson.h"
 
 #include <array>

@@ -1,6 +1,7 @@
 #include "helper/SleepOverrideJournal.h"
 
 #include "base/AtomicFile.h"
+#include "base/JsonCoding.h"
 
 #include <algorithm>
 #include <limits>

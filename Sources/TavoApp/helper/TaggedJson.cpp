@@ -1,5 +1,7 @@
 #include "helper/TaggedJson.h"
 
+#include "base/JsonCoding.h"
+
 namespace tavo {
 
 std::string encodeTagged(std::string_view caseName, const OrderedJson& fields) {

@@ -1,6 +1,7 @@
 #include "runtime/ActivityFile.h"
 
 #include "base/AtomicFile.h"
+#include "base/JsonCoding.h"
 #include "config/InstanceLock.h"
 #include "system/ProcessStart.h"
 

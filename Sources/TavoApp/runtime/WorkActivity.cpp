@@ -1,5 +1,7 @@
 #include "runtime/WorkActivity.h"
 
+#include "base/JsonCoding.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "base/JsonCoding.h"
+#include "base/Json.h"
+#include "base/RawValues.h"
 #include "base/Time.h"
 #include "runtime/WorkRequirement.h"
 

@@ -1,6 +1,7 @@
 #include "runtime/WorkRequirement.h"
 
 #include "base/Duration.h"
+#include "base/JsonCoding.h"
 #include "system/DecimalText.h"
 
 #include <fmt/format.h>

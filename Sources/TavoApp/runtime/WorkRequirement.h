@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/DescribedError.h"
-#include "base/JsonCoding.h"
+#include "base/Json.h"
 
 #include <chrono>
 #include <optional>

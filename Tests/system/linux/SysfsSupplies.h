@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/Json.h"
 #include "base/PowerStatus.h"
 #include "system/FolderTree.h"
 #include "system/linux/SysfsPowerEnvironment.h"

@@ -1,5 +1,6 @@
 #include "system/macos/PowerSourceSnapshot.h"
 
+#include "base/JsonCoding.h"
 #include "system/macos/FakePowerSources.h"
 #include "system/macos/SystemPowerEnvironment.h"
 
