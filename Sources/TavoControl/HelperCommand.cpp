@@ -7,6 +7,7 @@
 #include "Version.h"
 #include "base/AtomicFile.h"
 #include "base/ErrorText.h"
+#include "base/JsonCoding.h"
 #include "base/PrintError.h"
 #include "base/Text.h"
 

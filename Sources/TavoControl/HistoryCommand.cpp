@@ -1,6 +1,7 @@
 #include "TavoControl/HistoryCommand.h"
 
 #include "TavoControl/HistoryReport.h"
+#include "base/JsonCoding.h"
 #include "config/HistoryFile.h"
 #include "system/ProcessStart.h"
 

@@ -9,6 +9,7 @@
 #include "app/LoginOptionsFile.h"
 #include "base/AtomicFile.h"
 #include "base/FileDescriptor.h"
+#include "base/JsonCoding.h"
 #include "base/PrintError.h"
 #include "base/Text.h"
 #include "system/ProcessStart.h"

@@ -4,6 +4,7 @@
 #include "TavoControl/RunningTavo.h"
 #include "TavoControl/StatusReport.h"
 #include "base/ErrorText.h"
+#include "base/JsonCoding.h"
 #include "runtime/ActivityFile.h"
 #include "system/ProcessStart.h"
 
