@@ -1,9 +1,7 @@
 #include "base/TrustedPath.h"
 
-#include "Support/TemporaryDirectory.h"
+#include "Support/ForeignFolders.h"
 #include "base/AtomicFile.h"
-#include "config/InstanceLock.h"
-#include "config/TavoStore.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -16,39 +14,7 @@ namespace {
 
 using ::testing::HasSubstr;
 
-constexpr uid_t mallory = 54321;
-
-class TrustedPath : public testing::Test {
-protected:
-    void SetUp() override {
-        if (geteuid() != 0) {
-            GTEST_SKIP() << "needs root, whom all this is about";
-        }
-        std::filesystem::create_directories(users / "deep");
-        std::filesystem::create_directories(roots);
-        give(users);
-        give(users / "deep");
-    }
-
-    static void give(const std::filesystem::path& path) {
-        ASSERT_EQ(lchown(path.c_str(), mallory, mallory), 0) << path;
-    }
-
-    template <typename Operation>
-    void expectRefusal(Operation operation, const std::string& reason) {
-        try {
-            operation();
-            ADD_FAILURE() << "nothing was refused where it should say: " << reason;
-        } catch (const UntrustedPathError& error) {
-            EXPECT_THAT(error.description(), HasSubstr(reason));
-            EXPECT_TRUE(error.description().ends_with("with --root.")) << error.description();
-        }
-    }
-
-    TemporaryDirectory folder;
-    std::filesystem::path users = folder.path() / "users";
-    std::filesystem::path roots = folder.path() / "roots";
-};
+using TrustedPath = ForeignFolders;
 
 TEST_F(TrustedPath, AFolderOfAnotherUsersIsRefusedAtAnyLevel) {
     const auto reason = "since the folder " + users.string() + " belongs to another user (user id 54321)";
@@ -105,29 +71,6 @@ TEST_F(TrustedPath, LinksInARingAreAnError) {
 TEST_F(TrustedPath, ForAnOrdinaryUserThePathIsTakenAsItStands) {
     EXPECT_EQ(trustedFolder(users / "deep", mallory), users / "deep");
     EXPECT_EQ(trustedFile(users / "file", mallory), users / "file");
-}
-
-TEST_F(TrustedPath, NothingOfTavosLeadsRootThroughAPlantedLink) {
-    const auto victim = folder.write("victim", "precious");
-    const auto planted = users / "Tavo";
-    std::filesystem::create_directory(planted);
-    for (const auto* name : {"config.json", "state.json", "tavo.lock", "file"}) {
-        std::filesystem::create_symlink(victim, planted / name);
-        give(planted / name);
-    }
-    give(planted);
-    const TavoStore store(TavoPaths{planted});
-    const std::string reason = "belongs to another user";
-    expectRefusal([&] { store.loadConfig(); }, reason);
-    expectRefusal([&] { store.saveConfig({}); }, reason);
-    expectRefusal([&] { store.loadRuntimeSnapshot(); }, reason);
-    expectRefusal([&] { store.saveRuntimeSnapshot({}); }, reason);
-    expectRefusal([&] { InstanceLock::acquire(planted / "tavo.lock"); }, reason);
-    expectRefusal([&] { replaceFileAtomically(planted / "file", "new"); }, reason);
-    expectRefusal([&] { createFile(planted / "another", "new"); }, reason);
-    expectRefusal([&] { ensureDirectoryExists(planted / "folder"); }, reason);
-    EXPECT_EQ(fileContent(victim), "precious");
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(planted), {}), 4);
 }
 
 TEST_F(TrustedPath, AFolderThatSomebodyElseMadeFirstIsRefused) {
