@@ -7,8 +7,10 @@
 #include <gtest/gtest.h>
 
 #include <QApplication>
+#include <QLibraryInfo>
 #include <QScreen>
 #include <QTest>
+#include <QVersionNumber>
 #include <QWindow>
 
 namespace tavo {
@@ -78,9 +80,15 @@ TEST_F(ScaleChange, ThePanelIsAsSharpAsOneThatWasOpenedThere) {
 /// On a window system with two screens, of which the second has four pixels for each one of the first.
 int main(int count, char** values) {
     const tavo::TemporaryDirectory folder;
+    // Up to Qt 6.4 the offscreen windows have the pixel ratio of their screen; from then on only the scale factor that follows
+    // from its resolution.
+    const bool isRatioOfScreen = QLibraryInfo::version() < QVersionNumber(6, 5);
+    const std::string fine = isRatioOfScreen ? R"("width": 1200, "height": 900, "logicalDpi": 96, "dpr": 2)"
+                                             : R"("width": 2400, "height": 1800, "logicalDpi": 192, "dpr": 1)";
     const auto file = folder.write("screens.json", R"({"screens": [
         {"name": "coarse", "x": 0, "y": 0, "width": 1200, "height": 900, "logicalDpi": 96, "logicalBaseDpi": 96, "dpr": 1},
-        {"name": "fine", "x": 1200, "y": 0, "width": 1200, "height": 900, "logicalDpi": 96, "logicalBaseDpi": 96, "dpr": 2}]})");
+        {"name": "fine", "x": 1200, "y": 0, "logicalBaseDpi": 96, )" +
+                                                       fine + "}]}");
     qputenv("QT_QPA_PLATFORM", QByteArray::fromStdString("offscreen:configfile=" + file.string()));
     qputenv("QT_LOGGING_RULES", "qt.core.qobject.connect=false;default.warning=false");
     testing::InitGoogleTest(&count, values);

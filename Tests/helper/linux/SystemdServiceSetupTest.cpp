@@ -60,7 +60,7 @@ protected:
                             "esac");
         // Only root may give files away.
         if (geteuid() != 0) {
-            standIn("chown", "echo \"chown $*\" >>\"" + calls.string() + "\"");
+            standIn("chown", "exit 0");
         }
         replaceFileAtomically(staged, setup().serviceDefinitionContent());
     }
