@@ -190,12 +190,25 @@ built=$'cmake --preset release\ncmake --build --preset release'
 expectCalls "" scripts/bootstrap
 expectCalls "$built" scripts/build
 expectCalls $'cmake --preset debug\ncmake --build --preset debug' scripts/build debug
-expectCalls "$built"$'\ntavo' scripts/run
-expectCalls "$built"$'\ntavoctl run --preset codex' scripts/run --preset codex
+# What runs is built alone, unless everything was built there before.
+programs='cmake --preset release -DTAVO_TESTS=OFF -DTAVO_BENCHMARKS=OFF'
+app='cmake --build --preset release --target tavoctl desktop'
+expectCalls "$programs -DTAVO_DESKTOP=ON"$'\n'"$app"$'\ntavo' scripts/run
+expectCalls "$programs -DTAVO_DESKTOP=OFF"$'\ncmake --build --preset release --target tavoctl\ntavoctl run --preset codex' \
+    scripts/run --preset codex
+echo 'TAVO_TESTS:BOOL=ON' >"$mac/build/release/CMakeCache.txt"
+expectCalls "$app"$'\ntavo' scripts/run
 expectCalls "$built"$'\nctest --test-dir build/release --output-on-failure -j2 -R form' scripts/test -R form
 expectCalls "$built"$'\n'"tavo-screenshots $folder/pictures" scripts/screenshots "$folder/pictures"
 inCI=(CI=true)
 expectCalls $'cmake --preset release -DTAVO_WARNINGS_AS_ERRORS=ON\ncmake --build --preset release' scripts/build
 inCI=()
+sed -i '/^googletest$/d' "$folder/formulae"
+expectCalls "" scripts/bootstrap --desktop
+expectCalls "brew install googletest" scripts/bootstrap
+sed -i '/^qt$/d' "$folder/formulae"
+expectCalls "" scripts/bootstrap --terminal
+expectCalls "brew install qt" scripts/bootstrap --desktop
+printf '%s\n' googletest qt >>"$folder/formulae"
 sed -i '/^pkgconf$/d' "$folder/formulae"
 expectCalls "brew install pkgconf" scripts/bootstrap

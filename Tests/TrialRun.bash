@@ -21,7 +21,7 @@ tryAs() {
     standIn "$folder/bin/id" "echo $1"
     standIn "$folder/bin/busctl" "$2"
     standIn "$folder/bin/uname" 'echo Linux'
-    standIn "$folder/scripts/build" "echo build >>'$folder/done'"
+    standIn "$folder/scripts/build" "echo build \"\$@\" >>'$folder/done'"
     standIn "$folder/scripts/with-logind" "echo with-logind >>'$folder/done'"
     mkdir -p "$folder/build/release/bin"
     standIn "$folder/build/release/bin/tavoctl" "echo tavoctl >>'$folder/done'"
@@ -36,7 +36,7 @@ tryAs 1000 false
 [ ! -s "$folder/done" ] || fail "it did: $(cat "$folder/done")"
 
 tryAs 0 false
-[ "$(tr '\n' ' ' <"$folder/done")" = 'build with-logind ' ] || fail "as root it did: $(cat "$folder/done"), and said: $words"
+[ "$(tr '\n' ' ' <"$folder/done")" = 'build --terminal with-logind ' ] || fail "as root it did: $(cat "$folder/done"), and said: $words"
 
 tryAs 1000 true
-[ "$(tr '\n' ' ' <"$folder/done")" = 'build tavoctl ' ] || fail "with a logind it did: $(cat "$folder/done")"
+[ "$(tr '\n' ' ' <"$folder/done")" = 'build --terminal tavoctl ' ] || fail "with a logind it did: $(cat "$folder/done")"
