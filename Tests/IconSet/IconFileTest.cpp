@@ -1,4 +1,4 @@
-#include "IconFile.h"
+#include "IconSet/IconFile.h"
 
 #include <gtest/gtest.h>
 
