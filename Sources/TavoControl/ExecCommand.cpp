@@ -1,7 +1,6 @@
 #include "TavoControl/ExecCommand.h"
 
 #include "TavoControl/CommandChild.h"
-#include "TavoControl/ConfigurationError.h"
 #include "TavoControl/ExitStatus.h"
 #include "TavoControl/ReadOnlyStore.h"
 #include "TavoControl/RunEnd.h"

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "base/DescribedError.h"
+#include "config/TavoStore.h"
+
 #include <exception>
 #include <string>
 
@@ -21,5 +24,14 @@ ExitStatus exitStatusOf(const std::exception_ptr& failure);
 /// The next step for a user whose evaluation failed, as one more sentence after a space; empty when the failure's own text says
 /// enough.
 std::string adviceFor(const std::exception_ptr& failure);
+
+/// The configuration file cannot be used. Says which file, why, and what can be done.
+class ConfigurationError final : public DescribedError {
+public:
+    using DescribedError::DescribedError;
+};
+
+/// Loads the configuration. @throws ConfigurationError for every failure; the file stays as it is.
+AppConfig loadConfigOrExplain(const TavoStoring& store);
 
 } // namespace tavo

@@ -1,7 +1,7 @@
 #include "TavoControl/ProcessesCommand.h"
 
-#include "TavoControl/ConfigurationError.h"
 #include "TavoControl/Console.h"
+#include "TavoControl/ExitStatus.h"
 #include "app/StatusCopy.h"
 #include "base/JsonCoding.h"
 #include "base/Text.h"

@@ -1,6 +1,6 @@
 #include "TavoControl/RunCommand.h"
 
-#include "TavoControl/ConfigurationError.h"
+#include "TavoControl/ExitStatus.h"
 #include "TavoControl/ReaderWatch.h"
 #include "TavoControl/RunEnd.h"
 #include "TavoControl/RunReport.h"

@@ -1,7 +1,7 @@
 #include "TavoControl/SettingsCommand.h"
 
-#include "TavoControl/ConfigurationError.h"
 #include "TavoControl/Console.h"
+#include "TavoControl/ExitStatus.h"
 #include "TavoControl/RunningTavo.h"
 #include "TavoControl/Settings.h"
 #include "TavoControl/StatusCommand.h"

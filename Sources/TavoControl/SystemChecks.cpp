@@ -1,6 +1,6 @@
 #include "TavoControl/SystemChecks.h"
 
-#include "TavoControl/ConfigurationError.h"
+#include "TavoControl/ExitStatus.h"
 #include "app/StatusCopy.h"
 #include "base/ErrorText.h"
 #include "config/HistoryFile.h"

@@ -1,5 +1,4 @@
 #include "TavoControl/CommandLine.h"
-#include "TavoControl/ConfigurationError.h"
 #include "TavoControl/Console.h"
 #include "TavoControl/DoctorCommand.h"
 #include "TavoControl/ExecCommand.h"

@@ -2,7 +2,7 @@
 
 #include "Support/ScriptedSurroundings.h"
 #include "Support/WaitUntil.h"
-#include "TavoControl/ConfigurationError.h"
+#include "TavoControl/ExitStatus.h"
 #include "base/WakeControlError.h"
 
 #include <fmt/format.h>

@@ -1,7 +1,7 @@
 #include "TavoControl/ExplainCommand.h"
 
 #include "TavoControl/CommandTest.h"
-#include "TavoControl/ConfigurationError.h"
+#include "TavoControl/ExitStatus.h"
 #include "TavoControl/ExplanationSource.h"
 #include "TavoControl/LockHolder.h"
 #include "base/JsonCoding.h"

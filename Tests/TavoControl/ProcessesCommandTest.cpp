@@ -1,7 +1,7 @@
 #include "TavoControl/ProcessesCommand.h"
 
 #include "TavoControl/CommandTest.h"
-#include "TavoControl/ConfigurationError.h"
+#include "TavoControl/ExitStatus.h"
 #include "base/JsonCoding.h"
 
 namespace tavo {

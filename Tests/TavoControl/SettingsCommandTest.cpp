@@ -4,7 +4,7 @@
 #include "Support/ScriptedLaunchAtLogin.h"
 #include "Support/WaitUntil.h"
 #include "TavoControl/CommandTest.h"
-#include "TavoControl/ConfigurationError.h"
+#include "TavoControl/ExitStatus.h"
 #include "TavoControl/LockHolder.h"
 #include "TavoControl/Settings.h"
 #include "base/JsonCoding.h"

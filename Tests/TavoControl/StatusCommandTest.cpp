@@ -2,7 +2,7 @@
 
 #include "Support/WaitUntil.h"
 #include "TavoControl/CommandTest.h"
-#include "TavoControl/ConfigurationError.h"
+#include "TavoControl/ExitStatus.h"
 #include "TavoControl/LockHolder.h"
 #include "base/JsonCoding.h"
 #include "system/ProcessStart.h"

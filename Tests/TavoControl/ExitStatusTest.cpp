@@ -1,6 +1,6 @@
-#include "Support/TemporaryDirectory.h"
-#include "TavoControl/ConfigurationError.h"
 #include "TavoControl/ExitStatus.h"
+
+#include "Support/TemporaryDirectory.h"
 #include "base/JsonCoding.h"
 #include "base/WakeControlError.h"
 #include "config/TavoValidationError.h"
