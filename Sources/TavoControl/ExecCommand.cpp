@@ -2,7 +2,6 @@
 
 #include "TavoControl/CommandChild.h"
 #include "TavoControl/ExitStatus.h"
-#include "TavoControl/ReadOnlyStore.h"
 #include "TavoControl/RunEnd.h"
 #include "TavoControl/SignalForwarding.h"
 #include "TavoControl/SystemChecks.h"
@@ -23,6 +22,22 @@ namespace {
 
 /// A lock that could not be taken while the command runs is tried again this much later.
 constexpr double retryInterval = AppConfig::fixedPollIntervalSeconds;
+
+/// Reads the configuration and keeps nothing: for runs beside the one Tavo whose state the files tell.
+class ReadOnlyStore final : public TavoStoring {
+public:
+    explicit ReadOnlyStore(std::shared_ptr<const TavoStoring> store) : store(std::move(store)) {}
+
+    const TavoPaths& paths() const override { return store->paths(); }
+    AppConfig loadConfig() const override { return store->loadConfig(); }
+    AppConfig loadConfigAsWritten() const override { return store->loadConfigAsWritten(); }
+    void saveConfig(const AppConfig&) const override {}
+    RuntimeSnapshot loadRuntimeSnapshot() const override { return RuntimeSnapshot::idle(); }
+    void saveRuntimeSnapshot(const RuntimeSnapshot&) const override {}
+
+private:
+    std::shared_ptr<const TavoStoring> store;
+};
 
 /// One command with the evaluations beside it.
 class CommandRun final : private ApplicationControlling {

@@ -4,7 +4,7 @@
 #include "TavoControl/ReaderWatch.h"
 #include "TavoControl/RunEnd.h"
 #include "TavoControl/RunReport.h"
-#include "TavoControl/SwitchedOff.h"
+#include "TavoControl/StatusReport.h"
 #include "TavoControl/SystemChecks.h"
 #include "app/AsioMainLoop.h"
 #include "app/ProcessSignals.h"

@@ -5,7 +5,7 @@
 #include "TavoControl/RunningTavo.h"
 #include "TavoControl/Settings.h"
 #include "TavoControl/StatusCommand.h"
-#include "TavoControl/SwitchedOff.h"
+#include "TavoControl/StatusReport.h"
 #include "app/LoginOptionsFile.h"
 #include "base/AtomicFile.h"
 #include "base/FileDescriptor.h"

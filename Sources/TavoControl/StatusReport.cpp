@@ -1,6 +1,5 @@
 #include "TavoControl/StatusReport.h"
 
-#include "TavoControl/SwitchedOff.h"
 #include "base/Duration.h"
 #include "base/JsonCoding.h"
 #include "base/Text.h"

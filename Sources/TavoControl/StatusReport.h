@@ -11,9 +11,14 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace tavo {
+
+/// Said wherever a user may expect something to be kept awake while the master switch is off.
+constexpr std::string_view switchedOffNotice =
+    "keeping awake is switched off (isEnabled); tavoctl enable switches it on";
 
 /// Everything that "tavoctl status" knows.
 struct StatusFacts {
