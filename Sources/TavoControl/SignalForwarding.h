@@ -1,6 +1,6 @@
 #pragma once
 
-#include "TavoControl/InheritedConditions.h"
+#include "TavoControl/CommandChild.h"
 #include "base/FileDescriptor.h"
 
 #include <csignal>
