@@ -1,13 +1,16 @@
 #pragma once
 
+#include "base/FileDescriptor.h"
 #include "base/Json.h"
 
 #include <cstddef>
 #include <cstdio>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <thread>
 #include <vector>
 
 namespace tavo {
@@ -54,5 +57,23 @@ std::size_t characterCount(std::string_view text);
 
 /// The text in lines of at most `width` characters, broken at spaces. A word that is longer than that has a line of its own.
 std::vector<std::string> wrapped(std::string_view text, std::size_t width);
+
+/// Notices when nobody reads a pipe any more. A program that writes a line an hour would otherwise go on for an hour.
+class ReaderWatch {
+public:
+    /// Does nothing for a descriptor that is no pipe: a terminal that goes tells so by a signal.
+    /// @param descriptor  stays the caller's, and open for as long as this lives.
+    /// @param onGone      called once, on a thread of its own. @throws std::system_error.
+    ReaderWatch(int descriptor, std::function<void()> onGone);
+    ReaderWatch(const ReaderWatch&) = delete;
+    ReaderWatch& operator=(const ReaderWatch&) = delete;
+
+    /// Returns when no call is under way any more.
+    ~ReaderWatch();
+
+private:
+    FileDescriptor ending; ///< closed to end the thread
+    std::thread thread;
+};
 
 } // namespace tavo

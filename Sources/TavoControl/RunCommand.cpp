@@ -1,7 +1,7 @@
 #include "TavoControl/RunCommand.h"
 
+#include "TavoControl/Console.h"
 #include "TavoControl/ExitStatus.h"
-#include "TavoControl/ReaderWatch.h"
 #include "TavoControl/RunEnd.h"
 #include "TavoControl/RunReport.h"
 #include "TavoControl/StatusReport.h"

@@ -1,8 +1,8 @@
 #include "TavoControl/WatchCommand.h"
 
+#include "TavoControl/Console.h"
 #include "TavoControl/ExplanationSource.h"
 #include "TavoControl/LocalTime.h"
-#include "TavoControl/ReaderWatch.h"
 #include "TavoControl/TerminalScreen.h"
 #include "app/AsioMainLoop.h"
 #include "app/ProcessSignals.h"
