@@ -2,10 +2,38 @@
 
 #include "TavoControl/CommandLine.h"
 #include "TavoControl/ExitStatus.h"
+#include "TavoControl/Explanation.h"
 #include "app/Platform.h"
 #include "config/TavoStore.h"
 
+#include <map>
+
 namespace tavo {
+
+/// Looks at a running Tavo, or at what one would decide, and at the processes that match.
+class ExplanationSource {
+public:
+    /// @param store  outlives this.
+    ExplanationSource(const TavoStoring& store, Platform platform) : store(store), platform(std::move(platform)) {}
+
+    /// Takes and changes nothing. From the second look on it tells how busy the matched processes were since the last one.
+    /// @throws ConfigurationError at the first look; later ones explain by the last configuration that could be used.
+    ExplanationFacts look();
+
+private:
+    struct CPUTime {
+        double seconds = 0;
+        TimePoint at;
+    };
+
+    AppConfig configOf(const StatusFacts& status, const std::exception_ptr& failure) const;
+    void addTrees(ExplanationFacts& facts, const ProcessSnapshot& table);
+
+    const TavoStoring& store;
+    Platform platform;
+    std::optional<AppConfig> lastConfig;
+    std::map<std::int32_t, CPUTime> lastTimes;
+};
 
 /// Prints the decision step by step: of the running Tavo, or as it would be taken now. @throws ConfigurationError
 ExitStatus printExplanation(const ExplainOptions& options, const TavoStoring& store, const Platform& platform);

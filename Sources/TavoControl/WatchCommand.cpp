@@ -1,7 +1,7 @@
 #include "TavoControl/WatchCommand.h"
 
 #include "TavoControl/Console.h"
-#include "TavoControl/ExplanationSource.h"
+#include "TavoControl/ExplainCommand.h"
 #include "TavoControl/LocalTime.h"
 #include "TavoControl/TerminalScreen.h"
 #include "app/AsioMainLoop.h"

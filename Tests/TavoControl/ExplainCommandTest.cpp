@@ -2,7 +2,6 @@
 
 #include "TavoControl/CommandTest.h"
 #include "TavoControl/ExitStatus.h"
-#include "TavoControl/ExplanationSource.h"
 #include "TavoControl/LockHolder.h"
 #include "base/JsonCoding.h"
 
