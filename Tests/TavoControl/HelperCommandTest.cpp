@@ -5,7 +5,6 @@
 #include "Support/StandInPrompt.h"
 #include "Support/WaitUntil.h"
 #include "TavoControl/CommandTest.h"
-#include "TavoControl/HelperReport.h"
 #include "Version.h"
 #include "base/JsonCoding.h"
 #include "helper/PrivilegedHelperInstallerError.h"
