@@ -1,8 +1,13 @@
 #pragma once
 
-#include "TavoControl/OptionValues.h"
+#include "TavoControl/RunOverrides.h"
+#include "runtime/WorkRequirement.h"
 
+#include <chrono>
+#include <optional>
+#include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace CLI {
 class App;
@@ -10,6 +15,36 @@ class Option;
 } // namespace CLI
 
 namespace tavo {
+
+/// What the options of the command line are read into before they are understood.
+struct RawOptions {
+    std::string root;
+    bool always = false;
+    std::string preset;
+    std::string executable;
+    std::string command;
+    std::string power;
+    std::string cutoff;
+    std::string lid;
+    std::string name;
+    std::string key;
+    std::string value;
+    std::string state;
+    bool whileWorking = false;
+    bool cpu = false;
+    std::string busy;
+    std::string grace;
+    std::string since;
+    std::string length;
+    std::string until;
+    std::vector<std::string> processes;
+    bool json = false;
+};
+
+/// What is wrong with the arguments, as the start of a sentence.
+struct UsageError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
 
 // The options that several commands share, each with its help.
 
@@ -29,5 +64,26 @@ void addProcessOption(CLI::App& command, RawOptions& raw);
 
 /// Within which bounds to keep awake, in place of what the configuration says.
 void addPolicyOptions(CLI::App& command, RawOptions& raw);
+
+/// The trigger that --always, --preset, --executable or --command name. @throws UsageError for more than one of them.
+std::optional<TriggerRule> triggerOf(const RawOptions& raw);
+
+/// The rule of the preset of that name. @throws UsageError
+TriggerRule presetNamed(const std::string& name);
+
+/// What is to stand in place of the configuration. @throws UsageError
+RunOverrides overridesOf(const RawOptions& raw);
+
+/// The requirement that --while-working, --busy and --grace describe; nothing without the first of them. @throws UsageError
+std::optional<WorkRequirement> workRequirementOf(const RawOptions& raw);
+
+/// How far back --since goes; absent without it. @throws UsageError
+std::optional<std::chrono::seconds> sinceOf(const RawOptions& raw);
+
+/// The requirement that --cpu and --busy describe; nothing without the first of them. @throws UsageError
+std::optional<WorkRequirement> cpuRequirementOf(const RawOptions& raw);
+
+/// Whether "on" or "off" was given. @throws UsageError
+bool loginStateOf(const RawOptions& raw);
 
 } // namespace tavo

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "TavoControl/OptionValues.h"
+#include "TavoControl/CommandOptions.h"
 #include "base/Time.h"
 #include "system/ProcessExits.h"
 
