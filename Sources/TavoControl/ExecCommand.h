@@ -1,7 +1,7 @@
 #pragma once
 
 #include "TavoControl/CommandChild.h"
-#include "TavoControl/CommandLine.h"
+#include "TavoControl/ControlCommandLine.h"
 #include "app/Platform.h"
 
 namespace tavo {

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "TavoControl/CommandLine.h"
 #include "TavoControl/Console.h"
+#include "TavoControl/ControlCommandLine.h"
 #include "TavoControl/ExitStatus.h"
 #include "TavoControl/HistoryPeriods.h"
 #include "base/Json.h"

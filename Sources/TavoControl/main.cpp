@@ -1,5 +1,5 @@
-#include "TavoControl/CommandLine.h"
 #include "TavoControl/Console.h"
+#include "TavoControl/ControlCommandLine.h"
 #include "TavoControl/DoctorCommand.h"
 #include "TavoControl/ExecCommand.h"
 #include "TavoControl/ExitStatus.h"

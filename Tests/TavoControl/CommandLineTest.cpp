@@ -1,5 +1,4 @@
-#include "TavoControl/CommandLine.h"
-
+#include "TavoControl/ControlCommandLine.h"
 #include "TavoControl/ParsedArguments.h"
 
 #include <gmock/gmock.h>

@@ -1,4 +1,4 @@
-#include "TavoControl/CommandLine.h"
+#include "TavoControl/ControlCommandLine.h"
 
 #include "TavoControl/CommandOptions.h"
 #include "Version.h"
