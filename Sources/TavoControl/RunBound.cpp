@@ -1,16 +1,15 @@
 #include "TavoControl/RunBound.h"
 
+#include "TavoControl/LocalTime.h"
 #include "base/Duration.h"
 #include "system/DecimalText.h"
 #include "system/ProcessStart.h"
 
-#include <fmt/chrono.h>
 #include <fmt/format.h>
 #include <signal.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <ctime>
 #include <utility>
 
 namespace tavo {
@@ -21,13 +20,6 @@ using std::chrono::minutes;
 
 constexpr int minutesAnHour = 60;
 constexpr int minutesADay = 24 * minutesAnHour;
-
-std::tm localTime(TimePoint at) {
-    const auto seconds = std::chrono::system_clock::to_time_t(at);
-    std::tm local{};
-    localtime_r(&seconds, &local);
-    return local;
-}
 
 int minuteOfDay(TimePoint at) {
     const auto local = localTime(at);
@@ -70,10 +62,8 @@ pid_t processOf(const std::string& given) {
 
 /// Says on which day, when that is not today.
 std::string moment(TimePoint at, TimePoint now) {
-    const auto local = localTime(at);
-    const auto today = localTime(now);
-    const bool isToday = local.tm_yday == today.tm_yday && local.tm_year == today.tm_year;
-    return isToday ? fmt::format("{:%H:%M:%S}", local) : fmt::format("{:%Y-%m-%d %H:%M:%S}", local);
+    const auto clock = localClockWithSeconds(at);
+    return localDate(at) == localDate(now) ? clock : localDate(at) + " " + clock;
 }
 
 } // namespace
