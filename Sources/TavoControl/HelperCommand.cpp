@@ -3,7 +3,6 @@
 #include "TavoControl/Console.h"
 #include "TavoControl/InterruptedBySignals.h"
 #include "TavoControl/RunningTavo.h"
-#include "Version.h"
 #include "base/AtomicFile.h"
 #include "base/ErrorText.h"
 #include "base/JsonCoding.h"
@@ -157,7 +156,7 @@ ExitStatus HelperCommand::carryOut(const HelperCommandOptions& options) const {
 
 ExitStatus HelperCommand::printStatus(bool json) const {
     HelperFacts facts{.state = support.state(),
-                      .buildVersion = std::string(tavoVersion),
+                      .buildVersion = TAVO_VERSION,
                       .installedFile = platform.helperSetup->helperExecutable()};
     if (isInstalled(facts.state)) {
         facts.installedVersion = installedVersion(platform);
