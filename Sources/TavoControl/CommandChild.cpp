@@ -19,7 +19,7 @@ namespace tavo {
 
 namespace {
 
-/// Signals that this program ignores for itself alone. Those that it handles become default ones in a child by themselves.
+/// Signals that this program ignores for itself alone. Handled ones become default again in a child by themselves.
 constexpr std::array ownIgnoredSignals{SIGPIPE, SIGTTOU};
 
 /// posix_spawn(3) takes pointers to non-const and writes through none of them.

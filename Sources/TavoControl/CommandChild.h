@@ -10,8 +10,8 @@
 
 namespace tavo {
 
-/// The environment, signals and streams that this process inherited, before it changed any for itself. A command that the user runs through it gets
-/// everything as it was.
+/// The environment, signals and streams that this process inherited, before it changed any for itself. A command that
+/// the user runs through it gets everything as it was.
 struct InheritedConditions {
     /// As "NAME=value".
     std::vector<std::string> environment;
@@ -21,14 +21,14 @@ struct InheritedConditions {
     /// Standard input, output and error.
     std::array<bool, 3> isStreamClosed{};
 
-    /// The first thing that main() does.
+    /// Must be the first call in main().
     static InheritedConditions capture();
 
     bool isIgnored(int signal) const;
 };
 
-/// A command that runs as if the user's shell had started it: in this process's group, at its terminal, with its standard
-/// streams and every other descriptor that was passed to it, and under the conditions that it inherited.
+/// A command that runs as if the user's shell had started it: in this process's group, at its terminal, with its
+/// standard streams and every other descriptor that was passed to it, and under the conditions that it inherited.
 class CommandChild {
 public:
     enum class Change { stopped, continued, exited };
@@ -41,8 +41,8 @@ public:
         int status = 0;
     };
 
-    /// @param words  the command, looked up in PATH unless it holds a slash, and its arguments; not empty. A script without
-    ///               an interpreter line is run by /bin/sh, as execvp(3) does.
+    /// @param words  the command, looked up in PATH unless it holds a slash, and its arguments; not empty. A script
+    ///               without an interpreter line is run by /bin/sh, as execvp(3) does.
     /// @throws std::system_error when it cannot be started, with ENOENT when there is no such command.
     CommandChild(const std::vector<std::string>& words, const InheritedConditions& conditions);
 
@@ -59,7 +59,8 @@ private:
     bool hasExited = false;
 };
 
-/// The exit status for a command that could not be started, as a shell has it: 127 when there is none, 126 for any other reason.
+/// The exit status for a command that could not be started, as a shell has it: 127 when there is none, 126 for any
+/// other reason.
 int statusOfUnstartable(int error);
 
 } // namespace tavo

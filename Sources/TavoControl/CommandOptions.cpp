@@ -95,7 +95,7 @@ CLI::Option* addOption(CLI::App& command, const std::string& name, std::string& 
     auto* option = command.add_option(name, value, description)->type_name(valueName);
     option->each([name](const std::string& given) {
         if (given.empty()) {
-            // An unset variable of a script: the default would not be what was meant.
+            // An unset variable of a script, which does not mean the default.
             throw UsageError(name + " must not be empty");
         }
     });

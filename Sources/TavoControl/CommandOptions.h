@@ -16,7 +16,7 @@ class Option;
 
 namespace tavo {
 
-/// What the options of the command line are read into before they are understood.
+/// The values of the command line's options, as given, before they are interpreted.
 struct RawOptions {
     std::string root;
     bool always = false;
@@ -41,7 +41,7 @@ struct RawOptions {
     bool json = false;
 };
 
-/// What is wrong with the arguments, as the start of a sentence.
+/// A mistake in the arguments, as the start of a sentence.
 struct UsageError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
@@ -57,12 +57,12 @@ void addTriggerOptions(CLI::App& command, RawOptions& raw, bool withAlways);
 CLI::Option* addBusyOption(CLI::App& command, RawOptions& raw);
 void addWorkOptions(CLI::App& command, RawOptions& raw);
 
-/// For what may be bounded by time.
+/// For commands that may be bounded by time.
 void addBoundOptions(CLI::App& command, RawOptions& raw);
 
 void addProcessOption(CLI::App& command, RawOptions& raw);
 
-/// Within which bounds to keep awake, in place of what the configuration says.
+/// The policy within which to keep awake, instead of the configured one.
 void addPolicyOptions(CLI::App& command, RawOptions& raw);
 
 /// The trigger that --always, --preset, --executable or --command name. @throws UsageError for more than one of them.
@@ -71,10 +71,11 @@ std::optional<TriggerRule> triggerOf(const RawOptions& raw);
 /// The rule of the preset of that name. @throws UsageError
 TriggerRule presetNamed(const std::string& name);
 
-/// What is to stand in place of the configuration. @throws UsageError
+/// The options that replace values of the configuration. @throws UsageError
 RunOverrides overridesOf(const RawOptions& raw);
 
-/// The requirement that --while-working, --busy and --grace describe; nothing without the first of them. @throws UsageError
+/// The requirement that --while-working, --busy and --grace describe; nothing without the first of them. @throws
+/// UsageError
 std::optional<WorkRequirement> workRequirementOf(const RawOptions& raw);
 
 /// How far back --since goes; absent without it. @throws UsageError

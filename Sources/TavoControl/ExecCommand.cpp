@@ -23,7 +23,7 @@ namespace {
 /// A lock that could not be taken while the command runs is tried again this much later.
 constexpr double retryInterval = AppConfig::fixedPollIntervalSeconds;
 
-/// Reads the configuration and keeps nothing: for runs beside the one Tavo whose state the files tell.
+/// Reads the configuration and saves nothing: the files belong to the one Tavo that may be running.
 class ReadOnlyStore final : public TavoStoring {
 public:
     explicit ReadOnlyStore(std::shared_ptr<const TavoStoring> store) : store(std::move(store)) {}
@@ -39,7 +39,7 @@ private:
     std::shared_ptr<const TavoStoring> store;
 };
 
-/// One command with the evaluations beside it.
+/// One command, and the evaluations while it runs.
 class CommandRun final : private ApplicationControlling {
 public:
     CommandRun(const ExecOptions& options, std::shared_ptr<const TavoStoring> store, Platform platform,
@@ -105,7 +105,7 @@ private:
         }
     }
 
-    /// The user has bounded how long this computer is kept awake, and not the command.
+    /// The user has bounded how long this computer is kept awake, not how long the command runs.
     void endKeepingAwake(const std::string& why) {
         if (hasEnded) {
             return;
@@ -142,7 +142,7 @@ private:
         }
     }
 
-    /// A stopped command does nothing that the computer would have to be awake for.
+    /// A stopped command does nothing that needs the computer awake.
     void pause(int signal) {
         if (!isPaused) {
             isPaused = true;
@@ -152,15 +152,15 @@ private:
                                 model->lastError().value_or("the helper does not answer.")));
             }
         }
-        // The shell waits for this process, and not for the command. SIGSTOP comes from somebody else than the terminal,
-        // who will continue the command alone.
+        // The shell waits for this process and not for the command, so this one stops too. SIGSTOP comes from another
+        // process and not from the terminal, and that process will continue the command alone.
         if (signal != SIGSTOP && !hasBeenContinued()) {
             stopUntilContinued();
             command->signal(SIGCONT);
         }
     }
 
-    /// Continued before this process came to stop itself, which would then stay stopped for good.
+    /// Whether it was continued before this process could stop itself, which nobody would continue then.
     bool hasBeenContinued() {
         while (const auto event = command->nextEvent()) {
             if (event->change == CommandChild::Change::exited) {
@@ -214,7 +214,7 @@ private:
                                                                 words.front(), machineNoun, copy.title, copy.detail));
     }
 
-    /// Says it once for as long as the reason stays the same.
+    /// Says it once while the reason stays the same.
     void tell(std::string_view reason, const std::string& text) {
         auto current = text.empty() ? std::string() : std::string(reason);
         if (reason == "failure" || reason == "notice") {
@@ -259,7 +259,7 @@ int runCommandAwake(const ExecOptions& options, const std::shared_ptr<const Tavo
         return static_cast<int>(ExitStatus::failure);
     }
     loadConfigOrExplain(*store);
-    // Of what the one Tavo of this user has left behind, it takes care itself.
+    // The one Tavo of this user ends its own orphans.
     platform.endOrphanedAssertion = nullptr;
     platform.history = makeHistory(
         store->paths(), std::filesystem::path(options.words.front()).filename().string(),

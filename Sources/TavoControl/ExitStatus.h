@@ -8,7 +8,7 @@
 
 namespace tavo {
 
-/// What tavoctl's exit status says; the numbers are those of sysexits.h.
+/// tavoctl's exit statuses; the numbers are those of sysexits.h.
 enum class ExitStatus : int {
     success = 0,
     failure = 1,
@@ -18,11 +18,11 @@ enum class ExitStatus : int {
     invalidConfiguration = 78, ///< the configuration cannot be read, or is invalid
 };
 
-/// The status that says what a failure of the engine was.
+/// The exit status for a failure of the engine.
 ExitStatus exitStatusOf(const std::exception_ptr& failure);
 
-/// The next step for a user whose evaluation failed, as one more sentence after a space; empty when the failure's own text says
-/// enough.
+/// The next step for a user whose evaluation failed, as one more sentence after a space; empty when the failure's own
+/// text says enough.
 std::string adviceFor(const std::exception_ptr& failure);
 
 /// The configuration file cannot be used. Says which file, why, and what can be done.

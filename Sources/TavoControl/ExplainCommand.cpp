@@ -11,7 +11,7 @@ namespace tavo {
 
 namespace {
 
-/// One reading of the process table for all who want to see it.
+/// One reading of the process table, shared by everything that needs it.
 class SharedSnapshot final : public ProcessSnapshotProviding {
 public:
     explicit SharedSnapshot(std::shared_ptr<ProcessSnapshotProviding> processes) : processes(std::move(processes)) {}
@@ -30,7 +30,7 @@ private:
 
 } // namespace
 
-ExplanationFacts ExplanationSource::look() {
+ExplanationFacts ExplanationSource::collect() {
     auto once = platform;
     once.processes = std::make_shared<SharedSnapshot>(platform.processes);
     std::exception_ptr failure;
@@ -51,7 +51,7 @@ ExplanationFacts ExplanationSource::look() {
     try {
         addTrees(facts, once.processes->snapshot(facts.status.now));
     } catch (const std::exception&) {
-        // Without the table only the trees are missing; a decision that needs it has failed, and says so.
+        // Without the table only the trees are missing; a decision that needs it has failed and reports that.
     }
     return facts;
 }
@@ -95,7 +95,7 @@ void ExplanationSource::addTrees(ExplanationFacts& facts, const ProcessSnapshot&
 }
 
 ExitStatus printExplanation(const ExplainOptions& options, const TavoStoring& store, const Platform& platform) {
-    const Explanation explanation(ExplanationSource(store, platform).look());
+    const Explanation explanation(ExplanationSource(store, platform).collect());
     const Console console(stdout);
     if (options.json) {
         console.print(shownJson(explanation.json()));

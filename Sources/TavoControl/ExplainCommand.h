@@ -10,15 +10,16 @@
 
 namespace tavo {
 
-/// Looks at a running Tavo, or at what one would decide, and at the processes that match.
+/// Collects the facts of a running Tavo, or of the decision that one would take, and of the matching processes.
 class ExplanationSource {
 public:
     /// @param store  outlives this.
     ExplanationSource(const TavoStoring& store, Platform platform) : store(store), platform(std::move(platform)) {}
 
-    /// Takes and changes nothing. From the second look on it tells how busy the matched processes were since the last one.
-    /// @throws ConfigurationError at the first look; later ones explain by the last configuration that could be used.
-    ExplanationFacts look();
+    /// Takes no lock and changes nothing. From the second call on, the facts include the CPU use of the matched
+    /// processes since the last one. @throws ConfigurationError at the first call; later ones use the last valid
+    /// configuration.
+    ExplanationFacts collect();
 
 private:
     struct CPUTime {

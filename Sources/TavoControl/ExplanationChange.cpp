@@ -5,7 +5,7 @@
 
 namespace tavo {
 
-/// Whether an option of the run that is under way decides the step, and not the file.
+/// Whether an option of the running Tavo decides the step, and not the file.
 bool Explanation::isOverridden(DecisionStep step) const {
     switch (step) {
     case DecisionStep::masterSwitch:
@@ -81,7 +81,7 @@ std::string Explanation::changeOfTrigger() const {
     return fmt::format("start {}, or {}.", name, other);
 }
 
-/// For a computer that is kept awake: by what it would be allowed to sleep.
+/// For a computer that is kept awake: when it may sleep again.
 std::string Explanation::changeOfAwake() const {
     std::string text;
     const auto& matches = snapshot().matchedProcesses;

@@ -90,7 +90,7 @@ std::optional<std::filesystem::path> otherDefinition(const HelperServiceSetup& s
             return std::nullopt;
         }
     } catch (const std::exception&) {
-        // It is meant to be readable by all: whoever has changed that may have changed more.
+        // It is installed readable by all, so somebody has changed it.
     }
     return definition;
 }
@@ -232,7 +232,7 @@ ExitStatus HelperCommand::reset() const {
     return ExitStatus::success;
 }
 
-/// Notes it where the settings window looks, and has a running Tavo act on it.
+/// Saves it for the settings window, and tells a running Tavo.
 void HelperCommand::recordPermission(bool granted) const {
     if (actsForAnotherUser()) {
         printError("tavoctl: the configuration of the user who called sudo is left as it is.\n");

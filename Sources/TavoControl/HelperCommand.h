@@ -16,7 +16,7 @@
 
 namespace tavo {
 
-/// What is known of the privileged helper.
+/// Everything that "tavoctl helper status" knows.
 struct HelperFacts {
     PrivilegedHelperInstallState state = PrivilegedHelperInstallState::notInstalled;
     std::string buildVersion;
@@ -32,18 +32,18 @@ struct HelperFacts {
     /// The file that tells the system's service manager what to run, if it is not what this build installs.
     std::optional<std::filesystem::path> otherDefinition;
 
-    /// Who asked for what.
+    /// The overrides in effect.
     std::vector<SleepOverride> overrides;
     std::optional<std::string> overridesError;
 };
 
-/// For people: a word and what there is to say of it, one line each.
+/// For people: a word and its finding, one line each.
 std::vector<std::string> helperReportLines(const HelperFacts& facts);
 
 /// For programs.
 Json helperReportJson(const HelperFacts& facts);
 
-/// Tells about the privileged helper, installs and removes it.
+/// Shows, installs and removes the privileged helper.
 class HelperCommand {
 public:
     HelperCommand(const Platform& platform, const TavoStoring& store);

@@ -18,7 +18,7 @@ namespace tavo {
 
 namespace {
 
-/// Where the output has no width of its own, as in a file.
+/// For output without a width of its own, such as a file.
 constexpr std::size_t ordinaryWidth = 100;
 
 using Row = std::array<std::string, 5>;

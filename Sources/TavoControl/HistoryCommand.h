@@ -17,10 +17,10 @@ struct HistoryFacts {
     TimePoint since;
     TimePoint now;
 
-    /// When the oldest line that there is was written; absent when there is none.
+    /// When the oldest line was written; absent when there is none.
     std::optional<TimePoint> begun;
 
-    /// All that there are, see awakePeriods().
+    /// All periods, see awakePeriods().
     std::vector<AwakePeriod> periods;
     std::size_t skippedLines = 0;
 };

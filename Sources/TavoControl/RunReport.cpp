@@ -26,7 +26,7 @@ Emphasis emphasisOf(RuntimeDecisionReason reason) {
     }
 }
 
-/// Which process it is for: the first one, and how many more there are.
+/// The process that it is for: the first one, and how many more there are.
 std::string processNote(const std::vector<MatchedProcessSnapshot>& processes) {
     if (processes.empty()) {
         return {};

@@ -30,7 +30,7 @@ namespace {
 constexpr int pollAttempts = 200;
 constexpr std::chrono::microseconds pollInterval{10000};
 
-/// Tells one version of a file that is replaced atomically from the next.
+/// Distinguishes the versions of a file that is replaced atomically.
 struct FileVersion {
     ino_t inode = 0;
     std::filesystem::file_time_type written;
@@ -52,7 +52,7 @@ std::optional<FileVersion> versionOf(const std::filesystem::path& file) {
 FileDescriptor lockFolder(const std::filesystem::path& folder) {
     ensureDirectoryExists(folder);
     FileDescriptor descriptor(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    // Where a file system knows no such locks, two changes at once are left to chance.
+    // On a file system without such locks, one of two simultaneous changes may be lost.
     [[maybe_unused]] const auto locked = descriptor ? flock(descriptor.get(), LOCK_EX) : -1;
     return descriptor;
 }
@@ -121,10 +121,10 @@ ExitStatus SettingsCommand::change(const ChangeOptions& options) const {
                 fmt::format("at login the app starts with {}.", fmt::join((*options.loginOptions)->arguments(), " ")));
         }
     } catch (const OutputError&) {
-        // The change is made, so the running Tavo is told of it, whoever reads this.
+        // The change is made, so the running Tavo is told of it even when nobody reads this.
         unwritten = std::current_exception();
     }
-    const auto status = haveRunningTavoFollow(after);
+    const auto status = updateRunningTavo(after);
     if (unwritten) {
         std::rethrow_exception(unwritten);
     }
@@ -145,7 +145,7 @@ void SettingsCommand::printChange(const AppConfig& before, const AppConfig& afte
     }
 }
 
-/// @param wasEnabled  what the command found: it is decided by that what a toggle means.
+/// @param wasEnabled  the switch's state when the command started, which decides what a toggle means.
 AppConfig SettingsCommand::changed(const AppConfig& config, const ChangeOptions& options, bool wasEnabled) const {
     auto result = config;
     switch (options.kind) {
@@ -170,7 +170,7 @@ AppConfig SettingsCommand::changed(const AppConfig& config, const ChangeOptions&
     return result;
 }
 
-ExitStatus SettingsCommand::haveRunningTavoFollow(const AppConfig& config) const {
+ExitStatus SettingsCommand::updateRunningTavo(const AppConfig& config) const {
     const Console console(stdout);
     const auto running = RunningTavo::find(store);
     if (!running) {
@@ -191,7 +191,7 @@ ExitStatus SettingsCommand::haveRunningTavoFollow(const AppConfig& config) const
     const auto versionBefore = versionOf(state);
     // An evaluation that had begun before the change writes a state, too.
     const bool isEnabled = running->overrides.appliedTo(config).isEnabled;
-    const auto isObeyed = [&] {
+    const auto hasFollowed = [&] {
         try {
             return store.loadRuntimeSnapshot().isEnabled == isEnabled;
         } catch (const std::exception&) {
@@ -206,7 +206,7 @@ ExitStatus SettingsCommand::haveRunningTavoFollow(const AppConfig& config) const
             *told);
         return ExitStatus::failure;
     }
-    if (told && !waitForNewState([&] { return versionOf(state) != versionBefore && isObeyed(); })) {
+    if (told && !waitForNewState([&] { return versionOf(state) != versionBefore && hasFollowed(); })) {
         printError("tavoctl: the change is saved, but the running tavo (process id {}) has not taken it up within 2 "
                    "seconds; see tavoctl status.\n",
                    *told);
@@ -220,7 +220,7 @@ ExitStatus SettingsCommand::haveRunningTavoFollow(const AppConfig& config) const
 }
 
 bool SettingsCommand::waitForNewState(const std::function<bool()>& isNew) const {
-    for (int look = 1; look <= pollAttempts; ++look) {
+    for (int attempt = 1; attempt <= pollAttempts; ++attempt) {
         if (isNew()) {
             return true;
         }

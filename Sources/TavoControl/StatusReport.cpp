@@ -88,7 +88,8 @@ std::string StatusReport::discrepancy() const {
     if (lacking.empty()) {
         return facts.assertionNotice;
     }
-    // The plan is for the power as it is now; the lock is from the last evaluation, which may have been before a plug came in.
+    // The plan is for the power as it is now; the lock is from the last evaluation, which may have been before a plug
+    // came in.
     return fmt::format(
         "less is held than planned: {} was refused, or the power source has changed within the last minute; "
         "so the {} may still be put to sleep by others. run sudo tavoctl run to hold it too.",
@@ -101,7 +102,7 @@ std::string StatusReport::notice() const {
                            facts.runningProcessID.value_or(0));
     }
     auto text = discrepancy();
-    // Its own word: of a file that cannot be read, nobody knows what it says.
+    // Tavo's own decision, not the file, which may be unreadable.
     if (text.empty() && facts.runningProcessID &&
         facts.snapshot.lastDecisionReason == RuntimeDecisionReason::disabled) {
         text = fmt::format("{}.", switchedOffNotice);

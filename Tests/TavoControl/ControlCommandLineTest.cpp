@@ -92,7 +92,7 @@ TEST(ControlCommandLine, TheVersionIsNoError) {
 
 struct WrongUsage {
     Arguments arguments;
-    /// What the sentence says before it names the help.
+    /// The sentence without its pointer to the help.
     std::string sentence;
 };
 

@@ -161,7 +161,7 @@ TEST_F(DoctorCommandTest, AFileInThePlaceOfTheFolderIsBroken) {
     }
 }
 
-/// Ends the process with 0 when the folder is found broken for a user who is not root.
+/// Exits with 0 when the folder is found broken for a user who is not root.
 [[noreturn]] void judgeAsOrdinaryUser(const std::function<SystemCheck()>& check, const std::string& finding) {
     constexpr uid_t nobody = 65534;
     if (geteuid() == 0 && (setgroups(0, nullptr) != 0 || setgid(nobody) != 0 || setuid(nobody) != 0)) {

@@ -91,7 +91,7 @@ TEST_F(ProcessesCommandTest, ATableThatCannotBeReadIsAFailure) {
     EXPECT_THROW(run(preset(TriggerPreset::codex)), std::runtime_error);
 }
 
-/// The table by the time of the second look.
+/// The process table at the second measurement.
 class MeasuredProcessesTest : public ProcessesCommandTest {
 protected:
     MeasuredProcessesTest() {

@@ -155,7 +155,7 @@ TEST_F(SettingsCommandTest, TheOptionsForTheLoginOutlastLaunchAtLoginItself) {
     change(on);
     EXPECT_THAT(login->options, ::testing::IsEmpty());
     EXPECT_FALSE(std::filesystem::exists(platform.loginOptionsFile));
-    // A damaged file costs the options and not the launch.
+    // A damaged file loses the options, and the app is launched all the same.
     folder.write("run.conf", "nonsense\n");
     on.loginOptions.reset();
     change(on);

@@ -64,7 +64,7 @@ std::vector<AssertionReport> tryOut(const Platform& platform, std::chrono::milli
     // A change may still be on its way here when the wait is over.
     const auto wait = std::make_shared<WaitForChange>();
     platform.assertionStatus->onChange([wait] {
-        // The lock orders a change before the wait for it.
+        // With the lock, no change is missed between the check and the wait.
         const std::lock_guard lock(wait->mutex);
         wait->changed.notify_all();
     });
