@@ -29,7 +29,9 @@ std::string Explanation::change() const {
     }
     const auto step = decidingStep(snapshot());
     if (!step) {
-        return "it has not evaluated anything yet; it does within a minute.";
+        // While switched off, Tavo first evaluates a minute after its start, and would find nothing but the switch.
+        return config().isEnabled ? "nothing has been evaluated yet; the first evaluation is under way."
+                                  : "nothing has been evaluated yet; tavoctl enable switches keeping awake on.";
     }
     if (!isRunning() && snapshot().lastDecisionReason == RuntimeDecisionReason::active) {
         return "tavo, or tavoctl run, does it.";

@@ -139,6 +139,14 @@ TEST_F(ExplanationTest, WithoutARunningTavoItTellsWhatOneWouldDecide) {
     EXPECT_EQ(explanation().json()["awake"], false);
 }
 
+TEST_F(ExplanationTest, ATavoThatHasOnlyJustStartedEvaluatesAtOnceIfItIsSwitchedOn) {
+    facts.status.snapshot = RuntimeSnapshot::idle();
+    facts.status.config.isEnabled = true;
+    EXPECT_EQ(explanation().change(), "nothing has been evaluated yet; the first evaluation is under way.");
+    facts.status.config.isEnabled = false;
+    EXPECT_EQ(explanation().change(), "nothing has been evaluated yet; tavoctl enable switches keeping awake on.");
+}
+
 TEST_F(ExplanationTest, AStoppedTavoIsContinued) {
     facts.status.isStopped = true;
     EXPECT_EQ(explanation().headline().title, "stopped");
