@@ -46,7 +46,7 @@ AppConfig loadConfigOrExplain(const TavoStoring& store) {
     try {
         return store.loadConfig();
     } catch (const std::exception& error) {
-        throw ConfigurationError(fmt::format("the configuration {} cannot be used: {}; mend it, or move the file away "
+        throw ConfigurationError(fmt::format("the configuration {} cannot be used: {}; fix it, or move the file away "
                                              "to start from the defaults.",
                                              store.paths().configURL().string(), errorClause(error)));
     }

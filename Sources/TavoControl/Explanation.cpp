@@ -210,7 +210,7 @@ std::string Explanation::assertionText() const {
     }
     if (snapshot().lastDecisionReason == RuntimeDecisionReason::error) {
         return fmt::format("{}; the evaluation failed: {}", held.empty() ? "nothing" : held,
-                           snapshot().lastError.value_or("nobody knows why."));
+                           snapshot().lastError.value_or("for an unknown reason."));
     }
     return (held.empty() ? "nothing" : held) +
            (facts.status.assertionNotice.empty() ? "" : "; " + facts.status.assertionNotice);
@@ -229,7 +229,8 @@ std::vector<std::string> Explanation::stepLines(const Console& console, std::opt
         const bool isDecisive = step.verdict == StepVerdict::decided;
         const auto name = fmt::format("{} {:<{}}", isDecisive ? ">" : " ", nameOf(step.step), isNarrow ? 0 : nameWidth);
         const auto head = console.styled(name, isDecisive ? Emphasis::strong : Emphasis::none);
-        const auto text = visibleControls(step.text) + (step.verdict == StepVerdict::notReached ? " (not asked)" : "");
+        const auto text =
+            visibleControls(step.text) + (step.verdict == StepVerdict::notReached ? " (not reached)" : "");
         bool isFirst = true;
         if (isNarrow) {
             result.push_back(head);

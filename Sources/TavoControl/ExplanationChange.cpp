@@ -34,7 +34,7 @@ std::string Explanation::change() const {
                                   : "nothing has been evaluated yet; tavoctl enable switches keeping awake on.";
     }
     if (!isRunning() && snapshot().lastDecisionReason == RuntimeDecisionReason::active) {
-        return "tavo, or tavoctl run, does it.";
+        return "start tavo or tavoctl run to keep it awake.";
     }
     if (snapshot().lastDecisionReason == RuntimeDecisionReason::active) {
         return changeOfAwake();
@@ -76,7 +76,7 @@ std::string Explanation::changeOfTrigger() const {
     case RuntimeDecisionReason::insufficientActivity:
         return fmt::format("as soon as {} works, this {} is kept awake again.", name, facts.status.machineNoun);
     case RuntimeDecisionReason::maxDurationReached:
-        return fmt::format("it begins anew when {} has ended and starts again.", name);
+        return fmt::format("a new session begins once {} has ended and started again.", name);
     default:
         break;
     }

@@ -57,7 +57,7 @@ std::string lineOf(std::string_view subject, std::string_view finding) {
 
 std::string comparison(const HelperFacts& facts) {
     if (!facts.hasSource) {
-        return "this build comes with none to compare it with";
+        return "this build has none to compare it with";
     }
     return facts.matchesThisBuild ? "the same file as this build's" : "another file than this build's";
 }

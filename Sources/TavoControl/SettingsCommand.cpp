@@ -141,7 +141,7 @@ void SettingsCommand::printChange(const AppConfig& before, const AppConfig& afte
     }
     if (after.watchMode != WatchMode::open && after.watchMode != before.watchMode &&
         !platform.closedLidSupport().hasFiles()) {
-        console.print("a closed lid takes the helper, which is not installed yet: tavoctl helper install");
+        console.print("covering a closed lid needs the helper, which is not installed yet: tavoctl helper install");
     }
 }
 
@@ -183,7 +183,7 @@ ExitStatus SettingsCommand::updateRunningTavo(const AppConfig& config) const {
     if (running->hasUnsavedEdits) {
         console.print(fmt::format(
             "the window of the running tavo (process id {}) has unsaved edits, so it does not follow until they are "
-            "saved or reverted; saving them puts them in force instead, and this is kept as config.json.edited.",
+            "saved or reverted; saving them replaces this change, which is then kept as config.json.edited.",
             running->processID));
         return ExitStatus::success;
     }
@@ -201,19 +201,19 @@ ExitStatus SettingsCommand::updateRunningTavo(const AppConfig& config) const {
     const auto told = tellRunningTavo(store);
     if (told && isProcessStopped(*told)) {
         printError(
-            "tavoctl: the change is saved, but the running tavo (process id {0}) is stopped, and takes it up when "
-            "it is continued: fg, or kill -CONT {0}.\n",
+            "tavoctl: the change is saved, but the running tavo (process id {0}) is stopped, and follows once it is "
+            "continued: fg, or kill -CONT {0}.\n",
             *told);
         return ExitStatus::failure;
     }
     if (told && !waitForNewState([&] { return versionOf(state) != versionBefore && hasFollowed(); })) {
-        printError("tavoctl: the change is saved, but the running tavo (process id {}) has not taken it up within 2 "
+        printError("tavoctl: the change is saved, but the running tavo (process id {}) has not followed within 2 "
                    "seconds; see tavoctl status.\n",
                    *told);
         return ExitStatus::failure;
     }
     if (const auto overridden = differences(config, running->overrides.appliedTo(config)); !overridden.empty()) {
-        console.print(fmt::format("the running tavo was started with options that stand in place of the file: {}",
+        console.print(fmt::format("the running tavo was started with options that override the file: {}",
                                   visibleControls(fmt::format("{}", fmt::join(overridden, ", ")))));
     }
     return printStatus({}, store, platform);

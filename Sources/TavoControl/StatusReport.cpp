@@ -37,7 +37,7 @@ RuntimeStatusCopy StatusReport::currentCopy() const {
     }
     if (facts.isStopped) {
         return {"stopped", isKeepingAwake()
-                               ? "tavo decides nothing until it is continued; what it holds stays held"
+                               ? "tavo decides nothing until it is continued; its locks stay held"
                                : "tavo does not keep this " + facts.machineNoun + " awake until it is continued"};
     }
     if (isPlanned() && !facts.held) {

@@ -71,7 +71,7 @@ kill -s STOP "$run"
 status=0
 message=$(settings disable 2>&1 >/dev/null) || status=$?
 expectEqual 1 "$status" "status while nobody follows"
-expectContains "$message" "is stopped, and takes it up when it is continued" "what is said then"
+expectContains "$message" "is stopped, and follows once it is continued" "the message"
 expectEqual false "$(settings get isEnabled)" isEnabled
 kill -s CONT "$run"
 expectHeld ''

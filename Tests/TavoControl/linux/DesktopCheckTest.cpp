@@ -105,7 +105,7 @@ TEST_F(DesktopCheckTest, AServiceThatAcceptsIsFineAndReleased) {
     startService(powerManagementName, ScriptedBusService::withCookie(1));
     const auto found = check(true);
     EXPECT_EQ(found.verdict, CheckVerdict::fine) << found.finding;
-    EXPECT_EQ(found.finding, "takes the request to stay awake (power management)");
+    EXPECT_EQ(found.finding, "accepts the request to stay awake (power management)");
     EXPECT_TRUE(pump.until([&] { return logind.heldLocks() == 0; }));
 }
 
