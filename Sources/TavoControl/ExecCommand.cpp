@@ -112,7 +112,7 @@ private:
         }
         isTimeUp = true;
         retry.reset();
-        model->quit();
+        model->quitBecause(why);
         say(fmt::format("{}: this {} is no longer kept awake; {} runs on.", why, machineNoun, words.front()));
     }
 

@@ -175,12 +175,12 @@ private:
         return model->assertionNotice();
     }
 
-    void quit() {
+    void quit(const std::string& why = {}) {
         if (hasEnded || isQuitting) {
             return;
         }
         isQuitting = true;
-        model->quit();
+        model->quitBecause(why);
         hasEnded = true;
     }
 
@@ -189,7 +189,7 @@ private:
         if (hasEnded || isQuitting) {
             return;
         }
-        quit();
+        quit(why);
         try {
             report.end(why, loop->now());
         } catch (const OutputError& error) {

@@ -13,6 +13,7 @@ expectEnd() {
     expectContains "$(tail -n 1 "$root.out")" "  ended: $1" "the last line printed"
     expectEqual '' "$(cat "$root.err")" "standard error"
     expectWithin "$soon" stateSays "$root" disabled
+    expectContains "$("$TAVO_BIN/tavoctl" --root "$root" history --json)" "\"text\": \"$1\"" "the end in the history"
 }
 
 beginRun "$root" --always --for 8s
