@@ -108,9 +108,9 @@ std::vector<std::string> helperReportLines(const HelperFacts& facts) {
                                                       "program; tavoctl helper install replaces it",
                                                       facts.otherDefinition->string())));
     }
-    for (const auto& override : facts.overrides) {
-        lines.push_back(lineOf("override", fmt::format("{} for process {}", fmt::join(namesOf(override.scopes), ", "),
-                                                       override.owner.pid)));
+    for (const auto& each : facts.overrides) {
+        lines.push_back(lineOf(
+            "override", fmt::format("{} for process {}", fmt::join(namesOf(each.scopes), ", "), each.owner.pid)));
     }
     if (facts.overridesError) {
         lines.push_back(lineOf("override", *facts.overridesError));
@@ -122,8 +122,8 @@ std::vector<std::string> helperReportLines(const HelperFacts& facts) {
 
 Json helperReportJson(const HelperFacts& facts) {
     auto overrides = Json::array();
-    for (const auto& override : facts.overrides) {
-        overrides.push_back({{"pid", override.owner.pid}, {"scopes", namesOf(override.scopes)}});
+    for (const auto& each : facts.overrides) {
+        overrides.push_back({{"pid", each.owner.pid}, {"scopes", namesOf(each.scopes)}});
     }
     return {{"state", nameOf(facts.state)},
             {"buildVersion", facts.buildVersion},

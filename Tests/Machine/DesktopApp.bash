@@ -48,7 +48,7 @@ expectWithin 10 not isShown settingsWindow
 kill -0 "$app" || fail "closing the window ended the app"
 expectStatus 0 "$TAVO_BIN/tavo" --root "$root"
 expectWithin 10 isShown settingsWindow
-holds tavo 'sleep:idle block' || fail "the second start let go"
+holds tavo 'sleep:idle block' || fail "the second start released the lock"
 
 # The window follows a change made in a terminal, unless it has unsaved edits: a click on the switch for the closed lid.
 settings() { "$TAVO_BIN/tavoctl" --root "$root" "$@"; }

@@ -20,7 +20,7 @@ expectHeld 'idle block'
 # One percent less changes nothing; reaching the floor does.
 setPower 0 Discharging 31
 tell kernel
-holds tavo 'idle block' || fail "let go above the floor"
+holds tavo 'idle block' || fail "released above the floor"
 setPower 0 Discharging 30
 # The same event from a process and not from the kernel is ignored.
 tell port
