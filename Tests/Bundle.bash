@@ -1,4 +1,5 @@
-# The Mac's application bundle, put together and made ready for other Macs, with stand-ins for the programs that only a Mac has.
+# The Mac's application bundle, put together and made ready for other Macs, with stand-ins for the programs that only a
+# Mac has.
 # Usage: Bundle.bash PROJECT CMAKE ICONS VERSION
 set -euo pipefail
 project=$1 cmake=$2 icons=$3 version=$4
@@ -27,7 +28,8 @@ deploy() {
 }
 succeed() { "$@" || fail "$* failed: $(cat "$folder/output")"; }
 
-# What every build makes: no library is copied, and the runtime is not hardened, which would load none of Homebrew's.
+# The bundle of every build: no library is copied, and the runtime is not hardened, since that would load none of
+# Homebrew's.
 succeed assemble
 expectEqual "Helpers/TavoPrivilegedHelper
 Helpers/tavoctl
@@ -48,7 +50,7 @@ expectEqual "codesign --force --sign - --identifier com.vrd.tavo.helper $content
 codesign --force --sign - --identifier com.vrd.tavo.control $contents/Helpers/tavoctl
 codesign --force --sign - --identifier com.vrd.tavo $app" "$(cat "$folder/calls")" "what a build calls"
 
-# The oldest system is the one of what needs the newest.
+# The minimum system is the newest that any part needs.
 expectEqual 14.0 "$(valueOf LSMinimumSystemVersion "$app")" "the oldest system, which Qt decides"
 grep -q 'needs macOS 14.0, as this Qt does; Tavo itself is built for 13.0' "$folder/output" || fail "the build does not tell of it"
 sed -i 's/^minos 14.0/minos 12.3/' "$folder"/qt/*.framework/Versions/A/*
@@ -60,7 +62,7 @@ succeed assemble
 expectEqual 13.1 "$(valueOf LSMinimumSystemVersion "$app")" "the oldest system, said in the old way"
 makeQt
 
-# What lay in the bundle before is gone, and an identity is used.
+# A new bundle replaces the old one as a whole, and an identity is used.
 touch "$contents/left over"
 succeed assemble -D "IDENTITY=$identity"
 [ ! -e "$contents/left over" ] || fail "the bundle still holds what was there before"

@@ -54,7 +54,7 @@ done
 rm -r "$app"
 expectCalls 3 "without the bundle"
 
-# What is packaged is a copy with Qt in it; what was packaged before does not stay.
+# The package is a copy with Qt in it, and replaces an earlier one.
 before=$(layoutOf "$app")
 : >"$folder/calls"
 mkdir -p "$folder/packaged/Tavo.app/Contents/Frameworks/Old.framework"
@@ -68,7 +68,7 @@ expectEqual 6 "$(grep -c -- '--sign Somebody --options runtime' "$folder/calls")
 run env DESTDIR="$folder/destination" "$cmake" --install "$folder/build" --component bundle
 [ -d "$folder/destination/nowhere/Tavo.app/Contents/Frameworks" ] || fail "DESTDIR is not obeyed"
 
-# What would not start elsewhere is no package.
+# A bundle that would not start on another Mac is not packaged.
 sed -i 's,^needs @loader_path.*,needs /opt/homebrew/lib/libother.dylib,' "$plugin"
 ! "$cmake" --install "$folder/build" --component bundle --prefix "$folder/packaged" >"$folder/output" 2>&1 ||
     fail "a bundle that needs Homebrew's libraries was packaged"

@@ -1,4 +1,5 @@
-# CMake's half for a Mac, configured here with stand-ins for Qt, for the archives and for the programs that only a Mac has.
+# CMake's half for a Mac, configured here with stand-ins for Qt, for the archives and for the programs that only a Mac
+# has.
 # Usage: MacConfiguration.bash PROJECT CMAKE
 set -euo pipefail
 project=$1 cmake=$2
@@ -38,7 +39,7 @@ tests=$(grep -rhoE 'add_test\(\[=\[[^]]+' --include=CTestTestfile.cmake "$folder
 foreign=$(grep -E '^(form|machine)\.' <<<"$tests" || true)
 [ -z "$foreign" ] || fail "there are tests that a Mac cannot run: $foreign"
 
-# What is linked how.
+# The programs find shared libraries in the bundle, and the helper links archives.
 rule() { awk -v target="$1" '/^build / { inside = $2 == target ":" } inside' "$folder/build/build.ninja"; }
 for program in tavo tavoctl; do
     [[ $(rule "bin/$program") == *"-Wl,-rpath,@executable_path/../Frameworks"* ]] || fail "$program does not look into the bundle"

@@ -1,5 +1,5 @@
-# The scripts that a Mac runs keep to bash 3.2, which is all that macOS has, and to options that BSD's tools know too; and their
-# first steps, with stand-ins for the programs that a Mac has. Usage: MacScripts.bash PROJECT
+# The scripts that a Mac runs keep to bash 3.2, which is all that macOS has, and to options that BSD's tools know too;
+# and their first steps, with stand-ins for the programs that a Mac has. Usage: MacScripts.bash PROJECT
 set -euo pipefail
 project=$1
 scripts=(scripts/bootstrap scripts/build scripts/run scripts/test scripts/screenshots Benchmarks/compare)
@@ -74,8 +74,8 @@ forbid "BSD's head counts from the start" "\\bhead $words-[nc] ?-" 'head -n -1 f
 forbid "BSD's mktemp, base64 and du have no such option" "\\b(mktemp $words-p|base64 $words-w|du $words-[a-z]*b)" 'mktemp -d -p folder' \
     'base64 -w 0' 'du -sb .'
 
-# Arrays that may be empty: expanding one is an error in bash 3.2 with `set -u`, unless with ${name[@]+...}, or after a line that
-# leaves when it is empty.
+# Arrays that may be empty: expanding one is an error in bash 3.2 with `set -u`, unless with ${name[@]+...}, or after a
+# line that leaves when it is empty.
 emptyArrays() {
     awk '
         { line = $0 }
@@ -125,7 +125,7 @@ findings() {
     done
 }
 
-# That each of them would be found, and by its own pattern.
+# Each of them is found, and by its own pattern.
 for index in "${!samples[@]}"; do
     grep -qE -- "${patterns[sampleOf[index]]}" <<<"${samples[index]}" ||
         fail "nothing was found in: ${samples[index]} (${reasons[sampleOf[index]]})"
@@ -143,7 +143,7 @@ expectFindings 1 'local -a all' 'run "${all[@]}"'
 expectFindings 1 '    a=(); run "${a[@]}"'
 expectFindings 1 'a=()' '[ ${#b[@]} -gt 0 ] || return 0' 'run "${a[@]}"'
 expectFindings 1 '[ ${#a[@]} -gt 0 ] || return 0' 'a=()' 'run "${a[@]}"'
-# And that what works is let through.
+# Lines that work are let through.
 expectFindings 0 'a=()' 'run ${a[@]+"${a[@]}"}' 'echo ${#a[@]}'
 expectFindings 0 'a=()' 'a+=(one)' '[ ${#a[@]} -gt 0 ] || return 0' 'run "${a[@]}"'
 expectFindings 0 'a=(' '    one' ')' 'run "${a[@]}"' 'b=(two "$@")' 'run "${b[@]}"'
@@ -160,7 +160,8 @@ for script in "${scripts[@]}"; do
 done
 [ -z "$found" ] || fail "this does not work on a Mac:$found"
 
-# What the scripts call there. Each stand-in notes how it was called; brew knows the formulae that are in a file.
+# Stand-ins for the programs that the scripts call there. Each notes how it was called; brew knows the formulae that are
+# in a file.
 mac=$folder/mac
 mkdir -p "$mac/bin" "$mac/scripts" "$mac/build/release/bin" "$mac/build/release/Tavo.app/Contents/MacOS"
 cp "$project"/scripts/{bootstrap,build,run,test,screenshots} "$mac/scripts"

@@ -1,4 +1,5 @@
-# The C++ that a Mac compiles uses nothing that Darwin's C library or Homebrew's fmt lacks. Usage: MacSources.bash PROJECT
+# The C++ that a Mac compiles uses nothing that Darwin's C library or Homebrew's fmt lacks. Usage: MacSources.bash
+# PROJECT
 set -euo pipefail
 project=$1
 
@@ -11,7 +12,7 @@ fail() {
 findings() {
     awk '
         function tell(words) { if (!((file, words) in told)) print file ": " words; told[file, words] }
-        # What is declared in a header that the file does not include itself.
+        # A function whose header the file does not include itself.
         function finish(    header) {
             for (header in needed) if (!(header in included)) tell(needed[header])
             delete needed
@@ -32,7 +33,7 @@ findings() {
 folder=$(mktemp -d)
 trap 'rm -r "$folder"' EXIT
 
-# That each of them would be found.
+# Each of them is found.
 expectFindings() {
     local count
     printf '%s\n' "${@:2}" >"$folder/sample.cpp"

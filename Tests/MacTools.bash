@@ -1,5 +1,5 @@
-# Shared by the tests of the Mac's bundle, which source it: stand-ins for the programs that only a Mac has, in $folder/bin. Each
-# notes its call in $folder/calls, but for otool, which only looks.
+# Shared by the tests of the Mac's bundle, which source it: stand-ins for the programs that only a Mac has, in
+# $folder/bin. Each notes its call in $folder/calls, except otool, which only reads.
 : "${folder:?is the temporary folder of the test}"
 
 fail() {
@@ -8,7 +8,7 @@ fail() {
 }
 expectEqual() { [ "$1" = "$2" ] || fail "$3: expected '$1', got '$2'"; }
 
-# machO FILE LINE...: a file that begins as Mach-O files do. Its lines are what the stand-in for otool finds in it: "minos VERSION",
+# machO FILE LINE...: a file that begins as Mach-O files do. The stand-in for otool prints its lines: "minos VERSION",
 # "needs LIBRARY", "rpath FOLDER" and "id NAME".
 machO() {
     mkdir -p "$(dirname "$1")"

@@ -1,4 +1,4 @@
-# Usage: OnDesktop.bash PROJECT. What scripts/on-desktop says before it does anything, and that its parts are whole: running it
+# Usage: OnDesktop.bash PROJECT. The refusals of scripts/on-desktop, and whether its parts are complete: a real run
 # takes a system with a desktop, which nobody wants to download for a test.
 set -euo pipefail
 folder=$(mktemp -d)
@@ -6,7 +6,7 @@ trap 'rm -rf "$folder"' EXIT
 mkdir "$folder/Tests"
 cp -R "$1/scripts" "$folder/scripts"
 cp -R "$1/Tests/Desktops" "$folder/Tests/Desktops"
-# For another user, too, who gets no further than this test lets it.
+# Readable for the other user below, who may not enter the checkout.
 chmod -R a+rX "$folder"
 names="xfce plasma lxqt gnome sway"
 

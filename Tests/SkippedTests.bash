@@ -1,4 +1,5 @@
-# Usage: SkippedTests.bash PROJECT. Continuous integration, with a stand-in for the tests: which skipped ones it lets pass.
+# Usage: SkippedTests.bash PROJECT. Continuous integration, with a stand-in for the tests: which skipped ones it lets
+# pass.
 set -euo pipefail
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
@@ -14,7 +15,7 @@ fail() {
 printf '%s\n' '#!/usr/bin/env bash' 'set -e' "cd '$folder/build'" 'exec ctest "${@:2}" >/dev/null' >"$folder/scripts/test"
 chmod +x "$folder/scripts/test"
 
-# tryWith STATUS LINE...: what .ci/run says is in $words.
+# tryWith STATUS LINE...: leaves the output of .ci/run in $words.
 tryWith() {
     local status=0
     printf '%s\n' 'add_test(base.Passes true)' "${@:2}" >"$folder/build/CTestTestfile.cmake"

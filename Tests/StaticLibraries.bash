@@ -1,4 +1,5 @@
-# A Mac's programs take archives of what they link, with the headers of what these stand for. Usage: StaticLibraries.bash PROJECT CMAKE
+# A Mac's programs link the archives of their libraries, and keep the include folders of the shared ones.
+# Usage: StaticLibraries.bash PROJECT CMAKE
 set -euo pipefail
 project=$1 cmake=$2
 
@@ -11,7 +12,8 @@ trap 'rm -r "$folder"' EXIT
 mkdir -p "$folder/homebrew/lib" "$folder"/homebrew/include/{fmt,pugixml,base,utf8proc}
 for name in fmt pugixml utf8proc; do : >"$folder/homebrew/lib/lib$name.a"; done
 
-# The three ways in which packages describe themselves: a shared library, an interface that links one, as pkg-config does it.
+# The three ways in which packages describe themselves: a shared library, an interface that links one, as pkg-config
+# does it.
 cat >"$folder/CMakeLists.txt" <<'CMAKE'
 cmake_minimum_required(VERSION 3.25)
 project(Archives LANGUAGES NONE)

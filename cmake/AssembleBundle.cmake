@@ -1,11 +1,11 @@
-# Puts Tavo.app together, as this Mac runs it: it loads Qt and other libraries from where they are installed. DeployBundle.cmake
-# makes one for other Macs of it. Usage:
+# Puts Tavo.app together, as this Mac runs it: it loads Qt and other libraries from where they are installed.
+# DeployBundle.cmake turns it into one for other Macs. Usage:
 #
 #   cmake -D BUNDLE=DIR/Tavo.app -D VERSION=1.2.3 -D PROGRAMS=FOLDER -D ICON=FILE.icns -D RESOURCES=FOLDER -D QT=LIBRARY \
 #         -D CODESIGN=PROGRAM -D OTOOL=PROGRAM [-D IDENTITY=NAME] -P AssembleBundle.cmake
 #
-# PROGRAMS holds tavo, tavoctl and TavoPrivilegedHelper; RESOURCES is the project's own folder of that name; QT is one of Qt's
-# libraries. An empty or missing IDENTITY signs ad hoc. Needs no Mac but for the two programs that it calls.
+# PROGRAMS holds tavo, tavoctl and TavoPrivilegedHelper; RESOURCES is the project's own folder of that name; QT is one
+# of Qt's libraries. An empty or missing IDENTITY signs ad hoc. Needs no Mac but for the two programs that it calls.
 cmake_minimum_required(VERSION 3.25)
 include("${CMAKE_CURRENT_LIST_DIR}/BundleTools.cmake")
 require(BUNDLE VERSION PROGRAMS ICON RESOURCES QT CODESIGN OTOOL)
@@ -29,8 +29,8 @@ endif()
 set(TAVO_VERSION "${VERSION}")
 configure_file("${RESOURCES}/macOS/Info.plist.in" "${contents}/Info.plist" @ONLY)
 
-# From the inside to the outside: the signature of a bundle covers what is in it. Without a hardened runtime, which loads no
-# library that others have signed.
+# From the inside to the outside: the signature of a bundle covers what is in it. Without a hardened runtime, which
+# loads no library that others have signed.
 sign("${contents}/Helpers/TavoPrivilegedHelper" --identifier com.vrd.tavo.helper)
 sign("${contents}/Helpers/tavoctl" --identifier com.vrd.tavo.control)
 sign("${BUNDLE}" --identifier com.vrd.tavo)

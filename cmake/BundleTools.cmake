@@ -1,5 +1,5 @@
-# Shared by AssembleBundle and DeployBundle, which include it: commands, signatures, and what Mach-O files say of themselves, as
-# otool(1) prints it. BUNDLE, CODESIGN, OTOOL and maybe IDENTITY are set.
+# Shared by AssembleBundle and DeployBundle, which include it: commands, signatures, and the load commands of Mach-O
+# files, as otool(1) prints them. BUNDLE, CODESIGN, OTOOL and maybe IDENTITY are set.
 
 # require(NAME...): variables that have to be set.
 function(require)
@@ -50,7 +50,7 @@ function(mach_o_files result folder)
     set(${result} "${found}" PARENT_SCOPE)
 endfunction()
 
-# otool(RESULT OPTION FILE): what it prints.
+# otool(RESULT OPTION FILE): its output.
 function(otool result option file)
     execute_process(COMMAND "${OTOOL}" ${option} "${file}" OUTPUT_VARIABLE text RESULT_VARIABLE status)
     if(NOT status EQUAL 0)
@@ -59,7 +59,7 @@ function(otool result option file)
     set(${result} "${text}" PARENT_SCOPE)
 endfunction()
 
-# otool_words(RESULT OPTION FILE PATTERN): what PATTERN's group matches in what it prints, each once.
+# otool_words(RESULT OPTION FILE PATTERN): the matches of PATTERN's group in its output, each once.
 function(otool_words result option file pattern)
     otool(text ${option} "${file}")
     string(REGEX MATCHALL "${pattern}" words "${text}")
@@ -68,7 +68,7 @@ function(otool_words result option file pattern)
     set(${result} "${words}" PARENT_SCOPE)
 endfunction()
 
-# libraries_of(RESULT FILE): what it loads. A library's list begins with its own name, which it does not load.
+# libraries_of(RESULT FILE): the libraries it loads. A library's list begins with its own name, which it does not load.
 function(libraries_of result file)
     otool_words(libraries -L "${file}" "\n[ \t]+([^\n]+) \\(compatibility")
     otool_words(names -D "${file}" "\n[ \t]*([^\n]*[^:\n])")
@@ -76,7 +76,7 @@ function(libraries_of result file)
     set(${result} "${libraries}" PARENT_SCOPE)
 endfunction()
 
-# rpaths_of(RESULT FILE): where it and what it loads look for @rpath/....
+# rpaths_of(RESULT FILE): the folders in which it and the libraries it loads look for @rpath/....
 function(rpaths_of result file)
     otool_words(rpaths -l "${file}" "cmd LC_RPATH\n[^\n]*\n +path ([^\n]+) \\(offset")
     set(${result} "${rpaths}" PARENT_SCOPE)

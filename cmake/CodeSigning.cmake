@@ -8,8 +8,8 @@ if(requirement STREQUAL "" AND NOT "${TAVO_CODE_SIGNING_IDENTITY}" MATCHES "^-?$
                         "any program of the user at the console. See docs/platform-notes.md.")
 endif()
 
-# tavo_write_code_signing_header(FILE): the requirement as C++. A definition on the compiler's command line does not keep its
-# quotes.
+# tavo_write_code_signing_header(FILE): the requirement as C++. A definition on the compiler's command line does not
+# keep its quotes.
 function(tavo_write_code_signing_header file)
     configure_file("${CMAKE_CURRENT_FUNCTION_LIST_DIR}/../Sources/TavoPrivilegedHelper/macos/CodeSigningRequirement.h.in"
                    "${file}" @ONLY)

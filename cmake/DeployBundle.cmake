@@ -1,10 +1,12 @@
-# Makes a bundle that AssembleBundle.cmake has put together one for other Macs: Qt and all else that it loads come into it. Usage:
+# Turns a bundle that AssembleBundle.cmake has put together into one for other Macs: Qt and everything else that it
+# loads are copied into it. Usage:
 #
 #   cmake -D BUNDLE=DIR/Tavo.app -D MACDEPLOYQT=PROGRAM -D CODESIGN=PROGRAM -D OTOOL=PROGRAM -D INSTALL_NAME_TOOL=PROGRAM \
 #         [-D IDENTITY=NAME] -P DeployBundle.cmake
 #
-# An empty or missing IDENTITY signs ad hoc. The bundle is removed when anything in it needs what is neither part of macOS nor in
-# it: such a bundle starts on the Mac that it was built on, and on no other. Needs no Mac but for the programs that it calls.
+# An empty or missing IDENTITY signs ad hoc. The bundle is removed when anything in it needs a library that is neither
+# part of macOS nor in it: such a bundle starts on the Mac that it was built on, and on no other. Needs no Mac except
+# for the programs that it calls.
 cmake_minimum_required(VERSION 3.25)
 include("${CMAKE_CURRENT_LIST_DIR}/BundleTools.cmake")
 require(BUNDLE MACDEPLOYQT CODESIGN OTOOL INSTALL_NAME_TOOL)
@@ -13,7 +15,7 @@ set(contents "${BUNDLE}/Contents")
 set(frameworks "@executable_path/../Frameworks")
 run("${MACDEPLOYQT}" "${BUNDLE}" "-executable=${contents}/Helpers/tavoctl" -always-overwrite)
 
-# What a build looks for in the builder's own folders would be taken from there, if they exist, and not from the bundle.
+# Libraries would be loaded from the builder's own folders, where they exist, and not from the bundle.
 mach_o_files(files "${contents}")
 foreach(file IN LISTS files)
     rpaths_of(rpaths "${file}")
@@ -24,8 +26,8 @@ foreach(file IN LISTS files)
     endforeach()
 endforeach()
 
-# place_of(RESULT LIBRARY FILE): where FILE finds LIBRARY in the bundle. Programs are one folder below Contents, and hand their
-# @rpath on to what they load.
+# place_of(RESULT LIBRARY FILE): where FILE finds LIBRARY in the bundle. Programs are one folder below Contents, and
+# pass their @rpath on to the libraries they load.
 function(place_of result library file)
     cmake_path(GET file PARENT_PATH folder)
     string(REGEX REPLACE "^@rpath/" "${frameworks}/" place "${library}")
@@ -59,7 +61,7 @@ foreach(file IN LISTS files)
 endforeach()
 rpaths_of(rpaths "${contents}/MacOS/tavo")
 if(NOT frameworks IN_LIST rpaths)
-    # For the plugins, whatever it names itself.
+    # For the plugins, whatever id it has.
     string(APPEND problems "\n  MacOS/tavo does not look in ${frameworks}")
 endif()
 if(problems)
@@ -75,7 +77,7 @@ message(STATUS "Tavo.app needs macOS ${oldest} or newer.")
 # From the inside to the outside: the signature of a bundle covers what is in it.
 set(hardened "")
 if(NOT "${IDENTITY}" MATCHES "^-?$")
-    # What a notarised program needs. Ad hoc signatures know neither.
+    # Notarisation requires both. Ad hoc signatures know neither.
     set(hardened --options runtime --timestamp)
 endif()
 sign("${contents}/Helpers/TavoPrivilegedHelper" ${hardened} --identifier com.vrd.tavo.helper)

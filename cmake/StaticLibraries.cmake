@@ -1,7 +1,8 @@
-# Has a Mac's programs take archives of the libraries that the helper needs, not the shared ones: it is installed
-# alone, far from the bundle's frameworks.
+# Makes a Mac's programs link archives of the libraries that the helper needs, not the shared ones: the helper is
+# installed alone, far from the bundle's frameworks.
 
-# tavo_usage_of(RESULT TARGET PROPERTY): the values of PROPERTY, one of the INTERFACE_ ones, of TARGET and of all that it links.
+# tavo_usage_of(RESULT TARGET PROPERTY): the values of PROPERTY, one of the INTERFACE_ ones, of TARGET and of all that
+# it links.
 function(tavo_usage_of result target property)
     set(values "")
     set(seen "")

@@ -1,4 +1,4 @@
-# What every target of the project shares: the language level, the warnings, the sanitizers, and where programs land.
+# Shared by every target of the project: the language level, the warnings, the sanitizers, and where programs land.
 
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
@@ -18,7 +18,7 @@ else()
     set(TAVO_PLATFORM linux)
 endif()
 
-# Programs that users do not call are installed where the others look for them, whatever the folder of the latter is.
+# Programs that users do not call are installed where the other programs look for them, relative to their own folder.
 cmake_path(SET TAVO_COMPANIONS NORMALIZE "${CMAKE_INSTALL_BINDIR}/../libexec/tavo")
 
 add_library(tavo_options INTERFACE)

@@ -1,12 +1,13 @@
-# Shared by with-logind and in-machine, which source it: a place that ends with everything in it.
+# Shared by with-logind and in-machine, which source it: runs a command in private namespaces that end with everything
+# in them.
 #
-# What runs there has a process and a mount namespace and a /run of its own. The kernel ends every process of a process
+# The command has a process and a mount namespace and a /run of its own. The kernel ends every process of a process
 # namespace with its first one, so nothing is left behind even when these scripts are killed outright.
 
 # shellcheck source=scripts/waiting.bash
 . "$(dirname "${BASH_SOURCE[0]}")/waiting.bash"
 
-# Their exit status when they cannot do their work at all; ctest takes the one for a missing privilege as "skipped".
+# The scripts' exit statuses when they cannot work at all; ctest takes the one for a missing privilege as "skipped".
 readonly cannotRun=125 notRoot=77
 
 complain() { echo "$(basename "$0"): $*" >&2; }
@@ -26,7 +27,7 @@ requirePrograms() {
     done
 }
 
-# Ends the place and waits for it: its first process is gone, or a zombie, only after all the others.
+# Ends the namespaces and waits for that: the first process is gone, or a zombie, only after all the others.
 endPrivately() {
     local init
     init=$(pgrep -P "$privateParent") || true
@@ -35,11 +36,11 @@ endPrivately() {
     [ -z "$init" ] || waitUntil 10 hasEnded "$init" || complain "process $init does not end"
 }
 
-# runPrivately COMMAND...: runs COMMAND as the first process of such a place and returns its exit status; on SIGINT, SIGTERM
-# and SIGHUP ends the place and exits. A function `afterwards`, when there is one, is called in either case.
+# runPrivately COMMAND...: runs COMMAND as the first process of new namespaces and returns its exit status; on SIGINT,
+# SIGTERM and SIGHUP ends them and exits. A function `afterwards`, when there is one, is called in either case.
 runPrivately() {
     local status=0
-    # A shell without job control starts what it sends to the background with SIGINT and SIGQUIT ignored, for good.
+    # A shell without job control starts background commands with SIGINT and SIGQUIT ignored, permanently.
     env --default-signal=INT,QUIT setpriv --pdeathsig KILL \
         unshare --mount --pid --fork --kill-child=KILL --mount-proc -- "$@" <&0 &
     privateParent=$!

@@ -1,5 +1,5 @@
-# Shared by in-release and on-desktop, which source it after private-namespaces.bash: systems that mmdebstrap makes in a folder,
-# from the mirror that apt uses on this machine.
+# Shared by in-release and on-desktop, which source it after private-namespaces.bash: systems that mmdebstrap makes in a
+# folder, from the mirror that apt uses on this machine.
 
 readonly releases=${TAVO_RELEASES:-/var/cache/tavo-releases}
 
@@ -8,7 +8,8 @@ give() {
     exit "$cannotRun"
 }
 
-# Prints the mirror of this machine's own release, then its components. A source may name its release by codename or by suite.
+# Prints the mirror of this machine's own release, then its components. A source may name its release by codename or by
+# suite.
 mirrorOfThisMachine() {
     # shellcheck disable=SC2016
     apt-get indextargets --format '$(CODENAME) $(RELEASE) $(REPO_URI) $(COMPONENT)' 'Created-By: Packages' |
@@ -20,8 +21,8 @@ mirrorOfThisMachine() {
 # A proxy, for one: how this machine reaches its mirror.
 aptOptions() { apt-config dump --format '%F "%v";%n' | grep -E '^Acquire::(https?|Check|Retries|By-Hash)[^ ]* "[^"]' || true; }
 
-# makeSystem CODENAME FOLDER PACKAGES [OPTIONS OF MMDEBSTRAP...]: makes FOLDER a system of that release, as small as it comes,
-# with PACKAGES (separated by commas) in it. An earlier FOLDER is replaced; one that cannot be made is not there.
+# makeSystem CODENAME FOLDER PACKAGES [OPTIONS OF MMDEBSTRAP...]: makes FOLDER a system of that release, as small as it
+# comes, with PACKAGES (separated by commas) in it. An earlier FOLDER is replaced; when it cannot be made, none is left.
 makeSystem() {
     local codename=$1 tree=$2 packages=$3 mirror components options=() line
     shift 3

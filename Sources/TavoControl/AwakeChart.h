@@ -20,8 +20,8 @@ public:
     /// @param to     likewise for the last day.
     AwakeChart(std::vector<Span> awake, TimePoint from, TimePoint to) : awake(std::move(awake)), from(from), to(to) {}
 
-    /// One day after the other, each in rows of as many whole hours as a line has room for. Above each row stand the hours:
-    /// on the day that summer time begins or ends, one is left out or comes twice.
+    /// One day after the other, each in rows of as many whole hours as fit a line. Above each row are the hours: on the
+    /// day that summer time begins or ends, one is left out or comes twice.
     /// @param width  of a line, in characters.
     std::vector<std::string> lines(const Console& console, std::size_t width) const;
 

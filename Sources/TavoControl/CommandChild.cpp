@@ -1,20 +1,25 @@
 #include "TavoControl/CommandChild.h"
 
+#include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <memory>
 #include <string_view>
 #include <system_error>
 
+// POSIX leaves the declaration to the program, environ(7).
+extern char** environ; // NOLINT(readability-redundant-declaration): glibc declares it for GNU programs only
+
 namespace tavo {
 
 namespace {
 
-/// Signals that this program ignores for itself alone. Those that it handles become default ones in a child by themselves.
+/// Signals that this program ignores for itself alone. Handled ones become default again in a child by themselves.
 constexpr std::array ownIgnoredSignals{SIGPIPE, SIGTTOU};
 
 /// posix_spawn(3) takes pointers to non-const and writes through none of them.
@@ -82,6 +87,28 @@ std::string fileInPath(const std::string& name) {
 }
 
 } // namespace
+
+InheritedConditions InheritedConditions::capture() {
+    InheritedConditions conditions;
+    for (char** entry = environ; entry != nullptr && *entry != nullptr; ++entry) {
+        conditions.environment.emplace_back(*entry);
+    }
+    sigprocmask(SIG_SETMASK, nullptr, &conditions.signalMask);
+    for (int signal = 1; signal < NSIG; ++signal) {
+        struct sigaction action {};
+        if (sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN) {
+            conditions.ignoredSignals.push_back(signal);
+        }
+    }
+    for (std::size_t stream = 0; stream < conditions.isStreamClosed.size(); ++stream) {
+        conditions.isStreamClosed[stream] = fcntl(static_cast<int>(stream), F_GETFD) < 0;
+    }
+    return conditions;
+}
+
+bool InheritedConditions::isIgnored(int signal) const {
+    return std::find(ignoredSignals.begin(), ignoredSignals.end(), signal) != ignoredSignals.end();
+}
 
 CommandChild::CommandChild(const std::vector<std::string>& words, const InheritedConditions& conditions) {
     const SpawnSettings settings(conditions);

@@ -13,11 +13,11 @@ namespace tavo {
 
 namespace {
 
-/// Where the text beside verdict and subject begins.
+/// The column of the text after verdict and subject.
 constexpr std::size_t textColumn = 30;
 
-/// With fewer characters to a line the text goes below verdict and subject.
-constexpr std::size_t narrowest = 70;
+/// On a narrower terminal the text goes below verdict and subject.
+constexpr std::size_t minTableWidth = 70;
 
 Emphasis emphasisOf(CheckVerdict verdict) {
     switch (verdict) {
@@ -42,7 +42,7 @@ void printCheck(const SystemCheck& check, const Console& console) {
     const auto verdict = fmt::format("{:<12}", rawValue(check.verdict));
     const auto head = fmt::format("{} {:<16}", console.styled(verdict, emphasisOf(check.verdict)), check.subject);
     const auto width = console.width().value_or(std::numeric_limits<std::size_t>::max());
-    const bool isNarrow = width < narrowest;
+    const bool isNarrow = width < minTableWidth;
     const std::string indent(isNarrow ? 2 : textColumn, ' ');
     if (isNarrow) {
         console.print(

@@ -1,12 +1,13 @@
 #pragma once
 
-#include "TavoControl/CommandLine.h"
+#include "TavoControl/ControlCommandLine.h"
 #include "TavoControl/ExitStatus.h"
 #include "TavoControl/SystemChecks.h"
 
 namespace tavo {
 
-/// Prints each thing that Tavo needs, whether it is there, and what to do if not. The status says what is amiss most.
+/// Prints each thing that Tavo needs, whether it is there, and what to do if not. Returns the status of the worst
+/// finding.
 ExitStatus printChecks(const DoctorOptions& options, const std::vector<SystemCheck>& checks);
 
 } // namespace tavo

@@ -1,9 +1,7 @@
 #include "TavoControl/ExecCommand.h"
 
 #include "TavoControl/CommandChild.h"
-#include "TavoControl/ConfigurationError.h"
 #include "TavoControl/ExitStatus.h"
-#include "TavoControl/ReadOnlyStore.h"
 #include "TavoControl/RunEnd.h"
 #include "TavoControl/SignalForwarding.h"
 #include "TavoControl/SystemChecks.h"
@@ -25,7 +23,23 @@ namespace {
 /// A lock that could not be taken while the command runs is tried again this much later.
 constexpr double retryInterval = AppConfig::fixedPollIntervalSeconds;
 
-/// One command with the evaluations beside it.
+/// Reads the configuration and saves nothing: the files belong to the one Tavo that may be running.
+class ReadOnlyStore final : public TavoStoring {
+public:
+    explicit ReadOnlyStore(std::shared_ptr<const TavoStoring> store) : store(std::move(store)) {}
+
+    const TavoPaths& paths() const override { return store->paths(); }
+    AppConfig loadConfig() const override { return store->loadConfig(); }
+    AppConfig loadConfigAsWritten() const override { return store->loadConfigAsWritten(); }
+    void saveConfig(const AppConfig&) const override {}
+    RuntimeSnapshot loadRuntimeSnapshot() const override { return RuntimeSnapshot::idle(); }
+    void saveRuntimeSnapshot(const RuntimeSnapshot&) const override {}
+
+private:
+    std::shared_ptr<const TavoStoring> store;
+};
+
+/// One command, and the evaluations while it runs.
 class CommandRun final : private ApplicationControlling {
 public:
     CommandRun(const ExecOptions& options, std::shared_ptr<const TavoStoring> store, Platform platform,
@@ -91,14 +105,14 @@ private:
         }
     }
 
-    /// The user has bounded how long this computer is kept awake, and not the command.
+    /// The user has bounded how long this computer is kept awake, not how long the command runs.
     void endKeepingAwake(const std::string& why) {
         if (hasEnded) {
             return;
         }
         isTimeUp = true;
         retry.reset();
-        model->quit();
+        model->quitBecause(why);
         say(fmt::format("{}: this {} is no longer kept awake; {} runs on.", why, machineNoun, words.front()));
     }
 
@@ -128,7 +142,7 @@ private:
         }
     }
 
-    /// A stopped command does nothing that the computer would have to be awake for.
+    /// A stopped command does nothing that needs the computer awake.
     void pause(int signal) {
         if (!isPaused) {
             isPaused = true;
@@ -138,15 +152,15 @@ private:
                                 model->lastError().value_or("the helper does not answer.")));
             }
         }
-        // The shell waits for this process, and not for the command. SIGSTOP comes from somebody else than the terminal,
-        // who will continue the command alone.
+        // The shell waits for this process and not for the command, so this one stops too. SIGSTOP comes from another
+        // process and not from the terminal, and that process will continue the command alone.
         if (signal != SIGSTOP && !hasBeenContinued()) {
             stopUntilContinued();
             command->signal(SIGCONT);
         }
     }
 
-    /// Continued before this process came to stop itself, which would then stay stopped for good.
+    /// Whether it was continued before this process could stop itself, which nobody would continue then.
     bool hasBeenContinued() {
         while (const auto event = command->nextEvent()) {
             if (event->change == CommandChild::Change::exited) {
@@ -200,7 +214,7 @@ private:
                                                                 words.front(), machineNoun, copy.title, copy.detail));
     }
 
-    /// Says it once for as long as the reason stays the same.
+    /// Says it once while the reason stays the same.
     void tell(std::string_view reason, const std::string& text) {
         auto current = text.empty() ? std::string() : std::string(reason);
         if (reason == "failure" || reason == "notice") {
@@ -245,7 +259,7 @@ int runCommandAwake(const ExecOptions& options, const std::shared_ptr<const Tavo
         return static_cast<int>(ExitStatus::failure);
     }
     loadConfigOrExplain(*store);
-    // Of what the one Tavo of this user has left behind, it takes care itself.
+    // The one Tavo of this user ends its own orphans.
     platform.endOrphanedAssertion = nullptr;
     platform.history = makeHistory(
         store->paths(), std::filesystem::path(options.words.front()).filename().string(),

@@ -1,10 +1,12 @@
 #include "TavoControl/ExitStatus.h"
 
-#include "TavoControl/ConfigurationError.h"
 #include "TavoControl/Settings.h"
+#include "base/ErrorText.h"
 #include "base/TrustedPath.h"
 #include "base/WakeControlError.h"
 #include "config/TavoValidationError.h"
+
+#include <fmt/format.h>
 
 namespace tavo {
 
@@ -38,6 +40,16 @@ std::string adviceFor(const std::exception_ptr& failure) {
         return ""; // speaks for itself
     }
     return "";
+}
+
+AppConfig loadConfigOrExplain(const TavoStoring& store) {
+    try {
+        return store.loadConfig();
+    } catch (const std::exception& error) {
+        throw ConfigurationError(fmt::format("the configuration {} cannot be used: {}; fix it, or move the file away "
+                                             "to start from the defaults.",
+                                             store.paths().configURL().string(), errorClause(error)));
+    }
 }
 
 } // namespace tavo

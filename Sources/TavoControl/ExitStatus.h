@@ -1,11 +1,14 @@
 #pragma once
 
+#include "base/DescribedError.h"
+#include "config/TavoStore.h"
+
 #include <exception>
 #include <string>
 
 namespace tavo {
 
-/// What tavoctl's exit status says; the numbers are those of sysexits.h.
+/// tavoctl's exit statuses; the numbers are those of sysexits.h.
 enum class ExitStatus : int {
     success = 0,
     failure = 1,
@@ -15,11 +18,20 @@ enum class ExitStatus : int {
     invalidConfiguration = 78, ///< the configuration cannot be read, or is invalid
 };
 
-/// The status that says what a failure of the engine was.
+/// The exit status for a failure of the engine.
 ExitStatus exitStatusOf(const std::exception_ptr& failure);
 
-/// The next step for a user whose evaluation failed, as one more sentence after a space; empty when the failure's own text says
-/// enough.
+/// The next step for a user whose evaluation failed, as one more sentence after a space; empty when the failure's own
+/// text says enough.
 std::string adviceFor(const std::exception_ptr& failure);
+
+/// The configuration file cannot be used. Says which file, why, and what can be done.
+class ConfigurationError final : public DescribedError {
+public:
+    using DescribedError::DescribedError;
+};
+
+/// Loads the configuration. @throws ConfigurationError for every failure; the file stays as it is.
+AppConfig loadConfigOrExplain(const TavoStoring& store);
 
 } // namespace tavo

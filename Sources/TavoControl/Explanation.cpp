@@ -84,7 +84,7 @@ Explanation::Explanation(ExplanationFacts given) : facts(std::move(given)) {
         entry.verdict = step == decided ? StepVerdict::decided
                         : isReached     ? StepVerdict::passed
                                         : StepVerdict::notReached;
-        // A trigger that has decided for keeping awake has the rest carried out.
+        // A trigger that has decided for keeping awake leads on to the steps that carry it out.
         isReached =
             isReached && decided && (step != decided || snapshot().lastDecisionReason == RuntimeDecisionReason::active);
         explained.push_back(std::move(entry));
@@ -161,7 +161,7 @@ std::string Explanation::workText(std::int32_t pid) const {
 }
 
 std::string Explanation::triggerText() const {
-    constexpr std::size_t most = 8;
+    constexpr std::size_t maxShown = 8;
     const auto name = shortDisplayName(config().trigger);
     if (config().trigger.mode == TriggerMode::always) {
         return name;
@@ -173,11 +173,11 @@ std::string Explanation::triggerText() const {
                            : "");
     }
     std::string list;
-    for (std::size_t index = 0; index < std::min(matches.size(), most); ++index) {
+    for (std::size_t index = 0; index < std::min(matches.size(), maxShown); ++index) {
         list += (index == 0 ? "" : ", ") + matchText(matches[index]);
     }
-    if (matches.size() > most) {
-        list += fmt::format(" and {} more", matches.size() - most);
+    if (matches.size() > maxShown) {
+        list += fmt::format(" and {} more", matches.size() - maxShown);
     }
     const auto* const state = snapshot().lastDecisionReason == RuntimeDecisionReason::insufficientActivity
                                   ? ", which does not work"
@@ -210,7 +210,7 @@ std::string Explanation::assertionText() const {
     }
     if (snapshot().lastDecisionReason == RuntimeDecisionReason::error) {
         return fmt::format("{}; the evaluation failed: {}", held.empty() ? "nothing" : held,
-                           snapshot().lastError.value_or("nobody knows why."));
+                           snapshot().lastError.value_or("for an unknown reason."));
     }
     return (held.empty() ? "nothing" : held) +
            (facts.status.assertionNotice.empty() ? "" : "; " + facts.status.assertionNotice);
@@ -221,7 +221,7 @@ std::vector<std::string> Explanation::stepLines(const Console& console, std::opt
     constexpr std::size_t indentation = 2 + nameWidth + 1;
     constexpr std::size_t narrow = 30;
     const auto whole = width.value_or(std::numeric_limits<std::size_t>::max());
-    // Where there is no room for two columns, the text has lines of its own.
+    // Where two columns do not fit, the text has lines of its own.
     const bool isNarrow = whole < narrow;
     const auto indent = isNarrow ? std::string(2, ' ') : std::string(indentation, ' ');
     std::vector<std::string> result;
@@ -229,7 +229,8 @@ std::vector<std::string> Explanation::stepLines(const Console& console, std::opt
         const bool isDecisive = step.verdict == StepVerdict::decided;
         const auto name = fmt::format("{} {:<{}}", isDecisive ? ">" : " ", nameOf(step.step), isNarrow ? 0 : nameWidth);
         const auto head = console.styled(name, isDecisive ? Emphasis::strong : Emphasis::none);
-        const auto text = visibleControls(step.text) + (step.verdict == StepVerdict::notReached ? " (not asked)" : "");
+        const auto text =
+            visibleControls(step.text) + (step.verdict == StepVerdict::notReached ? " (not reached)" : "");
         bool isFirst = true;
         if (isNarrow) {
             result.push_back(head);

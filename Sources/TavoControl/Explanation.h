@@ -20,7 +20,7 @@ struct MatchedTreeFacts {
     std::int32_t pid = 0;
     std::size_t size = 0;
 
-    /// In percent of one core, since the look before; absent at the first look.
+    /// In percent of one core, since the facts were last collected; absent the first time.
     std::optional<double> cpuPercent;
 
     bool operator==(const MatchedTreeFacts&) const = default;
@@ -28,27 +28,28 @@ struct MatchedTreeFacts {
 
 /// Everything that "tavoctl explain" knows.
 struct ExplanationFacts {
-    /// Of a running Tavo, as it tells; without one, its snapshot is what would be decided now.
+    /// The status of a running Tavo; without one, the snapshot is the decision that would be taken now.
     StatusFacts status;
 
-    /// The options of the running Tavo, which replace values of the file's configuration. The configuration in `status` obeys it already.
+    /// The options of the running Tavo, which replace values of the file's configuration. They are already applied to
+    /// the configuration in `status`.
     RunOverrides overrides;
 
     /// Absent where no closed lid is to be covered.
     std::optional<PrivilegedHelperInstallState> helper;
 
-    /// Of the matched processes that are still there.
+    /// The matched processes that are still there.
     std::vector<MatchedTreeFacts> trees;
 
     /// Whether they work, where the running Tavo was asked to stay awake only then.
     std::optional<WorkActivity> activity = {};
 };
 
-/// How a step stands to the decision.
+/// The part of a step in the decision.
 enum class StepVerdict {
-    passed,     ///< did not speak against keeping awake
-    decided,    ///< is why it is as it is
-    notReached, ///< was not looked at any more
+    passed,     ///< allowed keeping awake
+    decided,    ///< decided the outcome
+    notReached, ///< an earlier step had decided already
 };
 
 template <>
@@ -83,10 +84,10 @@ public:
 
     const std::vector<ExplainedStep>& steps() const { return explained; }
 
-    /// One sentence: what would make it different.
+    /// One sentence: how to change the outcome.
     std::string change() const;
 
-    /// Without anything that changes with the clock alone.
+    /// Contains nothing that changes with the clock alone.
     Json json() const;
 
     /// @param width  lines are wrapped to it; nothing for no limit.

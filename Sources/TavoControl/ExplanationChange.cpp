@@ -5,7 +5,7 @@
 
 namespace tavo {
 
-/// Whether an option of the run that is under way decides the step, and not the file.
+/// Whether an option of the running Tavo decides the step, and not the file.
 bool Explanation::isOverridden(DecisionStep step) const {
     switch (step) {
     case DecisionStep::masterSwitch:
@@ -29,10 +29,12 @@ std::string Explanation::change() const {
     }
     const auto step = decidingStep(snapshot());
     if (!step) {
-        return "it has not evaluated anything yet; it does within a minute.";
+        // While switched off, Tavo first evaluates a minute after its start, and would find nothing but the switch.
+        return config().isEnabled ? "nothing has been evaluated yet; the first evaluation is under way."
+                                  : "nothing has been evaluated yet; tavoctl enable switches keeping awake on.";
     }
     if (!isRunning() && snapshot().lastDecisionReason == RuntimeDecisionReason::active) {
-        return "tavo, or tavoctl run, does it.";
+        return "start tavo or tavoctl run to keep it awake.";
     }
     if (snapshot().lastDecisionReason == RuntimeDecisionReason::active) {
         return changeOfAwake();
@@ -74,14 +76,14 @@ std::string Explanation::changeOfTrigger() const {
     case RuntimeDecisionReason::insufficientActivity:
         return fmt::format("as soon as {} works, this {} is kept awake again.", name, facts.status.machineNoun);
     case RuntimeDecisionReason::maxDurationReached:
-        return fmt::format("it begins anew when {} has ended and starts again.", name);
+        return fmt::format("a new session begins once {} has ended and started again.", name);
     default:
         break;
     }
     return fmt::format("start {}, or {}.", name, other);
 }
 
-/// For a computer that is kept awake: by what it would be allowed to sleep.
+/// For a computer that is kept awake: when it may sleep again.
 std::string Explanation::changeOfAwake() const {
     std::string text;
     const auto& matches = snapshot().matchedProcesses;

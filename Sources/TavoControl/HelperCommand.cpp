@@ -1,10 +1,8 @@
 #include "TavoControl/HelperCommand.h"
 
 #include "TavoControl/Console.h"
-#include "TavoControl/HelperReport.h"
 #include "TavoControl/InterruptedBySignals.h"
 #include "TavoControl/RunningTavo.h"
-#include "Version.h"
 #include "base/AtomicFile.h"
 #include "base/ErrorText.h"
 #include "base/JsonCoding.h"
@@ -12,6 +10,7 @@
 #include "base/Text.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -19,6 +18,49 @@
 namespace tavo {
 
 namespace {
+
+std::string_view nameOf(PrivilegedHelperInstallState state) {
+    switch (state) {
+    case PrivilegedHelperInstallState::notInstalled:
+        return "notInstalled";
+    case PrivilegedHelperInstallState::installedUnreachable:
+        return "installedUnreachable";
+    case PrivilegedHelperInstallState::ready:
+        return "ready";
+    }
+    return "";
+}
+
+std::string inWords(PrivilegedHelperInstallState state) {
+    switch (state) {
+    case PrivilegedHelperInstallState::notInstalled:
+        return "not installed; tavoctl helper install grants staying awake with the lid closed";
+    case PrivilegedHelperInstallState::installedUnreachable:
+        return "installed, but does not answer; tavoctl helper install installs it again";
+    case PrivilegedHelperInstallState::ready:
+        return "ready";
+    }
+    return "";
+}
+
+std::vector<std::string_view> namesOf(const std::vector<PMSetScope>& scopes) {
+    std::vector<std::string_view> names;
+    for (const auto scope : scopes) {
+        names.push_back(rawValue(scope));
+    }
+    return names;
+}
+
+std::string lineOf(std::string_view subject, std::string_view finding) {
+    return fmt::format("{:<12} {}", subject, finding);
+}
+
+std::string comparison(const HelperFacts& facts) {
+    if (!facts.hasSource) {
+        return "this build has none to compare it with";
+    }
+    return facts.matchesThisBuild ? "the same file as this build's" : "another file than this build's";
+}
 
 /// Whether root acts for somebody whose files it must not make its own.
 bool actsForAnotherUser() {
@@ -48,12 +90,48 @@ std::optional<std::filesystem::path> otherDefinition(const HelperServiceSetup& s
             return std::nullopt;
         }
     } catch (const std::exception&) {
-        // It is meant to be readable by all: whoever has changed that may have changed more.
+        // It is installed readable by all, so somebody has changed it.
     }
     return definition;
 }
 
 } // namespace
+
+std::vector<std::string> helperReportLines(const HelperFacts& facts) {
+    std::vector lines{lineOf("helper", inWords(facts.state)), lineOf("this build", facts.buildVersion)};
+    if (isInstalled(facts.state)) {
+        lines.push_back(lineOf(
+            "installed", fmt::format("{}, {}", facts.installedVersion.value_or("version unknown"), comparison(facts))));
+    }
+    if (facts.otherDefinition) {
+        lines.push_back(lineOf("service", fmt::format("{} is another file than this build's, and may start another "
+                                                      "program; tavoctl helper install replaces it",
+                                                      facts.otherDefinition->string())));
+    }
+    for (const auto& each : facts.overrides) {
+        lines.push_back(lineOf(
+            "override", fmt::format("{} for process {}", fmt::join(namesOf(each.scopes), ", "), each.owner.pid)));
+    }
+    if (facts.overridesError) {
+        lines.push_back(lineOf("override", *facts.overridesError));
+    } else if (facts.overrides.empty()) {
+        lines.push_back(lineOf("override", "none"));
+    }
+    return lines;
+}
+
+Json helperReportJson(const HelperFacts& facts) {
+    auto overrides = Json::array();
+    for (const auto& each : facts.overrides) {
+        overrides.push_back({{"pid", each.owner.pid}, {"scopes", namesOf(each.scopes)}});
+    }
+    return {{"state", nameOf(facts.state)},
+            {"buildVersion", facts.buildVersion},
+            {"installedVersion", facts.installedVersion ? Json(*facts.installedVersion) : Json()},
+            {"matchesThisBuild", facts.matchesThisBuild && !facts.otherDefinition},
+            {"overrides", overrides},
+            {"overridesError", facts.overridesError ? Json(*facts.overridesError) : Json()}};
+}
 
 HelperCommand::HelperCommand(const Platform& platform, const TavoStoring& store)
     : platform(platform), store(store), support(platform.closedLidSupport()) {}
@@ -78,7 +156,7 @@ ExitStatus HelperCommand::carryOut(const HelperCommandOptions& options) const {
 
 ExitStatus HelperCommand::printStatus(bool json) const {
     HelperFacts facts{.state = support.state(),
-                      .buildVersion = std::string(tavoVersion),
+                      .buildVersion = TAVO_VERSION,
                       .installedFile = platform.helperSetup->helperExecutable()};
     if (isInstalled(facts.state)) {
         facts.installedVersion = installedVersion(platform);
@@ -154,7 +232,7 @@ ExitStatus HelperCommand::reset() const {
     return ExitStatus::success;
 }
 
-/// Notes it where the settings window looks, and has a running Tavo act on it.
+/// Saves it for the settings window, and tells a running Tavo.
 void HelperCommand::recordPermission(bool granted) const {
     if (actsForAnotherUser()) {
         printError("tavoctl: the configuration of the user who called sudo is left as it is.\n");

@@ -1,14 +1,49 @@
 #pragma once
 
-#include "TavoControl/CommandLine.h"
+#include "TavoControl/ControlCommandLine.h"
 #include "TavoControl/ExitStatus.h"
 #include "app/Platform.h"
+#include "base/Json.h"
 #include "config/TavoStore.h"
 #include "helper/ClosedLidSupport.h"
+#include "helper/PrivilegedHelperInstallState.h"
+#include "helper/SleepOverrideJournal.h"
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
 
 namespace tavo {
 
-/// Tells about the privileged helper, installs and removes it.
+/// Everything that "tavoctl helper status" knows.
+struct HelperFacts {
+    PrivilegedHelperInstallState state = PrivilegedHelperInstallState::notInstalled;
+    std::string buildVersion;
+    std::filesystem::path installedFile;
+
+    /// Absent when the installed file does not tell.
+    std::optional<std::string> installedVersion;
+
+    /// Whether this build has a helper to compare with.
+    bool hasSource = false;
+    bool matchesThisBuild = false;
+
+    /// The file that tells the system's service manager what to run, if it is not what this build installs.
+    std::optional<std::filesystem::path> otherDefinition;
+
+    /// The overrides in effect.
+    std::vector<SleepOverride> overrides;
+    std::optional<std::string> overridesError;
+};
+
+/// For people: a word and its finding, one line each.
+std::vector<std::string> helperReportLines(const HelperFacts& facts);
+
+/// For programs.
+Json helperReportJson(const HelperFacts& facts);
+
+/// Shows, installs and removes the privileged helper.
 class HelperCommand {
 public:
     HelperCommand(const Platform& platform, const TavoStoring& store);

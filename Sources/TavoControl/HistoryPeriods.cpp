@@ -68,7 +68,7 @@ private:
             .first->second;
     }
 
-    /// Only one of them runs at a time: those that have not said that they ended were killed.
+    /// Only one of them runs at a time: those without an end were killed.
     void endEarlier(const HistoryEntry& start) {
         for (auto& [key, run] : runs) {
             if (run.open && run.writer.isOnlyOne && !(run.writer == start.writer)) {
@@ -108,8 +108,8 @@ private:
         }
         auto resumed = *run.open;
         close(run, *entry.suspendedFrom, HistoryEnding::suspended);
-        const auto most = std::chrono::duration_cast<std::chrono::seconds>(entry.time - *entry.suspendedFrom);
-        const bool isPlausible = entry.suspendedSeconds >= 0 && entry.suspendedSeconds < most.count();
+        const auto maxLength = std::chrono::duration_cast<std::chrono::seconds>(entry.time - *entry.suspendedFrom);
+        const bool isPlausible = entry.suspendedSeconds >= 0 && entry.suspendedSeconds < maxLength.count();
         resumed.from = isPlausible ? *entry.suspendedFrom + std::chrono::seconds(entry.suspendedSeconds) : entry.time;
         run.open = std::move(resumed);
     }
@@ -120,7 +120,7 @@ private:
             return;
         }
         auto period = *std::exchange(run.open, std::nullopt);
-        period.to = std::max(at, period.from); // the clock may have been put back
+        period.to = std::max(at, period.from); // the clock may have been set back
         period.ending = ending;
         period.reason = reason;
         period.why = why;
@@ -186,12 +186,12 @@ std::string endingText(const AwakePeriod& period) {
 }
 
 std::string purposeText(const AwakePeriod& period) {
-    constexpr std::size_t named = 3;
+    constexpr std::size_t maxNames = 3;
     if (period.names.empty()) {
-        // A command that runs beside the one Tavo is what it is awake for.
+        // Kept awake for the command itself, which runs next to the one Tavo.
         return period.writer.isOnlyOne ? "always on" : period.writer.program;
     }
-    const auto shown = std::min(period.names.size(), named);
+    const auto shown = std::min(period.names.size(), maxNames);
     const auto list = fmt::format(
         "{}", fmt::join(period.names.begin(), period.names.begin() + static_cast<std::ptrdiff_t>(shown), ", "));
     return period.names.size() > shown ? fmt::format("{} and {} more", list, period.names.size() - shown) : list;

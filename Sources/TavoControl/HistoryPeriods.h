@@ -9,15 +9,15 @@
 
 namespace tavo {
 
-/// How a time of being kept awake came to its end.
+/// How a period ended.
 enum class HistoryEnding {
     ongoing,   ///< it has not
     decision,  ///< an evaluation decided so
-    lockLost,  ///< what held the lock ended unasked
+    lockLost,  ///< the process that held the lock exited by itself
     stopped,   ///< the program was stopped, as by Ctrl-Z
     quit,      ///< the program ended properly
-    killed,    ///< the program ended without a word: it was killed, or the computer went down
-    suspended, ///< the computer was suspended all the same
+    killed,    ///< the program left no end: it was killed, or the computer went down
+    suspended, ///< the computer was suspended in spite of the lock
 };
 
 template <>
@@ -33,7 +33,7 @@ struct RawValues<HistoryEnding> {
     }};
 };
 
-/// A time through which one program kept the computer awake.
+/// A period during which one program kept the computer awake.
 struct AwakePeriod {
     TimePoint from;
     TimePoint to;
@@ -42,31 +42,31 @@ struct AwakePeriod {
     /// The names of the processes that it was for, each once; empty for a trigger that is always on.
     std::vector<std::string> names;
 
-    /// The last that was held.
+    /// The locks held last.
     std::string held;
     HistoryEnding ending = HistoryEnding::ongoing;
 
-    /// Of a decision.
+    /// The reason of a decision.
     RuntimeDecisionReason reason = RuntimeDecisionReason::idle;
 
-    /// Of a program that said why it ended, as a clause.
+    /// The reason that a program gave for its own end, as a clause.
     std::string why;
 
     bool operator==(const AwakePeriod&) const = default;
 };
 
-/// Facts that a history does not contain.
+/// Facts that the history file does not contain.
 struct HistoryContext {
     TimePoint now;
 
-    /// Whether the process that wrote a line is still there.
+    /// Whether the process that wrote a line still runs.
     std::function<bool(const HistoryWriter&)> isRunning;
 
     /// When the one Tavo of the user was last seen at work, as state.json has it.
     std::optional<TimePoint> lastSeen = {};
 };
 
-/// The times of being kept awake, in the order of their beginnings.
+/// The periods of being kept awake, in the order of their beginnings.
 /// @param entries  the oldest first.
 std::vector<AwakePeriod> awakePeriods(const std::vector<HistoryEntry>& entries, const HistoryContext& context);
 

@@ -27,20 +27,20 @@ void endBy(int signal) {
 } // namespace
 
 struct InterruptedBySignals::State {
-    State(std::shared_ptr<Interruption> interruption, std::chrono::milliseconds patience)
-        : interruption(std::move(interruption)), patience(patience) {}
+    State(std::shared_ptr<Interruption> interruption, std::chrono::milliseconds timeout)
+        : interruption(std::move(interruption)), timeout(timeout) {}
 
     void handle(int signal) {
         interruption->interrupt();
         std::unique_lock lock(mutex);
         received = signal;
-        if (!changed.wait_for(lock, patience, [this] { return isOver; })) {
+        if (!changed.wait_for(lock, timeout, [this] { return isOver; })) {
             endBy(signal);
         }
     }
 
     std::shared_ptr<Interruption> interruption;
-    std::chrono::milliseconds patience;
+    std::chrono::milliseconds timeout;
     std::mutex mutex;
     std::condition_variable changed;
     std::optional<int> received;
@@ -52,11 +52,11 @@ struct InterruptedBySignals::State {
 };
 
 InterruptedBySignals::InterruptedBySignals(std::shared_ptr<Interruption> interruption,
-                                           std::chrono::milliseconds patience) {
+                                           std::chrono::milliseconds timeout) {
     if (!interruption) {
         return;
     }
-    state = std::make_unique<State>(std::move(interruption), patience);
+    state = std::make_unique<State>(std::move(interruption), timeout);
     state->watch.emplace(quittingSignals(), [watched = state.get()](int signal) { watched->handle(signal); });
 }
 

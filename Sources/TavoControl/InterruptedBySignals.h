@@ -7,17 +7,17 @@
 
 namespace tavo {
 
-/// While this lives, a signal that asks the program to end calls off what waits for an administrator or for the helper,
-/// so that neither a prompt nor a staged file stays behind. The program ends by that signal, as soon as everything is put
-/// away, and a second later at the latest.
+/// While this lives, a signal that asks the program to end interrupts the wait for an administrator or for the helper,
+/// so that neither a prompt nor a staged file stays behind. The program then ends by that signal once everything is
+/// cleaned up, and after a second at the latest.
 class InterruptedBySignals {
 public:
-    static constexpr std::chrono::milliseconds defaultPatience{900};
+    static constexpr std::chrono::milliseconds defaultTimeout{900};
 
-    /// @param interruption  null when nothing can wait: signals do what they always do then.
-    /// @param patience      how long after a signal everything may take to be put away.
+    /// @param interruption  null when nothing waits: signals then have their usual effect.
+    /// @param timeout       how long the cleaning up may take after a signal.
     explicit InterruptedBySignals(std::shared_ptr<Interruption> interruption,
-                                  std::chrono::milliseconds patience = defaultPatience);
+                                  std::chrono::milliseconds timeout = defaultTimeout);
     InterruptedBySignals(const InterruptedBySignals&) = delete;
     InterruptedBySignals& operator=(const InterruptedBySignals&) = delete;
 

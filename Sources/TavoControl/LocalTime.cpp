@@ -44,7 +44,8 @@ TimePoint localMidnight(TimePoint at) {
 }
 
 TimePoint nextLocalMidnight(TimePoint midnight) {
-    // Noon of the same day is on it whatever the clocks do, and mktime carries a day that is one too many into the next month.
+    // Noon always belongs to the same day, however the clocks change, and mktime carries a day too many into the next
+    // month.
     auto day = localTime(midnight + std::chrono::hours{12});
     ++day.tm_mday;
     return std::max(beginningOf(day), midnight + std::chrono::hours{1});

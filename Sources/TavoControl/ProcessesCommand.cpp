@@ -1,7 +1,7 @@
 #include "TavoControl/ProcessesCommand.h"
 
-#include "TavoControl/ConfigurationError.h"
 #include "TavoControl/Console.h"
+#include "TavoControl/ExitStatus.h"
 #include "app/StatusCopy.h"
 #include "base/JsonCoding.h"
 #include "base/Text.h"
@@ -88,7 +88,8 @@ Json asJson(const MatchedTree& tree) {
     return object;
 }
 
-/// The share of a core, and whether that or a change of the members counts as work: "12.3% works", "0.0% works, members changed".
+/// The share of a core, and whether that or a change of the members counts as work: "12.3% works", "0.0% works, members
+/// changed".
 std::string nowText(const TreeActivity& activity) {
     if (!activity.cpuPercent) {
         return "new, works until measured";

@@ -1,16 +1,15 @@
 #include "TavoControl/RunBound.h"
 
+#include "TavoControl/LocalTime.h"
 #include "base/Duration.h"
 #include "system/DecimalText.h"
 #include "system/ProcessStart.h"
 
-#include <fmt/chrono.h>
 #include <fmt/format.h>
 #include <signal.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <ctime>
 #include <utility>
 
 namespace tavo {
@@ -22,13 +21,6 @@ using std::chrono::minutes;
 constexpr int minutesAnHour = 60;
 constexpr int minutesADay = 24 * minutesAnHour;
 
-std::tm localTime(TimePoint at) {
-    const auto seconds = std::chrono::system_clock::to_time_t(at);
-    std::tm local{};
-    localtime_r(&seconds, &local);
-    return local;
-}
-
 int minuteOfDay(TimePoint at) {
     const auto local = localTime(at);
     return local.tm_hour * minutesAnHour + local.tm_min;
@@ -39,9 +31,9 @@ int minutesForward(int from, int to) {
     return (to - from + minutesADay) % minutesADay;
 }
 
-std::optional<int> parseDigits(std::string_view text, std::size_t fewest) {
+std::optional<int> parseDigits(std::string_view text, std::size_t minDigits) {
     const bool isNumber =
-        text.size() >= fewest && text.size() <= 2 &&
+        text.size() >= minDigits && text.size() <= 2 &&
         std::all_of(text.begin(), text.end(), [](char digit) { return digit >= '0' && digit <= '9'; });
     return isNumber ? parseInt32(std::string(text)) : std::nullopt;
 }
@@ -70,10 +62,8 @@ pid_t processOf(const std::string& given) {
 
 /// Says on which day, when that is not today.
 std::string moment(TimePoint at, TimePoint now) {
-    const auto local = localTime(at);
-    const auto today = localTime(now);
-    const bool isToday = local.tm_yday == today.tm_yday && local.tm_year == today.tm_year;
-    return isToday ? fmt::format("{:%H:%M:%S}", local) : fmt::format("{:%Y-%m-%d %H:%M:%S}", local);
+    const auto clock = localClockWithSeconds(at);
+    return localDate(at) == localDate(now) ? clock : localDate(at) + " " + clock;
 }
 
 } // namespace
@@ -99,7 +89,7 @@ TimePoint nextLocal(const TimeOfDay& time, TimePoint after) {
     const int wanted = time.hour * minutesAnHour + time.minute;
     auto moment = std::chrono::floor<minutes>(after);
     int shown = minuteOfDay(moment);
-    // Minute by minute, as the clock goes: at most two days of them, and no rule about changes of the clocks to get wrong.
+    // Minute by minute, as the clock goes: at most two days of them, and no rule about clock changes to get wrong.
     while (true) {
         moment += minutes{1};
         const int before = std::exchange(shown, minuteOfDay(moment));
@@ -166,7 +156,7 @@ std::vector<WatchedProcess> runningProcesses(const std::vector<pid_t>& numbers) 
     std::vector<WatchedProcess> processes;
     for (const auto number : numbers) {
         const auto start = processStart(number);
-        // One that the system hides is there all the same: it may not be signalled.
+        // A process that the system hides still runs, though it may not be signalled.
         if (!start && !(kill(number, 0) != 0 && errno == EPERM)) {
             throw UsageError(fmt::format("no process with the process id {} is running", number));
         }

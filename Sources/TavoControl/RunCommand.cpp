@@ -1,10 +1,10 @@
 #include "TavoControl/RunCommand.h"
 
-#include "TavoControl/ConfigurationError.h"
-#include "TavoControl/ReaderWatch.h"
+#include "TavoControl/Console.h"
+#include "TavoControl/ExitStatus.h"
 #include "TavoControl/RunEnd.h"
 #include "TavoControl/RunReport.h"
-#include "TavoControl/SwitchedOff.h"
+#include "TavoControl/StatusReport.h"
 #include "TavoControl/SystemChecks.h"
 #include "app/AsioMainLoop.h"
 #include "app/ProcessSignals.h"
@@ -26,8 +26,8 @@ namespace tavo {
 
 namespace {
 
-/// For the status command: neither the file that it reads nor the system's list says what this run uses instead of the
-/// file and what the desktop refused.
+/// For the status command: neither the configuration file nor the system's list shows which options replace the file
+/// and what the desktop refused.
 std::string noteOf(const RunOptions& options, const std::optional<std::string>& assertionNotice = std::nullopt) {
     auto note = options.overrides.json();
     if (options.whileWorking) {
@@ -42,7 +42,7 @@ std::string noteOf(const RunOptions& options, const std::optional<std::string>& 
 /// One run of the evaluations, without a window.
 class ForegroundRun final : private ApplicationControlling {
 public:
-    /// @param processes  those of the bound.
+    /// @param processes  the bound's processes.
     /// @param lock  outlives this.
     ForegroundRun(const RunOptions& options, std::vector<WatchedProcess> processes,
                   std::shared_ptr<const TavoStoring> store, Platform platform, const InstanceLock& lock)
@@ -55,7 +55,7 @@ public:
 
     ExitStatus run() {
         model->onChange([this](ModelChanges) {
-            tellAssertionNotice();
+            publishAssertionNotice();
             show();
             if (end) {
                 end->check();
@@ -89,14 +89,15 @@ private:
         hasBegun = true;
         if (!model->evaluationFailure() && model->config().isEnabled &&
             !model->runtimeSnapshot().isWakeAssertionActive) {
-            tryMeans();
+            tryLock();
         }
         show();
     }
 
-    /// A run that only waits would otherwise find out hours later, when its process has come and its user has gone, that this
-    /// system has no lock to give. Only where that seems so is one asked for, to learn the reason: others see the locks taken.
-    void tryMeans() {
+    /// A run that only waits would otherwise find out hours later, when its process has come and its user has gone,
+    /// that this system grants no lock. A lock is tried only where that seems so, to learn the reason: other programs
+    /// see the locks that are taken.
+    void tryLock() {
         if (!seemsWithoutMeans || !seemsWithoutMeans()) {
             return;
         }
@@ -110,12 +111,12 @@ private:
         }
     }
 
-    void tellAssertionNotice() {
+    void publishAssertionNotice() {
         const auto current = model->assertionNotice();
-        if (current == notedAssertionNotice) {
+        if (current == publishedAssertionNotice) {
             return;
         }
-        notedAssertionNotice = current;
+        publishedAssertionNotice = current;
         try {
             lock.replaceNote(noteOf(options, current));
         } catch (const std::exception&) {
@@ -157,7 +158,7 @@ private:
         }
     }
 
-    /// While the lock is held: otherwise the reason says it all.
+    /// Only while the lock is held: otherwise the reason says enough.
     std::optional<RunLine::Work> currentWork() const {
         const auto activity = model->workActivity();
         if (!activity || isStopped || model->runtimeSnapshot().lastDecisionReason != RuntimeDecisionReason::active) {
@@ -167,28 +168,28 @@ private:
     }
 
     std::optional<std::string> notice() const {
-        // Somebody who starts this by hand wants something kept awake.
+        // Whoever starts this by hand expects something to be kept awake.
         if (!isStopped && model->runtimeSnapshot().lastDecisionReason == RuntimeDecisionReason::disabled) {
             return fmt::format("{}. for one run alone, name a trigger, as in tavoctl run --always", switchedOffNotice);
         }
         return model->assertionNotice();
     }
 
-    void quit() {
+    void quit(const std::string& why = {}) {
         if (hasEnded || isQuitting) {
             return;
         }
         isQuitting = true;
-        model->quit();
+        model->quitBecause(why);
         hasEnded = true;
     }
 
-    /// By itself, as it was asked to.
+    /// The end that the user asked for with a bound.
     void endBecause(const std::string& why) {
         if (hasEnded || isQuitting) {
             return;
         }
-        quit();
+        quit(why);
         try {
             report.end(why, loop->now());
         } catch (const OutputError& error) {
@@ -199,8 +200,7 @@ private:
         }
     }
 
-    /// Somebody who has stopped a program expects nothing of it, and it would not notice any more that its reason to keep awake
-    /// has gone.
+    /// A stopped program is not expected to do anything, and would not notice that its reason to keep awake has gone.
     void stop() {
         if (hasEnded || isQuitting) {
             return;
@@ -221,7 +221,7 @@ private:
         model->evaluateNow();
     }
 
-    /// Lets go of everything, and leaves the failure on record for whoever looks at the state later.
+    /// Releases everything, and leaves the failure in state.json for the status command.
     void fail(const std::exception_ptr& failure, const std::string& text) {
         hasEnded = true;
         auto failed = model->runtimeSnapshot();
@@ -233,7 +233,7 @@ private:
         try {
             store->saveRuntimeSnapshot(failed);
         } catch (const std::exception&) {
-            // What is to be said follows, on standard error.
+            // The failure itself follows, on standard error.
         }
         printError("tavoctl: {}{}\n", visibleControls(text), adviceFor(failure));
     }
@@ -242,7 +242,7 @@ private:
     std::vector<WatchedProcess> processes;
     std::shared_ptr<ProcessExitNotifying> exits;
     const InstanceLock& lock;
-    std::optional<std::string> notedAssertionNotice;
+    std::optional<std::string> publishedAssertionNotice;
     std::shared_ptr<AsioMainLoop> loop = std::make_shared<AsioMainLoop>();
     std::shared_ptr<const TavoStoring> store;
     std::shared_ptr<AssertionStatus> assertionStatus;
@@ -259,7 +259,7 @@ private:
     bool hasEnded = false;
     std::optional<RunEnd> end;
 
-    /// Last, so that it tells of nothing while the rest is being destroyed.
+    /// Last, so that it calls nothing while the rest is being destroyed.
     std::optional<ReaderWatch> readerWatch;
 };
 

@@ -13,7 +13,8 @@ namespace tavo {
 
 namespace {
 
-/// In seconds. A timer does not count the time that the computer sleeps, nor does it know when the clock is set.
+/// In seconds. A timer does not count the time for which the computer sleeps, and does not notice when the clock is
+/// set.
 constexpr double maxWait = AppConfig::fixedPollIntervalSeconds;
 
 bool isRunning(const WatchedProcess& process) {
@@ -46,7 +47,7 @@ void RunEnd::watchProcesses(ProcessExitNotifying& exits) {
     try {
         watch = exits.watch(processes, tell);
     } catch (const std::exception&) {
-        // They are looked at once a minute.
+        // They are checked once a minute then.
     }
 }
 
@@ -69,7 +70,7 @@ void RunEnd::check() {
 
 void RunEnd::rearm() {
     if (!end && (processes.empty() || watch)) {
-        return; // nothing here that time decides
+        return; // nothing here depends on the time
     }
     const double left = end ? std::chrono::duration<double>(*end - loop->now()).count() : maxWait;
     timer = loop->startTimer(std::clamp(left, 0.0, maxWait), [this] { check(); });

@@ -11,20 +11,22 @@
 
 namespace tavo {
 
-/// Sees to it that what the user has bounded ends when its time has come or its processes have ended. Lives on the main thread.
+/// Ends a bounded run when its time is up or its processes have ended. Used on the main thread only.
 class RunEnd {
 public:
-    /// Begins now.
-    /// @param processes  those of the bound, see runningProcesses().
-    /// @param exits  may be null: the processes are then looked at once a minute.
-    /// @param onEnd  called once, on the main thread and never from within the constructor, with the reason. May destroy this.
+    /// The time starts now.
+    /// @param processes  the bound's, see runningProcesses().
+    /// @param exits      may be null: the processes are then checked once a minute.
+    /// @param onEnd      called once, on the main thread and never from within the constructor, with the reason. May
+    ///                   destroy this.
     RunEnd(RunBound bound, std::vector<WatchedProcess> processes, std::shared_ptr<MainLoop> loop,
            std::shared_ptr<ProcessExitNotifying> exits, std::function<void(const std::string& why)> onEnd);
     RunEnd(const RunEnd&) = delete;
     RunEnd& operator=(const RunEnd&) = delete;
     ~RunEnd() = default;
 
-    /// Ends what is over by now. Worth a call whenever something else happens: timers stand still while the computer sleeps.
+    /// Ends the run if it is over. Call it whenever something else happens: timers stand still while the computer
+    /// sleeps.
     void check();
 
     std::optional<TimePoint> deadline() const { return end; }
@@ -47,7 +49,7 @@ private:
     bool isOver = false;
     std::unique_ptr<MainLoopTimer> timer;
 
-    /// Outlived by what the processes' watch posts, which may come when this has gone.
+    /// Tells calls that the processes' watch has posted whether this still exists.
     std::shared_ptr<const int> token = std::make_shared<const int>(0);
     std::unique_ptr<ProcessExitWatch> watch;
 };

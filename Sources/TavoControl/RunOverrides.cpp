@@ -52,7 +52,7 @@ AppConfig OverridingStore::configInFile() const {
     try {
         return store->loadConfig();
     } catch (const std::exception&) {
-        // The store keeps the file aside; what it held is not lost.
+        // The store keeps the unreadable file aside, so its content is not lost.
         return AppConfig::defaultConfig();
     }
 }

@@ -10,9 +10,9 @@
 
 namespace tavo {
 
-/// What the options of one run put in the place of the configuration.
+/// The values of the configuration that the options of one run replace.
 struct RunOverrides {
-    /// Also switches on: who names a trigger wants it obeyed.
+    /// Also switches keeping awake on: naming a trigger means using it.
     std::optional<TriggerRule> trigger;
     std::optional<PowerSourcePolicy> powerSourcePolicy;
 
@@ -22,12 +22,12 @@ struct RunOverrides {
 
     bool operator==(const RunOverrides&) const = default;
 
-    /// The configuration with what is present here in the place of what it holds.
+    /// The configuration with the values that are present here.
     AppConfig appliedTo(AppConfig config) const;
 
     bool isEmpty() const;
 
-    /// What is present, under the keys of the configuration; a null cutoff is none.
+    /// The values that are present, under the keys of the configuration; a null cutoff means none.
     Json json() const;
 
     /// Reads what json() gives. @throws DecodingError naming the key.
@@ -42,12 +42,12 @@ public:
 
     const TavoPaths& paths() const override { return store->paths(); }
 
-    /// @throws TavoValidationError for overrides that cannot be obeyed, and what the store throws.
+    /// @throws TavoValidationError for invalid overrides, and the store's errors.
     AppConfig loadConfig() const override { return overrides.appliedTo(store->loadConfig()).validated(); }
 
     AppConfig loadConfigAsWritten() const override { return overrides.appliedTo(store->loadConfigAsWritten()); }
 
-    /// Keeps what the file holds of everything that is overridden; of a file that cannot be read, the defaults.
+    /// Keeps the file's own values for everything that is overridden, or the defaults if it cannot be read.
     void saveConfig(const AppConfig& config) const override;
 
     RuntimeSnapshot loadRuntimeSnapshot() const override { return store->loadRuntimeSnapshot(); }

@@ -1,23 +1,14 @@
 #include "TavoControl/RunReport.h"
 
+#include "TavoControl/LocalTime.h"
 #include "base/JsonCoding.h"
 #include "base/Text.h"
 
-#include <fmt/chrono.h>
 #include <fmt/format.h>
-
-#include <ctime>
 
 namespace tavo {
 
 namespace {
-
-std::string clockTime(TimePoint at) {
-    const auto seconds = std::chrono::system_clock::to_time_t(at);
-    std::tm local{};
-    localtime_r(&seconds, &local);
-    return fmt::format("{:%H:%M:%S}", local);
-}
 
 std::string dumped(const Json& object) {
     constexpr int onOneLine = -1;
@@ -35,7 +26,7 @@ Emphasis emphasisOf(RuntimeDecisionReason reason) {
     }
 }
 
-/// Which process it is for: the first one, and how many more there are.
+/// The process that it is for: the first one, and how many more there are.
 std::string processNote(const std::vector<MatchedProcessSnapshot>& processes) {
     if (processes.empty()) {
         return {};
@@ -79,7 +70,7 @@ void RunReport::printLine(const RunLine& line, TimePoint at) {
         return;
     }
     lastLine = content;
-    console.print(json ? dumped(line.json(at)) : clockTime(at) + "  " + content);
+    console.print(json ? dumped(line.json(at)) : localClockWithSeconds(at) + "  " + content);
 }
 
 void RunReport::update(const RunLine& line, const std::optional<std::string>& configFileError, TimePoint at) {
@@ -95,8 +86,9 @@ void RunReport::update(const RunLine& line, const std::optional<std::string>& co
 }
 
 void RunReport::end(const std::string& why, TimePoint at) const {
-    console.print(json ? dumped({{"time", formatISO8601(at)}, {"ended", why}})
-                       : fmt::format("{}  {}: {}", clockTime(at), console.styled("ended", Emphasis::strong), why));
+    console.print(
+        json ? dumped({{"time", formatISO8601(at)}, {"ended", why}})
+             : fmt::format("{}  {}: {}", localClockWithSeconds(at), console.styled("ended", Emphasis::strong), why));
 }
 
 void RunReport::printNotice(const std::string& notice, TimePoint at) const {
@@ -104,8 +96,8 @@ void RunReport::printNotice(const std::string& notice, TimePoint at) const {
         console.print(dumped({{"time", formatISO8601(at)}, {"notice", notice}}));
         return;
     }
-    console.print(
-        fmt::format("{}  {}: {}", clockTime(at), console.styled("notice", Emphasis::warning), visibleControls(notice)));
+    console.print(fmt::format("{}  {}: {}", localClockWithSeconds(at), console.styled("notice", Emphasis::warning),
+                              visibleControls(notice)));
 }
 
 } // namespace tavo

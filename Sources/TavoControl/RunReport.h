@@ -9,7 +9,7 @@
 
 namespace tavo {
 
-/// What one line of a run says.
+/// One line of a run's output.
 struct RunLine {
     /// Of a run that stays awake only while programs work.
     struct Work {
@@ -25,7 +25,7 @@ struct RunLine {
     std::string title;
     std::string detail;
 
-    /// What is held, in one line; empty when nothing is.
+    /// The held locks, in one line; empty when there are none.
     std::string held;
     std::vector<MatchedProcessSnapshot> matchedProcesses;
     std::optional<Work> work;
@@ -45,8 +45,8 @@ struct RunLine {
     std::string text(const Console& console) const;
 };
 
-/// Prints a line whenever what it says has changed. A notice is said once, on a line of its own (with JSON, in the
-/// object).
+/// Prints a line whenever it would differ from the last one. A notice is printed once, on a line of its own (with JSON,
+/// in the object).
 class RunReport {
 public:
     RunReport(Console console, bool json) : console(console), json(json) {}
@@ -63,7 +63,7 @@ private:
 
     Console console;
     bool json;
-    /// What was printed last, without its time.
+    /// The last line printed, without its time.
     std::optional<std::string> lastLine;
     std::optional<std::string> lastNotice;
     std::optional<std::string> lastConfigFileError;

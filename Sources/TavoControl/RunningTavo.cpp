@@ -23,7 +23,7 @@ std::optional<RunningTavo> RunningTavo::find(const TavoStoring& store) {
             running.hasUnsavedEdits = object.value(InstanceLock::unsavedEditsKey, false);
         }
     } catch (const std::exception&) {
-        // Another version wrote the note; that it obeys the file is the best guess then.
+        // Another version wrote the note; the best guess is that it follows the file.
         running.overrides = {};
         running.whileWorking.reset();
     }

@@ -11,11 +11,11 @@
 
 namespace tavo {
 
-/// The Tavo of this user that runs now, as it tells about itself in the lock file.
+/// The Tavo of this user that runs now, as it describes itself in the lock file.
 struct RunningTavo {
     pid_t processID = 0;
 
-    /// What it puts in the place of the file's configuration.
+    /// The options that replace values of the file's configuration.
     RunOverrides overrides;
 
     /// Present when it stays awake only while the matched programs work; ActivityFile tells whether they do.
@@ -24,15 +24,15 @@ struct RunningTavo {
     /// Whether its window has edits that are not saved: it does not follow the file then.
     bool hasUnsavedEdits = false;
 
-    /// The planned locks that it could not take, for the user; empty when there are none.
+    /// Planned locks that it could not take, as a sentence; empty when there are none.
     std::string assertionNotice;
 
     /// Nothing when none runs.
     static std::optional<RunningTavo> find(const TavoStoring& store);
 };
 
-/// Tells the Tavo that runs with this store to evaluate now, and to look at the helper again. Only who holds the lock is
-/// signalled, never a number that a process has left behind. Gives its process id; nothing when none runs.
+/// Tells the Tavo that runs with this store to evaluate now, and to check the helper again. Only the holder of the lock
+/// is signalled, never the process id that a dead one left in the file. Returns its process id; nothing when none runs.
 std::optional<pid_t> tellRunningTavo(const TavoStoring& store);
 
 } // namespace tavo

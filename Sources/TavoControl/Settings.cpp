@@ -133,7 +133,7 @@ constexpr std::array refusals{
     Refusal{"trigger.requiresActivity", "is fixed at false in this version, so it cannot be set."},
     Refusal{"closedLidPermissionGranted",
             "tells whether the helper was installed for a closed lid: tavoctl helper install grants it, and tavoctl "
-            "helper reset takes it back."}};
+            "helper reset revokes it."}};
 
 std::string textOf(const Json& value) {
     return value.is_string() ? value.get<std::string>() : value.dump(-1, ' ', false, Json::error_handler_t::replace);

@@ -9,7 +9,7 @@
 
 namespace tavo {
 
-/// A setting that there is not, a value that it cannot have, or one that this version does not let anybody change.
+/// An unknown setting, an invalid value, or a setting that is fixed in this version.
 class SettingError final : public DescribedError {
 public:
     using DescribedError::DescribedError;

@@ -1,11 +1,11 @@
 #include "TavoControl/SettingsCommand.h"
 
-#include "TavoControl/ConfigurationError.h"
 #include "TavoControl/Console.h"
+#include "TavoControl/ExitStatus.h"
 #include "TavoControl/RunningTavo.h"
 #include "TavoControl/Settings.h"
 #include "TavoControl/StatusCommand.h"
-#include "TavoControl/SwitchedOff.h"
+#include "TavoControl/StatusReport.h"
 #include "app/LoginOptionsFile.h"
 #include "base/AtomicFile.h"
 #include "base/FileDescriptor.h"
@@ -30,7 +30,7 @@ namespace {
 constexpr int pollAttempts = 200;
 constexpr std::chrono::microseconds pollInterval{10000};
 
-/// Tells one version of a file that is replaced atomically from the next.
+/// Distinguishes the versions of a file that is replaced atomically.
 struct FileVersion {
     ino_t inode = 0;
     std::filesystem::file_time_type written;
@@ -52,7 +52,7 @@ std::optional<FileVersion> versionOf(const std::filesystem::path& file) {
 FileDescriptor lockFolder(const std::filesystem::path& folder) {
     ensureDirectoryExists(folder);
     FileDescriptor descriptor(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    // Where a file system knows no such locks, two changes at once are left to chance.
+    // On a file system without such locks, one of two simultaneous changes may be lost.
     [[maybe_unused]] const auto locked = descriptor ? flock(descriptor.get(), LOCK_EX) : -1;
     return descriptor;
 }
@@ -121,10 +121,10 @@ ExitStatus SettingsCommand::change(const ChangeOptions& options) const {
                 fmt::format("at login the app starts with {}.", fmt::join((*options.loginOptions)->arguments(), " ")));
         }
     } catch (const OutputError&) {
-        // The change is made, so the running Tavo is told of it, whoever reads this.
+        // The change is made, so the running Tavo is told of it even when nobody reads this.
         unwritten = std::current_exception();
     }
-    const auto status = haveRunningTavoFollow(after);
+    const auto status = updateRunningTavo(after);
     if (unwritten) {
         std::rethrow_exception(unwritten);
     }
@@ -141,11 +141,11 @@ void SettingsCommand::printChange(const AppConfig& before, const AppConfig& afte
     }
     if (after.watchMode != WatchMode::open && after.watchMode != before.watchMode &&
         !platform.closedLidSupport().hasFiles()) {
-        console.print("a closed lid takes the helper, which is not installed yet: tavoctl helper install");
+        console.print("covering a closed lid needs the helper, which is not installed yet: tavoctl helper install");
     }
 }
 
-/// @param wasEnabled  what the command found: it is decided by that what a toggle means.
+/// @param wasEnabled  the switch's state when the command started, which decides what a toggle means.
 AppConfig SettingsCommand::changed(const AppConfig& config, const ChangeOptions& options, bool wasEnabled) const {
     auto result = config;
     switch (options.kind) {
@@ -170,7 +170,7 @@ AppConfig SettingsCommand::changed(const AppConfig& config, const ChangeOptions&
     return result;
 }
 
-ExitStatus SettingsCommand::haveRunningTavoFollow(const AppConfig& config) const {
+ExitStatus SettingsCommand::updateRunningTavo(const AppConfig& config) const {
     const Console console(stdout);
     const auto running = RunningTavo::find(store);
     if (!running) {
@@ -183,7 +183,7 @@ ExitStatus SettingsCommand::haveRunningTavoFollow(const AppConfig& config) const
     if (running->hasUnsavedEdits) {
         console.print(fmt::format(
             "the window of the running tavo (process id {}) has unsaved edits, so it does not follow until they are "
-            "saved or reverted; saving them puts them in force instead, and this is kept as config.json.edited.",
+            "saved or reverted; saving them replaces this change, which is then kept as config.json.edited.",
             running->processID));
         return ExitStatus::success;
     }
@@ -191,7 +191,7 @@ ExitStatus SettingsCommand::haveRunningTavoFollow(const AppConfig& config) const
     const auto versionBefore = versionOf(state);
     // An evaluation that had begun before the change writes a state, too.
     const bool isEnabled = running->overrides.appliedTo(config).isEnabled;
-    const auto isObeyed = [&] {
+    const auto hasFollowed = [&] {
         try {
             return store.loadRuntimeSnapshot().isEnabled == isEnabled;
         } catch (const std::exception&) {
@@ -201,26 +201,26 @@ ExitStatus SettingsCommand::haveRunningTavoFollow(const AppConfig& config) const
     const auto told = tellRunningTavo(store);
     if (told && isProcessStopped(*told)) {
         printError(
-            "tavoctl: the change is saved, but the running tavo (process id {0}) is stopped, and takes it up when "
-            "it is continued: fg, or kill -CONT {0}.\n",
+            "tavoctl: the change is saved, but the running tavo (process id {0}) is stopped, and follows once it is "
+            "continued: fg, or kill -CONT {0}.\n",
             *told);
         return ExitStatus::failure;
     }
-    if (told && !waitForNewState([&] { return versionOf(state) != versionBefore && isObeyed(); })) {
-        printError("tavoctl: the change is saved, but the running tavo (process id {}) has not taken it up within 2 "
+    if (told && !waitForNewState([&] { return versionOf(state) != versionBefore && hasFollowed(); })) {
+        printError("tavoctl: the change is saved, but the running tavo (process id {}) has not followed within 2 "
                    "seconds; see tavoctl status.\n",
                    *told);
         return ExitStatus::failure;
     }
     if (const auto overridden = differences(config, running->overrides.appliedTo(config)); !overridden.empty()) {
-        console.print(fmt::format("the running tavo was started with options that stand in place of the file: {}",
+        console.print(fmt::format("the running tavo was started with options that override the file: {}",
                                   visibleControls(fmt::format("{}", fmt::join(overridden, ", ")))));
     }
     return printStatus({}, store, platform);
 }
 
 bool SettingsCommand::waitForNewState(const std::function<bool()>& isNew) const {
-    for (int look = 1; look <= pollAttempts; ++look) {
+    for (int attempt = 1; attempt <= pollAttempts; ++attempt) {
         if (isNew()) {
             return true;
         }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "TavoControl/InheritedConditions.h"
+#include "TavoControl/CommandChild.h"
 #include "base/FileDescriptor.h"
 
 #include <csignal>
@@ -10,12 +10,12 @@
 
 namespace tavo {
 
-/// Whether a process sent the signal, and not the kernel: a terminal sends what its keys mean to the whole process group.
-/// Each system has its own way to tell, sigaction(2).
+/// Whether a process sent the signal, and not the kernel: a terminal sends the signals of its keys to the whole process
+/// group. Each system has its own way to tell, sigaction(2).
 bool isSentByProcess(const siginfo_t& information);
 
-/// Catches the signals that belong to the command that this process runs for the user, and tells of those that it has to be
-/// sent as well: what a terminal sends, the command has received itself.
+/// Catches the signals that are meant for the command that this process runs for the user, and reports those to
+/// forward: the command has already received the terminal's.
 ///
 /// There can be one at a time in a process. Signals that were ignored at the start stay ignored.
 class SignalForwarding {
@@ -29,7 +29,7 @@ public:
     /// Returns when no call is under way any more. The signals stay caught, and do nothing.
     ~SignalForwarding();
 
-    /// The first signal so far that asked this process to end, whoever sent it.
+    /// The first signal so far that asked this process to end, from a process or the terminal.
     std::optional<int> endingSignal() const;
 
 private:

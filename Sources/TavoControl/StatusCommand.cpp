@@ -1,6 +1,6 @@
 #include "TavoControl/StatusCommand.h"
 
-#include "TavoControl/ConfigurationError.h"
+#include "TavoControl/ExitStatus.h"
 #include "TavoControl/RunningTavo.h"
 #include "TavoControl/StatusReport.h"
 #include "base/ErrorText.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "TavoControl/CommandLine.h"
+#include "TavoControl/ControlCommandLine.h"
 #include "TavoControl/ExitStatus.h"
 #include "TavoControl/StatusReport.h"
 #include "app/Platform.h"

@@ -1,6 +1,5 @@
 #include "TavoControl/StatusReport.h"
 
-#include "TavoControl/SwitchedOff.h"
 #include "base/Duration.h"
 #include "base/JsonCoding.h"
 #include "base/Text.h"
@@ -38,7 +37,7 @@ RuntimeStatusCopy StatusReport::currentCopy() const {
     }
     if (facts.isStopped) {
         return {"stopped", isKeepingAwake()
-                               ? "tavo decides nothing until it is continued; what it holds stays held"
+                               ? "tavo decides nothing until it is continued; its locks stay held"
                                : "tavo does not keep this " + facts.machineNoun + " awake until it is continued"};
     }
     if (isPlanned() && !facts.held) {
@@ -79,21 +78,22 @@ std::string StatusReport::discrepancy() const {
     }
     const auto lacking = missing();
     if (facts.held->empty()) {
-        return isPlanned() ? "the lock is gone: the next evaluation takes a new one, within a minute." : "";
+        return isPlanned() ? "the lock is gone; tavo takes a new one within seconds." : "";
     }
     if (!isPlanned()) {
         return facts.runningProcessID
-                   ? "more is held than the last evaluation wanted; it is being let go of."
+                   ? "more is held than the last evaluation wanted; it is being released."
                    : "no tavo is running, yet a lock of tavo is still held: end the process that holds it.";
     }
     if (lacking.empty()) {
         return facts.assertionNotice;
     }
-    // The plan is for the power as it is now; the lock is from the last evaluation, which may have been before a plug came in.
+    // The plan is for the power as it is now; the lock may still be from the moment before a plug came in.
     return fmt::format(
-        "less is held than planned: {} was refused, or the power source has changed within the last minute; "
-        "so the {} may still be put to sleep by others. run sudo tavoctl run to hold it too.",
-        fmt::join(lacking, " and "), facts.machineNoun);
+        "less is held than planned: {} {} refused, or the power source has only just changed; so the {} may still be "
+        "put to sleep by others. run sudo tavoctl run to hold {} too.",
+        fmt::join(lacking, " and "), lacking.size() == 1 ? "was" : "were", facts.machineNoun,
+        lacking.size() == 1 ? "it" : "them");
 }
 
 std::string StatusReport::notice() const {
@@ -102,7 +102,7 @@ std::string StatusReport::notice() const {
                            facts.runningProcessID.value_or(0));
     }
     auto text = discrepancy();
-    // Its own word: of a file that cannot be read, nobody knows what it says.
+    // Tavo's own decision, not the file, which may be unreadable.
     if (text.empty() && facts.runningProcessID &&
         facts.snapshot.lastDecisionReason == RuntimeDecisionReason::disabled) {
         text = fmt::format("{}.", switchedOffNotice);

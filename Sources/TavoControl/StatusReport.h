@@ -11,9 +11,14 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace tavo {
+
+/// Printed wherever a user may expect something to be kept awake while the master switch is off.
+constexpr std::string_view switchedOffNotice =
+    "keeping awake is switched off (isEnabled); tavoctl enable switches it on";
 
 /// Everything that "tavoctl status" knows.
 struct StatusFacts {
@@ -28,14 +33,14 @@ struct StatusFacts {
     /// Whether it is stopped, as by Ctrl-Z or SIGSTOP.
     bool isStopped = false;
 
-    /// What the system lists for that Tavo or, when none runs, for any Tavo of this user; absent when it cannot be asked.
+    /// The system's list for that Tavo or, when none runs, for any Tavo of this user; absent when it cannot be asked.
     std::optional<std::vector<HeldAssertion>> held;
 
     /// Why it cannot be asked.
     std::string heldError;
 
-    /// The planned locks that Tavo says it could not take; empty when there are none. The system's list shows nothing of what
-    /// the desktop was asked.
+    /// Planned locks that Tavo says it could not take; empty when there are none. The system's list does not show
+    /// requests to the desktop.
     std::string assertionNotice;
 
     /// Whether the matched programs work, of a Tavo that stays awake only while they do.
@@ -43,7 +48,7 @@ struct StatusFacts {
     std::string machineNoun;
 };
 
-/// What is really held against what ought to be, in words for the user.
+/// Compares the locks really held with the planned ones, in words for the user.
 class StatusReport {
 public:
     explicit StatusReport(StatusFacts facts) : facts(std::move(facts)) {}
@@ -66,10 +71,10 @@ private:
     /// The part of plannedWhat() that is not held.
     std::vector<std::string> missing() const;
 
-    /// What differs between plan and truth, as a sentence; empty when nothing does.
+    /// The difference between the plan and the locks held, as a sentence; empty when there is none.
     std::string discrepancy() const;
 
-    /// Anything the user should know beyond the lines; empty when all is well.
+    /// Anything else that the user should know; empty when all is well.
     std::string notice() const;
     std::string heldText() const;
 

@@ -1,6 +1,6 @@
 #include "TavoControl/SystemChecks.h"
 
-#include "TavoControl/ConfigurationError.h"
+#include "TavoControl/ExitStatus.h"
 #include "app/StatusCopy.h"
 #include "base/ErrorText.h"
 #include "config/HistoryFile.h"
@@ -50,7 +50,7 @@ SystemCheck checkConfiguration(const TavoStoring& store) {
     std::error_code ignored; // a file that cannot be looked at was an error above
     return {.subject = "configuration",
             .finding =
-                std::filesystem::exists(path, ignored) ? path + " can be used" : "no file yet, the defaults hold"};
+                std::filesystem::exists(path, ignored) ? path + " can be used" : "no file yet; the defaults apply"};
 }
 
 constexpr const char* folderAdvice = "make it a folder that you may write to, or name another folder with --root.";
@@ -92,7 +92,7 @@ SystemCheck checkHistory(const TavoStoring& store) {
         return {.subject = "history",
                 .verdict = CheckVerdict::limited,
                 .finding = *problem,
-                .advice = "tavo keeps awake all the same, but tavoctl history will not know of it."};
+                .advice = "tavo still keeps awake, but tavoctl history will not show it."};
     }
     return {.subject = "history", .finding = "history.jsonl can be written"};
 }

@@ -10,11 +10,11 @@
 
 namespace tavo {
 
-/// How much it matters what a check found.
+/// The severity of a check's finding.
 enum class CheckVerdict {
     fine,
-    limited,     ///< Tavo works, with less than it could do
-    broken,      ///< Tavo cannot do what it is asked for until this is mended
+    limited,     ///< Tavo works, with less than its full function
+    broken,      ///< Tavo cannot work until this is fixed
     unavailable, ///< the system offers no means to stay awake, or refuses them
 };
 
@@ -34,7 +34,7 @@ struct SystemCheck {
     CheckVerdict verdict = CheckVerdict::fine;
     std::string finding;
 
-    /// What the user can do; empty when all is well.
+    /// The user's next step; empty when all is well.
     std::string advice;
 };
 

@@ -12,8 +12,8 @@ namespace tavo {
 
 namespace {
 
-// Control sequences of xterm, which the terminals of today share. Without automatic wrapping (mode 7) a line that is too long
-// ends at the edge. Mode 25 is the cursor.
+// Control sequences of xterm, which the terminals of today share. Without automatic wrapping (mode 7) a line that is
+// too long ends at the edge. Mode 25 is the cursor.
 constexpr const char* takeScreen = "\x1B[?1049h\x1B[?25l\x1B[?7l";
 constexpr const char* giveScreenBack = "\x1B[?7h\x1B[?25h\x1B[?1049l";
 constexpr const char* toTheTop = "\x1B[H";

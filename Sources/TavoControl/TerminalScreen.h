@@ -10,7 +10,8 @@
 
 namespace tavo {
 
-/// A terminal's second screen (xterm's private mode 1049), which is drawn as a whole, and leaves the first one as it was.
+/// A terminal's second screen (xterm's private mode 1049), which is drawn as a whole and leaves the first one
+/// unchanged.
 class TerminalScreen {
 public:
     /// Takes the screen. @param stream  a terminal; stays the caller's. @throws OutputError
@@ -18,13 +19,13 @@ public:
     TerminalScreen(const TerminalScreen&) = delete;
     TerminalScreen& operator=(const TerminalScreen&) = delete;
 
-    /// Gives the screen back.
+    /// Restores the first screen.
     ~TerminalScreen() { leave(); }
 
     /// Takes the screen again after leave(). @throws OutputError
     void enter();
 
-    /// Gives the screen back for as long as the program is stopped, or for good. Drops what was typed.
+    /// Restores the first screen while the program is stopped, or permanently. Discards typed input.
     void leave() noexcept;
 
     /// Shows these lines from the top and nothing below; what does not fit is left out. @throws OutputError

@@ -1,8 +1,8 @@
 #include "TavoControl/WatchCommand.h"
 
-#include "TavoControl/ExplanationSource.h"
+#include "TavoControl/Console.h"
+#include "TavoControl/ExplainCommand.h"
 #include "TavoControl/LocalTime.h"
-#include "TavoControl/ReaderWatch.h"
 #include "TavoControl/TerminalScreen.h"
 #include "app/AsioMainLoop.h"
 #include "app/ProcessSignals.h"
@@ -22,11 +22,11 @@ namespace tavo {
 
 namespace {
 
-/// Between two looks at what no file tells of: the power, the processes, what the system lists as held.
-constexpr std::chrono::seconds lookInterval{5};
+/// How often to refresh the facts that no file tells of: the power, the processes, the system's list of locks.
+constexpr std::chrono::seconds refreshInterval{5};
 
-/// After the first look, so that the share of the processor is known soon.
-constexpr std::chrono::seconds firstLookInterval{2};
+/// For the second time, so that the CPU use is known soon.
+constexpr std::chrono::seconds firstRefreshInterval{2};
 
 /// Identifies the version of a file that was read.
 std::string signatureOf(const std::filesystem::path& path) {
@@ -38,7 +38,7 @@ std::string signatureOf(const std::filesystem::path& path) {
     return fmt::format("{} {} {}", status.st_ino, status.st_size, status.st_mtime);
 }
 
-/// When it was evaluated and when that follows again: the part that changes with the clock.
+/// When the last evaluation was and when the next one is due: the part that changes with the clock.
 std::string clockText(const ExplanationFacts& facts, TimePoint now) {
     const auto& snapshot = facts.status.snapshot;
     if (!facts.status.runningProcessID) {
@@ -65,7 +65,7 @@ public:
         : json(options.json), paths(store.paths()), source(store, platform), console(stdout) {}
 
     void run() {
-        look(); // a configuration that cannot be used is said on the ordinary screen
+        refresh(); // reports an unusable configuration on the ordinary screen
         handleSignals();
         if (!json && isatty(STDOUT_FILENO) == 1) {
             screen.emplace(stdout);
@@ -99,7 +99,7 @@ private:
             if (screen) {
                 screen->enter();
             }
-            look();
+            refresh();
             show();
         });
     }
@@ -118,9 +118,10 @@ private:
     void waitASecond() {
         timer = loop->startTimer(1.0, [this] {
             guarded([this] {
-                const auto interval = looks < 2 ? firstLookInterval : lookInterval;
-                if (signature() != lastSignature || loop->now() - lastLook >= interval || loop->now() < lastLook) {
-                    look();
+                const auto interval = refreshCount < 2 ? firstRefreshInterval : refreshInterval;
+                if (signature() != lastSignature || loop->now() - lastRefresh >= interval ||
+                    loop->now() < lastRefresh) {
+                    refresh();
                 }
                 show();
                 waitASecond();
@@ -133,11 +134,11 @@ private:
                signatureOf(paths.lockURL());
     }
 
-    void look() {
+    void refresh() {
         lastSignature = signature();
-        lastLook = loop->now();
-        explanation.emplace(source.look());
-        ++looks;
+        lastRefresh = loop->now();
+        explanation.emplace(source.collect());
+        ++refreshCount;
     }
 
     void show() {
@@ -158,7 +159,7 @@ private:
         return lines;
     }
 
-    /// The share of the processor changes at every look, and is no change of its own.
+    /// The CPU use differs every time, which is no change worth a line.
     Json withoutShares() const {
         auto facts = explanation->given();
         for (auto& tree : facts.trees) {
@@ -203,12 +204,12 @@ private:
     std::optional<Explanation> explanation;
     std::optional<Json> lastPrinted;
     std::string lastSignature;
-    TimePoint lastLook;
-    int looks = 0;
+    TimePoint lastRefresh;
+    int refreshCount = 0;
     std::exception_ptr failure;
     std::optional<TerminalScreen> screen;
 
-    /// Last, so that it tells of nothing while the rest is being destroyed.
+    /// Last, so that it calls nothing while the rest is being destroyed.
     std::optional<ReaderWatch> readerWatch;
 };
 

@@ -1,6 +1,5 @@
-#include "TavoControl/CommandLine.h"
-#include "TavoControl/ConfigurationError.h"
 #include "TavoControl/Console.h"
+#include "TavoControl/ControlCommandLine.h"
 #include "TavoControl/DoctorCommand.h"
 #include "TavoControl/ExecCommand.h"
 #include "TavoControl/ExitStatus.h"
@@ -41,7 +40,7 @@ int carryOut(const Invocation& invocation, const char* calledAs, const Inherited
             if constexpr (std::is_same_v<Options, RunOptions>) {
                 return runInForeground(options, store, std::move(platform));
             } else if constexpr (std::is_same_v<Options, ExecOptions>) {
-                // That of the command, which may be any number.
+                // The command's status, which may be any number.
                 return static_cast<ExitStatus>(runCommandAwake(options, store, std::move(platform), conditions));
             } else if constexpr (std::is_same_v<Options, StatusOptions>) {
                 return printStatus(options, *store, platform);
@@ -83,13 +82,13 @@ ExitStatus printUsage(const UsageReply& usage) {
 void openClosedStreams() {
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         if (fcntl(stream, F_GETFD) < 0) {
-            // The lowest free number. Nothing can be written to the output, which is then said.
+            // open() takes the lowest free number. A write to the output then fails, and that is reported.
             open("/dev/null", stream == STDERR_FILENO ? O_WRONLY : O_RDONLY);
         }
     }
 }
 
-/// The system's own words for a folder that cannot be made do not say that it is the home which is missing.
+/// The system's error for a folder that cannot be made does not say that the home is missing.
 std::string homeNote(const std::variant<Invocation, UsageReply>& parsed, const std::exception& error) {
     const auto* const invocation = std::get_if<Invocation>(&parsed);
     if (invocation == nullptr || invocation->root || dynamic_cast<const std::system_error*>(&error) == nullptr) {
@@ -103,7 +102,7 @@ int runProgram(int count, const char* const* values, const InheritedConditions& 
     // A parent that ignores this signal would have the kernel reap our children before we can ask how they ended.
     std::signal(SIGCHLD, SIG_DFL);
     restrictBusAddresses();
-    // A reader that has gone is noticed where a line is written, and does not end what is half done.
+    // A reader that has gone is noticed at the next write, and does not interrupt an operation halfway.
     std::signal(SIGPIPE, SIG_IGN);
     const auto parsed = parseCommandLine(count, values);
     try {

@@ -1,6 +1,6 @@
-# Usage: check.bash NAME FOLDER, as root in a machine that has that desktop and Tavo. Starts a session of an ordinary user, has
-# Tavo keep the machine awake in it, and asks the desktop and logind what they know of that. Prints what it sees; pictures and
-# the words of the programs go to FOLDER. Fails when anything was not as it should be.
+# Usage: check.bash NAME FOLDER, as root in a machine that has that desktop and Tavo. Starts a session of an ordinary
+# user, has Tavo keep the machine awake in it, and asks the desktop and logind what they know of that. Prints its
+# findings; pictures and the programs' output go to FOLDER. Fails when anything was not as it should be.
 folder=$2
 desktop=$1
 desktops=$(cd "$(dirname "$0")" && pwd)
@@ -26,8 +26,8 @@ check() {
     fi
 }
 
-# becomeInSession COMMAND...: makes this shell COMMAND, a program as the desktop starts it: of the user, in the session, and with
-# what the desktop has put into its environment.
+# becomeInSession COMMAND...: replaces this shell by COMMAND, a program as the desktop starts it: of the user, in the
+# session, and with the desktop's environment.
 becomeInSession() {
     echo "$BASHPID" >"/sys/fs/cgroup$sessionGroup/cgroup.procs"
     cd "$home" || exit
@@ -57,7 +57,7 @@ beginSession() {
     mapfile -d '' -t environment < <(grep -zv '^WAYLAND_SOCKET=' "/proc/$(processOf "$panelProgram")/environ")
 }
 
-# Nothing else can be looked at without a session.
+# Nothing else can be checked without a session.
 giveUp() {
     say "FAILED: $1; the desktop's last words are:"
     tail -n 20 "$folder/session.log"
@@ -91,15 +91,15 @@ beginTavo() {
 }
 tavoctl() { inSession "$TAVO_BIN/tavoctl" "$@"; }
 
-# Of a list that cannot be read, neither is true.
+# Neither is true when the list cannot be read.
 logindLists() { [ -n "$(heldByTavo)" ]; }
 logindListsNothing() { local list; list=$(heldByTavo) && [ -z "$list" ]; }
 desktopLists() { listedByDesktop | grep -qw tavo; }
 desktopListsNothing() { local list; list=$(listedByDesktop) && ! grep -qw tavo <<<"$list"; }
 mentionsDesktop() { tavoctl status | grep -q 'the desktop may suspend'; }
 
-# trayItem: the bus name and the path of Tavo's item, as the tray's host has registered it: one after the other, on GNOME with a
-# "@" between.
+# trayItem: the bus name and the path of Tavo's item, as the tray's host has registered it: one after the other, on
+# GNOME with a "@" between.
 trayItem() {
     local item owner
     for item in $(userBus get-property org.kde.StatusNotifierWatcher /StatusNotifierWatcher org.kde.StatusNotifierWatcher \
@@ -111,7 +111,8 @@ trayItem() {
 hasTrayItem() { [ -n "$(trayItem)" ]; }
 hasNoTrayItem() { ownsName org.kde.StatusNotifierWatcher && ! hasTrayItem; }
 
-# activateTrayItem: what the tray's host does at a click; the pointer is there then, and the panel opens beside it.
+# activateTrayItem: activates the item as the tray's host does at a click, with the pointer there; the panel opens
+# beside it.
 activateTrayItem() {
     local name path
     [ "$sessionType" != x11 ] || inSession xdotool mousemove "${trayAt[@]}"

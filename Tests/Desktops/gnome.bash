@@ -16,7 +16,7 @@ prepareHome() {
 
 isPowerManagerThere() { ownsName org.gnome.SessionManager; }
 
-# It begins with an overview of all windows, and does not take it well to be asked for less before that is there.
+# It begins with an overview of all windows, and misbehaves when asked to leave that before it is there.
 hasOverview() { [ "$(userBus get-property org.gnome.Shell /org/gnome/Shell org.gnome.Shell OverviewActive)" = 'b true' ]; }
 showDesktop() {
     waitUntil 60 hasOverview || true

@@ -1,5 +1,5 @@
-# Usage: session.bash NAME. The session of an ordinary user on that desktop, as a display manager starts it; it lasts as long
-# as this does. Xvfb is the screen of an X11 desktop.
+# Usage: session.bash NAME. The session of an ordinary user on that desktop, as a display manager starts it; it lasts as
+# long as this does. Xvfb is the screen of an X11 desktop.
 set -euo pipefail
 # waitUntil SECONDS COMMAND..., hasEnded PID
 # shellcheck source=scripts/waiting.bash

@@ -1,4 +1,4 @@
-# A run that was given an end ends by itself: it holds nothing any more, says why, and its exit status is 0.
+# A run with a bound ends by itself: it releases its lock, says why, and exits with 0.
 . "$(dirname "$0")/machine.bash"
 
 root=$(mktemp -d)/tavo
@@ -13,6 +13,7 @@ expectEnd() {
     expectContains "$(tail -n 1 "$root.out")" "  ended: $1" "the last line printed"
     expectEqual '' "$(cat "$root.err")" "standard error"
     expectWithin "$soon" stateSays "$root" disabled
+    expectContains "$("$TAVO_BIN/tavoctl" --root "$root" history --json)" "\"text\": \"$1\"" "the end in the history"
 }
 
 beginRun "$root" --always --for 8s
@@ -20,7 +21,7 @@ expectHeld 'sleep:idle block'
 expectContains "$(cat "$root.out")" "; until " "the line printed"
 expectEnd "the 8s are over"
 
-# In a place of its own, which no test machine is set to.
+# In a time zone of its own, which no test machine is set to.
 export TZ=IST-05:30
 beginRun "$root" --always --until "$(date -d '+2 minutes' +%H:%M)"
 expectHeld 'sleep:idle block'
@@ -40,7 +41,7 @@ expectEqual 'sleep:idle block' "$(heldByTavo)" "locks after the end of one of tw
 kill "$second"
 expectEnd "the last of 2 processes has ended"
 
-# A stopped process runs.
+# A stopped process counts as running.
 sleep infinity &
 stopped=$!
 kill -s STOP "$stopped"
@@ -53,7 +54,7 @@ wait "$run"
 expectContains "$(tail -n 1 "$root.out")" "\"ended\":\"process $stopped has ended\"" "the last object printed"
 expectHeld ''
 
-# Nothing is held for what makes no sense.
+# Bounds that make no sense are refused, and nothing is held.
 refused() {
     local said
     said=$(expectStatus 64 "$TAVO_BIN/tavoctl" --root "$root.refused" run "${@:2}" 2>&1) || fail "$said"

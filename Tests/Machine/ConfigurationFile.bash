@@ -25,7 +25,7 @@ echo '{ "isEnabled": 1 }' >"$config"
 reevaluate
 saysWhy() { grep -q 'config.json cannot be used.*isEnabled' "$root.out"; }
 expectWithin "$soon" saysWhy
-holds tavo 'sleep:idle block' || fail "a broken file let go of the lock"
+holds tavo 'sleep:idle block' || fail "a broken file released the lock"
 endRun TERM
 expectEqual '{ "isEnabled": 1 }' "$(cat "$config")" config.json
 

@@ -42,15 +42,15 @@ for how in 'xdotool key Escape' 'xdotool mousemove 100 600 click 1'; do
 done
 holds tavo 'sleep:idle block' || fail "closing the panel did something"
 
-# Closed, it goes on; a second start brings the window back and ends at once.
+# It goes on with its window closed; a second start brings the window back and ends at once.
 xdotool windowactivate --sync "$(settingsWindow)" key alt+F4
 expectWithin 10 not isShown settingsWindow
 kill -0 "$app" || fail "closing the window ended the app"
 expectStatus 0 "$TAVO_BIN/tavo" --root "$root"
 expectWithin 10 isShown settingsWindow
-holds tavo 'sleep:idle block' || fail "the second start let go"
+holds tavo 'sleep:idle block' || fail "the second start released the lock"
 
-# What is changed in a terminal is shown, unless there are unsaved edits here: a click on the switch for the closed lid.
+# The window follows a change made in a terminal, unless it has unsaved edits: a click on the switch for the closed lid.
 settings() { "$TAVO_BIN/tavoctl" --root "$root" "$@"; }
 settings preset codex >/dev/null
 expectHeld ''
@@ -61,7 +61,7 @@ expectContains "$(settings set batteryCutoffPercent 33)" "has unsaved edits" "wh
 xdotool windowactivate --sync "$(settingsWindow)" key Escape
 expectWithin 10 not unsavedIsNoted
 
-# What a screen reader finds.
+# The tree that a screen reader reads.
 treeIsThere() { "$TAVO_BIN/accessible-tree" tavo >"$root.tree" 2>/dev/null && grep -q 'keep awake on battery' "$root.tree"; }
 expectWithin 20 treeIsThere
 # Later releases call a push button a button.

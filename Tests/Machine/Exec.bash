@@ -1,4 +1,4 @@
-# A command that runs through tavoctl keeps the computer awake and notices nothing else of it.
+# A command that runs through tavoctl keeps the computer awake, and otherwise runs as if it had been started directly.
 . "$(dirname "$0")/machine.bash"
 
 work=$(mktemp -d)
@@ -53,7 +53,7 @@ wait "$first" || fail "the first command failed"
 expectHeld ''
 expectEqual '' "$(cat "$work/err")" "standard error"
 
-# Signals go to the command, and its end is the end.
+# Signals go to the command, and tavoctl ends with it.
 for signal in TERM HUP USR1 USR2; do
     beginExec -- bash -c "trap 'exit 42' $signal; touch '$work/begun'; while :; do sleep 0.05; done"
     kill -s "$signal" "$exec"
@@ -63,7 +63,7 @@ for signal in TERM HUP USR1 USR2; do
 done
 expectHeld ''
 
-# Killed, it leaves no lock; the command is nobody's prisoner and runs on.
+# A killed tavoctl leaves no lock, and the command runs on.
 beginExec -- sh -c "echo \$\$ >'$work/pid'; $(waitsFor "$work/three")"
 expectHeld "$both"
 kill -s KILL "$exec"
@@ -72,7 +72,7 @@ hasEnded "$(cat "$work/pid")" && fail "the command went, too"
 touch "$work/three"
 expectWithin 20 hasEnded "$(cat "$work/pid")"
 
-# Stopped by somebody else than a terminal, and continued: the lock goes and comes back.
+# Stopped by another process and not by a terminal, then continued: the lock is released and taken again.
 beginExec -- sh -c "echo \$\$ >'$work/pid'; $(waitsFor "$work/four")"
 expectHeld "$both"
 kill -s STOP "$(cat "$work/pid")"

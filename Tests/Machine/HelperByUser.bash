@@ -37,13 +37,13 @@ expectEqual 'data {"ok":{}}' "$(asAlice bash /run/lid.bash)" "answer to alice"
 expectWithin "$soon" nothingInForce
 expectEqual 'data {"pong":{}}' "$(client send '{"ping":{}}')" "answer to root"
 
-# For nobody else, before a word is read.
+# For nobody else: the connection is refused before a word is read.
 refusal=$(runWithoutSession mallory bash /run/lid.bash)
 expectContains "$refusal" "message the privileged helper does not serve this user (user id $(id -u mallory))." "mallory"
 expectNothingInForce
 expectContains "$(runWithoutSession mallory "$TAVO_BIN/tavoctl" helper status)" "does not answer" "status for mallory"
 
-# What alice asked for ends with her process.
+# alice's override ends with her process.
 cat >/run/stay.bash <<'STAY'
 exec "$TAVO_BIN/tavoctl" run --always --lid closed
 STAY

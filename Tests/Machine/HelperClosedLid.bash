@@ -1,5 +1,5 @@
-# The lid is closed already when the last override ends: the machine is asked to sleep where nobody else would ask. A machine
-# without a lid needs a stand-in for logind, on a bus of its own.
+# The lid is closed already when the last override ends: the machine is asked to sleep where nobody else would ask. A
+# machine without a lid needs a stand-in for logind, on a bus of its own.
 . "$(dirname "$0")/machine.bash"
 . "$(dirname "$0")/helper.bash"
 
@@ -10,7 +10,7 @@ bus=$!
 expectWithin "$soon" test -S /run/stand-in/bus
 state=/run/stand-in/state
 
-# lidIs PROPERTY=VALUE...: what the stand-in answers, beside what is common to all.
+# lidIs PROPERTY=VALUE...: the stand-in's answers, besides those common to all tests.
 lidIs() {
     local closed=true docked=false external=false blocked=handle-lid-switch assignment
     for assignment in "$@"; do local "$assignment"; done
@@ -53,7 +53,8 @@ for situation in closed=false docked=true blocked=sleep:handle-lid-switch blocke
     expectNeverWithin 1 hasAsked Suspend
 done
 
-# Given back and asked for again at once, as by a Tavo whose plan changes: with the lid closed nothing happens in between.
+# An override that ends and begins again at once, as when Tavo's plan changes: with the lid closed nothing happens in
+# between.
 lidIs
 rm -f "$state.calls"
 exec {plans}> >(exec "$TAVO_BIN/helper-client" plans >/run/stand-in/plans.out)
@@ -63,7 +64,7 @@ expectContains "$(cat /run/systemd/logind.conf.d/*)" "HandleLidSwitchExternalPow
 exec {plans}>&-
 expectWithin "$soon" hasAsked Suspend
 
-# Stopped with the lid closed: undone, and the machine goes to sleep.
+# The helper stopped with the lid closed: the override ends, and the machine goes to sleep.
 rm -f "$state.calls"
 beginHold all
 kill -s TERM "$helper"

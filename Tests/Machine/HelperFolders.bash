@@ -1,4 +1,5 @@
-# Root installs only where root alone may write, only what it was asked to install, and leaves nothing behind when it is ended.
+# Root installs only where root alone may write, only what it was asked to install, and leaves nothing behind when it is
+# ended.
 . "$(dirname "$0")/machine.bash"
 . "$(dirname "$0")/helper.bash"
 

@@ -1,10 +1,10 @@
-# An override ends with the process that asked for it, whatever happens to whom.
+# An override ends with the process that asked for it, whether Tavo, the helper or both are killed.
 . "$(dirname "$0")/machine.bash"
 . "$(dirname "$0")/helper.bash"
 
 root=/run/tavo-files
 
-# Without the helper the error is said, with the command that helps.
+# Without the helper, the error names the command that installs it.
 status=0
 control --root "$root" run --always --lid closed >/dev/null 2>/run/err || status=$?
 expectEqual 1 "$status" "exit status without the helper"
@@ -21,14 +21,14 @@ for lid in closed both; do
     expectWithin "$soon" nothingInForce
 done
 
-# Killed: the lock and the setting are back.
+# Tavo killed: the lock is released and the setting is the configured one again.
 beginRun "$root" --always --lid closed
 expectWithin "$soon" lidActionsAre "ignore ignore"
 kill -s KILL "$run"
 expectWithin "$soon" nothingInForce
 expectHeld ""
 
-# The helper killed: in force again with the next one, for as long as Tavo lives.
+# The helper killed: its next start restores the override, for as long as Tavo runs.
 beginRun "$root" --always --lid closed
 expectWithin "$soon" lidActionsAre "ignore ignore"
 before=$(helperProcess)
@@ -41,7 +41,7 @@ kill -0 "$run" || fail "tavoctl run has ended"
 endRun TERM
 expectWithin "$soon" nothingInForce
 
-# The helper restarted by hand, as an upgrade does: nothing changes for a Tavo that lives, and nobody has to tell it.
+# The helper restarted by hand, as an upgrade does: nothing changes for a running Tavo, which need not be told.
 beginRun "$root" --always --lid closed
 expectWithin "$soon" lidActionsAre "ignore ignore"
 before=$(helperProcess)
@@ -51,7 +51,7 @@ expectWithin "$soon" helperIsBack
 kill -s KILL "$run"
 expectWithin "$soon" nothingInForce
 
-# The helper killed while one process lives and another does not any more.
+# The helper killed while one process still runs and another has exited.
 beginHold battery
 heldBattery=$holder heldInput=$keepHolding
 beginHold ac
@@ -72,7 +72,7 @@ kill -s KILL "$(helperProcess)" "$run"
 expectWithin "$soon" nothingInForce
 expectWithin "$soon" helperStateIs ready
 
-# The helper stopped: everything is undone. A Tavo that is told to look around has it in force again once it is back.
+# The helper stopped: every override ends. Once it runs again, a Tavo that is told to refresh begins its override anew.
 beginRun "$root" --always --lid closed
 expectWithin "$soon" lidActionsAre "ignore ignore"
 systemctl stop "$helperUnit"
@@ -82,7 +82,7 @@ systemctl start "$helperUnit"
 reevaluate
 expectWithin "$soon" lidActionsAre "ignore ignore"
 
-# Installed anew while a Tavo runs: the override is back without a restart of Tavo.
+# Installed again while a Tavo runs: the override is back without a restart of Tavo.
 control --root "$root" helper install
 expectWithin "$soon" lidActionsAre "ignore ignore"
 kill -0 "$run" || fail "tavoctl run has ended"

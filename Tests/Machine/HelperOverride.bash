@@ -1,4 +1,5 @@
-# As root, the helper is installed, an override for each scope is exactly that while it lasts, and nothing is left of it.
+# As root, the helper is installed, an override for each scope is exactly that while it lasts, and nothing is left of
+# it.
 . "$(dirname "$0")/machine.bash"
 . "$(dirname "$0")/helper.bash"
 
@@ -23,7 +24,7 @@ battery ignore suspend
 all ignore ignore
 SCOPES
 
-# What was configured before is what comes back, and what external power follows is the configured one.
+# The end of an override restores a setting that was configured before, and external power, which follows it, keeps it.
 mkdir -p /etc/systemd/logind.conf.d
 printf '[Login]\nHandleLidSwitch=lock\n' >/etc/systemd/logind.conf.d/90-own.conf
 systemctl kill --signal=HUP systemd-logind.service
@@ -34,7 +35,7 @@ endHold
 expectWithin "$soon" lidActionsAre "lock -"
 expectContains "$(cat /etc/systemd/logind.conf.d/90-own.conf)" "HandleLidSwitch=lock" "the own file"
 
-# A setting that comes after the helper's: found out, said, undone.
+# A drop-in that sorts after the helper's wins: the helper notices, refuses the override and removes its own.
 printf '[Login]\nHandleLidSwitch=suspend\n' >/etc/systemd/logind.conf.d/zzzz.conf
 reply=$(client send '{"setSleepDisabled":{"scope":"all","disabled":true}}')
 expectContains "$reply" "HandleLidSwitch=suspend" "what logind reports"

@@ -1,4 +1,4 @@
-# The helper serves root always, and its user only while logged in or lingering; what a user has asked for ends with that.
+# The helper always serves root, and its user only while logged in or lingering; the user's overrides end at the logout.
 . "$(dirname "$0")/machine.bash"
 . "$(dirname "$0")/helper.bash"
 
@@ -19,7 +19,7 @@ expectNothingInForce
 expectEqual 'data {"ok":{}}' "$(runInSession alice bash /run/ask.bash)" "answer in a session"
 expectWithin "$soon" nothingInForce
 
-# A program that stays behind when its session ends: the override goes, and the program lives.
+# A program that outlives its session: its override ends, and the program runs on.
 cat >/run/stay.bash <<'STAY'
 mkfifo /tmp/stay.in
 setsid "$TAVO_BIN/helper-client" hold all </tmp/stay.in >/tmp/stay.out 2>&1 &
@@ -59,7 +59,7 @@ expectWithin "$soon" hasContent /run/lingering.out
 expectEqual '{"ok":{}}' "$(cat /run/lingering.out)" "answer while lingering"
 expectEqual "ignore suspend" "$(lidActions)" "the lid while lingering"
 
-# A restart of logind's changes nothing, and one of the helper's neither.
+# A restart of logind changes nothing, nor does one of the helper.
 systemctl restart systemd-logind.service
 before=$(helperProcess)
 systemctl restart "$helperUnit"

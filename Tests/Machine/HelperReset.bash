@@ -1,4 +1,4 @@
-# The helper removes itself when it is asked to; one that differs from the build's is not trusted to.
+# The helper removes itself when asked; one that differs from the build's is not trusted to.
 . "$(dirname "$0")/machine.bash"
 . "$(dirname "$0")/helper.bash"
 
@@ -20,7 +20,7 @@ expectContains "$(control helper reset)" "has removed itself" "reset"
 isGone || fail "something is left after a reset"
 expectStatus 1 control helper reset 2>/dev/null
 
-# Asked by many at once: one removal, whatever comes of it.
+# Many requests at once are one removal.
 control helper install
 process=$(helperProcess)
 requests=()

@@ -18,14 +18,15 @@ expectStatus 0 "$inMachine" busctl status org.freedesktop.PolicyKit1 >/dev/null
 expectEqual "" "$("$inMachine" sh -c 'ls -A /sys/power 2>/dev/null; grep " /sys " /proc/mounts | grep -w rw')" \
     "what of the kernel's power states can be written"
 
-# Whatever the command changes is thrown away.
+# The command's changes are thrown away.
 expectStatus 0 "$inMachine" sh -c 'echo x >/etc/tavo-was-here; echo x >/tmp/tavo-was-here; useradd --create-home tavo-was-here'
 for path in /etc/tavo-was-here /tmp/tavo-was-here /home/tavo-was-here; do
     [ ! -e "$path" ] || fail "$path stayed"
 done
 expectEqual "" "$(grep tavo-was-here /etc/passwd)" "accounts"
 
-# Another system than this one: a layer over this one, with a file more. The mount is nowhere else, and gone with its command.
+# Another system than this one: a layer over this one with one more file. The mount is visible nowhere else, and ends
+# with the command.
 mkdir -p "$scratch"/{system,work,upper/etc}
 touch "$scratch/upper/etc/tavo-other-system"
 other=(unshare --mount --propagation private bash -euc '

@@ -1,4 +1,4 @@
-# No logind on the machine: said plainly, and at no moment a word of being awake.
+# No logind on the machine: every command says so, and none ever claims to keep awake.
 . "$(dirname "$0")/machine.bash"
 
 if [ "$(id -u)" -ne 0 ]; then

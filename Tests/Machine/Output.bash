@@ -1,4 +1,4 @@
-# Output that nobody gets is an error of every command, and a reader that has gone is noticed at once.
+# Output that cannot be written is an error of every command, and a reader that has gone is noticed at once.
 . "$(dirname "$0")/machine.bash"
 
 root=$(mktemp -d)/tavo
@@ -38,7 +38,7 @@ expectWithin "$soon" hasEnded "$run"
 wait "$run" || fail "exit status $?: $(cat "$root.err")"
 expectEqual '' "$(cat "$root.err")" "standard error"
 
-# On a narrow terminal no line is longer than that, but for words that are.
+# On a narrow terminal no line is longer than the terminal, except for longer words.
 script -qc "stty cols 40; NO_COLOR=1 '$TAVO_BIN/tavoctl' --root '$root' doctor" /dev/null </dev/null | tr -d '\r' >"$root.narrow"
 grep -q 'process table' "$root.narrow" || fail "doctor printed: $(cat "$root.narrow")"
 while IFS= read -r line; do
@@ -46,7 +46,7 @@ while IFS= read -r line; do
     [ ${#line} -le 40 ] || [[ $text != *' '* ]] || fail "too long: $line"
 done <"$root.narrow"
 
-# A home that is not there, and a limit that is too low, are named by whoever stumbles over them and by doctor.
+# A missing home and too low a limit are named by the commands that need them and by doctor.
 shared=$(mktemp -d)
 cp "$TAVO_BIN/tavoctl" "$TAVO_BIN/tavo-inhibit" "$shared"
 chmod -R a+rX "$shared"
@@ -66,7 +66,7 @@ for command in 'run --always' doctor; do
         "this process may have only 10 files open at once" "words of $command with ten descriptors"
 done
 
-# What stands in the way of the folder is named, and doctor agrees with what changes it.
+# An obstacle to making the folder is named, and doctor names the same one as the commands that write there.
 ln -s /nowhere/at/all "$root.link"
 for folder in "$root.link" "$root.link/below"; do
     expectContains "$("$TAVO_BIN/tavoctl" --root "$folder" enable 2>&1)" "$root.link is a link to /nowhere/at/all" "words of enable"

@@ -1,4 +1,4 @@
-# A change of the power supply is acted on when the kernel tells of it: no signal, no minute.
+# A change of the power supply is acted on as soon as the kernel reports it, without a signal or a minute's wait.
 . "$(dirname "$0")/machine.bash"
 requireMachine "$0"
 
@@ -17,12 +17,12 @@ setPower 0 Discharging 79
 tell kernel
 expectHeld 'idle block'
 
-# Another percent is no reason to do anything, and reaching the floor is.
+# One percent less changes nothing; reaching the floor does.
 setPower 0 Discharging 31
 tell kernel
-holds tavo 'idle block' || fail "let go above the floor"
+holds tavo 'idle block' || fail "released above the floor"
 setPower 0 Discharging 30
-# Somebody who is not the kernel says the same: nothing happens, however long one waits.
+# The same event from a process and not from the kernel is ignored.
 tell port
 expectNeverWithin 1 holds tavo ''
 tell kernel

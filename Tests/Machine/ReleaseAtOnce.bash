@@ -1,4 +1,4 @@
-# The lock goes within a second of the last watched process, every time, and nothing is left of the watching.
+# The lock is released within a second of the last watched process, every time, and no watch is left behind.
 . "$(dirname "$0")/machine.bash"
 
 rounds=50
@@ -47,7 +47,7 @@ for ((round = 1; round <= rounds; ++round)); do
     took=$(($(microseconds) - start))
     [ "$took" -le "$slowest" ] || slowest=$took
     expectHeld ''
-    # The first round brings what stays for good.
+    # The first round opens the descriptors that are kept.
     [ -n "$before" ] || before=$(descriptors)
 done
 echo "slowest of $rounds: $slowest microseconds"

@@ -1,5 +1,5 @@
-# Root with a user's environment, as sudo -E and su leave it, does nothing in that user's folders: no link leads it elsewhere,
-# no file changes hands, no program of the user's is run.
+# Root with a user's environment, as sudo -E and su leave it, does nothing in that user's folders: no link leads it
+# elsewhere, no file changes its owner, no program of the user's is run.
 . "$(dirname "$0")/machine.bash"
 . "$(dirname "$0")/helper.bash"
 
@@ -7,7 +7,7 @@ createUser alice
 echo 'alice ALL=(ALL) NOPASSWD: SETENV: ALL' >/etc/sudoers.d/alice
 chmod 440 /etc/sudoers.d/alice
 
-# Everything that a user can prepare: links to root's files, and a bus address that names a program.
+# Everything that a user could prepare: links to root's files, and a bus address that names a program.
 folder=~alice/.config/Tavo
 cat >/run/prepare.bash <<'PREPARE'
 mkdir -p ~/.config/Tavo ~/.config/autostart ~/bin
@@ -74,7 +74,7 @@ $(id -u alice)): run tavo as the user who owns it, or name a folder of root's ow
     rm -r ~root/.config/Tavo
 done
 
-# It holds its lock, and tells no desktop.
+# It holds its lock, and asks no desktop.
 bash -c '. /run/environment.bash; unset DBUS_SYSTEM_BUS_ADDRESS; exec "$TAVO_BIN/tavoctl" run --always' \
     >/run/out 2>/run/err </dev/null &
 run=$!
@@ -83,7 +83,8 @@ stateSays ~root/.config/Tavo active || fail "root's state lies elsewhere"
 endRun TERM
 expectNothingPlanted "tavoctl run"
 
-# The helper is installed for alice, her configuration is left alone, and nothing is staged in a folder of hers or root's.
+# The helper is installed for alice, her configuration is left alone, and nothing is staged in a folder of hers or
+# root's.
 rm -rf ~root/.config/Tavo
 said=$(withSudo env -u DBUS_SYSTEM_BUS_ADDRESS "$TAVO_BIN/tavoctl" helper install) || fail "no installation: $said"
 expectContains "$said" "the configuration of the user who called sudo is left as it is" "the installation"

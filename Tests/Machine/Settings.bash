@@ -1,4 +1,4 @@
-# What is changed in one place is in force in another.
+# A setting that one command changes takes effect in the running Tavo.
 . "$(dirname "$0")/machine.bash"
 
 root=$(mktemp -d)/tavo
@@ -11,7 +11,7 @@ expectContains "$(cat "$root.out")" "$switchedOff" "what the run said"
 expectContains "$(settings match --executable codex)" "$switchedOff" "what match said"
 settings preset always >/dev/null
 
-# The command returns when the change is in force: the lock is there already.
+# The command returns once the change has taken effect: the lock is held already.
 settings enable >/dev/null
 expectEqual 'sleep:idle block' "$(heldByTavo)" "after enable"
 
@@ -24,7 +24,7 @@ expectContains "$said" "waiting for codex: starts when codex runs" "what preset 
 expectContains "$said" "running (process id $run)" "what preset printed"
 "$folder/codex" 1000 &
 watched=$!
-# Until it has become that program, it is this one.
+# Until exec has happened, it is still this program.
 isCodex() { tr '\0' ' ' <"/proc/$watched/cmdline" | grep -q "^$folder/codex"; }
 expectWithin "$soon" isCodex
 reevaluate
@@ -45,7 +45,7 @@ expectEqual '' "$(heldByTavo)" "after match"
 settings set trigger.preset always >/dev/null
 expectEqual 'sleep:idle block' "$(heldByTavo)" "after set"
 
-# Refused, the file and what is in force stay.
+# A refused change leaves the file and the running Tavo as they were.
 before=$(cat "$root/config.json")
 expectStatus 64 settings set batteryCutoffPercent 0 2>/dev/null
 expectStatus 64 settings set pollIntervalSeconds 5 2>/dev/null
@@ -61,17 +61,17 @@ wait "$one"
 expectEqual 41 "$(settings get batteryCutoffPercent)" cutoff
 expectEqual acOnly "$(settings get powerSourcePolicy)" policy
 
-# A request for a window is nothing to a run without one.
+# A run without a window ignores a request to show it.
 kill -s USR2 "$run"
 settings set powerSourcePolicy any >/dev/null
 kill -0 "$run" || fail "the run has ended"
 
-# A stopped process cannot follow: that is said, and the change is there.
+# A stopped process cannot follow: the command says so, and the change is saved.
 kill -s STOP "$run"
 status=0
 message=$(settings disable 2>&1 >/dev/null) || status=$?
 expectEqual 1 "$status" "status while nobody follows"
-expectContains "$message" "is stopped, and takes it up when it is continued" "what is said then"
+expectContains "$message" "is stopped, and follows once it is continued" "the message"
 expectEqual false "$(settings get isEnabled)" isEnabled
 kill -s CONT "$run"
 expectHeld ''

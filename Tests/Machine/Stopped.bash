@@ -1,4 +1,4 @@
-# A stopped run keeps nothing awake: nobody would notice any more that its reason has gone.
+# A stopped run keeps nothing awake: it would not notice that its reason has gone.
 . "$(dirname "$0")/machine.bash"
 
 root=$(mktemp -d)/tavo
@@ -22,7 +22,7 @@ kill -s CONT -- "-$run"
 expectHeld 'sleep:idle block'
 expectWithin "$soon" not_isStopped
 
-# This one cannot be caught. The lock stays, and the status says why that is not as planned.
+# SIGSTOP cannot be caught. The lock stays, and the status says why that is not as planned.
 kill -s STOP "$run"
 expectWithin "$soon" isStopped
 expectEqual 'sleep:idle block' "$(heldByTavo)" "locks after SIGSTOP"

@@ -1,4 +1,4 @@
-# What counts in the end: the machine does not suspend while Tavo holds, and does when it lets go.
+# The machine does not suspend while Tavo holds its lock, and does once the lock is released.
 . "$(dirname "$0")/machine.bash"
 
 suspends=/run/suspends

@@ -1,5 +1,5 @@
-# The icon in a tray that draws icons itself, which comes after the app and comes back: under X11, and under Wayland where
-# there is a compositor to try it with.
+# The icon in a tray that draws icons itself, which comes after the app and comes back: under X11, and under Wayland
+# where there is a compositor to try it with.
 . "$(dirname "$0")/machine.bash"
 . "$(dirname "$0")/desktop.bash"
 beginDesktop withoutTray
@@ -42,7 +42,7 @@ tryWith() {
     hasTaken() { grep -qs '"window":true' "$root/tavo.lock"; }
     expectWithin 20 hasTaken
 
-    # Neither a watcher that has no host yet, nor the lack of both, has it give up.
+    # It gives up neither when there is no watcher nor when the watcher has no host yet.
     beginHost
     expectNeverWithin 2 hasItem
     kill -USR1 "$host"
@@ -70,7 +70,7 @@ activate() {
 
 tryWith x11
 
-# The panel opens where the pointer is, which has just clicked: here, above a bar at the bottom of the screen.
+# The panel opens where the pointer has just clicked: here, above a bar at the bottom of the screen.
 xdotool mousemove 400 690
 activate
 expectWithin 10 isShown panelWindow

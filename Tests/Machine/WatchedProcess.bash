@@ -1,4 +1,4 @@
-# Held while a watched process runs, and only then; what merely names it does not count.
+# The lock is held while a watched process runs, and only then; a process that merely names it does not count.
 . "$(dirname "$0")/machine.bash"
 
 root=$(mktemp -d)/tavo

@@ -1,11 +1,11 @@
-# A program keeps awake while it works, and while it waits only for the grace; what stays behind when it has ended does not.
+# A program keeps awake while it works, and for the grace while it waits; daemons that it leaves behind do not.
 . "$(dirname "$0")/machine.bash"
 
 root=$(mktemp -d)/tavo
 programs=$(mktemp -d)
 
-# A program with a known use of the CPU, whatever else the machine does: again and again it uses so many milliseconds of CPU
-# time and then sleeps for so many. It starts no children, which would count as work.
+# A program with a known use of the CPU, however busy the machine is: in a loop it uses so many milliseconds of CPU time
+# and then sleeps for so many. It starts no children, which would count as work.
 cat >"$programs/program.py" <<'PROGRAM'
 import sys, time
 busy, pause = float(sys.argv[2]) / 1000, float(sys.argv[3]) / 1000
@@ -62,7 +62,7 @@ expectContains "$(cat "$root.1/activity.json")" '"verdict": "firstSighting"' "ac
 expectEqual 600 "$(stat -c %a "$root.1/activity.json")" "mode of the activity file"
 expectContains "$(tail -n 1 "$root.1.out")" "works until it has been measured" "the first line"
 
-# Being asked to look does not bring the verdict forward.
+# A request to evaluate does not bring the verdict forward.
 run=${runs[1]}
 reevaluate
 expectNeverWithin 15 stateSays "$root.1" insufficientActivity

@@ -14,7 +14,7 @@ beginApp "$root" --hidden --while-working --grace 0
 expectHeld 'sleep:idle block'
 expectContains "$(cat "$root/activity.json")" '"verdict": "firstSighting"' activity.json
 
-# A second start shows the window; the one that runs keeps the options of its own start, which is said.
+# A second start shows the window, and says that the running Tavo keeps the options of its own start.
 expectEqual '' "$("$TAVO_BIN/tavo" --root "$root" --while-working --grace 0 2>&1)" "a second start with the same options"
 expectEqual '' "$("$TAVO_BIN/tavo" --root "$root" 2>&1)" "a second start without options"
 expectContains "$("$TAVO_BIN/tavo" --root "$root" --while-working --busy 3 2>&1)" \

@@ -1,8 +1,9 @@
-# A desktop of the test's own: an X server without a screen, a window manager, a tray, a session bus. A test sources this
-# after machine.bash and calls beginDesktop first.
+# A desktop of the test's own: an X server without a screen, a window manager, a tray, a session bus. A test sources
+# this after machine.bash and calls beginDesktop first.
 
-# beginDesktop [withoutTray]: runs the test again as an ordinary user, within a session and its bus, and brings up the rest. What it starts
-# ends with the test. Root would do for the pointer, but has no session bus, and so neither notifications nor a screen reader.
+# beginDesktop [withoutTray]: runs the test again as an ordinary user, within a session and its bus, and brings up the
+# rest. Everything that it starts ends with the test. Root would do for the pointer, but has no session bus, and so
+# neither notifications nor a screen reader.
 beginDesktop() {
     if [ -z "${TAVO_TEST_DESKTOP-}" ]; then
         createUser tester
@@ -34,7 +35,8 @@ beginDesktop() {
     [ "${1-}" = withoutTray ] || beginTray
 }
 
-# beginTray: on a busy machine the tray misses the window manager's start now and then, and never shows; it is started anew.
+# beginTray: on a busy machine the tray sometimes misses the window manager's start and never shows; it is started again
+# then.
 beginTray() {
     local attempt tray
     for attempt in 1 2 3 4; do

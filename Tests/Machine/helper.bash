@@ -1,4 +1,4 @@
-# What the tests of the privileged helper share; sourced after machine.bash.
+# Shared by the tests of the privileged helper; sourced after machine.bash.
 
 unitFile=/etc/systemd/system/com.vrd.tavo.helper.service
 helperFile=/usr/local/libexec/TavoPrivilegedHelper
@@ -7,7 +7,8 @@ helperUnit=com.vrd.tavo.helper.service
 control() { "$TAVO_BIN/tavoctl" "$@"; }
 client() { "$TAVO_BIN/helper-client" "$@"; }
 
-# lidActions: logind's HandleLidSwitch and HandleLidSwitchExternalPower, as in "suspend ignore"; "-" for one that is not set.
+# lidActions: logind's HandleLidSwitch and HandleLidSwitchExternalPower, as in "suspend ignore"; "-" for one that is not
+# set.
 lidActions() {
     local battery external
     battery=$(logindProperty HandleLidSwitch)
@@ -18,7 +19,7 @@ lidActions() {
 
 lidActionsAre() { [ "$(lidActions)" = "$1" ]; }
 
-# expectNothingInForce: the settings are those of a fresh system, and nothing of the helper's is held or lies about.
+# expectNothingInForce: the settings are those of a fresh system, and the helper holds no lock and has left no file.
 expectNothingInForce() {
     lidActionsAre "suspend -" || fail "the lid: $(lidActions)"
     holds tavo-helper "" || fail "a lock of the helper's is left: $(heldBy tavo-helper)"

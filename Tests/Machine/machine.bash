@@ -1,4 +1,4 @@
-# What the end-to-end tests share. A test sources it first:
+# Shared by the end-to-end tests. A test sources it first:
 #
 #   . "$(dirname "$0")/machine.bash"
 #
@@ -41,8 +41,8 @@ callLogind() {
     busctl call org.freedesktop.login1 /org/freedesktop/login1 org.freedesktop.login1.Manager "$@"
 }
 
-# heldBy WHO: one line for each lock that logind lists for WHO, "WHAT MODE", sorted; WHAT is in logind's own order, as in
-# "sleep:idle block". Nothing when there is none.
+# heldBy WHO: one line for each lock that logind lists for WHO, "WHAT MODE", sorted; WHAT is in logind's own order, as
+# in "sleep:idle block". Nothing when there is none.
 heldBy() {
     # The reply is the type, a count, and what, who, why, mode, uid and pid of each lock, strings quoted and escaped.
     local token tokens=() index
@@ -71,8 +71,8 @@ requireMachine() {
     [ "$(systemd-detect-virt --container)" = systemd-nspawn ] || fail "$1 is for scripts/in-machine alone"
 }
 
-# sharePrograms: from now on TAVO_BIN is a copy of the programs that every user can reach. The build folder may lie below one
-# that others may not enter, as homes often are.
+# sharePrograms: from now on TAVO_BIN is a copy of the programs that every user can reach. The build folder may lie
+# below one that others may not enter, as homes often are.
 sharePrograms() {
     local shared program
     shared=$(mktemp -d)
@@ -99,10 +99,10 @@ asService() {
     systemd-run --quiet --pipe --wait --collect --working-directory=/ --uid="$user" "${variables[@]}" "$@"
 }
 
-# runInSession USER COMMAND...: runs COMMAND as USER at the seat, in an active local session (as a desktop login is; of the type
-# that $sessionType says, x11 when it says none) that lasts as long as COMMAND; it has XDG_RUNTIME_DIR and a user's service
-# manager. Another user's session that is there already stays the active one. A container's seat has no virtual terminals:
-# logind refuses a session that names one, and makes the first session of such a seat the active one.
+# runInSession USER COMMAND...: runs COMMAND as USER at the seat, in an active local session (as a desktop login is; of
+# the type that $sessionType says, x11 when it says none) that lasts as long as COMMAND; it has XDG_RUNTIME_DIR and a
+# user's service manager. Another user's session that is there already stays the active one. A container's seat has no
+# virtual terminals: logind refuses a session that names one, and makes the first session of such a seat the active one.
 runInSession() {
     requireMachine runInSession
     asService "$1" --property=PAMName=login --setenv=XDG_SEAT=seat0 \
@@ -124,8 +124,8 @@ configureLogind() {
     systemctl restart systemd-logind.service
 }
 
-# prepareSuspendRecorder FILE: from now on the machine believes that it can suspend, and a suspend is one more line in FILE
-# with the time since boot in seconds, nothing else.
+# prepareSuspendRecorder FILE: from now on the machine believes that it can suspend, and a suspend is one more line in
+# FILE with the time since boot in seconds, nothing else.
 prepareSuspendRecorder() {
     requireMachine prepareSuspendRecorder
     # The /sys of systemd-nspawn is a file system in memory, without /sys/power; the kernel's own is out of reach.
@@ -150,11 +150,11 @@ UNIT
     expectEqual 's "yes"' "$(callLogind CanSuspend)" CanSuspend
 }
 
-# suspendWhenIdle SECONDS: logind suspends a machine that nobody has used for SECONDS. One without sessions is idle since it
-# booted, or since the last idle lock went; an open session must be marked idle.
+# suspendWhenIdle SECONDS: logind suspends a machine that nobody has used for SECONDS. One without sessions is idle
+# since it booted, or since the last idle lock went; an open session must be marked idle.
 suspendWhenIdle() { configureLogind IdleAction=suspend "IdleActionSec=$1s"; }
 
-# markSessionsIdle: says of every graphical session what its desktop says when nobody uses it.
+# markSessionsIdle: marks every graphical session idle, as its desktop does when nobody uses it.
 markSessionsIdle() {
     requireMachine markSessionsIdle
     local session
@@ -166,8 +166,8 @@ markSessionsIdle() {
     done
 }
 
-# hasSuspended FILE COUNT: whether FILE of prepareSuspendRecorder has COUNT suspends or more. To be polled: logind lets its
-# idle timer come up to 30 seconds late, unless something else wakes it, and this does.
+# hasSuspended FILE COUNT: whether FILE of prepareSuspendRecorder has COUNT suspends or more. To be polled: logind lets
+# its idle timer come up to 30 seconds late, unless something else wakes it, and this does.
 hasSuspended() {
     logindProperty IdleHint >/dev/null
     [ -e "$1" ] && [ "$(wc -l <"$1")" -ge "$2" ]
@@ -196,11 +196,11 @@ setPower() {
     echo "$3" >"$laptopSupplies/BAT0/capacity"
 }
 
-# How long, in seconds, what has to happen at once may take on a busy machine.
+# How many seconds an immediate effect may take on a busy machine.
 soon=3
 
-# beginRun ROOT ARGUMENTS...: starts "tavoctl run" in the background, with its files in the folder ROOT. Its process id is in
-# $run; what it prints goes to ROOT.out and ROOT.err.
+# beginRun ROOT ARGUMENTS...: starts "tavoctl run" in the background, with its files in the folder ROOT. Its process id
+# is in $run; its output goes to ROOT.out and ROOT.err.
 beginRun() {
     local root=$1
     shift

@@ -1,9 +1,11 @@
-# What the tests of with-logind and in-machine share: both promise that nothing stays behind. Sourced after machine.bash.
+# Shared by the tests of with-logind and in-machine, which both promise that nothing stays behind. Sourced after
+# machine.bash.
 
 [ "$(id -u)" -eq 0 ] || { echo "skipped: root is needed"; exit 77; }
 
-# The whole test has a /run of its own: a logind of this machine is not used then, and nothing else changes the files that are
-# compared. Shared mounts, because what with-logind and in-machine mount would come out into such a place first.
+# The whole test has a /run of its own: a logind of this machine is not used then, and nothing else changes the files
+# that are compared. Shared mounts, because what with-logind and in-machine mount would come out into such a place
+# first.
 if [ -z "${TAVO_OWN_RUN-}" ]; then
     exec env TAVO_OWN_RUN=yes unshare --mount --propagation private -- \
         bash -c 'mount --no-mtab -t tmpfs tmpfs /run && mount --make-rshared / && exec bash "$0"' "$0"
@@ -12,13 +14,13 @@ fi
 scratch=$(mktemp -d)
 trap 'kill $(jobs -p) 2>/dev/null || true; rm -r "$scratch"' EXIT
 
-# What of this machine must be as before. The processes are told by their namespaces, see hasNoProcessOf.
+# The parts of this machine that must be as before. Processes are identified by their namespaces, see hasNoProcessOf.
 describeHost() {
     cut -d ' ' -f 5- /proc/self/mountinfo
     find /run /etc/systemd | sort
 }
 
-# hasNoProcessOf FILE: FILE holds the process namespace of a place that was.
+# hasNoProcessOf FILE: whether no process is left in the process namespace whose name FILE holds.
 hasNoProcessOf() {
     local namespace process
     namespace=$(<"$1")
@@ -59,8 +61,8 @@ checkSaysThatRootIsNeeded() {
     [ ! -e "$scratch/ran" ] || fail "the command ran without root"
 }
 
-# startAndEnd SCRIPT SIGNAL STATUS: ends SCRIPT with SIGNAL while its command runs; leaves its process id in `ended` and the
-# command's process namespace in $scratch/namespace.
+# startAndEnd SCRIPT SIGNAL STATUS: ends SCRIPT with SIGNAL while its command runs; leaves its process id in `ended` and
+# the command's process namespace in $scratch/namespace.
 startAndEnd() {
     : >"$scratch/namespace"
     # A shell without job control would start it with SIGINT ignored.

@@ -27,8 +27,8 @@ for policy in any:-a ac:-c battery:-b; do
 done
 setPower ac 70
 
-# Another policy while it is active. A request to look around asks again for what is in force, in case the helper was replaced;
-# then the old scope goes, and the new one comes.
+# Another policy while it is active. A request to refresh begins the current override again, in case the helper was
+# replaced; then the old override ends, and the new one begins.
 control set watchMode closed >/dev/null
 control enable >/dev/null
 : >/rehearsal/log

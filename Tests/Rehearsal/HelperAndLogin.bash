@@ -1,11 +1,11 @@
-# The helper put in, used and taken out; launch at login on and off.
+# The helper installed, used and removed; launch at login on and off.
 . /scenarios/mac.bash
 tool=/Library/PrivilegedHelperTools/TavoPrivilegedHelper
 plist=/Library/LaunchDaemons/com.vrd.tavo.helper.plist
 source=/Applications/Tavo.app/Contents/Helpers/TavoPrivilegedHelper
 staged="$root/helper-installer/com.vrd.tavo.helper.plist"
 
-# The approval is refused: said in the system's words, and nothing is there.
+# The approval is refused: the error has the system's words, and nothing is installed.
 : >/rehearsal/refused
 status=0
 message=$(control helper install 2>&1) || status=$?

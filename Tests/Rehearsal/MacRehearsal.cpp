@@ -12,7 +12,8 @@ namespace tavo {
 
 namespace {
 
-/// A helper within this process: there while its two files are, and doing with real command lines what the real one does.
+/// A helper within this process: there while its two files are, and doing with real command lines what the real one
+/// does.
 class HelperInProcess final : public PrivilegedHelperClient {
 public:
     PrivilegedHelperResponse send(const PrivilegedHelperCommand& command) override {

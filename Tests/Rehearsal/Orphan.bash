@@ -1,4 +1,4 @@
-# Tavo killed: the next start ends what it has left, and only that.
+# Tavo killed: the next start ends the caffeinate that it left, and no other.
 . /scenarios/mac.bash
 
 # Somebody else's.
@@ -30,8 +30,8 @@ endRun
 expectCalls "/usr/bin/caffeinate ends"
 [ ! -e "$root/assertion.json" ] || fail "the note is left"
 
-# A command beside the one Tavo: what it starts is told whom to end with, and no note is kept. The command lives until the
-# stand-in has come round to its line: ended any sooner, it would have written nothing.
+# A command beside the one Tavo: its caffeinate is told which process to end with, and no note is kept. The command
+# lives until the stand-in has written its line; if it ended sooner, there would be none.
 "$tavoctl" exec --root "$root" -- sh -c 'until [ -s /rehearsal/log ]; do sleep 0.1; done; test ! -e "$1/assertion.json"' \
     sh "$root" &
 exec=$!

@@ -1,4 +1,4 @@
-# What runs on which power, while which program runs.
+# The caffeinate that runs on each power source, and while a watched program runs.
 . /scenarios/mac.bash
 
 # Always: on the mains, on battery, on the mains.
@@ -13,7 +13,7 @@ reevaluate
 expectCalls "/usr/bin/caffeinate ends
 /usr/bin/caffeinate -i -s"
 
-# Killed from outside: said at once, and a second later a new one, without anybody asking.
+# A caffeinate killed from outside: the run says so at once, and starts a new one a second later by itself.
 expectContains "$(tail -n 1 /rehearsal/out)" "holding idle:sleep (caffeinate)" "what is held"
 kill -s KILL "$(tail -n 1 /rehearsal/caffeinates)"
 expectWithin 10 grep -q "not awake: the lock was lost and is being taken again; holding nothing" /rehearsal/out
@@ -21,13 +21,14 @@ expectCalls "/usr/bin/caffeinate -i -s"
 saysHeld() { tail -n 1 /rehearsal/out | grep -q "keeping mac awake: always on; holding idle:sleep (caffeinate)"; }
 expectWithin 10 saysHeld
 
-# What the system lists comes from its own tool.
+# The list of held assertions comes from the system's own tool.
 control status >/dev/null
 expectCalls "/usr/bin/pmset -g assertions"
 endRun
 expectCalls "/usr/bin/caffeinate ends"
 
-# A program that appears and ends, in a table as ps prints it: long command lines, names with spaces, days, other letters.
+# A program that appears and ends, in a table as ps prints it: long command lines, names with spaces, days, other
+# letters.
 table() {
     cat <<'PS'
 1|0|0:12.50|launchd|/sbin/launchd
@@ -52,7 +53,7 @@ table >/rehearsal/processes
 reevaluate
 expectCalls "/usr/bin/caffeinate ends"
 
-# A table that ps did not print stops the loop, and the text is named.
+# Output that is no table of ps stops the loop, and the error quotes it.
 echo 'x|y|z|broken|' >/rehearsal/processes
 reevaluate
 status=0

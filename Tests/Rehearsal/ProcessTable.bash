@@ -23,7 +23,7 @@ expectContains "$firstRun" "ps -axwwc -o pid=PID,ppid=PPID,time=TIME,command=EXE
 expectContains "$firstRun" "GrM-CM-6M-CM^_e & MaM-CM^_" "letters beyond ascii without a locale"
 expectContains "$(LC_CTYPE=UTF-8 /bin/ps -axwwc -o "$columns")" "Größe & Maß" "letters beyond ascii"
 
-# Whole command lines, whatever is behind their last slash.
+# Whole command lines, not cut at their last slash.
 expectMatches 900 --preset codex
 expectMatches 900 --command "node /opt/homebrew/bin/codex -C /Users/me/proj"
 expectMatches 1 --command /sbin/launchd
@@ -49,7 +49,7 @@ done
 expectMatches "" --executable ps
 expectMatches "" --executable tavoctl
 
-# A process that has ended does not count before it is reaped either.
+# A process that has exited does not count, even before it is reaped.
 expectMatches "" --preset claudeCode
 
 # Without the second run, the text of the first one stays.

@@ -32,7 +32,7 @@ $upToBootstrap
 expectContains "$(control helper status)" "ready" "the state"
 : >/rehearsal/log
 
-# The second approval is refused: that is the failure then, and there is no third.
+# A refused second approval is the failure, and there is no third.
 cat >/rehearsal/during-prompt <<'PROMPT'
 [ ! -e /rehearsal/asked ] || : >/rehearsal/refused
 : >/rehearsal/asked

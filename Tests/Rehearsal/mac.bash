@@ -1,4 +1,4 @@
-# What the scenarios share. They run in the namespace that rehearse makes.
+# Shared by the scenarios. They run in the namespace that rehearse makes.
 set -euo pipefail
 . /scripts/waiting.bash
 
@@ -29,9 +29,9 @@ endRun() {
     wait "$run" || fail "the run did not end properly: $(cat /rehearsal/err)"
 }
 
-# expectCalls LINES: exactly these command lines have been called since the last time. Of each kind the order counts: starts of
-# caffeinate, its ends, and everything else, which Tavo waits for; a caffeinate writes its lines when it comes round to it. The
-# table of processes is read at every evaluation, and is left out.
+# expectCalls LINES: exactly these command lines have been called since the last time. The order counts within each
+# kind: starts of caffeinate, its ends, and everything else, which Tavo waits for; a caffeinate writes its lines in its
+# own time. The table of processes is read at every evaluation, and is left out.
 expectCalls() {
     areCalls() {
         local kind

@@ -18,7 +18,7 @@ using Change = CommandChild::Change;
 
 class CommandChildTest : public testing::Test {
 protected:
-    /// Runs a script of the shell, and gives it the conditions of this process.
+    /// Runs a shell script under the conditions of this process.
     CommandChild shell(const std::string& script) const { return CommandChild({"/bin/sh", "-c", script}, conditions); }
 
     static CommandChild::Event next(CommandChild& child) {

@@ -14,7 +14,7 @@
 
 namespace tavo {
 
-/// What a command of tavoctl works on, as a test scripts it.
+/// The collaborators of one of tavoctl's commands, as a test scripts them.
 class CommandTest : public ::testing::Test {
 protected:
     CommandTest() {
@@ -24,7 +24,7 @@ protected:
         platform.machineNoun = "computer";
     }
 
-    /// What the call writes to the standard output.
+    /// The call's standard output.
     template <typename Call>
     static std::string printed(Call call) {
         ::testing::internal::CaptureStdout();

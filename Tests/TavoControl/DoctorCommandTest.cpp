@@ -17,7 +17,7 @@ const SystemCheck fine{.subject = "logind", .finding = "is running"};
 const SystemCheck limited{
     .subject = "sleep lock", .verdict = CheckVerdict::limited, .finding = "refused", .advice = "run sudo tavoctl run."};
 const SystemCheck broken{
-    .subject = "folder", .verdict = CheckVerdict::broken, .finding = "/x cannot be written", .advice = "mend it."};
+    .subject = "folder", .verdict = CheckVerdict::broken, .finding = "/x cannot be written", .advice = "fix it."};
 const SystemCheck unavailable{
     .subject = "logind", .verdict = CheckVerdict::unavailable, .finding = "is not running", .advice = "start it."};
 
@@ -56,7 +56,7 @@ TEST_F(DoctorCommandTest, EveryCheckIsALineAndItsAdviceAnother) {
                             std::string(30, ' ') + "run sudo tavoctl run.",
                             "broken       folder           /x cannot be "
                             "written",
-                            std::string(30, ' ') + "mend it.", "unavailable  logind           is not running",
+                            std::string(30, ' ') + "fix it.", "unavailable  logind           is not running",
                             std::string(30, ' ') + "start it."));
 }
 
@@ -78,7 +78,7 @@ TEST_F(DoctorCommandTest, TheStatusSaysWhatIsAmissMost) {
 TEST_F(DoctorCommandTest, ControlCharactersFromOutsideAreVisible) {
     auto check = broken;
     check.finding = "/x\x1B[2J\ny";
-    EXPECT_THAT(linesOf(run({check})), ElementsAre(HasSubstr("/x^[[2J^Jy"), HasSubstr("mend it.")));
+    EXPECT_THAT(linesOf(run({check})), ElementsAre(HasSubstr("/x^[[2J^Jy"), HasSubstr("fix it.")));
 }
 
 TEST_F(DoctorCommandTest, WhereAllIsWellNothingIsAdvised) {
@@ -91,7 +91,7 @@ TEST_F(DoctorCommandTest, WhereAllIsWellNothingIsAdvised) {
     }
     EXPECT_EQ(surroundings("process table").finding, "2 processes can be seen");
     EXPECT_EQ(surroundings("power").finding, "ac");
-    EXPECT_EQ(surroundings("configuration").finding, "no file yet, the defaults hold");
+    EXPECT_EQ(surroundings("configuration").finding, "no file yet; the defaults apply");
     EXPECT_EQ(surroundings("folder").finding, folder.path().string() + " can be written");
     EXPECT_EQ(surroundings("history").finding, "history.jsonl can be written");
     EXPECT_TRUE(std::filesystem::is_empty(folder.path())) << "looking writes nothing";
@@ -102,7 +102,7 @@ TEST_F(DoctorCommandTest, AHistoryThatCannotBeWrittenLimits) {
     const auto check = surroundings("history");
     EXPECT_EQ(check.verdict, CheckVerdict::limited);
     EXPECT_THAT(check.finding, HasSubstr(store->paths().historyURL().string()));
-    EXPECT_THAT(check.advice, HasSubstr("tavo keeps awake all the same"));
+    EXPECT_THAT(check.advice, HasSubstr("tavo still keeps awake"));
 }
 
 TEST_F(DoctorCommandTest, AnUnknownPowerSourceLimits) {
@@ -161,7 +161,7 @@ TEST_F(DoctorCommandTest, AFileInThePlaceOfTheFolderIsBroken) {
     }
 }
 
-/// Ends the process with 0 when the folder is found broken for a user who is not root.
+/// Exits with 0 when the folder is found broken for a user who is not root.
 [[noreturn]] void judgeAsOrdinaryUser(const std::function<SystemCheck()>& check, const std::string& finding) {
     constexpr uid_t nobody = 65534;
     if (geteuid() == 0 && (setgroups(0, nullptr) != 0 || setgid(nobody) != 0 || setuid(nobody) != 0)) {

@@ -2,7 +2,7 @@
 
 #include "Support/ScriptedSurroundings.h"
 #include "Support/WaitUntil.h"
-#include "TavoControl/ConfigurationError.h"
+#include "TavoControl/ExitStatus.h"
 #include "base/WakeControlError.h"
 
 #include <fmt/format.h>
@@ -152,6 +152,7 @@ TEST_F(ExecCommand, WhenTheTimeIsUpTheCommandRunsOnAndNothingTakesTheLockAgain) 
               5);
     EXPECT_THAT(*world.runner->log, ElementsAre("start /usr/bin/caffeinate -i -s", "stop"));
     EXPECT_EQ(said, "tavoctl: the 1s are over: this computer is no longer kept awake; /bin/sh runs on.\n");
+    EXPECT_THAT(fileContent(world.store->paths().historyURL()), HasSubstr("\"why\":\"the 1s are over\""));
 }
 
 TEST_F(ExecCommand, TheHistoryNamesTheCommandAndNotItsArguments) {

@@ -1,8 +1,7 @@
 #include "TavoControl/ExplainCommand.h"
 
 #include "TavoControl/CommandTest.h"
-#include "TavoControl/ConfigurationError.h"
-#include "TavoControl/ExplanationSource.h"
+#include "TavoControl/ExitStatus.h"
 #include "TavoControl/LockHolder.h"
 #include "base/JsonCoding.h"
 
@@ -66,27 +65,27 @@ TEST_F(ExplainCommandTest, AConfigurationThatCannotBeUsedIsAnErrorAtFirst) {
 TEST_F(ExplainCommandTest, LaterLooksGoOnWithTheLastOneThatCouldBe) {
     save(TriggerPreset::always);
     ExplanationSource source(*store, platform);
-    source.look();
+    source.collect();
     folder.write("config.json", "[]");
-    EXPECT_TRUE(source.look().status.config.isEnabled);
+    EXPECT_TRUE(source.collect().status.config.isEnabled);
 }
 
 TEST_F(ExplainCommandTest, TheSecondLookTellsHowBusyATreeIs) {
     save(TriggerPreset::codex);
     processes->processes = {{.pid = 5, .parentPID = 1, .executableName = "codex", .commandLine = "codex"}};
     ExplanationSource source(*store, platform);
-    EXPECT_FALSE(source.look().trees.front().cpuPercent);
+    EXPECT_FALSE(source.collect().trees.front().cpuPercent);
     processes->processes.front().cpuTimeSeconds = 1000;
-    EXPECT_GT(source.look().trees.front().cpuPercent.value_or(0), 100.0);
+    EXPECT_GT(source.collect().trees.front().cpuPercent.value_or(0), 100.0);
     processes->processes.front().cpuTimeSeconds = 0;
-    EXPECT_EQ(source.look().trees.front().cpuPercent, 0.0) << "a child that ended takes its time with it";
+    EXPECT_EQ(source.collect().trees.front().cpuPercent, 0.0) << "a child that ended takes its time with it";
 }
 
 TEST_F(ExplainCommandTest, OneLookReadsTheProcessTableOnce) {
     save(TriggerPreset::codex);
     ExplanationSource source(*store, platform);
     const auto before = processes->timesRead;
-    source.look();
+    source.collect();
     EXPECT_EQ(processes->timesRead - before, 1);
 }
 

@@ -78,9 +78,9 @@ TEST_F(ExplanationTest, WhatComesAfterTheStepThatRefusedWasNotAsked) {
     decide(Reason::powerSourceMismatch);
     EXPECT_THAT(explanation().lines(output.console(), std::nullopt),
                 ElementsAre("waiting for battery: unplug to start", "  switch   keeping awake is switched on",
-                            "> power    on ac; only battery is allowed", "  battery  at 80%; cutoff at 20% (not asked)",
-                            "  trigger  claude code (not asked)", "  lid      open; no helper is needed (not asked)",
-                            "  held     nothing (not asked)",
+                            "> power    on ac; only battery is allowed",
+                            "  battery  at 80%; cutoff at 20% (not reached)", "  trigger  claude code (not reached)",
+                            "  lid      open; no helper is needed (not reached)", "  held     nothing (not reached)",
                             "unplug it, or allow any source: tavoctl set powerSourcePolicy any."));
 }
 
@@ -132,11 +132,19 @@ TEST_F(ExplanationTest, WithoutARunningTavoItTellsWhatOneWouldDecide) {
     facts.status.held->clear();
     EXPECT_EQ(explanation().headline(),
               (RuntimeStatusCopy{"not running", "a running tavo would keep this computer awake: claude is running"}));
-    EXPECT_EQ(explanation().change(), "tavo, or tavoctl run, does it.");
+    EXPECT_EQ(explanation().change(), "start tavo or tavoctl run to keep it awake.");
     decide(Reason::noMatchingProcess);
     EXPECT_EQ(explanation().headline().detail,
               "a running tavo would say: waiting for claude code, starts when claude code runs");
     EXPECT_EQ(explanation().json()["awake"], false);
+}
+
+TEST_F(ExplanationTest, ATavoThatHasOnlyJustStartedEvaluatesAtOnceIfItIsSwitchedOn) {
+    facts.status.snapshot = RuntimeSnapshot::idle();
+    facts.status.config.isEnabled = true;
+    EXPECT_EQ(explanation().change(), "nothing has been evaluated yet; the first evaluation is under way.");
+    facts.status.config.isEnabled = false;
+    EXPECT_EQ(explanation().change(), "nothing has been evaluated yet; tavoctl enable switches keeping awake on.");
 }
 
 TEST_F(ExplanationTest, AStoppedTavoIsContinued) {

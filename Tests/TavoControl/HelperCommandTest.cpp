@@ -5,8 +5,6 @@
 #include "Support/StandInPrompt.h"
 #include "Support/WaitUntil.h"
 #include "TavoControl/CommandTest.h"
-#include "TavoControl/HelperReport.h"
-#include "Version.h"
 #include "base/JsonCoding.h"
 #include "helper/PrivilegedHelperInstallerError.h"
 
@@ -107,7 +105,7 @@ TEST_F(HelperCommandTest, StatusOfNoneNamesTheCommandThatInstallsIt) {
     EXPECT_THAT(
         linesOf(output),
         ElementsAre("helper       not installed; tavoctl helper install grants staying awake with the lid closed",
-                    "this build   " + std::string(tavoVersion), "override     none"));
+                    "this build   " TAVO_VERSION, "override     none"));
     EXPECT_THAT(runner->commands, IsEmpty());
 }
 
@@ -118,7 +116,7 @@ TEST_F(HelperCommandTest, StatusTellsVersionComparisonAndOverrides) {
     record.overrides = {{{42, 7}, {PMSetScope::ac, PMSetScope::battery}}};
     SleepOverrideJournal(setup->overrideJournal()).save(record);
     EXPECT_EQ(carryOut(Action::status), ExitStatus::success);
-    EXPECT_THAT(linesOf(output), ElementsAre("helper       ready", "this build   " + std::string(tavoVersion),
+    EXPECT_THAT(linesOf(output), ElementsAre("helper       ready", "this build   " TAVO_VERSION,
                                              "installed    0.0.9, the same file as this build's",
                                              "override     ac, battery for process 42"));
     EXPECT_EQ(runner->commands.at(0).arguments, std::vector<std::string>{"--version"});
@@ -144,7 +142,7 @@ TEST_F(HelperCommandTest, StatusAsJson) {
     client->otherwise = PrivilegedHelperResponse::ok();
     carryOut(Action::status, true);
     EXPECT_EQ(parseJson(output),
-              Json::parse(R"json({"state": "installedUnreachable", "buildVersion": ")json" + std::string(tavoVersion) +
+              Json::parse(R"json({"state": "installedUnreachable", "buildVersion": ")json" TAVO_VERSION
                           R"json(", "installedVersion": null, "matchesThisBuild": false,
                                              "overrides": [{"pid": 42, "scopes": ["all"]}], "overridesError": null})json"));
 }

@@ -13,7 +13,7 @@
 namespace tavo {
 namespace {
 
-/// Runs `work` in a process of its own, sends that a signal once `isReady`, and gives how it ended.
+/// Runs `work` in a process of its own, sends it a signal once `isReady`, and returns its status.
 int statusAfterSignal(int signal, const std::function<void()>& work, const std::function<bool()>& isReady) {
     const auto child = fork();
     if (child == 0) {

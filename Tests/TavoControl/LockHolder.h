@@ -17,7 +17,7 @@ namespace tavo {
 /// A process of the test's own that holds the lock of the one Tavo, for as long as this lives.
 class LockHolder {
 public:
-    /// @param onSignal  what it does, in its own process, whenever it gets SIGUSR1.
+    /// @param onSignal  called in that process whenever it gets SIGUSR1.
     explicit LockHolder(const std::filesystem::path& lockFile, const std::string& note = {},
                         const std::function<void()>& onSignal = {}) {
         std::array<int, 2> stop{};

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "TavoControl/CommandLine.h"
+#include "TavoControl/ControlCommandLine.h"
 
 #include <stdexcept>
 #include <string>
@@ -31,6 +31,20 @@ inline Invocation invocation(const Arguments& arguments) {
 
 inline UsageReply reply(const Arguments& arguments) {
     return std::get<UsageReply>(parse(arguments));
+}
+
+inline RunOptions run(Arguments arguments) {
+    arguments.insert(arguments.begin(), "run");
+    return std::get<RunOptions>(invocation(arguments).command);
+}
+
+inline ProcessesOptions processes(Arguments arguments) {
+    arguments.insert(arguments.begin(), "processes");
+    return std::get<ProcessesOptions>(invocation(arguments).command);
+}
+
+inline TriggerRule custom(TriggerMatchStrategy strategy, const std::string& query) {
+    return {.mode = TriggerMode::process, .matchStrategy = strategy, .query = query};
 }
 
 } // namespace tavo

@@ -22,7 +22,7 @@ public:
     std::FILE* stream() const { return file.get(); }
     Console console() const { return Console(stream()); }
 
-    /// What was printed since the last call, line by line.
+    /// The lines printed since the last call.
     std::vector<std::string> take() {
         std::fseek(file.get(), readSoFar, SEEK_SET);
         std::vector<std::string> lines(1);

@@ -1,7 +1,7 @@
 #include "TavoControl/ProcessesCommand.h"
 
 #include "TavoControl/CommandTest.h"
-#include "TavoControl/ConfigurationError.h"
+#include "TavoControl/ExitStatus.h"
 #include "base/JsonCoding.h"
 
 namespace tavo {
@@ -91,7 +91,7 @@ TEST_F(ProcessesCommandTest, ATableThatCannotBeReadIsAFailure) {
     EXPECT_THROW(run(preset(TriggerPreset::codex)), std::runtime_error);
 }
 
-/// The table by the time of the second look.
+/// The process table at the second measurement.
 class MeasuredProcessesTest : public ProcessesCommandTest {
 protected:
     MeasuredProcessesTest() {

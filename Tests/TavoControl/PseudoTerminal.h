@@ -21,7 +21,7 @@ namespace tavo {
 /// A process of the test's own that runs on a terminal of its own.
 class PseudoTerminal {
 public:
-    /// @param work  what it does; its result is its exit status.
+    /// @param work  runs in that process; its result is the exit status.
     PseudoTerminal(unsigned short columns, unsigned short rows, const std::function<int()>& work)
         : terminal(posix_openpt(O_RDWR | O_NOCTTY)) {
         if (terminal < 0 || grantpt(terminal) != 0 || unlockpt(terminal) != 0) {
@@ -63,7 +63,7 @@ public:
         }
     }
 
-    /// Waits until the output since the last call holds the text; gives that output.
+    /// Waits until the output since the last call contains the text; returns that output.
     std::string readUntil(const std::string& text) {
         std::string read;
         waitUntil([&] {
@@ -73,7 +73,7 @@ public:
         return read;
     }
 
-    /// The rest to be read once the process has ended; `status` becomes how it did, see waitpid(2).
+    /// The remaining output once the process has ended; sets `status`, see waitpid(2).
     std::string finish(int& status) {
         std::string read;
         waitUntil([&] {

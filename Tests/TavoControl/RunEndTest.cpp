@@ -46,7 +46,7 @@ TEST_F(RunEndTest, TimeIsOverToTheSecond) {
     EXPECT_EQ(loop->armedTimers(), 0U);
 }
 
-/// Timers stand still meanwhile, and what runs first afterwards looks at the clock.
+/// Timers stand still during a suspend, and the first thing to run afterwards checks the clock.
 TEST_F(RunEndTest, TimeThatTheComputerSleepsCounts) {
     begin({.length = hours{1}});
     loop->setBack(hours{-3});

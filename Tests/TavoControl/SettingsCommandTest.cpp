@@ -4,7 +4,7 @@
 #include "Support/ScriptedLaunchAtLogin.h"
 #include "Support/WaitUntil.h"
 #include "TavoControl/CommandTest.h"
-#include "TavoControl/ConfigurationError.h"
+#include "TavoControl/ExitStatus.h"
 #include "TavoControl/LockHolder.h"
 #include "TavoControl/Settings.h"
 #include "base/JsonCoding.h"
@@ -155,7 +155,7 @@ TEST_F(SettingsCommandTest, TheOptionsForTheLoginOutlastLaunchAtLoginItself) {
     change(on);
     EXPECT_THAT(login->options, ::testing::IsEmpty());
     EXPECT_FALSE(std::filesystem::exists(platform.loginOptionsFile));
-    // A damaged file costs the options and not the launch.
+    // A damaged file loses the options, and the app is launched all the same.
     folder.write("run.conf", "nonsense\n");
     on.loginOptions.reset();
     change(on);
@@ -226,7 +226,7 @@ TEST_F(SettingsCommandTest, ARunningTavoThatDoesNotFollowInTimeIsSaid) {
     EXPECT_EQ(change({.kind = Kind::enable}), ExitStatus::failure);
     EXPECT_EQ(pauses, 200);
     EXPECT_THAT(errors, HasSubstr("the change is saved, but the running tavo (process id " +
-                                  std::to_string(deaf.pid()) + ") has not taken it up"));
+                                  std::to_string(deaf.pid()) + ") has not followed within 2 seconds"));
     EXPECT_TRUE(saved().isEnabled);
 }
 
@@ -237,7 +237,7 @@ TEST_F(SettingsCommandTest, AStoppedTavoIsNotWaitedFor) {
     platform.sleeper = [](std::chrono::microseconds) { ADD_FAILURE() << "waited"; };
     EXPECT_EQ(change({.kind = Kind::enable}), ExitStatus::failure);
     kill(stopped.pid(), SIGCONT);
-    EXPECT_THAT(errors, HasSubstr("is stopped, and takes it up when it is continued: fg, or kill -CONT " +
+    EXPECT_THAT(errors, HasSubstr("is stopped, and follows once it is continued: fg, or kill -CONT " +
                                   std::to_string(stopped.pid())));
     EXPECT_TRUE(saved().isEnabled);
 }
@@ -253,7 +253,7 @@ TEST_F(SettingsCommandTest, AWindowWithUnsavedEditsIsNotWaitedFor) {
 TEST_F(SettingsCommandTest, ARunWithOptionsOfItsOwnIsSaidToGoOnWithThem) {
     const auto running = runningTavo(RunOverrides{.watchMode = WatchMode::both}.json().dump());
     EXPECT_EQ(set("watchMode", "closed"), ExitStatus::success);
-    EXPECT_THAT(output, HasSubstr("stand in place of the file: watchMode: closed -> both\n"));
+    EXPECT_THAT(output, HasSubstr("options that override the file: watchMode: closed -> both\n"));
 }
 
 TEST_F(SettingsCommandTest, SettingsArePrintedAsTheyAreInTheFile) {

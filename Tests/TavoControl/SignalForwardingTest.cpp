@@ -15,7 +15,7 @@ namespace {
 
 using ::testing::ElementsAre;
 
-/// Puts the dispositions back: the other tests of this program know nothing of them.
+/// Restores the dispositions of the signals for the other tests of this program.
 class SignalForwardingTest : public testing::Test {
 protected:
     SignalForwardingTest() {
@@ -71,7 +71,7 @@ TEST_F(SignalForwardingTest, OneThatDoesNotAskForTheEndIsNoEndingSignal) {
 
 TEST_F(SignalForwardingTest, WhatTheKernelSendsIsNotForwarded) {
     SignalForwarding signals(InheritedConditions::capture(), [this](int signal) { note(signal); });
-    // An alarm comes from the kernel, as what a terminal's keys mean does.
+    // An alarm comes from the kernel, as the signals of a terminal's keys do.
     const itimerval soon{.it_interval = {}, .it_value = {.tv_sec = 0, .tv_usec = 1000}};
     ASSERT_EQ(setitimer(ITIMER_REAL, &soon, nullptr), 0);
     ASSERT_TRUE(waitUntil([] {

@@ -2,7 +2,7 @@
 
 #include "Support/WaitUntil.h"
 #include "TavoControl/CommandTest.h"
-#include "TavoControl/ConfigurationError.h"
+#include "TavoControl/ExitStatus.h"
 #include "TavoControl/LockHolder.h"
 #include "base/JsonCoding.h"
 #include "system/ProcessStart.h"
@@ -144,7 +144,7 @@ TEST_F(StatusCommandTest, AStoppedTavoIsNotCalledAsPlanned) {
     const auto lines = linesOf(run());
     const auto object = parseJson(run(true));
     kill(tavo.pid(), SIGCONT);
-    EXPECT_EQ(lines.front(), "stopped: tavo decides nothing until it is continued; what it holds stays held");
+    EXPECT_EQ(lines.front(), "stopped: tavo decides nothing until it is continued; its locks stay held");
     EXPECT_THAT(lines, Contains("  held       sleep:idle (process id " + pid + ")"));
     EXPECT_THAT(lines,
                 Contains("  notice     tavo is stopped, as by Ctrl-Z: fg or kill -CONT " + pid + " continues it."));

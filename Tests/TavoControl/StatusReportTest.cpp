@@ -82,9 +82,12 @@ Held lock(const std::string& what) {
 }
 
 const std::string awake = "keeping computer awake";
-const std::string lacksSleep =
-    "less is held than planned: sleep was refused, or the power source has changed within the last minute; "
-    "so the computer may still be put to sleep by others. run sudo tavoctl run to hold it too.";
+const std::string lacksSleep = "less is held than planned: sleep was refused, or the power source has only just "
+                               "changed; so the computer may still "
+                               "be put to sleep by others. run sudo tavoctl run to hold it too.";
+const std::string lacksBoth = "less is held than planned: idle and sleep were refused, or the power source has only "
+                              "just changed; so the computer "
+                              "may still be put to sleep by others. run sudo tavoctl run to hold them too.";
 constexpr auto ac = CurrentPowerSource::ac;
 constexpr auto battery = CurrentPowerSource::battery;
 constexpr auto unknown = CurrentPowerSource::unknown;
@@ -98,6 +101,7 @@ const std::vector<Comparison> comparisons{
     {"more than needed on battery", battery, true, true, lock("sleep:idle"), true, awake, "idle", ""},
     {"a type of macOS", ac, true, true, lock("PreventUserIdleSystemSleep"), true, awake, "idle:sleep", ""},
     {"sleep refused", ac, true, true, lock("idle"), true, awake, "idle:sleep", lacksSleep},
+    {"something else held", ac, true, true, lock("shutdown"), true, awake, "idle:sleep", lacksBoth},
     {"lock gone",
      ac,
      true,
@@ -106,10 +110,10 @@ const std::vector<Comparison> comparisons{
      false,
      "not awake",
      "idle:sleep",
-     "the lock is gone: the next evaluation takes a new one, within a minute."},
+     "the lock is gone; tavo takes a new one within seconds."},
     {"nothing wanted, nothing held", ac, true, false, {}, false, "waiting for codex", "", ""},
     {"nothing wanted, yet held", ac, true, false, lock("idle"), false, "waiting for codex", "",
-     "more is held than the last evaluation wanted; it is being let go of."},
+     "more is held than the last evaluation wanted; it is being released."},
     {"not running", ac, false, false, {}, false, "not running", "", ""},
     {"killed while awake", ac, false, true, {}, false, "not running", "", ""},
     {"left over", ac, false, true, lock("idle"), false, "not running", "",

@@ -28,8 +28,8 @@ public:
         tzset();
     }
 
-    /// An hour ahead of UTC, two in summer: from the last sunday of March to that of October. POSIX rules, so that no time
-    /// zone database is needed.
+    /// An hour ahead of UTC, two in summer: from the last sunday of March to that of October. POSIX rules, so that no
+    /// time zone database is needed.
     static constexpr const char* centralEurope = "CET-1CEST,M3.5.0,M10.5.0/3";
 
 private:

@@ -12,8 +12,8 @@ namespace {
 using ::testing::HasSubstr;
 using ::testing::Not;
 
-constexpr const char* takesScreen = "\x1B[?1049h";
-constexpr const char* givesScreenBack = "\x1B[?1049l";
+constexpr const char* entersScreen = "\x1B[?1049h";
+constexpr const char* leavesScreen = "\x1B[?1049l";
 
 class WatchCommandTest : public CommandTest {
 protected:
@@ -25,19 +25,42 @@ protected:
         store->saveConfig(config);
     }
 
+    struct PipedWatch {
+        pid_t child = -1;
+        std::FILE* output = nullptr;
+    };
+
+    /// Starts the command in a process of its own, whose output goes to a pipe.
+    PipedWatch watchIntoPipe(bool json = false) {
+        std::array<int, 2> ends{};
+        if (pipe(ends.data()) != 0) {
+            throw std::runtime_error("no pipe could be made");
+        }
+        const auto child = fork();
+        if (child == 0) {
+            dup2(ends[1], STDOUT_FILENO);
+            close(ends[0]);
+            close(ends[1]);
+            std::signal(SIGPIPE, SIG_IGN);
+            _exit(watchHere(json));
+        }
+        close(ends[1]);
+        return {.child = child, .output = fdopen(ends[0], "r")};
+    }
+
     void expectRestored(PseudoTerminal& terminal, const std::string& by) {
         int status = -1;
-        EXPECT_THAT(terminal.finish(status), HasSubstr(givesScreenBack)) << by;
+        EXPECT_THAT(terminal.finish(status), HasSubstr(leavesScreen)) << by;
         EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << by;
         EXPECT_TRUE(terminal.isSetAsBefore()) << by;
     }
 };
 
-TEST_F(WatchCommandTest, EverySignalThatEndsItGivesTheTerminalBack) {
+TEST_F(WatchCommandTest, EverySignalThatEndsItRestoresTheTerminal) {
     for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
         PseudoTerminal terminal(80, 24, [this] { return watchHere(); });
         const auto shown = terminal.readUntil("as of ");
-        EXPECT_THAT(shown, HasSubstr(takesScreen));
+        EXPECT_THAT(shown, HasSubstr(entersScreen));
         EXPECT_THAT(shown, HasSubstr("keeping awake is switched off"));
         EXPECT_FALSE(terminal.showsTyping());
         kill(terminal.pid(), signal);
@@ -85,17 +108,17 @@ TEST_F(WatchCommandTest, WhileItIsStoppedTheTerminalIsAsBefore) {
     });
     terminal.readUntil("as of ");
     terminal.type('\x1A');
-    EXPECT_THAT(terminal.readUntil("it is stopped"), HasSubstr(givesScreenBack));
+    EXPECT_THAT(terminal.readUntil("it is stopped"), HasSubstr(leavesScreen));
     EXPECT_TRUE(terminal.isSetAsBefore());
     terminal.type('\n');
     const auto shown = terminal.readUntil("as of ");
-    EXPECT_THAT(shown, HasSubstr(takesScreen));
+    EXPECT_THAT(shown, HasSubstr(entersScreen));
     EXPECT_FALSE(terminal.showsTyping());
     terminal.type('\x03');
     expectRestored(terminal, "Ctrl-C after fg");
 }
 
-TEST_F(WatchCommandTest, AResizedTerminalIsDrawnAnewAndTwentyColumnsAreEnough) {
+TEST_F(WatchCommandTest, AResizedTerminalIsRedrawnAndTwentyColumnsAreEnough) {
     PseudoTerminal terminal(80, 24, [this] { return watchHere(); });
     terminal.readUntil("as of ");
     terminal.resize(20, 40);
@@ -109,45 +132,24 @@ TEST_F(WatchCommandTest, AResizedTerminalIsDrawnAnewAndTwentyColumnsAreEnough) {
 }
 
 TEST_F(WatchCommandTest, WithoutATerminalItPrintsALineForEachChangeUntilNobodyReads) {
-    std::array<int, 2> ends{};
-    ASSERT_EQ(pipe(ends.data()), 0);
-    const auto child = fork();
-    if (child == 0) {
-        dup2(ends[1], STDOUT_FILENO);
-        close(ends[0]);
-        close(ends[1]);
-        std::signal(SIGPIPE, SIG_IGN);
-        _exit(watchHere());
-    }
-    close(ends[1]);
-    auto* reader = fdopen(ends[0], "r");
+    const auto [child, output] = watchIntoPipe();
     std::array<char, 1024> line{};
-    ASSERT_NE(std::fgets(line.data(), line.size(), reader), nullptr);
+    ASSERT_NE(std::fgets(line.data(), line.size(), output), nullptr);
     EXPECT_THAT(line.data(), HasSubstr("not running: a running tavo would say: paused, tavo is off; holding nothing"));
     EXPECT_THAT(line.data(), Not(HasSubstr("\x1B")));
     save(true);
-    ASSERT_NE(std::fgets(line.data(), line.size(), reader), nullptr);
+    ASSERT_NE(std::fgets(line.data(), line.size(), output), nullptr);
     EXPECT_THAT(line.data(), HasSubstr("a running tavo would keep this computer awake: always on"));
-    std::fclose(reader);
+    std::fclose(output);
     int status = -1;
     ASSERT_EQ(waitpid(child, &status, 0), child);
     EXPECT_EQ(status, 0);
 }
 
 TEST_F(WatchCommandTest, WithJsonEachChangeIsAnObjectOnALine) {
-    std::array<int, 2> ends{};
-    ASSERT_EQ(pipe(ends.data()), 0);
-    const auto child = fork();
-    if (child == 0) {
-        dup2(ends[1], STDOUT_FILENO);
-        close(ends[0]);
-        close(ends[1]);
-        _exit(watchHere(true));
-    }
-    close(ends[1]);
-    auto* reader = fdopen(ends[0], "r");
+    const auto [child, output] = watchIntoPipe(true);
     std::array<char, 8192> line{};
-    ASSERT_NE(std::fgets(line.data(), line.size(), reader), nullptr);
+    ASSERT_NE(std::fgets(line.data(), line.size(), output), nullptr);
     const auto object = parseJson(line.data());
     EXPECT_EQ(object["reason"], "disabled");
     EXPECT_TRUE(object.contains("time"));
@@ -156,8 +158,8 @@ TEST_F(WatchCommandTest, WithJsonEachChangeIsAnObjectOnALine) {
     int status = -1;
     ASSERT_EQ(waitpid(child, &status, 0), child);
     EXPECT_EQ(status, 0);
-    EXPECT_EQ(std::fgets(line.data(), line.size(), reader), nullptr) << "the clock is no change";
-    std::fclose(reader);
+    EXPECT_EQ(std::fgets(line.data(), line.size(), output), nullptr) << "the clock is no change";
+    std::fclose(output);
 }
 
 } // namespace

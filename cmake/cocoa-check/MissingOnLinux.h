@@ -1,4 +1,5 @@
-// Declares for scripts/check-cocoa what the macOS code uses and GNUstep's headers lack. Nothing is ever compiled against it.
+// Declares for scripts/check-cocoa what the macOS code uses and GNUstep's headers lack. Nothing is ever compiled
+// against it.
 #pragma once
 
 #import <AppKit/AppKit.h>

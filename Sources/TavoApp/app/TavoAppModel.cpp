@@ -314,8 +314,8 @@ bool TavoAppModel::releaseEverything() {
     return replaced.empty() && !coordinator->wakeStatus().isActive;
 }
 
-void TavoAppModel::quit() {
-    perform([this] {
+void TavoAppModel::quitBecause(const std::string& why) {
+    perform([&] {
         // First of all: an application that is told to end may say so to everybody at once, which leads back here.
         hasQuit = true;
         if (platform.interruption) {
@@ -336,7 +336,7 @@ void TavoAppModel::quit() {
         }
         work.end();
         if (platform.history) {
-            platform.history->end(mainLoop->now());
+            platform.history->end(mainLoop->now(), why);
         }
         application.terminate();
     });

@@ -92,7 +92,10 @@ public:
 
     /// Releases everything, persists that nothing is held, arms nothing any more, calls off what waits for an administrator,
     /// and ends the program. Once is enough.
-    void quit();
+    void quit() { quitBecause({}); }
+
+    /// The same for a program that ends by itself. @param why  for the history, as a clause: "it is 18:30".
+    void quitBecause(const std::string& why);
 
     /// Releases everything for as long as this process is stopped; evaluateNow() takes it again. Gives false when something
     /// could not be released, as an override of a helper that does not answer.

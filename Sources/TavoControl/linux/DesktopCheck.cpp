@@ -64,7 +64,7 @@ std::vector<AssertionReport> tryOut(const Platform& platform, std::chrono::milli
     // A change may still be on its way here when the wait is over.
     const auto wait = std::make_shared<WaitForChange>();
     platform.assertionStatus->onChange([wait] {
-        // The lock orders a change before the wait for it.
+        // With the lock, no change is missed between the check and the wait.
         const std::lock_guard lock(wait->mutex);
         wait->changed.notify_all();
     });
@@ -86,7 +86,7 @@ std::vector<AssertionReport> tryOut(const Platform& platform, std::chrono::milli
 SystemCheck judge(const std::vector<std::string>& present, const std::vector<AssertionReport>& reports) {
     if (find(reports, AssertionReportState::held) != nullptr) {
         return {.subject = "desktop",
-                .finding = fmt::format("takes the request to stay awake ({})", fmt::join(present, ", "))};
+                .finding = fmt::format("accepts the request to stay awake ({})", fmt::join(present, ", "))};
     }
     if (const auto* refused = find(reports, AssertionReportState::refused)) {
         return limited(refused->notice);
@@ -102,7 +102,7 @@ SystemCheck checkDesktop(const Platform& platform, bool isNeeded, std::chrono::m
     try {
         present = servicesPresent();
     } catch (const BusError&) {
-        nobody = "no desktop session, so nobody but logind has to be told";
+        nobody = "no desktop session, so only logind has to be told";
     }
     if (present.empty()) {
         return isNeeded ? limited("no service of this desktop can be told to stay awake")

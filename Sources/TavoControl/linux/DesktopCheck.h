@@ -6,9 +6,10 @@
 
 namespace tavo {
 
-/// Whether the desktop takes the request to stay awake, tried out as the locks are: where one of its services runs, the
-/// program that holds the assertion asks it, and lets go again.
-/// @param isNeeded  whether this desktop may suspend in spite of logind's lock, so that one of its services has to accept.
+/// Whether the desktop accepts the request to stay awake, tried out as the locks are: where one of its services runs, the
+/// program that holds the assertion asks it, and releases everything again.
+/// @param isNeeded  whether this desktop may suspend in spite of logind's lock, so that one of its services has to
+///                  accept.
 /// @param bound     how long the services may take to answer.
 SystemCheck checkDesktop(const Platform& platform, bool isNeeded,
                          std::chrono::milliseconds bound = std::chrono::seconds{3});

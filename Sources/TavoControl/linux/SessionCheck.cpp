@@ -15,7 +15,7 @@ struct Freeing {
     void operator()(char* text) const { std::free(text); } // NOLINT(cppcoreguidelines-no-malloc): sd-login's own
 };
 
-/// A text of sd-login's, or an empty one when it has none.
+/// A text from sd-login, empty when there is none.
 std::string text(int (*read)(pid_t, char**)) {
     char* given = nullptr;
     if (read(0, &given) < 0) {

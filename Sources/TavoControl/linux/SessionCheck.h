@@ -10,7 +10,7 @@ namespace tavo {
 struct SessionPlace {
     enum class Kind {
         local,         ///< in a session on this computer's screen
-        remote,        ///< in one from afar
+        remote,        ///< in a remote session
         userManager,   ///< run by the user's own service manager, as desktops do with applications
         none,          ///< in none
         notAskedAbout, ///< root needs none
@@ -18,14 +18,14 @@ struct SessionPlace {
     Kind kind = Kind::none;
     bool isActive = false;
 
-    /// Of the service manager, such as `user@1000.service`.
+    /// The unit of the user's service manager, such as `user@1000.service`.
     std::string unit;
 
     static SessionPlace ofThisProcess();
 };
 
-/// @param areLocksGranted  whether logind gave every lock that was tried: to a process of the user's manager it does so
-///                         for the sake of the session that the user has on the screen.
+/// @param areLocksGranted  whether logind granted every lock that was tried: a process of the user's manager gets them
+///                         when the user has a session on the screen.
 SystemCheck checkSession(const SessionPlace& place, bool areLocksGranted);
 
 } // namespace tavo

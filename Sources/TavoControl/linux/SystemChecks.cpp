@@ -36,8 +36,8 @@ SystemCheck checkLock(const LogindClient& logind, const std::string& what, Check
                       const std::string& advice) {
     const auto subject = what + " lock";
     try {
-        const auto lock = logind.takeLock(what, "trying out whether it can be held");
-        return {.subject = subject, .finding = "may be held"};
+        const auto lock = logind.takeLock(what, "testing whether it can be held");
+        return {.subject = subject, .finding = "can be held"};
     } catch (const BusError& error) {
         return {.subject = subject, .verdict = verdictWhenRefused, .finding = error.description(), .advice = advice};
     }

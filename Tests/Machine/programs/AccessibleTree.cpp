@@ -6,7 +6,7 @@
 
 namespace {
 
-/// A string that the library has given away.
+/// A string that the library has passed to its caller.
 std::string taken(char* text) {
     const std::string copy = text == nullptr ? "" : text;
     g_free(text);
@@ -33,7 +33,7 @@ void print(AtspiAccessible* node, int depth) {
 
 } // namespace
 
-/// Prints what a screen reader finds in the application of that name.
+/// Prints the application of that name as a screen reader finds it.
 int main(int count, char** values) {
     if (count != 2) {
         fmt::print(stderr, "accessible-tree: name an application.\n");

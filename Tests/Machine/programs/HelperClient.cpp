@@ -1,6 +1,6 @@
 // Talks to the privileged helper in the ways that a test needs:
 //
-//   helper-client send JSON...  sends each text as a request of its own, and prints what comes back
+//   helper-client send JSON...  sends each text as a request of its own, and prints the replies
 //   helper-client hold SCOPE    asks for an override, prints the response, and lives until its standard input ends
 //   helper-client plans         asks for overrides as a Tavo does whose plan changes, and lives on like hold
 //   helper-client raw HEX       sends bytes as they are, and prints the reply
@@ -74,7 +74,7 @@ std::string exchange(std::string_view bytes) {
     return replyText(connection);
 }
 
-/// The client that Tavo itself has, with its bound.
+/// Tavo's own client, with its bound.
 void requirePong() {
     if (SocketPrivilegedHelperClient().send(PrivilegedHelperCommand::ping()) != PrivilegedHelperResponse::pong()) {
         throw std::runtime_error("the helper did not answer a ping with a pong");
@@ -92,7 +92,7 @@ void hold(const std::string& scopeName) {
     std::cin.ignore(std::numeric_limits<std::streamsize>::max());
 }
 
-/// Lets go of the old scope before it asks for the new one.
+/// Ends the old override before it begins the new one.
 void changePlans() {
     SocketPrivilegedHelperClient client;
     for (const auto scope : {PMSetScope::all, PMSetScope::ac, PMSetScope::all}) {

@@ -3,8 +3,8 @@
 //   stand-in-logind ADDRESS STATE
 //
 // Owns logind's name on the bus at ADDRESS. Properties are the lines "NAME TYPE VALUE" of the file STATE, read at each
-// question, with TYPE s or b; HandleLidSwitch and HandleLidSwitchExternalPower also come from drop-ins, which SIGHUP has it
-// read. What it is asked to do becomes a line of STATE.calls. Runs until it is ended.
+// question, with TYPE s or b; HandleLidSwitch and HandleLidSwitchExternalPower also come from drop-ins, which it reads
+// at SIGHUP. Each call that asks it to do something becomes a line of STATE.calls. Runs until it is ended.
 
 #include "Support/BusPump.h"
 #include "Support/ScriptedBusService.h"

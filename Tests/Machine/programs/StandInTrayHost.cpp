@@ -2,8 +2,8 @@
 //
 //   stand-in-tray-host ITEMS
 //
-// Each item that registers becomes a line of the file ITEMS, the bus name of its application. There is no host until SIGUSR1.
-// Runs until it is ended.
+// Each item that registers becomes a line of the file ITEMS, the bus name of its application. There is no host until
+// SIGUSR1. Runs until it is ended.
 
 #include "Support/BusPump.h"
 

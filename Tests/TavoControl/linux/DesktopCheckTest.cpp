@@ -42,7 +42,7 @@ private:
     InhibitorCommandRunner runner;
 };
 
-/// A session bus with what a desktop runs on it, and a logind that gives every lock.
+/// A session bus with a desktop's services, and a logind that grants every lock.
 class DesktopCheckTest : public CommandTest {
 protected:
     DesktopCheckTest() : logind(pump, startedBus(systemBus).address()) {
@@ -51,7 +51,7 @@ protected:
         platform.assertionStatus = std::make_shared<AssertionStatus>();
         platform.assertionRunner = std::make_shared<OrdinaryUsersRunner>(platform.assertionStatus);
         platform.wakePlanBuilder.assertionExecutable = systemBus.folder() / "tavo-inhibit";
-        // The build may lie where only root gets to.
+        // The build may be in a folder that only root may enter.
         std::filesystem::copy_file(TAVO_INHIBIT_PROGRAM, platform.wakePlanBuilder.assertionExecutable);
     }
     ~DesktopCheckTest() override {
@@ -105,7 +105,7 @@ TEST_F(DesktopCheckTest, AServiceThatAcceptsIsFineAndReleased) {
     startService(powerManagementName, ScriptedBusService::withCookie(1));
     const auto found = check(true);
     EXPECT_EQ(found.verdict, CheckVerdict::fine) << found.finding;
-    EXPECT_EQ(found.finding, "takes the request to stay awake (power management)");
+    EXPECT_EQ(found.finding, "accepts the request to stay awake (power management)");
     EXPECT_TRUE(pump.until([&] { return logind.heldLocks() == 0; }));
 }
 

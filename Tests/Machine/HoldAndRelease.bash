@@ -40,7 +40,7 @@ hasAnotherInhibitor() { [ -n "$(inhibitorOf "$run")" ] && [ "$(inhibitorOf "$run
 expectWithin $((soon + 1)) hasAnotherInhibitor
 expectHeld 'sleep:idle block'
 
-# A second one beside it is told who holds the place.
+# A second run is refused, and told the process id of the first.
 status=0
 message=$("$TAVO_BIN/tavoctl" --root "$root" run --always 2>&1) || status=$?
 expectEqual 75 "$status" "exit status of a second run"
@@ -58,7 +58,7 @@ expectWithin $((soon + 1)) hasAnotherInhibitor
 expectHeld 'sleep:idle block'
 endRun TERM
 
-# With nobody left to read what it prints, the run ends and holds nothing.
+# When nobody reads its output any more, the run ends and holds nothing.
 mkfifo "$root.pipe"
 "$TAVO_BIN/tavoctl" --root "$root" run --always >"$root.pipe" 2>"$root.err" </dev/null &
 run=$!

@@ -1,7 +1,6 @@
-#include "TavoControl/CommandLine.h"
+#include "TavoControl/ControlCommandLine.h"
 
 #include "TavoControl/CommandOptions.h"
-#include "Version.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -58,7 +57,7 @@ class Parser {
 public:
     Parser() {
         app.set_help_flag("-h,--help", "print this help");
-        app.set_version_flag("--version", std::string("tavoctl ") + tavoVersion, "print the version");
+        app.set_version_flag("--version", "tavoctl " TAVO_VERSION, "print the version");
         app.require_subcommand(1);
 
         addTriggerOptions(*run, raw, true);
@@ -68,20 +67,19 @@ public:
         addBoundOptions(*run, raw);
         addPolicyOptions(*exec, raw);
         addBoundOptions(*exec, raw);
-        // Only for the help: they are taken off the arguments before these are parsed.
+        // Only for the help: they are removed before the arguments are parsed.
         exec->add_option("COMMAND", misplacedWords, "after --, the command and its arguments");
         exec->footer("Example: tavoctl exec --power ac -- make -j2");
         addTriggerOptions(*processes, raw, false);
         processes->add_flag("--cpu", raw.cpu, "measure for 5 seconds which of them work")->disable_flag_override();
         addBusyOption(*processes, raw);
         addMatchOptions(*match, raw, "Trigger, one of them");
-        addOption(*history, "--since", raw.since, "how far back, as in 90m or 48h; 24h when it is left out",
-                  "DURATION");
-        // Whether they are given is looked at later, where there are better words for it.
+        addOption(*history, "--since", raw.since, "how far back, as in 90m or 48h; 24h by default", "DURATION");
+        // Missing ones are reported later, in better words than the parser's.
         preset->add_option("NAME", raw.name, "always, codex, claudeCode or cursor");
         set->add_option("KEY", raw.key, "a key that get lists");
         set->add_option("VALUE", raw.value, "as get prints it");
-        get->add_option("KEY", raw.key, "all of them when it is left out");
+        get->add_option("KEY", raw.key, "all of them by default");
         login->add_option("STATE", raw.state, "on or off");
         addWorkOptions(*login, raw);
         helper->require_subcommand(1);
@@ -99,7 +97,7 @@ public:
                               helperReset, enable, disable, toggle,       preset,        match,
                               set,         get,    login}) {
             rootOptions.push_back(addOption(*command, "--root", raw.root,
-                                            "the folder of config.json and state.json, in place of the default one",
+                                            "the folder of config.json and state.json, instead of the default one",
                                             "DIR"));
         }
     }
@@ -183,8 +181,8 @@ private:
                            .json = raw.json};
         if (!options.bound.processes.empty()) {
             if (options.overrides.trigger) {
-                throw UsageError("--pid is a trigger of its own: it cannot go with --always, --preset, --executable or "
-                                 "--command");
+                throw UsageError("--pid is a trigger of its own: it cannot be combined with --always, --preset, "
+                                 "--executable or --command");
             }
             // While they run there is nothing else to wait for.
             options.overrides.trigger = defaultRule(TriggerPreset::always);
@@ -192,7 +190,7 @@ private:
         if (options.whileWorking && options.overrides.trigger &&
             options.overrides.trigger->mode == TriggerMode::always) {
             throw UsageError(
-                "--while-working needs a process to watch, so it cannot go with a trigger that is always on");
+                "--while-working needs a process to watch, so it cannot be combined with a trigger that is always on");
         }
         return options;
     }
@@ -260,32 +258,32 @@ private:
 
     RawOptions raw;
 
-    /// Of exec, which are nobody else's to understand.
+    /// The command of exec, which is not parsed.
     std::vector<std::string> words;
     std::vector<std::string> misplacedWords;
     std::vector<CLI::Option*> rootOptions;
     CLI::App app{"keeps this computer awake on your terms", "tavoctl"};
-    CLI::App* run = app.add_subcommand("run", "keep awake, in the foreground, until interrupted");
+    CLI::App* run = app.add_subcommand("run", "keep awake in the foreground until interrupted");
     CLI::App* exec = app.add_subcommand("exec", "keep awake while a command runs");
-    CLI::App* status = app.add_subcommand("status", "tell what the running tavo does, and what is really held");
+    CLI::App* status = app.add_subcommand("status", "show what the running tavo does and what is really held");
     CLI::App* processes = app.add_subcommand("processes", "list the processes that match now");
-    CLI::App* history = app.add_subcommand("history", "tell when this computer was kept awake, and for what");
-    CLI::App* explain = app.add_subcommand("explain", "tell step by step why it is kept awake, or is not");
-    CLI::App* watch = app.add_subcommand("watch", "show that live, until interrupted");
-    CLI::App* doctor = app.add_subcommand("doctor", "check what tavo needs of this system");
+    CLI::App* history = app.add_subcommand("history", "show when this computer was kept awake, and for what");
+    CLI::App* explain = app.add_subcommand("explain", "explain step by step why it is kept awake or not");
+    CLI::App* watch = app.add_subcommand("watch", "show the explanation live until interrupted");
+    CLI::App* doctor = app.add_subcommand("doctor", "check whether this system has what tavo needs");
     CLI::App* enable = app.add_subcommand("enable", "switch keeping awake on");
     CLI::App* disable = app.add_subcommand("disable", "switch keeping awake off");
-    CLI::App* toggle = app.add_subcommand("toggle", "what the app's button does: off, or on without a trigger");
+    CLI::App* toggle = app.add_subcommand("toggle", "switch off, or on without a trigger, as the app's button does");
     CLI::App* preset = app.add_subcommand("preset", "keep awake while the preset's program runs, or always");
     CLI::App* match = app.add_subcommand("match", "keep awake while a process of your choice runs");
     CLI::App* set = app.add_subcommand("set", "change one setting");
     CLI::App* get = app.add_subcommand("get", "print the settings, or one of them");
-    CLI::App* login = app.add_subcommand("login", "start the desktop app at login, or no longer");
-    CLI::App* helper = app.add_subcommand("helper", "what lets tavo keep awake with the lid closed");
-    CLI::App* helperStatus = helper->add_subcommand("status", "tell what there is of it, and for whom it works");
+    CLI::App* login = app.add_subcommand("login", "start the desktop app at login, or stop doing so");
+    CLI::App* helper = app.add_subcommand("helper", "manage the helper that keeps awake with the lid closed");
+    CLI::App* helperStatus = helper->add_subcommand("status", "show its state and the overrides in effect");
     CLI::App* helperInstall = helper->add_subcommand("install", "install it, with an administrator's approval");
     CLI::App* helperUninstall = helper->add_subcommand("uninstall", "remove it, with an administrator's approval");
-    CLI::App* helperReset = helper->add_subcommand("reset", "have it remove itself");
+    CLI::App* helperReset = helper->add_subcommand("reset", "tell it to remove itself");
 };
 
 } // namespace

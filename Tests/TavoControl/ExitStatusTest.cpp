@@ -1,6 +1,6 @@
-#include "Support/TemporaryDirectory.h"
-#include "TavoControl/ConfigurationError.h"
 #include "TavoControl/ExitStatus.h"
+
+#include "Support/TemporaryDirectory.h"
 #include "base/JsonCoding.h"
 #include "base/WakeControlError.h"
 #include "config/TavoValidationError.h"
@@ -88,7 +88,7 @@ TEST_F(ConfigurationErrorTest, SaysWhichFileWhyAndWhatToDoAndLeavesTheFile) {
         const auto file = folder.write("config.json", content);
         const auto text = sentence();
         EXPECT_TRUE(text.starts_with("the configuration " + file.string() + " cannot be used: ")) << text;
-        EXPECT_TRUE(text.ends_with("; mend it, or move the file away to start from the defaults.")) << text;
+        EXPECT_TRUE(text.ends_with("; fix it, or move the file away to start from the defaults.")) << text;
         EXPECT_THAT(text, HasSubstr(reason));
         EXPECT_THAT(text, ::testing::Not(HasSubstr("\n")));
         EXPECT_EQ(fileContent(file), content);
@@ -97,7 +97,7 @@ TEST_F(ConfigurationErrorTest, SaysWhichFileWhyAndWhatToDoAndLeavesTheFile) {
 
 TEST_F(ConfigurationErrorTest, AFileThatCannotBeReadIsExplainedToo) {
     std::filesystem::create_directory(folder.path() / "config.json");
-    EXPECT_THAT(sentence(), HasSubstr("is a directory; mend it"));
+    EXPECT_THAT(sentence(), HasSubstr("is a directory; fix it"));
 }
 
 } // namespace

@@ -28,7 +28,7 @@ struct ExecOptions {
     /// Always on, within the policy that the configuration or the options name.
     RunOverrides overrides;
 
-    /// Without processes: the command is what it waits for.
+    /// Without processes: the command itself is the process to wait for.
     RunBound bound;
 
     /// The command and its arguments.
@@ -40,7 +40,7 @@ struct StatusOptions {
 };
 
 struct ProcessesOptions {
-    /// The rule to look for in place of the configured one.
+    /// The rule to match instead of the configured one.
     std::optional<TriggerRule> rule;
 
     /// Present to measure, over a few seconds, which of them work.
@@ -86,34 +86,34 @@ struct ChangeOptions {
     Kind kind = Kind::enable;
     TriggerRule trigger = {};
 
-    /// Of what is set.
+    /// The setting to change.
     std::string key = {};
     std::string value = {};
 
-    /// Launch at login was named outright: it is put in order even where the file says the same already.
+    /// Launch at login was named explicitly: it is set up again even where the file already says so.
     bool login = false;
 
-    /// Of the command login: the options to start the app with, instead of those that are kept; none when this is empty.
+    /// For the command login: the options to start the app with, which replace the saved ones; empty for no options.
     std::optional<std::optional<WorkRequirement>> loginOptions = {};
 };
 
-/// What the arguments ask for.
+/// A parsed command line.
 struct Invocation {
-    /// In place of the default folder of config.json and state.json.
+    /// Replaces the default folder of config.json and state.json.
     std::optional<std::filesystem::path> root;
     std::variant<RunOptions, ExecOptions, StatusOptions, ProcessesOptions, DoctorOptions, HistoryOptions,
                  ExplainOptions, WatchOptions, HelperCommandOptions, GetOptions, ChangeOptions>
         command;
 };
 
-/// Arguments that ask for nothing to be done: text to print, and the status to end with.
+/// Arguments that run no command: a text to print, and whether it is an error.
 struct UsageReply {
     /// For standard output when the user asked for it, else for standard error.
     std::string text;
     bool isError = false;
 };
 
-/// Understands tavoctl's arguments.
+/// Parses tavoctl's arguments.
 std::variant<Invocation, UsageReply> parseCommandLine(int count, const char* const* values);
 
 } // namespace tavo
