@@ -1,6 +1,7 @@
 #include "TavoControl/ControlCommandLine.h"
 
 #include "TavoControl/CommandOptions.h"
+#include "Version.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -57,7 +58,7 @@ class Parser {
 public:
     Parser() {
         app.set_help_flag("-h,--help", "print this help");
-        app.set_version_flag("--version", "tavoctl " TAVO_VERSION, "print the version");
+        app.set_version_flag("--version", std::string("tavoctl ") + tavoVersion, "print the version");
         app.require_subcommand(1);
 
         addTriggerOptions(*run, raw, true);

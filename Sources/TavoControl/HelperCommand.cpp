@@ -3,6 +3,7 @@
 #include "TavoControl/Console.h"
 #include "TavoControl/InterruptedBySignals.h"
 #include "TavoControl/RunningTavo.h"
+#include "Version.h"
 #include "base/AtomicFile.h"
 #include "base/ErrorText.h"
 #include "base/JsonCoding.h"
@@ -156,7 +157,7 @@ ExitStatus HelperCommand::carryOut(const HelperCommandOptions& options) const {
 
 ExitStatus HelperCommand::printStatus(bool json) const {
     HelperFacts facts{.state = support.state(),
-                      .buildVersion = TAVO_VERSION,
+                      .buildVersion = std::string(tavoVersion),
                       .installedFile = platform.helperSetup->helperExecutable()};
     if (isInstalled(facts.state)) {
         facts.installedVersion = installedVersion(platform);

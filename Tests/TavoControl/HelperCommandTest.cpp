@@ -5,6 +5,7 @@
 #include "Support/StandInPrompt.h"
 #include "Support/WaitUntil.h"
 #include "TavoControl/CommandTest.h"
+#include "Version.h"
 #include "base/JsonCoding.h"
 #include "helper/PrivilegedHelperInstallerError.h"
 
@@ -105,7 +106,7 @@ TEST_F(HelperCommandTest, StatusOfNoneNamesTheCommandThatInstallsIt) {
     EXPECT_THAT(
         linesOf(output),
         ElementsAre("helper       not installed; tavoctl helper install grants staying awake with the lid closed",
-                    "this build   " TAVO_VERSION, "override     none"));
+                    "this build   " + std::string(tavoVersion), "override     none"));
     EXPECT_THAT(runner->commands, IsEmpty());
 }
 
@@ -116,7 +117,7 @@ TEST_F(HelperCommandTest, StatusTellsVersionComparisonAndOverrides) {
     record.overrides = {{{42, 7}, {PMSetScope::ac, PMSetScope::battery}}};
     SleepOverrideJournal(setup->overrideJournal()).save(record);
     EXPECT_EQ(carryOut(Action::status), ExitStatus::success);
-    EXPECT_THAT(linesOf(output), ElementsAre("helper       ready", "this build   " TAVO_VERSION,
+    EXPECT_THAT(linesOf(output), ElementsAre("helper       ready", "this build   " + std::string(tavoVersion),
                                              "installed    0.0.9, the same file as this build's",
                                              "override     ac, battery for process 42"));
     EXPECT_EQ(runner->commands.at(0).arguments, std::vector<std::string>{"--version"});
@@ -142,7 +143,7 @@ TEST_F(HelperCommandTest, StatusAsJson) {
     client->otherwise = PrivilegedHelperResponse::ok();
     carryOut(Action::status, true);
     EXPECT_EQ(parseJson(output),
-              Json::parse(R"json({"state": "installedUnreachable", "buildVersion": ")json" TAVO_VERSION
+              Json::parse(R"json({"state": "installedUnreachable", "buildVersion": ")json" + std::string(tavoVersion) +
                           R"json(", "installedVersion": null, "matchesThisBuild": false,
                                              "overrides": [{"pid": 42, "scopes": ["all"]}], "overridesError": null})json"));
 }
