@@ -2,6 +2,8 @@
 #include "app/UserNotices.h"
 #include "runtime/macos/CaffeinateCommandRunner.h"
 
+#include <stdexcept>
+
 namespace tavo {
 namespace {
 
@@ -230,6 +232,21 @@ TEST_F(TavoAppModelTest, SwitchedOffTimersMayBeLate) {
     startWith({});
     loop->advance(std::chrono::minutes{5});
     EXPECT_EQ(activity->underWay, 0);
+}
+
+TEST_F(TavoAppModelTest, AStepThatThrowsDoesNotSilenceThoseThatFollow) {
+    startWith({});
+    edit([](AppConfig& draft) { draft.batteryCutoffPercent = 77; });
+    changes.clear();
+    power->failure = std::make_exception_ptr(std::runtime_error("no reading"));
+    EXPECT_THROW(model->toggleEnabled(), std::runtime_error);
+    EXPECT_THAT(changes, IsEmpty());
+    power->failure = nullptr;
+    model->revertDraft();
+    ASSERT_EQ(changes.size(), 1U);
+    EXPECT_TRUE(has(changes.back(), ModelProperty::draftConfig));
+    model->toggleEnabled();
+    EXPECT_TRUE(has(changes.back(), ModelProperty::config));
 }
 
 TEST_F(TavoAppModelTest, QuittingLetsGoAndArmsNothing) {

@@ -3,6 +3,8 @@
 #include "base/ErrorText.h"
 #include "helper/HelperBackedPrivilegedSleepController.h"
 
+#include <utility>
+
 namespace tavo {
 
 namespace {
@@ -25,6 +27,18 @@ std::function<void()> onMainThread(std::weak_ptr<MainLoop> mainLoop, std::weak_p
         }
     };
 }
+
+/// Counts a step for as long as it is under way, also when it is left by an exception.
+class StepCount {
+public:
+    explicit StepCount(int& count) : count(count) { ++count; }
+    StepCount(const StepCount&) = delete;
+    StepCount& operator=(const StepCount&) = delete;
+    ~StepCount() { --count; }
+
+private:
+    int& count;
+};
 
 } // namespace
 
@@ -103,6 +117,25 @@ std::shared_ptr<RuntimeCoordinator> TavoAppModel::makeCoordinator() const {
         std::make_shared<WakeController>(platform.assertionRunner, std::move(sleepController),
                                          platform.wakePlanBuilder),
         store);
+}
+
+void TavoAppModel::perform(const std::function<void()>& operation) {
+    if (hasQuit) {
+        return;
+    }
+    {
+        const StepCount step(stepsUnderWay);
+        operation();
+    }
+    if (stepsUnderWay > 0) {
+        return;
+    }
+    followSwitch();
+    recordHistory();
+    const auto changed = std::exchange(pendingChanges, 0U);
+    if (changed != 0 && changeObserver) {
+        changeObserver(changed);
+    }
 }
 
 /// Only while it is switched on do the evaluations have to come on time, whether or not a window shows.

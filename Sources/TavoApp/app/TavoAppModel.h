@@ -220,9 +220,9 @@ private:
     void finishInstall(const HelperOutcome& outcome);
     void finishReset(const HelperOutcome& outcome);
 
-    /// Runs `operation`, which must not throw, as one step that is announced as a whole. Nothing happens after a quit.
-    template <typename Operation>
-    void perform(Operation&& operation);
+    /// Runs `operation` as one step that is announced as a whole. If it throws, what it has changed is announced with the next
+    /// step. Nothing happens after a quit.
+    void perform(const std::function<void()>& operation);
 
     /// Assigns a published property and remembers that it changed.
     template <typename Value, typename NewValue>
@@ -274,30 +274,12 @@ private:
     std::unique_ptr<SettingsWindowControlling> settingsWindow;
     std::function<void(ModelChanges)> changeObserver;
     ModelChanges pendingChanges = 0;
-    int operationsUnderWay = 0;
+    int stepsUnderWay = 0;
 
     /// Last, so that no notice comes in while the rest is being destroyed.
     std::unique_ptr<PowerChangeWatch> powerWatch;
     std::optional<MatchedExits> exits;
 };
-
-template <typename Operation>
-void TavoAppModel::perform(Operation&& operation) {
-    if (hasQuit) {
-        return;
-    }
-    ++operationsUnderWay;
-    operation();
-    --operationsUnderWay;
-    if (operationsUnderWay == 0) {
-        followSwitch();
-        recordHistory();
-        const auto changes = std::exchange(pendingChanges, 0U);
-        if (changes != 0 && changeObserver) {
-            changeObserver(changes);
-        }
-    }
-}
 
 template <typename Value, typename NewValue>
 void TavoAppModel::publish(ModelProperty property, Value& current, NewValue&& next) {
