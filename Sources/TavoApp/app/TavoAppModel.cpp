@@ -332,18 +332,7 @@ void TavoAppModel::openSettings() {
 }
 
 bool TavoAppModel::releaseEverything() {
-    perform([this] {
-        timer.reset();
-        exits->stop();
-        helperTimer.reset();
-        releaseReplaced();
-        try {
-            const auto stopped = coordinator->stop(mainLoop->now());
-            publish(ModelProperty::runtimeSnapshot, snapshot, stopped.snapshot);
-        } catch (const std::exception& error) {
-            fail(errorText(error));
-        }
-    });
+    perform([this] { stopAndRelease(); });
     return replaced.empty() && !coordinator->wakeStatus().isActive;
 }
 
@@ -354,25 +343,31 @@ void TavoAppModel::quit() {
         if (platform.interruption) {
             platform.interruption->interrupt();
         }
-        timer.reset();
-        exits->stop();
-        helperTimer.reset();
         saveWhatIsPending();
         saveWhatIsOverdue();
-        releaseReplaced();
-        try {
-            const auto stopped = coordinator->stop(mainLoop->now());
-            publish(ModelProperty::runtimeSnapshot, snapshot, stopped.snapshot);
-        } catch (const std::exception& error) {
-            // There is nobody left to try again; what is still held goes with this process.
-            fail(errorText(error));
-        }
+        // Nobody is left to try again when this fails: what is still held goes with this process.
+        stopAndRelease();
         work.end();
         if (platform.history) {
             platform.history->end(mainLoop->now());
         }
         application.terminate();
     });
+}
+
+/// Stops the evaluations, and releases what is held. Returns false when the coordinator fails to, and lastError() says why.
+bool TavoAppModel::stopAndRelease() {
+    timer.reset();
+    exits->stop();
+    helperTimer.reset();
+    releaseReplaced();
+    try {
+        publish(ModelProperty::runtimeSnapshot, snapshot, coordinator->stop(mainLoop->now()).snapshot);
+        return true;
+    } catch (const std::exception& error) {
+        fail(errorText(error));
+        return false;
+    }
 }
 
 } // namespace tavo

@@ -186,6 +186,7 @@ private:
     void beginHistory() const;
     void recordHistory() const;
     void scheduleNextEvaluation(double seconds);
+    bool stopAndRelease();
     void persistBestEffort(const RuntimeSnapshot& toPersist) const;
     std::shared_ptr<RuntimeCoordinator> makeCoordinator() const;
     void rebuildCoordinator(bool restartIfEnabled);

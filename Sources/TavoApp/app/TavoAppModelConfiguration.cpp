@@ -158,16 +158,9 @@ void TavoAppModel::persistConfigAndReschedule() {
         evaluate();
         return;
     }
-    timer.reset();
-    exits->stop();
-    helperTimer.reset();
-    releaseReplaced();
-    try {
-        publish(ModelProperty::runtimeSnapshot, snapshot, coordinator->stop(mainLoop->now()).snapshot);
+    if (stopAndRelease()) {
         work.evaluated(appliedConfig);
         failure = nullptr;
-    } catch (const std::exception& error) {
-        fail(errorText(error));
     }
     scheduleNextEvaluation(AppConfig::fixedPollIntervalSeconds);
 }
