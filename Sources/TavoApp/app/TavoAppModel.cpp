@@ -3,8 +3,6 @@
 #include "base/ErrorText.h"
 #include "helper/HelperBackedPrivilegedSleepController.h"
 
-#include <utility>
-
 namespace tavo {
 
 namespace {
@@ -57,8 +55,9 @@ std::shared_ptr<TavoAppModel> TavoAppModel::make(std::shared_ptr<MainLoop> mainL
 TavoAppModel::TavoAppModel(std::shared_ptr<MainLoop> mainLoop, std::shared_ptr<const TavoStoring> store,
                            Platform platform, ApplicationControlling& application,
                            const std::optional<WorkRequirement>& whileWorking)
-    : mainLoop(std::move(mainLoop)), store(std::move(store)), platform(std::move(platform)), application(application),
-      work(whileWorking, this->store->paths()), power(this->platform.powerEnvironment->currentStatus()) {
+    : mainLoop(std::move(mainLoop)), store(std::move(store)), configuration(this->store), platform(std::move(platform)),
+      application(application), work(whileWorking, this->store->paths()),
+      power(this->platform.powerEnvironment->currentStatus()) {
     if (this->platform.endOrphanedAssertion) {
         this->platform.endOrphanedAssertion();
     }
@@ -67,23 +66,13 @@ TavoAppModel::TavoAppModel(std::shared_ptr<MainLoop> mainLoop, std::shared_ptr<c
     helperState = support.state();
     canResetSilently = helperState == PrivilegedHelperInstallState::ready && support.matchesThisBuild();
     coordinator = makeCoordinator();
-    loadAtStart();
+    lastErrorText = configuration.fileError();
+    loadSnapshotAtStart();
 }
 
 TavoAppModel::~TavoAppModel() = default;
 
-void TavoAppModel::loadAtStart() {
-    std::optional<AppConfig> asWritten;
-    try {
-        asWritten = store->loadConfigAsWritten();
-        appliedConfig = asWritten->validated();
-    } catch (const std::exception& error) {
-        asWritten.reset();
-        configFileErrorText = errorText(error);
-        lastErrorText = configFileErrorText;
-    }
-    draft = appliedConfig;
-    lastInFile = appliedConfig;
+void TavoAppModel::loadSnapshotAtStart() {
     std::optional<RuntimeSnapshot> snapshotInFile;
     try {
         snapshotInFile = store->loadRuntimeSnapshot();
@@ -92,13 +81,6 @@ void TavoAppModel::loadAtStart() {
     } catch (const std::exception&) {
         // The file only tells what the last run did.
         snapshot = RuntimeSnapshot::idle();
-    }
-    if (asWritten && !(*asWritten == appliedConfig)) {
-        try {
-            store->saveConfig(appliedConfig);
-        } catch (const std::exception&) {
-            // Nobody has asked for anything to be saved; the file means the same as it stands.
-        }
     }
     if (snapshotInFile != snapshot) {
         persistBestEffort(snapshot);
@@ -132,7 +114,7 @@ void TavoAppModel::perform(const std::function<void()>& operation) {
     }
     followSwitch();
     recordHistory();
-    const auto changed = std::exchange(pendingChanges, 0U);
+    const auto changed = changes.take() | configuration.takeChanges();
     if (changed != 0 && changeObserver) {
         changeObserver(changed);
     }
@@ -140,7 +122,7 @@ void TavoAppModel::perform(const std::function<void()>& operation) {
 
 /// Only while it is switched on do the evaluations have to come on time, whether or not a window shows.
 void TavoAppModel::followSwitch() {
-    const bool isWanted = appliedConfig.isEnabled && !hasQuit;
+    const bool isWanted = config().isEnabled && !hasQuit;
     if (platform.processActivity && isWanted != (activity != nullptr)) {
         activity = isWanted ? platform.processActivity->begin("evaluates when to keep awake") : nullptr;
     }
@@ -173,7 +155,7 @@ void TavoAppModel::observeExits() {
 
 void TavoAppModel::assertionChanged() {
     perform([this] {
-        pendingChanges |= static_cast<ModelChanges>(ModelProperty::assertionNotice);
+        changes.mark(ModelProperty::assertionNotice);
         // The child has ended unasked. A minute without a lock would be long enough for the machine to fall asleep.
         if ((snapshot.isWakeAssertionActive || hasLostAssertion()) && platform.assertionStatus->reports().empty()) {
             auto lost = snapshot;
@@ -190,7 +172,7 @@ void TavoAppModel::powerMayHaveChanged() {
         if (status == power) {
             return;
         }
-        if (appliedConfig.isEnabled) {
+        if (config().isEnabled) {
             evaluate();
         } else {
             publish(ModelProperty::powerStatus, power, status);
@@ -199,7 +181,7 @@ void TavoAppModel::powerMayHaveChanged() {
 }
 
 void TavoAppModel::start() {
-    if (!appliedConfig.isEnabled) {
+    if (!config().isEnabled) {
         scheduleNextEvaluation(idleInterval);
         return;
     }
@@ -213,7 +195,7 @@ void TavoAppModel::evaluateNow() {
 void TavoAppModel::refresh() {
     perform([this] {
         reloadPersistedConfigIfSafe();
-        if (!appliedConfig.isEnabled) {
+        if (!config().isEnabled) {
             evaluate(); // lets go before a helper that may be slow to answer is asked for anything
         }
         refreshHelperInstallState(false);
@@ -228,15 +210,15 @@ void TavoAppModel::evaluate() {
     publish(ModelProperty::powerStatus, power, platform.powerEnvironment->currentStatus());
     const auto before = power;
     try {
-        const auto evaluation = coordinator->evaluateAsGiven(work.required(appliedConfig), mainLoop->now());
+        const auto evaluation = coordinator->evaluateAsGiven(work.required(config()), mainLoop->now());
         failure = nullptr;
-        work.evaluated(appliedConfig);
+        work.evaluated(config());
         publish(ModelProperty::runtimeSnapshot, snapshot, evaluation.snapshot);
         exits->follow(snapshot.matchedProcesses);
         publish(ModelProperty::powerStatus, power, platform.powerEnvironment->currentStatus());
         // What changed while the plan was being carried out was not decided upon.
         scheduleNextEvaluation(power == before ? evaluation.suggestedNextEvaluationInterval : 0.0);
-        publish(ModelProperty::lastError, lastErrorText, pendingSave ? ErrorText(pendingSave->error) : std::nullopt);
+        publish(ModelProperty::lastError, lastErrorText, configuration.pendingSaveError());
     } catch (const std::exception& error) {
         failure = std::current_exception();
         applyFailure(error);
@@ -248,7 +230,7 @@ void TavoAppModel::applyFailure(const std::exception& error) {
     exits->stop();
     fail(errorText(error));
     auto failed = snapshot;
-    failed.isEnabled = appliedConfig.isEnabled;
+    failed.isEnabled = config().isEnabled;
     failed.isWakeAssertionActive = coordinator->wakeStatus().isActive;
     failed.lastEvaluationDate = mainLoop->now();
     failed.lastDecisionReason = RuntimeDecisionReason::error;
@@ -291,7 +273,7 @@ void TavoAppModel::releaseReplaced() {
 
 void TavoAppModel::lookForHelper() {
     helperTimer.reset();
-    if (appliedConfig.isEnabled && needsClosedLidPermission() &&
+    if (config().isEnabled && needsClosedLidPermission() &&
         helperState == PrivilegedHelperInstallState::installedUnreachable) {
         refreshHelperInstallState(false);
     }
@@ -312,7 +294,7 @@ void TavoAppModel::rebuildCoordinator(bool restartIfEnabled) {
     if (!restartIfEnabled) {
         return;
     }
-    if (appliedConfig.isEnabled) {
+    if (config().isEnabled) {
         evaluate();
     } else {
         scheduleNextEvaluation(idleInterval);
@@ -343,8 +325,7 @@ void TavoAppModel::quit() {
         if (platform.interruption) {
             platform.interruption->interrupt();
         }
-        saveWhatIsPending();
-        saveWhatIsOverdue();
+        saveBeforeQuit();
         // Nobody is left to try again when this fails: what is still held goes with this process.
         stopAndRelease();
         work.end();

@@ -1,12 +1,13 @@
 #pragma once
 
 #include "app/ApplicationControlling.h"
+#include "app/ConfigurationDocument.h"
 #include "app/MainLoop.h"
 #include "app/MatchedExits.h"
+#include "app/ModelProperty.h"
 #include "app/Platform.h"
 #include "app/StatusCopy.h"
 #include "app/WorkSession.h"
-#include "config/TavoStore.h"
 #include "helper/PrivilegedHelperInstallState.h"
 #include "runtime/RuntimeCoordinator.h"
 
@@ -20,26 +21,8 @@
 
 namespace tavo {
 
-/// What of the model has changed.
-enum class ModelProperty : unsigned {
-    config = 1U << 0U,
-    runtimeSnapshot = 1U << 1U,
-    powerStatus = 1U << 2U,
-    lastError = 1U << 3U,
-    configFileError = 1U << 4U,
-    assertionNotice = 1U << 5U,
-    helperInstallState = 1U << 6U,
-    draftConfig = 1U << 7U,
-    isInstallingHelper = 1U << 8U,
-    supportsSilentHelperReset = 1U << 9U,
-    editedFileNotice = 1U << 10U,
-};
-
-/// A set of properties: bits of ModelProperty.
-using ModelChanges = unsigned;
-
-/// Owns what a running Tavo is made of: drives the evaluations, keeps the configuration and the draft of it that the
-/// settings window edits, and has the helper installed and removed. Lives on the main thread; callbacks hold it weakly.
+/// Owns what a running Tavo is made of: drives the evaluations, keeps the configuration document, and has the helper
+/// installed and removed. Lives on the main thread; callbacks hold it weakly.
 class TavoAppModel final : public std::enable_shared_from_this<TavoAppModel> {
 public:
     /// Reads configuration and state, and writes back what differs once it has been brought into order. An unreadable
@@ -99,11 +82,11 @@ public:
     bool releaseEverything();
 
     /// The configuration in force.
-    const AppConfig& config() const { return appliedConfig; }
+    const AppConfig& config() const { return configuration.applied(); }
 
     /// The configuration as it is being edited.
-    const AppConfig& draftConfig() const { return draft; }
-    bool hasUnsavedEdits() const { return !(draft == appliedConfig); }
+    const AppConfig& draftConfig() const { return configuration.draft(); }
+    bool hasUnsavedEdits() const { return configuration.hasUnsavedEdits(); }
     const RuntimeSnapshot& runtimeSnapshot() const { return snapshot; }
     const PowerStatus& powerStatus() const { return power; }
 
@@ -117,17 +100,17 @@ public:
     const std::optional<std::string>& lastError() const { return lastErrorText; }
 
     /// Why the configuration file could not be read; absent once it has been read again.
-    const std::optional<std::string>& configFileError() const { return configFileErrorText; }
+    const std::optional<std::string>& configFileError() const { return configuration.fileError(); }
 
     /// Where an edited configuration file is kept that unsaved edits have kept from coming into force; absent after the
     /// user's next step.
-    const std::optional<std::string>& editedFileNotice() const { return editedFileNoticeText; }
+    const std::optional<std::string>& editedFileNotice() const { return configuration.editedFileNotice(); }
 
     /// What is held less than planned, in the words of the assertion's child.
     std::optional<std::string> assertionNotice() const { return platform.assertionStatus->notice(); }
 
     RuntimeStatusCopy runtimeStatusCopy() const {
-        return RuntimeStatusCopy::make(appliedConfig, snapshot, power, platform.machineNoun);
+        return RuntimeStatusCopy::make(config(), snapshot, power, platform.machineNoun);
     }
     std::string helperStatusTitle() const { return tavo::helperStatusTitle(helperState); }
     std::string helperStatusDetail() const { return tavo::helperStatusDetail(helperState); }
@@ -164,16 +147,7 @@ private:
     /// What became of an installation or a reset.
     struct HelperOutcome;
 
-    /// A save that waits for launch at login.
-    struct SaveInProgress;
-
-    /// A save that failed: it is tried again, and until it works the file is not believed.
-    struct PendingSave {
-        AppConfig inFile;
-        std::string error;
-    };
-
-    void loadAtStart();
+    void loadSnapshotAtStart();
     void followSwitch();
     void observeAssertion();
     void observePower();
@@ -198,19 +172,10 @@ private:
     void releaseStuck();
 
     void reloadPersistedConfigIfSafe();
-    void adoptFileConfig(const AppConfig& inFile);
     void adoptEditedFile();
-    void keepEditedFileAside(const AppConfig& toBeSaved);
-    void forgetEditedFile() { publish(ModelProperty::editedFileNotice, editedFileNoticeText, std::nullopt); }
-    void publishConfig(const AppConfig& config);
-    void save(const AppConfig& config);
-    void putIntoForce(const AppConfig& checked);
-    void saveAfter(LaunchAtLoginManaging::Remainder work, SaveInProgress save);
-    void finishSave();
-    void saveWhatIsPending();
-    bool isAsWhenAskedFor(const SaveInProgress& pending) const;
-    void saveAppliedConfig();
-    void saveWhatIsOverdue();
+    void finishSaveAfter(LaunchAtLoginManaging::Remainder work);
+    void finishSave(const ErrorText& failure);
+    void saveBeforeQuit();
     void persistConfigAndReschedule();
 
     void refreshHelperInstallState(bool restartIfEnabled);
@@ -225,21 +190,21 @@ private:
     /// step. Nothing happens after a quit.
     void perform(const std::function<void()>& operation);
 
-    /// Assigns a published property and remembers that it changed.
     template <typename Value, typename NewValue>
-    void publish(ModelProperty property, Value& current, NewValue&& next);
+    void publish(ModelProperty property, Value& current, NewValue&& next) {
+        changes.assign(property, current, std::forward<NewValue>(next));
+    }
     void fail(const std::string& text) { publish(ModelProperty::lastError, lastErrorText, text); }
     void clearError() { publish(ModelProperty::lastError, lastErrorText, std::nullopt); }
 
     std::shared_ptr<MainLoop> mainLoop;
     std::shared_ptr<const TavoStoring> store;
+    ConfigurationDocument configuration;
     Platform platform;
     ApplicationControlling& application;
     WorkSession work;
     std::unique_ptr<MainLoopTimer> timer;
 
-    AppConfig appliedConfig;
-    AppConfig draft;
     RuntimeSnapshot snapshot;
     PowerStatus power;
     PrivilegedHelperInstallState helperState;
@@ -249,9 +214,6 @@ private:
     /// Whether an installation has put something else in the helper's place, and it is still there.
     bool isHelperForeign = false;
 
-    /// While launch at login is still being set up.
-    std::shared_ptr<const SaveInProgress> saveInProgress;
-
     std::shared_ptr<RuntimeCoordinator> coordinator;
 
     /// Replaced while they could not give back an override: a helper that comes back keeps it in force for this process.
@@ -260,35 +222,20 @@ private:
     /// Looks for a helper that is installed, does not answer, and is needed, or has an override end that could not be ended.
     std::unique_ptr<MainLoopTimer> helperTimer;
     ErrorText lastErrorText;
-    ErrorText configFileErrorText;
-    ErrorText editedFileNoticeText;
     std::exception_ptr failure;
     bool hasQuit = false;
 
     /// While keeping awake is switched on.
     std::unique_ptr<ProcessActivity> activity;
 
-    /// What the file held when it was read or written last.
-    AppConfig lastInFile;
-    std::optional<PendingSave> pendingSave;
-
     std::unique_ptr<SettingsWindowControlling> settingsWindow;
     std::function<void(ModelChanges)> changeObserver;
-    ModelChanges pendingChanges = 0;
+    ModelChangeRecord changes;
     int stepsUnderWay = 0;
 
     /// Last, so that no notice comes in while the rest is being destroyed.
     std::unique_ptr<PowerChangeWatch> powerWatch;
     std::optional<MatchedExits> exits;
 };
-
-template <typename Value, typename NewValue>
-void TavoAppModel::publish(ModelProperty property, Value& current, NewValue&& next) {
-    Value value(std::forward<NewValue>(next));
-    if (!(current == value)) {
-        current = std::move(value);
-        pendingChanges |= static_cast<ModelChanges>(property);
-    }
-}
 
 } // namespace tavo

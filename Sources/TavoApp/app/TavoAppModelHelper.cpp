@@ -20,7 +20,7 @@ struct TavoAppModel::HelperOutcome {
 };
 
 bool TavoAppModel::needsClosedLidPermission() const {
-    return appliedConfig.watchMode != WatchMode::open && helperState != State::ready;
+    return config().watchMode != WatchMode::open && helperState != State::ready;
 }
 
 void TavoAppModel::installHelper() {
@@ -28,7 +28,7 @@ void TavoAppModel::installHelper() {
         if (isHelperWorkRunning) {
             return;
         }
-        forgetEditedFile();
+        configuration.dismissEditedFileNotice();
         if (!platform.helperSource()) {
             fail("could not find the tavo helper executable in this build");
             return;
@@ -188,15 +188,9 @@ void TavoAppModel::releaseStuck() {
 
 void TavoAppModel::updateClosedLidPermissionGranted(bool granted, bool restartIfEnabled) {
     adoptEditedFile();
-    auto changed = appliedConfig;
-    changed.closedLidPermissionGranted = granted;
     ErrorText saveFailure;
     try {
-        save(changed);
-        auto changedDraft = draft;
-        changedDraft.closedLidPermissionGranted = granted;
-        publish(ModelProperty::config, appliedConfig, changed);
-        publish(ModelProperty::draftConfig, draft, changedDraft);
+        configuration.saveClosedLidPermission(granted);
         clearError();
     } catch (const std::exception& error) {
         saveFailure = errorText(error);

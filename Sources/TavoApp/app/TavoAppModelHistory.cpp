@@ -43,7 +43,7 @@ void TavoAppModel::recordHistory() const {
     platform.history->record(
         {.reason = snapshot.lastDecisionReason,
          .isAwake = snapshot.isWakeAssertionActive,
-         .isStopped = appliedConfig.isEnabled && snapshot.lastDecisionReason == RuntimeDecisionReason::disabled,
+         .isStopped = config().isEnabled && snapshot.lastDecisionReason == RuntimeDecisionReason::disabled,
          .processes = historyProcesses(snapshot.matchedProcesses),
          .held = std::move(held)},
         mainLoop->now());
