@@ -1,13 +1,10 @@
 #include "app/TavoAppModel.h"
 
 #include "base/ErrorText.h"
-#include "helper/HelperBackedPrivilegedSleepController.h"
 
 namespace tavo {
 
 namespace {
-
-constexpr double idleInterval = AppConfig::fixedPollIntervalSeconds;
 
 /// In seconds. Long enough that a child that cannot stay alive does not keep the processor busy.
 constexpr double lostAssertionInterval = 1.0;
@@ -85,20 +82,6 @@ void TavoAppModel::loadSnapshotAtStart() {
     if (snapshotInFile != snapshot) {
         persistBestEffort(snapshot);
     }
-}
-
-std::shared_ptr<RuntimeCoordinator> TavoAppModel::makeCoordinator() const {
-    std::shared_ptr<PrivilegedSleepControlling> sleepController;
-    if (helperState == PrivilegedHelperInstallState::ready) {
-        sleepController = std::make_shared<HelperBackedPrivilegedSleepController>(platform.helperClient, true);
-    }
-    return std::make_shared<RuntimeCoordinator>(
-        platform.powerEnvironment,
-        std::make_shared<ProcessWatcher>(platform.processes, ProcessWatcher::defaultActivityThreshold,
-                                         std::unordered_set<std::int32_t>(), work.workMonitor()),
-        std::make_shared<WakeController>(platform.assertionRunner, std::move(sleepController),
-                                         platform.wakePlanBuilder),
-        store);
 }
 
 void TavoAppModel::perform(const std::function<void()>& operation) {
@@ -182,123 +165,41 @@ void TavoAppModel::powerMayHaveChanged() {
 
 void TavoAppModel::start() {
     if (!config().isEnabled) {
-        scheduleNextEvaluation(idleInterval);
+        scheduleNextEvaluation(AppConfig::fixedPollIntervalSeconds);
         return;
     }
     onMainThread(mainLoop, weak_from_this(), [](TavoAppModel& model) { model.evaluateNow(); })();
 }
 
-void TavoAppModel::evaluateNow() {
-    perform([this] { evaluate(); });
-}
-
-void TavoAppModel::refresh() {
-    perform([this] {
-        reloadPersistedConfigIfSafe();
-        if (!config().isEnabled) {
-            evaluate(); // lets go before a helper that may be slow to answer is asked for anything
-        }
-        refreshHelperInstallState(false);
-        evaluate();
-    });
-}
-
-void TavoAppModel::evaluate() {
-    reloadPersistedConfigIfSafe();
-    releaseReplaced();
-    lookForHelper();
-    publish(ModelProperty::powerStatus, power, platform.powerEnvironment->currentStatus());
-    const auto before = power;
-    try {
-        const auto evaluation = coordinator->evaluateAsGiven(work.required(config()), mainLoop->now());
-        failure = nullptr;
-        work.evaluated(config());
-        publish(ModelProperty::runtimeSnapshot, snapshot, evaluation.snapshot);
-        exits->follow(snapshot.matchedProcesses);
-        publish(ModelProperty::powerStatus, power, platform.powerEnvironment->currentStatus());
-        // What changed while the plan was being carried out was not decided upon.
-        scheduleNextEvaluation(power == before ? evaluation.suggestedNextEvaluationInterval : 0.0);
-        publish(ModelProperty::lastError, lastErrorText, configuration.pendingSaveError());
-    } catch (const std::exception& error) {
-        failure = std::current_exception();
-        applyFailure(error);
-    }
-}
-
-void TavoAppModel::applyFailure(const std::exception& error) {
-    timer.reset();
-    exits->stop();
-    fail(errorText(error));
-    auto failed = snapshot;
-    failed.isEnabled = config().isEnabled;
-    failed.isWakeAssertionActive = coordinator->wakeStatus().isActive;
-    failed.lastEvaluationDate = mainLoop->now();
-    failed.lastDecisionReason = RuntimeDecisionReason::error;
-    failed.lastError = errorText(error);
-    publish(ModelProperty::runtimeSnapshot, snapshot, failed);
-    persistBestEffort(snapshot);
-    watchHelperIfNeeded();
-}
-
-void TavoAppModel::scheduleNextEvaluation(double seconds) {
-    timer = mainLoop->startTimer(seconds, [weakModel = weak_from_this()] {
-        if (const auto model = weakModel.lock()) {
-            model->evaluateNow();
-        }
-    });
-}
-
-void TavoAppModel::persistBestEffort(const RuntimeSnapshot& toPersist) const {
-    try {
-        store->saveRuntimeSnapshot(toPersist);
-    } catch (const std::exception&) {
-        // What is being recorded matters more than the record, and it is shown already.
-    }
-}
-
-/// What a replaced coordinator could not give back is given back as soon as that is possible.
-void TavoAppModel::releaseReplaced() {
-    if (helperState == PrivilegedHelperInstallState::notInstalled) {
-        replaced.clear(); // a helper that is removed has undone everything
-    }
-    std::erase_if(replaced, [](const auto& old) {
-        try {
-            old->release();
-            return true;
-        } catch (const std::exception&) {
-            return false; // tried again at the next evaluation
-        }
-    });
-}
-
-void TavoAppModel::lookForHelper() {
-    helperTimer.reset();
-    if (config().isEnabled && needsClosedLidPermission() &&
-        helperState == PrivilegedHelperInstallState::installedUnreachable) {
-        refreshHelperInstallState(false);
-    }
-}
-
-void TavoAppModel::rebuildCoordinator(bool restartIfEnabled) {
-    timer.reset();
-    exits->stop();
-    try {
-        coordinator->stop(mainLoop->now());
-    } catch (const std::exception&) {
-        // Shown by the evaluation that follows, if it still matters then.
-        if (coordinator->wakeStatus().usesClosedLidOverride) {
-            replaced.push_back(coordinator);
-        }
-    }
-    coordinator = makeCoordinator();
-    if (!restartIfEnabled) {
+/// Before anything of this run goes into the state file, which tells how long an earlier one was at work.
+void TavoAppModel::beginHistory() const {
+    if (!platform.history) {
         return;
     }
-    if (config().isEnabled) {
-        evaluate();
-    } else {
-        scheduleNextEvaluation(idleInterval);
+    std::optional<TimePoint> lastSeen;
+    try {
+        lastSeen = store->loadRuntimeSnapshot().lastEvaluationDate;
+    } catch (const std::exception&) {
+        // Of a damaged state file nothing is known.
     }
+    platform.history->begin(mainLoop->now(), lastSeen);
+}
+
+void TavoAppModel::recordHistory() const {
+    if (!platform.history || hasQuit || snapshot.lastDecisionReason == RuntimeDecisionReason::idle) {
+        return;
+    }
+    auto held = snapshot.isWakeAssertionActive ? platform.assertionStatus->summary() : std::string();
+    if (coordinator->wakeStatus().usesClosedLidOverride) {
+        held += held.empty() ? "closed lid" : ", closed lid";
+    }
+    platform.history->record(
+        {.reason = snapshot.lastDecisionReason,
+         .isAwake = snapshot.isWakeAssertionActive,
+         .isStopped = config().isEnabled && snapshot.lastDecisionReason == RuntimeDecisionReason::disabled,
+         .processes = historyProcesses(snapshot.matchedProcesses),
+         .held = std::move(held)},
+        mainLoop->now());
 }
 
 void TavoAppModel::openSettings() {
@@ -334,21 +235,6 @@ void TavoAppModel::quit() {
         }
         application.terminate();
     });
-}
-
-/// Stops the evaluations, and releases what is held. Returns false when the coordinator fails to, and lastError() says why.
-bool TavoAppModel::stopAndRelease() {
-    timer.reset();
-    exits->stop();
-    helperTimer.reset();
-    releaseReplaced();
-    try {
-        publish(ModelProperty::runtimeSnapshot, snapshot, coordinator->stop(mainLoop->now()).snapshot);
-        return true;
-    } catch (const std::exception& error) {
-        fail(errorText(error));
-        return false;
-    }
 }
 
 } // namespace tavo

@@ -102,16 +102,6 @@ void TavoAppModel::adoptEditedFile() {
     }
 }
 
-void TavoAppModel::reloadPersistedConfigIfSafe() {
-    try {
-        if (configuration.reload()) {
-            clearError();
-        }
-    } catch (const std::exception& error) {
-        fail(errorText(error));
-    }
-}
-
 void TavoAppModel::persistConfigAndReschedule() {
     try {
         configuration.save();

@@ -114,25 +114,6 @@ void TavoAppModel::beginHelperWork(std::function<HelperOutcome()> work,
                               });
 }
 
-void TavoAppModel::refreshHelperInstallState(bool restartIfEnabled) {
-    const auto before = helperState;
-    publishHelperState(platform.closedLidSupport().state());
-    if (helperState != before) {
-        rebuildCoordinator(restartIfEnabled);
-    } else {
-        reassertOverride(restartIfEnabled);
-    }
-}
-
-/// A helper that was replaced has given back what it was asked for, though it looks the same as before.
-void TavoAppModel::reassertOverride(bool restartIfEnabled) {
-    try {
-        coordinator->reassertOverride();
-    } catch (const std::exception&) {
-        rebuildCoordinator(restartIfEnabled); // the evaluation that follows asks again, and says what is wrong
-    }
-}
-
 void TavoAppModel::publishHelperState(State state) {
     // Its answers count for nothing: it is root's, and not Tavo's.
     isHelperForeign = isHelperForeign && isInstalled(state);
@@ -142,48 +123,6 @@ void TavoAppModel::publishHelperState(State state) {
     publish(ModelProperty::helperInstallState, helperState, state);
     publish(ModelProperty::supportsSilentHelperReset, canResetSilently,
             state == State::ready && platform.closedLidSupport().matchesThisBuild());
-}
-
-/// No evaluation is armed after a failure. The helper alone is looked at again: it may only be late, as at login, or be
-/// starting again, and nobody would tell.
-void TavoAppModel::watchHelperIfNeeded() {
-    const bool isAwaited = needsClosedLidPermission() && helperState == State::installedUnreachable;
-    if (!isAwaited && !hasStuckOverride()) {
-        return;
-    }
-    helperTimer = mainLoop->startTimer(AppConfig::fixedPollIntervalSeconds, [weakModel = weak_from_this()] {
-        if (const auto model = weakModel.lock()) {
-            model->perform([&] { model->lookAtHelperAgain(); });
-        }
-    });
-}
-
-bool TavoAppModel::hasStuckOverride() const {
-    return coordinator->isOverrideStuck() || !replaced.empty();
-}
-
-/// An override that cannot be ended keeps a closed laptop awake: nothing else is done before it has ended.
-void TavoAppModel::lookAtHelperAgain() {
-    if (hasStuckOverride()) {
-        refreshHelperInstallState(false);
-        releaseReplaced();
-        releaseStuck();
-        if (hasStuckOverride()) {
-            watchHelperIfNeeded();
-            return;
-        }
-    }
-    evaluate();
-}
-
-void TavoAppModel::releaseStuck() {
-    try {
-        if (coordinator->isOverrideStuck()) {
-            coordinator->release();
-        }
-    } catch (const std::exception& error) {
-        fail(errorText(error));
-    }
 }
 
 void TavoAppModel::updateClosedLidPermissionGranted(bool granted, bool restartIfEnabled) {
