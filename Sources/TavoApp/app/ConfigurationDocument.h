@@ -3,11 +3,17 @@
 #include "app/ModelProperty.h"
 #include "config/TavoStore.h"
 
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
 
 namespace tavo {
+
+/// Copies config.json to "config.json.edited" beside it, with a number when there is such a file already. Gives
+/// the copy's file; nothing when there is no config.json.
+/// @throws std::system_error naming the path; nothing may be written over the file then.
+std::optional<std::filesystem::path> keepEditedConfigAside(const TavoPaths& paths);
 
 /// The configuration in its four forms: applied, as the settings window edits it (the draft), as the file held it when it was
 /// read or written last, and as a save that has yet to happen will write it. Decides which of them wins when the file is
