@@ -1,6 +1,6 @@
 #include "app/views/Theme.h"
 
-#include "app/views/TavoGlassTint.h"
+#include "app/views/TavoWindowGlassBackground.h"
 
 #include <gtest/gtest.h>
 

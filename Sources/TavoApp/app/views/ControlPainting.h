@@ -1,11 +1,10 @@
 #pragma once
 
+#include <QObject>
 #include <QPainter>
 #include <QWidget>
 
 namespace tavo {
-
-struct Theme;
 
 /// What the controls have in common in how they are painted.
 namespace ControlPainting {
@@ -20,9 +19,26 @@ int grown(int length, const QWidget& widget);
 /// @param border  none when it is not valid.
 void paintGround(QPainter& painter, const QRectF& shape, double corner, const QColor& colour, const QColor& border);
 
-/// Around a control that has the keyboard.
-void paintFocusRing(QPainter& painter, const QRectF& shape, double corner, const Theme& theme);
-
 } // namespace ControlPainting
+
+/// The ring around a control that the keyboard came to. A click leaves none: whoever points at a control knows where it is.
+class FocusRing final : public QObject {
+public:
+    /// @param control  outlives the ring.
+    explicit FocusRing(QWidget& control);
+
+    bool isShown() const { return isByKeyboard && control.hasFocus(); }
+
+    /// Paints it when it is shown.
+    /// @param corner  its radius.
+    void paint(QPainter& painter, const QRectF& shape, double corner) const;
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    QWidget& control;
+    bool isByKeyboard = false;
+};
 
 } // namespace tavo

@@ -12,7 +12,9 @@ class ModelObserver final : public QObject {
     Q_OBJECT
 
 public:
-    explicit ModelObserver(const std::shared_ptr<TavoAppModel>& model);
+    explicit ModelObserver(const std::shared_ptr<TavoAppModel>& model) : observed(model) {
+        model->onChange([this](ModelChanges changes) { Q_EMIT changed(changes); });
+    }
 
     TavoAppModel& model() const { return *observed; }
 

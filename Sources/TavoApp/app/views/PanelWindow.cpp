@@ -1,7 +1,7 @@
 #include "app/views/PanelWindow.h"
 
 #include "app/views/PlatformWindow.h"
-#include "app/views/TavoGlassTint.h"
+#include "app/views/TavoWindowGlassBackground.h"
 #include "app/views/Theme.h"
 
 #include <QMouseEvent>

@@ -29,4 +29,15 @@ private:
     PillTone pillTone = PillTone::disabled;
 };
 
+/// Whether Tavo is switched on: that, and not what it is doing.
+class MenuBarHeaderStatusIndicator final : public StatusPill {
+public:
+    explicit MenuBarHeaderStatusIndicator(QWidget* parent = nullptr) : StatusPill(parent) {}
+
+    void setEnabledState(bool isEnabled) {
+        setStatus(isEnabled ? QStringLiteral("on") : QStringLiteral("paused"),
+                  isEnabled ? PillTone::enabled : PillTone::disabled);
+    }
+};
+
 } // namespace tavo

@@ -17,6 +17,9 @@ QPixmap symbolPixmap(const QString& name, int size, const QColor& colour, double
 /// The same for a drawing that is a file, or part of the program.
 QPixmap templatePixmap(const QString& file, int size, const QColor& colour, double ratio);
 
+/// One of the system's own symbols; null where the system has none, or none of that name.
+QPixmap systemSymbol(const QString& name, int pixels, const QColor& colour);
+
 /// Shows a symbol in the colour of details.
 class SymbolView final : public QWidget {
 public:

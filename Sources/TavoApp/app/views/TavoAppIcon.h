@@ -2,6 +2,7 @@
 
 #include <QIcon>
 #include <QString>
+#include <QWidget>
 
 namespace tavo {
 
@@ -17,6 +18,20 @@ struct TavoAppIcon {
     /// @param bundleFile   of an application bundle; tried first.
     /// @param drawingFile  tried next.
     static QIcon load(const QString& bundleFile, const QString& drawingFile);
+};
+
+/// Shows the icon, with rounded corners.
+class AppIconView final : public QWidget {
+public:
+    /// @param side  in points, of a square.
+    explicit AppIconView(int side, QWidget* parent = nullptr);
+    QSize sizeHint() const override { return {side, side}; }
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    int side;
 };
 
 } // namespace tavo

@@ -2,6 +2,8 @@
 
 #include "app/views/Accessibility.h"
 #include "app/views/Activation.h"
+#include "app/views/PlatformWindow.h"
+#include "app/views/TavoAppIcon.h"
 #include "app/views/TavoSettingsWindowController.h"
 #include "base/JsonCoding.h"
 
@@ -15,6 +17,28 @@ namespace {
 constexpr std::chrono::milliseconds patience{800};
 
 } // namespace
+
+void TavoAppDelegate::applicationDidFinishLaunching(const std::shared_ptr<TavoAppModel>& model, MainLoop& mainLoop,
+                                                    bool isHidden) const {
+    QApplication::setWindowIcon(TavoAppIcon::image());
+    preparePlatformApplication([weakModel = std::weak_ptr(model)] {
+        if (const auto strongModel = weakModel.lock()) {
+            strongModel->openSettings();
+        }
+    });
+    if (isHidden) {
+        return;
+    }
+    mainLoop.post([weakModel = std::weak_ptr(model)] {
+        if (const auto strongModel = weakModel.lock()) {
+            strongModel->openSettings();
+        }
+    });
+}
+
+void TavoAppDelegate::applicationShouldHandleReopen(TavoAppModel& model) const {
+    model.openSettings();
+}
 
 std::string TavoAppMain::lockNote(bool hasUnsavedEdits, const std::optional<WorkRequirement>& whileWorking,
                                   const std::optional<std::string>& assertionNotice) {

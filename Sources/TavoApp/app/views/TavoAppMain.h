@@ -6,9 +6,7 @@
 #include "app/TavoAppModel.h"
 #include "app/views/ModelObserver.h"
 #include "app/views/QtMainLoop.h"
-#include "app/views/TavoAppDelegate.h"
 #include "app/views/TavoMenuBarExtra.h"
-#include "app/views/TrayHint.h"
 #include "app/views/TrayWatch.h"
 #include "app/views/WindowRequests.h"
 #include "config/InstanceLock.h"
@@ -20,6 +18,17 @@
 #include <optional>
 
 namespace tavo {
+
+/// What happens to the application as a whole.
+class TavoAppDelegate final {
+public:
+    /// Called once the main loop is about to run: the settings window opens at every launch, unless it is a hidden one.
+    void applicationDidFinishLaunching(const std::shared_ptr<TavoAppModel>& model, MainLoop& mainLoop,
+                                       bool isHidden) const;
+
+    /// Called when the application is started a second time, or its icon is clicked.
+    void applicationShouldHandleReopen(TavoAppModel& model) const;
+};
 
 /// The desktop app: one model, the item in the tray, the settings window, and the signals of the process.
 class TavoAppMain final : public QObject, private ApplicationControlling {

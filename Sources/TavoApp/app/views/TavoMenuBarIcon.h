@@ -4,6 +4,7 @@
 #include <QIcon>
 #include <QPixmap>
 #include <QString>
+#include <QWidget>
 
 namespace tavo {
 
@@ -22,6 +23,16 @@ struct TavoMenuBarIcon {
 
     /// The drawing to show: the bottle cap, or else a plain seal.
     static QPixmap pixmap(const QString& drawingFile, int side, const QColor& colour, double opacity);
+};
+
+/// Shows the bottle cap alone, in the app's colours.
+class BottleCapView final : public QWidget {
+public:
+    explicit BottleCapView(QWidget* parent = nullptr);
+    QSize sizeHint() const override { return {26, 26}; }
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
 };
 
 } // namespace tavo

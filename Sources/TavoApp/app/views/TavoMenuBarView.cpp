@@ -1,7 +1,7 @@
 #include "app/views/TavoMenuBarView.h"
 
-#include "app/views/AppIconView.h"
 #include "app/views/ControlPainting.h"
+#include "app/views/TavoAppIcon.h"
 #include "app/views/Theme.h"
 
 #include <QEvent>

@@ -1,11 +1,10 @@
 #pragma once
 
-#include "app/views/ElidedLabel.h"
+#include "app/views/Labels.h"
 #include "app/views/MenuBarActionRow.h"
-#include "app/views/MenuBarHeaderStatusIndicator.h"
 #include "app/views/ModelObserver.h"
 #include "app/views/NoticeList.h"
-#include "app/views/WarningLabel.h"
+#include "app/views/StatusPill.h"
 
 #include <QWidget>
 #include <functional>

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "app/views/Labels.h"
 #include "app/views/ModelObserver.h"
 #include "app/views/TavoButton.h"
-#include "app/views/WarningLabel.h"
 
 #include <QWidget>
 

@@ -1,7 +1,7 @@
 #include "app/views/TavoSettingsView.h"
 
 #include "app/views/NoticeList.h"
-#include "app/views/SettingsControlRow.h"
+#include "app/views/SettingsRows.h"
 #include "app/views/SlimScrollBar.h"
 #include "app/views/TavoSettingsFooter.h"
 #include "app/views/TavoStatusHeader.h"

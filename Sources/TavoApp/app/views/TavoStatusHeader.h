@@ -1,7 +1,7 @@
 #pragma once
 
 #include "app/views/BatteryStatusBadgeView.h"
-#include "app/views/ElidedLabel.h"
+#include "app/views/Labels.h"
 #include "app/views/ModelObserver.h"
 
 #include <QWidget>

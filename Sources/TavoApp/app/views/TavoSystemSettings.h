@@ -1,8 +1,7 @@
 #pragma once
 
 #include "app/views/ModelObserver.h"
-#include "app/views/SettingsActionValueRow.h"
-#include "app/views/SettingsToggleRow.h"
+#include "app/views/SettingsRows.h"
 
 #include <QWidget>
 

@@ -4,6 +4,15 @@
 
 namespace tavo {
 
+/// Text in the colour of details, which follows light and dark.
+class DetailLabel final : public QLabel {
+public:
+    explicit DetailLabel(QWidget* parent = nullptr) : QLabel(parent) {
+        setForegroundRole(QPalette::PlaceholderText);
+        setTextFormat(Qt::PlainText);
+    }
+};
+
 /// Plain text that gives way where there is little space: what does not fit ends in an ellipsis, and the tooltip has the
 /// whole. Stands at the side where a line of the layout begins, whichever script it is in.
 class ElidedLabel : public QLabel {
@@ -27,6 +36,19 @@ private:
     QStringList rowsIn(int width) const;
 
     int maxRows;
+};
+
+/// Text in a colour of the theme, which follows light and dark.
+class WarningLabel final : public QLabel {
+public:
+    explicit WarningLabel(const QString& text, QWidget* parent = nullptr);
+
+protected:
+    void changeEvent(QEvent* event) override;
+
+private:
+    void applyColour();
+    void applySide();
 };
 
 } // namespace tavo
