@@ -285,7 +285,7 @@ TEST_F(TavoAppModelTest, WhatIsSwitchedOrEditedWhileLaunchAtLoginTakesTimeStays)
     login->remainder = [] {};
     edit([](AppConfig& draft) { draft.launchAtLoginEnabled = true; });
     model->saveDraft();
-    model->toggleEnabled(); // takes the edits back, as ever
+    model->toggleEnabled(); // discards the edits, as always
     loop->runPosted();
     EXPECT_TRUE(store->loadConfig().isEnabled);
     EXPECT_TRUE(store->loadConfig().launchAtLoginEnabled);

@@ -258,7 +258,7 @@ TEST_F(HelperFlowTest, AnOverrideThatCouldNotBeGivenBackIsGivenBackLater) {
     installHelper();
     startWith(enabledWithLidClosed());
     asked();
-    // Killed, and looked at before it is back; it takes over what this living process had asked for.
+    // Killed, and checked before it is back; it then continues the override of this living process.
     helper->otherwise = std::make_exception_ptr(std::runtime_error("nobody listens."));
     model->refresh();
     EXPECT_EQ(model->helperInstallState(), HelperState::installedUnreachable);

@@ -15,12 +15,12 @@ namespace tavo {
 /// @throws std::system_error naming the path; nothing may be written over the file then.
 std::optional<std::filesystem::path> keepEditedConfigAside(const TavoPaths& paths);
 
-/// The configuration in its four forms: applied, as the settings window edits it (the draft), as the file held it when it was
-/// read or written last, and as a save that has yet to happen will write it. Decides which of them wins when the file is
-/// edited elsewhere, and when a save fails.
+/// The configuration in its four forms: applied, as the settings window edits it (the draft), as the file held it when
+/// it was read or written last, and as a save that has yet to happen will write it. Decides which of them wins when the
+/// file is edited elsewhere, and when a save fails.
 ///
-/// A save that fails is *pending*: it is retried by reload(), until it works or the file is edited. A save that waits for
-/// the system to set something up first is *deferred*.
+/// A save that fails is *pending*: it is retried by reload(), until it works or the file is edited. A save that waits
+/// for the system to set something up first is *deferred*.
 class ConfigurationDocument {
 public:
     /// Loads the file, and writes it back when validation changes it. When the file is unreadable, the default
@@ -34,7 +34,8 @@ public:
     /// Why the file could not be read; absent once it has been read or written again.
     const std::optional<std::string>& fileError() const { return fileErrorText; }
 
-    /// Where an edited file was kept that unsaved edits kept from being adopted; absent after dismissEditedFileNotice().
+    /// Where an edited file was kept that unsaved edits kept from being adopted; absent after
+    /// dismissEditedFileNotice().
     const std::optional<std::string>& editedFileNotice() const { return editedFileNoticeText; }
     void dismissEditedFileNotice();
 
@@ -50,17 +51,18 @@ public:
     /// Switches off in the applied configuration and in the draft; other unsaved edits stay. Nothing is written yet.
     void switchOff();
 
-    /// Adopts the file if it was edited, or else retries a pending save. With unsaved edits it does nothing. Returns true if
-    /// that changed or saved something.
+    /// Adopts the file if it was edited, or else retries a pending save. With unsaved edits it does nothing. Returns
+    /// true if that changed or saved something.
     /// @throws what loading throws, and fileError() says it, too; or what the retried save throws.
     bool reload();
 
-    /// Adopts the file if it was edited since it was read or written last: to be called before a change is decided on and
-    /// written, since the last evaluation may be a minute ago. Does nothing with unsaved edits, or when the file is
+    /// Adopts the file if it was edited since it was read or written last: to be called before a change is decided on
+    /// and written, since the last evaluation may be a minute ago. Does nothing with unsaved edits, or when the file is
     /// unreadable: saving keeps such a file aside. Returns true if that changed the applied configuration.
     bool adoptEditedFile();
 
-    /// Writes the applied configuration. A file that was edited meanwhile is kept aside, and editedFileNotice() says so.
+    /// Writes the applied configuration. A file that was edited meanwhile is kept aside, and editedFileNotice() says
+    /// so.
     /// @throws when the file cannot be written, or the edited one not kept; the save is pending then.
     void save();
 
@@ -76,11 +78,13 @@ public:
     bool hasDeferredSave() const { return deferredSave.has_value(); }
     void cancelDeferredSave() { deferredSave.reset(); }
 
-    /// Adopts an edited file, and then applies the deferred configuration. If the configuration or the draft has changed since
-    /// the save was deferred, only its launch at login is applied, which the system has set up by now. Nothing is written yet.
+    /// Adopts an edited file, and then applies the deferred configuration. If the configuration or the draft has
+    /// changed since the save was deferred, only its launch at login is applied, which the system has set up by now.
+    /// Nothing is written yet.
     void applyDeferredSave();
 
-    /// Before the program ends: writes what is deferred or pending. A file edited since a pending save failed is left alone.
+    /// Before the program ends: writes what is deferred or pending. A file edited since a pending save failed is left
+    /// alone.
     /// @throws like save(), and what loading throws.
     void saveBeforeQuit();
 
@@ -104,7 +108,7 @@ private:
     AppConfig appliedConfig;
     AppConfig draftConfig;
 
-    /// What the file held when it was read or written last.
+    /// The file's content when it was last read or written.
     AppConfig inFile;
     std::optional<DeferredSave> deferredSave;
 

@@ -20,7 +20,7 @@ std::vector<std::string> keptOptions(const std::filesystem::path& file) {
         const auto requirement = file.empty() ? std::nullopt : LoginOptionsFile(file).read();
         return requirement ? requirement->arguments() : std::vector<std::string>();
     } catch (const std::exception&) {
-        // Launch at login matters more than how.
+        // Launch at login matters more than its options.
         return {};
     }
 }

@@ -6,7 +6,7 @@ namespace tavo {
 
 namespace {
 
-/// In seconds. Long enough that a child that cannot stay alive does not keep the processor busy.
+/// In seconds. Long enough that a child that keeps dying does not load the processor.
 constexpr double lostAssertionInterval = 1.0;
 
 /// Runs a member of the model on the main thread, if there is still a main thread and a model.
@@ -73,10 +73,10 @@ void TavoAppModel::loadSnapshotAtStart() {
     std::optional<RuntimeSnapshot> snapshotInFile;
     try {
         snapshotInFile = store->loadRuntimeSnapshot();
-        // What the last run held when it was killed, this one does not hold.
+        // A lock that the last run held when it was killed is not held by this one.
         snapshot = snapshotInFile->isWakeAssertionActive ? RuntimeSnapshot::idle() : *snapshotInFile;
     } catch (const std::exception&) {
-        // The file only tells what the last run did.
+        // The file only says what the last run did.
         snapshot = RuntimeSnapshot::idle();
     }
     if (snapshotInFile != snapshot) {
@@ -103,7 +103,7 @@ void TavoAppModel::perform(const std::function<void()>& operation) {
     }
 }
 
-/// Only while it is switched on do the evaluations have to come on time, whether or not a window shows.
+/// Evaluations have to be on time only while Tavo is switched on, whether or not a window is shown.
 void TavoAppModel::followSwitch() {
     const bool isWanted = config().isEnabled && !hasQuit;
     if (platform.processActivity && isWanted != (activity != nullptr)) {
@@ -124,7 +124,7 @@ void TavoAppModel::observePower() {
         powerWatch = platform.powerChanges->watch(
             onMainThread(mainLoop, weak_from_this(), [](TavoAppModel& model) { model.powerMayHaveChanged(); }));
     } catch (const std::exception&) {
-        // A change is noticed at the next evaluation then, a minute later at most.
+        // A change is then noticed by the next evaluation, at most a minute later.
     }
 }
 
@@ -139,7 +139,7 @@ void TavoAppModel::observeExits() {
 void TavoAppModel::assertionChanged() {
     perform([this] {
         changes.mark(ModelProperty::assertionNotice);
-        // The child has ended unasked. A minute without a lock would be long enough for the machine to fall asleep.
+        // The child has exited by itself. A minute without a lock would be long enough for the machine to fall asleep.
         if ((snapshot.isWakeAssertionActive || hasLostAssertion()) && platform.assertionStatus->reports().empty()) {
             auto lost = snapshot;
             lost.isWakeAssertionActive = coordinator->wakeStatus().isActive;
@@ -171,7 +171,7 @@ void TavoAppModel::start() {
     onMainThread(mainLoop, weak_from_this(), [](TavoAppModel& model) { model.evaluateNow(); })();
 }
 
-/// Before anything of this run goes into the state file, which tells how long an earlier one was at work.
+/// Called before this run writes the state file, which says when the run before it was last active.
 void TavoAppModel::beginHistory() const {
     if (!platform.history) {
         return;
@@ -180,7 +180,7 @@ void TavoAppModel::beginHistory() const {
     try {
         lastSeen = store->loadRuntimeSnapshot().lastEvaluationDate;
     } catch (const std::exception&) {
-        // Of a damaged state file nothing is known.
+        // A damaged state file says nothing about it.
     }
     platform.history->begin(mainLoop->now(), lastSeen);
 }
@@ -221,13 +221,13 @@ bool TavoAppModel::releaseEverything() {
 
 void TavoAppModel::quit() {
     perform([this] {
-        // First of all: an application that is told to end may say so to everybody at once, which leads back here.
+        // Set first: terminating the application may notify its observers at once, one of which calls quit() again.
         hasQuit = true;
         if (platform.interruption) {
             platform.interruption->interrupt();
         }
         saveBeforeQuit();
-        // Nobody is left to try again when this fails: what is still held goes with this process.
+        // If this fails, nothing retries it; the process takes its locks with it when it exits.
         stopAndRelease();
         work.end();
         if (platform.history) {

@@ -57,7 +57,7 @@ void TavoAppModel::saveDraft() {
     });
 }
 
-/// Launchd may take seconds, and the windows must not freeze meanwhile.
+/// launchd may take seconds, and the windows must not freeze meanwhile.
 void TavoAppModel::finishSaveAfter(LaunchAtLoginManaging::Remainder work) {
     clearError();
     const auto failure = std::make_shared<ErrorText>();
@@ -86,8 +86,8 @@ void TavoAppModel::finishSave(const ErrorText& failure) {
     persistConfigAndReschedule();
 }
 
-/// Waits for nobody: launch at login is in its place for the next login already, whether or not it also works at once.
-/// What was switched off must not be on again at the next start.
+/// Does not wait for launch at login, whose file is already in place for the next login. A switch-off must not be
+/// undone by the next start.
 void TavoAppModel::saveBeforeQuit() {
     try {
         configuration.saveBeforeQuit();

@@ -12,7 +12,7 @@ void TavoAppModel::refresh() {
     perform([this] {
         reloadPersistedConfigIfSafe();
         if (!config().isEnabled) {
-            evaluate(); // lets go before a helper that may be slow to answer is asked for anything
+            evaluate(); // releases first, since the helper may be slow to answer
         }
         refreshHelperInstallState(false);
         evaluate();
@@ -22,7 +22,7 @@ void TavoAppModel::refresh() {
 void TavoAppModel::evaluate() {
     reloadPersistedConfigIfSafe();
     releaseReplaced();
-    lookForHelper();
+    refreshAwaitedHelper();
     publish(ModelProperty::powerStatus, power, platform.powerEnvironment->currentStatus());
     const auto before = power;
     try {
@@ -32,7 +32,7 @@ void TavoAppModel::evaluate() {
         publish(ModelProperty::runtimeSnapshot, snapshot, evaluation.snapshot);
         exits->follow(snapshot.matchedProcesses);
         publish(ModelProperty::powerStatus, power, platform.powerEnvironment->currentStatus());
-        // What changed while the plan was being carried out was not decided upon.
+        // A power change during the evaluation has not been considered yet, so evaluate again at once.
         scheduleNextEvaluation(power == before ? evaluation.suggestedNextEvaluationInterval : 0.0);
         publish(ModelProperty::lastError, lastErrorText, configuration.pendingSaveError());
     } catch (const std::exception& error) {
@@ -70,7 +70,7 @@ void TavoAppModel::persistBestEffort(const RuntimeSnapshot& toPersist) const {
     try {
         store->saveRuntimeSnapshot(toPersist);
     } catch (const std::exception&) {
-        // What is being recorded matters more than the record, and it is shown already.
+        // The snapshot is shown already; the file is only its record.
     }
 }
 
@@ -82,7 +82,7 @@ void TavoAppModel::scheduleNextEvaluation(double seconds) {
     });
 }
 
-void TavoAppModel::lookForHelper() {
+void TavoAppModel::refreshAwaitedHelper() {
     helperTimer.reset();
     if (config().isEnabled && needsClosedLidPermission() &&
         helperState == PrivilegedHelperInstallState::installedUnreachable) {
@@ -100,7 +100,7 @@ void TavoAppModel::refreshHelperInstallState(bool restartIfEnabled) {
     }
 }
 
-/// A helper that was replaced has given back what it was asked for, though it looks the same as before.
+/// A helper that was replaced no longer holds the override, though its state is the same as before.
 void TavoAppModel::reassertOverride(bool restartIfEnabled) {
     try {
         coordinator->reassertOverride();
@@ -145,23 +145,23 @@ std::shared_ptr<RuntimeCoordinator> TavoAppModel::makeCoordinator() const {
         store);
 }
 
-/// What a replaced coordinator could not give back is given back as soon as that is possible.
+/// Retries to end the overrides that replaced coordinators could not end.
 void TavoAppModel::releaseReplaced() {
     if (helperState == PrivilegedHelperInstallState::notInstalled) {
-        replaced.clear(); // a helper that is removed has undone everything
+        replaced.clear(); // removing the helper ended its overrides
     }
     std::erase_if(replaced, [](const auto& old) {
         try {
             old->release();
             return true;
         } catch (const std::exception&) {
-            return false; // tried again at the next evaluation
+            return false; // retried at the next evaluation
         }
     });
 }
 
-/// No evaluation is armed after a failure. The helper alone is looked at again: it may only be late, as at login, or be
-/// starting again, and nobody would tell.
+/// No evaluation is scheduled after a failure. Only the helper is checked again: it may just be late, as at login, or
+/// be restarting, and the system does not announce when it is ready.
 void TavoAppModel::watchHelperIfNeeded() {
     const bool isAwaited =
         needsClosedLidPermission() && helperState == PrivilegedHelperInstallState::installedUnreachable;
@@ -170,7 +170,7 @@ void TavoAppModel::watchHelperIfNeeded() {
     }
     helperTimer = mainLoop->startTimer(AppConfig::fixedPollIntervalSeconds, [weakModel = weak_from_this()] {
         if (const auto model = weakModel.lock()) {
-            model->perform([&] { model->lookAtHelperAgain(); });
+            model->perform([&] { model->recheckHelper(); });
         }
     });
 }
@@ -179,8 +179,8 @@ bool TavoAppModel::hasStuckOverride() const {
     return coordinator->isOverrideStuck() || !replaced.empty();
 }
 
-/// An override that cannot be ended keeps a closed laptop awake: nothing else is done before it has ended.
-void TavoAppModel::lookAtHelperAgain() {
+/// An override that cannot be ended keeps a closed laptop awake, so it has to end before anything else is done.
+void TavoAppModel::recheckHelper() {
     if (hasStuckOverride()) {
         refreshHelperInstallState(false);
         releaseReplaced();
@@ -203,7 +203,7 @@ void TavoAppModel::releaseStuck() {
     }
 }
 
-/// Stops the evaluations, and releases what is held. Returns false when the coordinator fails to, and lastError() says why.
+/// Stops the evaluations and releases everything. Returns false if the coordinator fails, and lastError() says why.
 bool TavoAppModel::stopAndRelease() {
     timer.reset();
     exits->stop();

@@ -9,10 +9,10 @@ using State = PrivilegedHelperInstallState;
 struct TavoAppModel::HelperOutcome {
     State state = State::notInstalled;
 
-    /// What stopped an installation.
+    /// The error that ended an installation.
     ErrorText error;
 
-    /// Whether something else was installed in the helper's place.
+    /// Whether another program was found where the helper should be.
     bool isForeign = false;
 
     /// Whether a reset removed everything.
@@ -71,7 +71,7 @@ void TavoAppModel::finishInstall(const HelperOutcome& outcome) {
 void TavoAppModel::resetHelper() {
     perform([this] {
         const auto support = platform.closedLidSupport();
-        // The file is compared afresh: it may have been replaced since the last look.
+        // The file is compared anew: it may have been replaced since the last check.
         if (isHelperWorkRunning || helperState != State::ready || !support.matchesThisBuild()) {
             return;
         }
@@ -81,7 +81,7 @@ void TavoAppModel::resetHelper() {
                 try {
                     outcome.isGone = support.reset();
                 } catch (const std::exception&) {
-                    // A helper that could not be asked has not removed itself, and that is what will be said.
+                    // A helper that could not be asked has not removed itself, and the outcome says so.
                     outcome.isGone = false;
                 }
                 outcome.state = support.state();
@@ -115,7 +115,7 @@ void TavoAppModel::beginHelperWork(std::function<HelperOutcome()> work,
 }
 
 void TavoAppModel::publishHelperState(State state) {
-    // Its answers count for nothing: it is root's, and not Tavo's.
+    // Its answers do not count: it belongs to root, but is not Tavo's.
     isHelperForeign = isHelperForeign && isInstalled(state);
     if (isHelperForeign) {
         state = State::installedUnreachable;

@@ -16,7 +16,7 @@ void paintRing(QPainter& painter, const QRectF& shape, double corner, const Them
     painter.setPen(QPen(theme.focusRing, ringWidth));
     const auto inset = ringWidth / 2;
     painter.drawRoundedRect(shape.adjusted(inset, inset, -inset, -inset), corner, corner);
-    // A second line, for grounds of the ring's own colour.
+    // A second line, for backgrounds of the ring's own colour.
     painter.setPen(QPen(theme.onColour, 1.0));
     const auto second = ringWidth + 0.5;
     painter.drawRoundedRect(shape.adjusted(second, second, -second, -second), corner - 2, corner - 2);
@@ -60,7 +60,7 @@ bool FocusRing::eventFilter(QObject* watched, QEvent* event) {
         case Qt::ActiveWindowFocusReason:
         case Qt::PopupFocusReason:
         case Qt::MenuBarFocusReason:
-            // It comes back to where it was, by whichever way it had come there.
+            // The focus returns to where it was; how it got there in the first place still counts.
             break;
         default:
             isByKeyboard = false;

@@ -6,13 +6,13 @@
 
 namespace tavo {
 
-/// What the controls have in common in how they are painted.
+/// The painting that the controls share.
 namespace ControlPainting {
 
 constexpr double radius = 6.0;
 constexpr double disabledOpacity = 0.45;
 
-/// A length, grown with the widget's font.
+/// A length, scaled with the widget's font.
 int grown(int length, const QWidget& widget);
 
 /// @param corner  its radius.
@@ -21,7 +21,7 @@ void paintGround(QPainter& painter, const QRectF& shape, double corner, const QC
 
 } // namespace ControlPainting
 
-/// The ring around a control that the keyboard came to. A click leaves none: whoever points at a control knows where it is.
+/// The ring around a control that got the focus by keyboard. A click shows none: the pointer is there already.
 class FocusRing final : public QObject {
 public:
     /// @param control  outlives the ring.

@@ -60,7 +60,8 @@ QSize ElidedLabel::minimumSizeHint() const {
             QLabel::minimumSizeHint().height()};
 }
 
-/// A tooltip of its own goes first. It guesses whether its text is markup, and this one may be anybody's.
+/// The label's own tooltip wins. Otherwise the text is converted, since tooltips guess whether they are markup, and it
+/// may come from anywhere.
 bool ElidedLabel::event(QEvent* event) {
     if (event->type() != QEvent::ToolTip || !toolTip().isEmpty()) {
         return QLabel::event(event);
@@ -106,7 +107,7 @@ void WarningLabel::changeEvent(QEvent* event) {
 }
 
 void WarningLabel::applyColour() {
-    // The widget's own palette holds one role of its own; what the window's changes, it follows.
+    // The widget's own palette sets one role only; the others follow the window's palette.
     const auto& theme = Theme::of(palette());
     if (palette().color(QPalette::WindowText) != theme.warning) {
         QPalette own;

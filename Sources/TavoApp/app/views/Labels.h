@@ -13,14 +13,14 @@ public:
     }
 };
 
-/// Plain text that gives way where there is little space: what does not fit ends in an ellipsis, and the tooltip has the
-/// whole. Stands at the side where a line of the layout begins, whichever script it is in.
+/// Plain text that can be shortened: text that does not fit ends in an ellipsis, and the tooltip shows all of it.
+/// Aligned to the side where lines of the layout begin, whatever its script.
 class ElidedLabel : public QLabel {
 public:
-    /// @param maxRows  to break the text into, between words; a word that is too wide is elided on its own.
+    /// @param maxRows  of the broken text, at word boundaries; a word that is too wide is elided by itself.
     explicit ElidedLabel(const QString& text = {}, QWidget* parent = nullptr, int maxRows = 1);
 
-    /// As it is painted in the present width.
+    /// The text as it is painted at the present width.
     QString shownText() const { return shownText(contentsRect().width()); }
 
     bool hasHeightForWidth() const override { return maxRows > 1; }

@@ -79,7 +79,7 @@ private:
     SwitchControl* switchControl;
 };
 
-/// A row with a value in words and a button that does something about it.
+/// A row with a value as text and a button to change it.
 class SettingsActionValueRow final : public SettingsControlRow {
 public:
     SettingsActionValueRow(const QString& systemImage, const QString& title, std::function<void()> onAction,

@@ -5,7 +5,7 @@
 
 namespace tavo {
 
-/// How a pill is coloured.
+/// The colouring of a pill.
 enum class PillTone { enabled, disabled };
 
 /// A word in a capsule, with a dot in front of it.
@@ -29,7 +29,7 @@ private:
     PillTone pillTone = PillTone::disabled;
 };
 
-/// Whether Tavo is switched on: that, and not what it is doing.
+/// Shows whether Tavo is switched on, not what it is doing.
 class MenuBarHeaderStatusIndicator final : public StatusPill {
 public:
     explicit MenuBarHeaderStatusIndicator(QWidget* parent = nullptr) : StatusPill(parent) {}

@@ -6,7 +6,7 @@
 
 namespace tavo {
 
-/// A switch: a check box of another shape.
+/// A switch: a check box with another look.
 class SwitchControl final : public QCheckBox {
 public:
     explicit SwitchControl(QWidget* parent = nullptr);

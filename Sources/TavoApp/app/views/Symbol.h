@@ -10,7 +10,7 @@ namespace tavo {
 /// One of the project's drawings, in one colour.
 /// @param name      of a file in the folder of symbols, without its ending.
 /// @param size      in points, of a square.
-/// @param ratio     pixels a point.
+/// @param ratio     pixels per point.
 /// @return an empty image for an unknown name.
 QPixmap symbolPixmap(const QString& name, int size, const QColor& colour, double ratio);
 

@@ -55,7 +55,7 @@ AppIconView::AppIconView(int side, QWidget* parent) : QWidget(parent), side(side
 }
 
 void AppIconView::paintEvent(QPaintEvent*) {
-    // The drawing has a margin, which icons on a desktop need and one in a row does not.
+    // The drawing has a margin, which icons on a desktop need and a view does not.
     constexpr double margin = 32.0 / 1024.0;
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);

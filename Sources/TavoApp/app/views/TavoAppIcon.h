@@ -11,8 +11,8 @@ struct TavoAppIcon {
     /// The drawing that is part of the program.
     static constexpr const char* drawing = ":/tavo/app-icon.svg";
 
-    /// Built once: the bundle's own file where there is a bundle, and otherwise the drawing that is part of the program. An
-    /// empty icon when neither can be read.
+    /// Built once: the bundle's own file where there is a bundle, and otherwise the drawing that is part of the
+    /// program. An empty icon when neither can be read.
     static const QIcon& image();
 
     /// @param bundleFile   of an application bundle; tried first.

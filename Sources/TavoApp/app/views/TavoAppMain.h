@@ -19,7 +19,7 @@
 
 namespace tavo {
 
-/// What happens to the application as a whole.
+/// Handles the launch and the reopening of the application.
 class TavoAppDelegate final {
 public:
     /// Called once the main loop is about to run: the settings window opens at every launch, unless it is a hidden one.
@@ -41,21 +41,21 @@ public:
         std::optional<WorkRequirement> whileWorking = {};
     };
 
-    /// To be made after the application object, with the signals of handledSignals() blocked.
-    /// @param lock  of the one Tavo, whose note says whether there are unsaved edits, and what is held less than planned.
+    /// Must be made after the application object, with the signals of handledSignals() blocked.
+    /// @param lock  of the one Tavo, whose note says whether there are unsaved edits, and which locks are missing.
     TavoAppMain(Options options, std::shared_ptr<const TavoStoring> store, Platform platform, InstanceLock lock);
     ~TavoAppMain() override;
 
-    /// To be called when the main loop has ended: releases everything. Gives false when work in the background does not end
-    /// within a moment: the process has to end without waiting for it, since it has no window and takes no signal any more.
+    /// Called when the main loop has ended: releases everything. Returns false if background work does not finish
+    /// shortly: the process must then exit without waiting, since it has no window and handles no signal any more.
     [[nodiscard]] bool finish();
 
     /// The lock's note of a desktop app.
-    /// @param assertionNotice  what is held less than planned.
+    /// @param assertionNotice  the planned locks that could not be taken.
     static std::string lockNote(bool hasUnsavedEdits, const std::optional<WorkRequirement>& whileWorking,
                                 const std::optional<std::string>& assertionNotice = std::nullopt);
 
-    /// Those that end or stop the program, SIGUSR1 (look around) and SIGUSR2 (show the window).
+    /// Those that end or stop the program, SIGUSR1 (refresh) and SIGUSR2 (show the window).
     static std::vector<int> handledSignals();
 
     TavoAppModel& model() const { return *appModel; }
@@ -68,7 +68,7 @@ private:
 
     void handleSignal(int signal);
     void showWindow(const WindowRequest& request);
-    void tellInLockFile();
+    void updateLockNote();
 
     Options options;
     std::string machineNoun;

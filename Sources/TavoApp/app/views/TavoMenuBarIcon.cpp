@@ -13,7 +13,7 @@ const QString seal = QStringLiteral(":/tavo/symbols/seal.fill.svg");
 
 const QColor capColour(0xF0, 0x53, 0x3D);
 
-/// Of the width: the ring of the drawing reaches as far as 11.2 of 18, its teeth begin at 15.
+/// Share of the width: the ring of the drawing ends at 11.2 of 18, its teeth begin at 15.
 constexpr double whiteShare = 13.0 / 18.0;
 
 } // namespace
@@ -37,7 +37,7 @@ QIcon TavoMenuBarIcon::image(bool isWakeAssertionActive, const QColor& colour) {
         icon.addPixmap(
             pixmap(QLatin1String(drawing), size * factor, colour, isWakeAssertionActive ? heldOpacity : idleOpacity));
     }
-    // Trays ask for these as well, and would blur another size.
+    // Trays ask for these sizes, too, and would blur others.
     for (const int side : {16, 22, 24, 32, 48, 64}) {
         icon.addPixmap(pixmap(QLatin1String(drawing), side, colour, isWakeAssertionActive ? heldOpacity : idleOpacity));
     }
@@ -52,7 +52,7 @@ BottleCapView::BottleCapView(QWidget* parent) : QWidget(parent) {
 void BottleCapView::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    // The cut-outs of the cap are white on every ground. The disc ends within the cap.
+    // The cut-outs of the cap are white on every background. The disc ends within the cap.
     painter.setPen(Qt::NoPen);
     painter.setBrush(Qt::white);
     const double radius = width() * whiteShare / 2;

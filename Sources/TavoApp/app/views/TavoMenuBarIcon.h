@@ -18,7 +18,7 @@ struct TavoMenuBarIcon {
     static constexpr double idleOpacity = 0.72;
 
     /// @param isWakeAssertionActive  dims the image when it is not.
-    /// @param colour                 of what it is drawn in; the system decides that where it knows templates.
+    /// @param colour                 to draw it in; ignored where the system colours templates.
     static QIcon image(bool isWakeAssertionActive, const QColor& colour);
 
     /// The drawing to show: the bottle cap, or else a plain seal.

@@ -108,7 +108,7 @@ void TavoMenuBarView::showModel(ModelChanges) {
     fitHeight();
 }
 
-/// As wide as ever, and as tall as its texts are in that width.
+/// Of fixed width, and as tall as its texts need at that width.
 void TavoMenuBarView::fitHeight() {
     const int width = grown(panelWidth, *this);
     layout()->activate();

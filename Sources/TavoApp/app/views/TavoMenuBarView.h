@@ -11,10 +11,10 @@
 
 namespace tavo {
 
-/// The panel of the menu bar or tray: what Tavo is doing, and three things to do about it.
+/// The panel of the menu bar or tray: Tavo's status and three actions.
 class TavoMenuBarView final : public QWidget {
 public:
-    /// @param onAction  called before an action is carried out: the panel goes then.
+    /// @param onAction  called before an action runs, to close the panel.
     TavoMenuBarView(ModelObserver& observer, std::function<void()> onAction, QWidget* parent = nullptr);
 
 protected:

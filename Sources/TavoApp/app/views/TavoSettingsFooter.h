@@ -8,7 +8,7 @@
 
 namespace tavo {
 
-/// What becomes of the edits, and the switch.
+/// The buttons to save or cancel the edits, and to switch on or off.
 class TavoSettingsFooter final : public QWidget {
 public:
     explicit TavoSettingsFooter(ModelObserver& observer, QWidget* parent = nullptr);

@@ -8,7 +8,7 @@
 
 namespace tavo {
 
-/// What Tavo is doing, and the battery.
+/// Tavo's status and the battery.
 class TavoStatusHeader final : public QWidget {
 public:
     explicit TavoStatusHeader(ModelObserver& observer, QWidget* parent = nullptr);

@@ -7,7 +7,7 @@
 
 namespace tavo {
 
-/// What the system has to allow.
+/// The settings that need the system: launch at login and the closed-lid permission.
 class TavoSystemSettings final : public QWidget {
 public:
     explicit TavoSystemSettings(ModelObserver& observer, QWidget* parent = nullptr);

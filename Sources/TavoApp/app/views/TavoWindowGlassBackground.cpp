@@ -8,7 +8,7 @@ namespace tavo {
 
 namespace {
 
-/// What is behind is not blurred everywhere, and text has to be read over it.
+/// Not every window system blurs the windows behind, and text has to be readable over them.
 constexpr int tintOpacity = 244;
 
 } // namespace

@@ -6,13 +6,13 @@
 
 namespace tavo {
 
-/// The tint that lies over what is behind the window.
+/// The tint of a window's glass.
 struct TavoGlassTint {
-    /// @param isComposited  whether the window system shows what lies behind; opaque where it does not.
+    /// @param isComposited  whether the window system shows the windows behind; opaque where it does not.
     static QColor of(const QPalette& palette, bool isComposited);
 };
 
-/// The ground of a window.
+/// The background of a window.
 class TavoWindowGlassBackground final : public QWidget {
 public:
     explicit TavoWindowGlassBackground(QWidget* parent = nullptr);
@@ -21,7 +21,7 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 };
 
-/// Whether the window system puts windows together with what lies behind them, as of now.
+/// Whether the window system composites windows at present, so that they can be translucent.
 bool isWindowSystemComposited();
 
 } // namespace tavo

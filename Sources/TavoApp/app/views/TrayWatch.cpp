@@ -5,32 +5,33 @@
 namespace tavo {
 
 TrayHint::TrayHint(const TrayWatch& tray, MainLoop& mainLoop) : tray(tray), mainLoop(mainLoop) {
-    connect(&tray, &TrayWatch::changed, this, &TrayHint::look);
-    look();
+    connect(&tray, &TrayWatch::changed, this, &TrayHint::update);
+    update();
 }
 
-void TrayHint::look() {
+void TrayHint::update() {
     if (tray.isThere()) {
         waiting.reset();
-        setSaid(false);
-    } else if (!waiting && !isSaid) {
+        setShown(false);
+    } else if (!waiting && !isShown) {
         waiting = mainLoop.startTimer(patience, [this] {
             waiting.reset();
-            setSaid(true);
+            setShown(true);
         });
     }
 }
 
-void TrayHint::setSaid(bool said) {
-    if (std::exchange(isSaid, said) != said) {
+void TrayHint::setShown(bool shown) {
+    if (std::exchange(isShown, shown) != shown) {
         Q_EMIT changed();
     }
 }
 
 QString TrayHint::text() const {
-    return isSaid ? QStringLiteral("this desktop shows no tray, so tavo has no icon there: it goes on when this window "
-                                   "is closed, and starting tavo again brings the window back.")
-                  : QString();
+    return isShown
+               ? QStringLiteral("this desktop shows no tray, so tavo has no icon there: it goes on when this window "
+                                "is closed, and starting tavo again brings the window back.")
+               : QString();
 }
 
 } // namespace tavo
