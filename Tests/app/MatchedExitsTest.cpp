@@ -97,7 +97,7 @@ TEST_F(MatchedExitsTest, AReusedNumberIsAnotherProcess) {
     EXPECT_THAT(exits->current(), ElementsAre(WatchedProcess{10, 510}));
 }
 
-TEST_F(MatchedExitsTest, NobodyIsWatchedOnceNothingIsAskedFor) {
+TEST_F(MatchedExitsTest, NothingIsWatchedOnceNothingIsAskedFor) {
     run({10});
     startWatching();
     model->releaseEverything();

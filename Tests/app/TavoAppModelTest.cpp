@@ -249,7 +249,7 @@ TEST_F(TavoAppModelTest, AStepThatThrowsDoesNotSilenceThoseThatFollow) {
     EXPECT_TRUE(has(changes.back(), ModelProperty::config));
 }
 
-TEST_F(TavoAppModelTest, QuittingLetsGoAndArmsNothing) {
+TEST_F(TavoAppModelTest, QuittingReleasesEverythingAndArmsNothing) {
     startWith(enabled());
     model->quit();
     EXPECT_THAT(*runner->log, ElementsAre("start /usr/bin/caffeinate -i -s", "stop"));
@@ -272,7 +272,7 @@ TEST_F(TavoAppModelTest, WhatIsReleasedForAStopIsTakenAgainByTheNextEvaluation) 
     EXPECT_EQ(loop->armedTimers(), 1U);
 }
 
-TEST_F(TavoAppModelTest, QuittingCallsOffWhatWaitsForAnAdministrator) {
+TEST_F(TavoAppModelTest, QuittingInterruptsTheWaitForAnAdministrator) {
     startWith(enabled());
     EXPECT_FALSE(interruption->isInterrupted());
     model->quit();
@@ -325,7 +325,7 @@ TEST_F(TavoAppModelTest, AHelperThatDoesNotAnswerIsNotAskedForMore) {
     EXPECT_THAT(asked(), IsEmpty());
 }
 
-TEST_F(TavoAppModelTest, LookingAroundFindsAHelperThatHasBeenInstalled) {
+TEST_F(TavoAppModelTest, RefreshingFindsAHelperThatHasBeenInstalled) {
     startWith(enabledWithLidClosed());
     installHelper();
     model->refresh();
@@ -336,7 +336,7 @@ TEST_F(TavoAppModelTest, LookingAroundFindsAHelperThatHasBeenInstalled) {
     EXPECT_EQ(loop->armedTimers(), 1U);
 }
 
-TEST_F(TavoAppModelTest, LookingAroundFindsAHelperThatHasGone) {
+TEST_F(TavoAppModelTest, RefreshingFindsAHelperThatHasGone) {
     installHelper();
     startWith(enabledWithLidClosed());
     std::filesystem::remove(helperSetup->helperExecutable());
@@ -348,7 +348,7 @@ TEST_F(TavoAppModelTest, LookingAroundFindsAHelperThatHasGone) {
     EXPECT_FALSE(runner->children[0]->isRunning()) << "nothing of the old coordinator is left";
 }
 
-TEST_F(TavoAppModelTest, LookingAroundAsksAgainForAnOverrideThatAReplacedHelperHasForgotten) {
+TEST_F(TavoAppModelTest, RefreshingBeginsAnOverrideAnewThatAReplacedHelperHasForgotten) {
     installHelper();
     startWith(enabledWithLidClosed());
     asked();
@@ -357,7 +357,7 @@ TEST_F(TavoAppModelTest, LookingAroundAsksAgainForAnOverrideThatAReplacedHelperH
     EXPECT_EQ(runner->children.size(), 1U) << "the lock itself stays as it is";
 }
 
-TEST_F(TavoAppModelTest, LookingAroundWithTheLidOpenAsksTheHelperForNothing) {
+TEST_F(TavoAppModelTest, RefreshingWithTheLidOpenAsksTheHelperForNothing) {
     installHelper();
     startWith(enabled());
     model->refresh();

@@ -49,7 +49,7 @@ TEST_F(UserNoticesTest, AnEditedFileThatWasKeptAsideIsAWarning) {
     EXPECT_THAT(notices().warnings, ElementsAre(testing::EndsWith("kept as config.json.edited.")));
 }
 
-TEST_F(UserNoticesTest, WhatIsHeldLessThanPlannedIsAWarning) {
+TEST_F(UserNoticesTest, APlannedLockThatIsNotHeldIsAWarning) {
     startWith(enabled());
     assertionStatus->record(assertionStatus->open(),
                             {.service = "logind", .what = "idle", .notice = "sleep was refused."});
@@ -102,7 +102,7 @@ TEST_F(UserNoticesTest, AnErrorThatLeavesTheMachineAwakeIsNotTold) {
     EXPECT_EQ(update(), std::nullopt);
 }
 
-TEST_F(UserNoticesTest, WhatTheUserDidIsNotTold) {
+TEST_F(UserNoticesTest, WhatTheUserDidIsNotAnnounced) {
     auto config = enabled();
     config.powerSourcePolicy = PowerSourcePolicy::acOnly;
     startWith(config);

@@ -144,7 +144,7 @@ TEST(SlimScrollBar, ShowsWhileThereIsScrolling) {
     EXPECT_EQ(bar.grab().toImage(), resting);
 }
 
-TEST(BottleCapView, WhatIsCutOutIsWhiteOnADarkGround) {
+TEST(BottleCapView, TheCutOutsAreWhiteOnADarkBackground) {
     BottleCapView cap;
     cap.setPalette(Theme::dark().palette());
     cap.resize(cap.sizeHint());
