@@ -7,9 +7,9 @@
 
 namespace tavo {
 
-/// Puts pictures together to an icon file of macOS (.icns): "icns" and the file's length, then each picture with its type and
-/// its length before it, all lengths in 32 bits, big end first, and including those eight bytes.
-/// @param pictures  types of four characters, as in "ic10" for 512 points at 2 pixels each, with PNG data.
+/// Makes a macOS icon file (.icns) of pictures: "icns" and the length of the file, then each picture after its type and
+/// length. Lengths are 32-bit, big-endian, and include those eight bytes.
+/// @param pictures  four-character types, such as "ic10" for 512 points at 2 pixels per point, with PNG data.
 std::string icnsFile(const std::vector<std::pair<std::string_view, std::string>>& pictures);
 
 } // namespace tavo

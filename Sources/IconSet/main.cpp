@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::array sizes{16, 22, 24, 32, 48, 64, 128, 256, 512, 1024};
 
-/// The types of an .icns file that are PNGs, with their sides in pixels.
+/// The types of an .icns file that hold PNGs, and their width in pixels.
 constexpr std::array<std::pair<std::string_view, int>, 10> types{{{"icp4", 16},
                                                                   {"icp5", 32},
                                                                   {"ic11", 32},
@@ -50,7 +50,7 @@ bool write(const QString& path, const QByteArray& content) {
 
 } // namespace
 
-/// Renders the icon set from its one drawing: PNGs in the folders of an icon theme, and AppIcon.icns.
+/// Renders the icon set from one drawing: PNGs in the folders of an icon theme, and AppIcon.icns.
 int main(int count, char** values) {
     const QGuiApplication application(count, values);
     if (count != 3) {

@@ -60,7 +60,7 @@ std::optional<WorkRequirement> requirementOf(const CLI::App& parser, const std::
     return std::nullopt;
 }
 
-/// Gives the status to end with when there is nothing to start.
+/// Returns the exit status if there is nothing to start.
 std::optional<int> parse(int count, char** values, Arguments& arguments) {
     CLI::App parser{"keeps this computer awake on your terms; tavoctl is its companion in a terminal", "tavo"};
     parser.set_help_flag("-h,--help", "print this help");
@@ -98,17 +98,17 @@ std::optional<int> parse(int count, char** values, Arguments& arguments) {
     return EXIT_SUCCESS;
 }
 
-/// What the note of a lock says of its holder.
+/// The content of a lock's note about its holder.
 bool hasWindow(const std::string& note) {
     try {
         return parseJson(note).value(InstanceLock::windowKey, false);
     } catch (const std::exception&) {
-        // Without a note it is a run in a terminal, which would take a request for its window for nothing.
+        // Without a note it is a run in a terminal, which has no window to show.
         return false;
     }
 }
 
-/// Shows the window of the Tavo that runs already; one in a terminal has none.
+/// Shows the window of the running Tavo; one in a terminal has none.
 int raiseOther(const TavoPaths& paths, const WindowRequest& request) {
     const auto holder = InstanceLock::holder(paths.lockURL());
     if (holder && hasWindow(InstanceLock::noteOfHolder(paths.lockURL())) &&
@@ -122,7 +122,7 @@ int raiseOther(const TavoPaths& paths, const WindowRequest& request) {
     return alreadyRunning;
 }
 
-/// The requirement of a Tavo that was given no options of this kind.
+/// The requirement of a Tavo without options of this kind.
 std::optional<WorkRequirement> keptRequirement(const Platform& platform) {
     try {
         return platform.requirementAtStart();
@@ -132,14 +132,14 @@ std::optional<WorkRequirement> keptRequirement(const Platform& platform) {
     }
 }
 
-/// The one that runs already obeys the options of its own start.
-void tellOfOtherOptions(const TavoPaths& paths, const std::optional<WorkRequirement>& askedFor) {
+/// The running Tavo keeps the options of its own start.
+void warnOfOtherOptions(const TavoPaths& paths, const std::optional<WorkRequirement>& askedFor) {
     std::optional<WorkRequirement> running;
     try {
         const auto note = parseJson(InstanceLock::noteOfHolder(paths.lockURL()));
         running = JsonObjectReader(note).optional<WorkRequirement>(WorkRequirement::noteKey);
     } catch (const std::exception&) {
-        // It says nothing about itself, so it was not asked for anything.
+        // It has left no note, so nothing is known about its options.
     }
     if (askedFor && running != askedFor) {
         printError("tavo: the tavo that is running keeps its own options, {}; quit it first to start it with others.\n",
@@ -157,7 +157,7 @@ int runApplication(QApplication& application, const Arguments& arguments, const 
     auto lock = InstanceLock::acquire(paths.lockURL(), TavoAppMain::lockNote(false, whileWorking));
     if (!lock) {
         blocked.reset(); // there is nothing to release
-        tellOfOtherOptions(paths, arguments.whileWorking);
+        warnOfOtherOptions(paths, arguments.whileWorking);
         return raiseOther(paths, arguments.request);
     }
     platform.history =
@@ -185,8 +185,8 @@ int start(int count, char** values) {
         printError("tavo: there is no display to show windows on; tavoctl run works without one.\n");
         return systemUnavailable;
     }
-    // Nobody may find the process id in the lock file and signal it before the signals are handled; and the threads that
-    // Qt starts leave them to the one that waits for them.
+    // A process that finds this one in the lock file must not signal it before the signals are handled; and the threads
+    // that Qt starts leave the signals to the one that waits for them.
     std::optional<BlockedSignals> blocked(std::in_place, TavoAppMain::handledSignals());
     QApplication::setDesktopFileName(QStringLiteral("com.vrd.tavo"));
     QApplication::setApplicationName(QStringLiteral("tavo"));

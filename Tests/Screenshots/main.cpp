@@ -140,7 +140,7 @@ std::vector<Scene> panelScenes() {
              .config = closed,
              .before =
                  [](Stage& stage) {
-                     // The lid is to be covered, and what covers it has gone while all went well before.
+                     // The configuration covers a closed lid, and the helper that this needs has gone since.
                      stage.installHelper();
                  },
              .after =

@@ -8,7 +8,7 @@
 
 namespace tavo {
 
-/// Notes which program was to be started at login.
+/// Records which program was to be started at login.
 class ScriptedLaunchAtLogin final : public LaunchAtLoginManaging {
 public:
     Remainder enable(const std::filesystem::path& executablePath, const std::vector<std::string>& given) override {

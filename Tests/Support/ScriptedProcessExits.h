@@ -30,7 +30,7 @@ public:
     /// Those that are watched now.
     const std::vector<WatchedProcess>& current() const { return *watched; }
 
-    /// Also after the watch has gone, as word that was on its way then.
+    /// Also after the watch has gone, like a notification that was queued by then.
     void tell() const { tellLast(); }
 
     int watchesMade = 0;

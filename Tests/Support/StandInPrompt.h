@@ -12,7 +12,7 @@
 
 namespace tavo {
 
-/// A stand-in for the program that asks for an administrator's password: it asks for ever. Takes TAVO_TEST_CHILD.
+/// A stand-in for the program that asks for an administrator's password: it waits forever. Takes TAVO_TEST_CHILD.
 class StandInPrompt final : public CommandRunning {
 public:
     StandInPrompt(const TemporaryDirectory& folder, std::shared_ptr<Interruption> interruption)

@@ -5,8 +5,8 @@
 namespace tavo {
 namespace {
 
-/// 24 hours of evaluations with the clock moved by hand. What the user would see, and what is run, is written down with
-/// the time of the day whenever it changes.
+/// 24 hours of evaluations with the clock moved by hand. Records what the user would see and what is run, with the time
+/// of day, whenever it changes.
 class DayTest : public TavoAppModelTest {
 protected:
     void begin(const AppConfig& config) {
@@ -23,13 +23,13 @@ protected:
 
     void onBattery(std::int32_t percent) {
         power->status = {.source = CurrentPowerSource::battery, .batteryPercent = percent, .isCharging = false};
-        tellOfPower();
+        reportPower();
     }
     void onMains(std::int32_t percent) {
         power->status = {.source = CurrentPowerSource::ac, .batteryPercent = percent, .isCharging = true};
-        tellOfPower();
+        reportPower();
     }
-    void tellOfPower() {
+    void reportPower() {
         powerChanges->tell();
         loop->runPosted();
     }
@@ -70,7 +70,7 @@ TEST_F(DayTest, ADayWithALaptop) {
     table->processes = {codex()};
     until(9, 30);
     onBattery(100);
-    // The battery falls by one percent in six minutes, and the system tells of each.
+    // The battery falls by one percent in six minutes, and the system reports each.
     for (int percent = 99; percent >= 28; --percent) {
         until(9, 30 + (100 - percent) * 6);
         onBattery(percent);
@@ -104,7 +104,7 @@ TEST_F(DayTest, ADayWithALaptop) {
     EXPECT_EQ(loop->armedTimers(), 1U);
     model->quit();
 
-    // A change that nobody tells of is seen by the evaluation of the next minute.
+    // A change that is not reported is seen by the next evaluation.
     const std::string start = " | start /usr/bin/caffeinate -i -s";
     const std::vector<std::string> day{
         "00:00 waiting for codex: starts when codex runs",

@@ -8,7 +8,7 @@ namespace {
 
 using std::chrono::seconds;
 
-/// A model that watches Claude, and is told when it ends.
+/// A model that watches Claude, and is notified when it exits.
 class MatchedExitsTest : public TavoAppModelTest {
 protected:
     std::shared_ptr<ScriptedProcessExits> exits = std::make_shared<ScriptedProcessExits>();
@@ -97,7 +97,7 @@ TEST_F(MatchedExitsTest, AReusedNumberIsAnotherProcess) {
     EXPECT_THAT(exits->current(), ElementsAre(WatchedProcess{10, 510}));
 }
 
-TEST_F(MatchedExitsTest, NobodyIsWatchedOnceNothingIsAskedFor) {
+TEST_F(MatchedExitsTest, NothingIsWatchedOnceNothingIsAskedFor) {
     run({10});
     startWatching();
     model->releaseEverything();
@@ -125,7 +125,7 @@ TEST_F(MatchedExitsTest, WordOfAnEarlierSetIsOld) {
     EXPECT_THAT(exits->current(), ElementsAre(WatchedProcess{12, 112}));
 }
 
-/// As of a script that is matched and keeps starting another of its kind.
+/// As with a matched script that keeps restarting itself.
 TEST_F(MatchedExitsTest, ProcessesThatFollowOneAnotherAreNotEachLookedFor) {
     run({10});
     startWatching();

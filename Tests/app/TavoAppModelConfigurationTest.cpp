@@ -40,7 +40,7 @@ TEST_F(TavoAppModelTest, SwitchingOffKeepsUnsavedEdits) {
     EXPECT_EQ(store->loadConfig(), model->config());
 }
 
-TEST_F(TavoAppModelTest, SwitchingOffLetsGoAtOnceAndGoesOnLooking) {
+TEST_F(TavoAppModelTest, SwitchingOffReleasesAtOnceAndKeepsEvaluating) {
     startWith(enabled());
     model->toggleEnabled();
     EXPECT_THAT(*runner->log, ElementsAre("start /usr/bin/caffeinate -i -s", "stop"));
@@ -285,7 +285,7 @@ TEST_F(TavoAppModelTest, WhatIsSwitchedOrEditedWhileLaunchAtLoginTakesTimeStays)
     login->remainder = [] {};
     edit([](AppConfig& draft) { draft.launchAtLoginEnabled = true; });
     model->saveDraft();
-    model->toggleEnabled(); // takes the edits back, as ever
+    model->toggleEnabled(); // discards the edits, as always
     loop->runPosted();
     EXPECT_TRUE(store->loadConfig().isEnabled);
     EXPECT_TRUE(store->loadConfig().launchAtLoginEnabled);
@@ -398,7 +398,7 @@ TEST_F(TavoAppModelTest, ThePowerSupplyIsWatchedForAsLongAsTheModelLives) {
     EXPECT_FALSE(powerChanges->isWatched());
 }
 
-TEST_F(TavoAppModelTest, WhereTheSystemTellsNobodyTheNextMinuteWillDo) {
+TEST_F(TavoAppModelTest, WithoutPowerNotificationsTheNextEvaluationNoticesAChange) {
     powerChanges->failure = std::make_exception_ptr(std::system_error(EPERM, std::generic_category()));
     startWith(enabled());
     EXPECT_EQ(model->lastError(), std::nullopt);

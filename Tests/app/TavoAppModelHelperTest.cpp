@@ -225,7 +225,7 @@ TEST_F(HelperFlowTest, AHelperReplacedSinceTheLastLookIsNotTrusted) {
     EXPECT_FALSE(model->isInstallingHelper());
 }
 
-TEST_F(HelperFlowTest, LookingAroundSeesThatTheHelperIsNoLongerThisBuilds) {
+TEST_F(HelperFlowTest, RefreshingNoticesThatTheHelperIsNoLongerThisBuilds) {
     installHelper();
     startWith({});
     installHelper("another helper");
@@ -246,7 +246,7 @@ TEST_F(HelperFlowTest, ThePermissionIsNeededForAClosedLidAlone) {
     EXPECT_FALSE(model->needsClosedLidPermission());
 }
 
-TEST_F(HelperFlowTest, ThePermissionIsAskedForByWhatIsInForceAndNotByTheDraft) {
+TEST_F(HelperFlowTest, ThePermissionIsAskedForByTheAppliedConfigurationAndNotByTheDraft) {
     startWith({});
     edit([](AppConfig& draft) { draft.watchMode = WatchMode::closed; });
     EXPECT_FALSE(model->needsClosedLidPermission());
@@ -254,11 +254,11 @@ TEST_F(HelperFlowTest, ThePermissionIsAskedForByWhatIsInForceAndNotByTheDraft) {
     EXPECT_TRUE(model->needsClosedLidPermission());
 }
 
-TEST_F(HelperFlowTest, AnOverrideThatCouldNotBeGivenBackIsGivenBackLater) {
+TEST_F(HelperFlowTest, AnOverrideThatCouldNotBeEndedIsEndedLater) {
     installHelper();
     startWith(enabledWithLidClosed());
     asked();
-    // Killed, and looked at before it is back; it takes over what this living process had asked for.
+    // Killed, and checked before it is back; it then continues the override of this living process.
     helper->otherwise = std::make_exception_ptr(std::runtime_error("nobody listens."));
     model->refresh();
     EXPECT_EQ(model->helperInstallState(), HelperState::installedUnreachable);

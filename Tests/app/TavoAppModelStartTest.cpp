@@ -28,7 +28,7 @@ TEST_F(TavoAppModelTest, WithoutFilesItStartsWithTheDefaultsAndWritesNone) {
     EXPECT_FALSE(std::filesystem::exists(store->paths().stateURL()));
 }
 
-TEST_F(TavoAppModelTest, WhatTheStartBringsIntoOrderIsWrittenBack) {
+TEST_F(TavoAppModelTest, WhatTheStartNormalisesIsWrittenBack) {
     auto config = enabled();
     config.pollIntervalSeconds = 5;
     config.maxAwakeDuration = MaxAwakeDuration::oneHour;
@@ -39,7 +39,7 @@ TEST_F(TavoAppModelTest, WhatTheStartBringsIntoOrderIsWrittenBack) {
     EXPECT_EQ(configText(), prettyJson(enabled()));
 }
 
-TEST_F(TavoAppModelTest, WhatIsInOrderIsNotWrittenAgain) {
+TEST_F(TavoAppModelTest, ANormalFileIsNotWrittenAgain) {
     // The same in another layout, which a person may prefer.
     const auto text = Json(enabled()).dump();
     folder.write("config.json", text);
@@ -116,7 +116,7 @@ TEST_F(TavoAppModelTest, AnUnreadableStateIsReplacedAtTheStart) {
     EXPECT_EQ(model->lastError(), std::nullopt);
 }
 
-TEST_F(TavoAppModelTest, WhatAKilledRunHeldIsNotTakenForHeld) {
+TEST_F(TavoAppModelTest, ALockOfAKilledRunDoesNotCountAsHeld) {
     store->saveRuntimeSnapshot(leftByAKill());
     make();
     model->start();
@@ -194,7 +194,7 @@ TEST_F(TavoAppModelTest, AQuitFromWhereTheModelTellsOfAChangeHappensOnce) {
     EXPECT_THAT(application.asked, ElementsAre("terminate"));
 }
 
-TEST_F(TavoAppModelTest, AQuitThatCannotLetGoProperlyEndsAnyway) {
+TEST_F(TavoAppModelTest, AQuitThatCannotReleaseEverythingEndsAnyway) {
     installHelper();
     startWith(enabledWithLidClosed());
     helper->otherwise = PrivilegedHelperResponse::error("broken.");

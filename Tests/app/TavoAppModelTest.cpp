@@ -2,6 +2,8 @@
 #include "app/UserNotices.h"
 #include "runtime/macos/CaffeinateCommandRunner.h"
 
+#include <stdexcept>
+
 namespace tavo {
 namespace {
 
@@ -232,7 +234,22 @@ TEST_F(TavoAppModelTest, SwitchedOffTimersMayBeLate) {
     EXPECT_EQ(activity->underWay, 0);
 }
 
-TEST_F(TavoAppModelTest, QuittingLetsGoAndArmsNothing) {
+TEST_F(TavoAppModelTest, AStepThatThrowsDoesNotSilenceThoseThatFollow) {
+    startWith({});
+    edit([](AppConfig& draft) { draft.batteryCutoffPercent = 77; });
+    changes.clear();
+    power->failure = std::make_exception_ptr(std::runtime_error("no reading"));
+    EXPECT_THROW(model->toggleEnabled(), std::runtime_error);
+    EXPECT_THAT(changes, IsEmpty());
+    power->failure = nullptr;
+    model->revertDraft();
+    ASSERT_EQ(changes.size(), 1U);
+    EXPECT_TRUE(has(changes.back(), ModelProperty::draftConfig));
+    model->toggleEnabled();
+    EXPECT_TRUE(has(changes.back(), ModelProperty::config));
+}
+
+TEST_F(TavoAppModelTest, QuittingReleasesEverythingAndArmsNothing) {
     startWith(enabled());
     model->quit();
     EXPECT_THAT(*runner->log, ElementsAre("start /usr/bin/caffeinate -i -s", "stop"));
@@ -255,7 +272,7 @@ TEST_F(TavoAppModelTest, WhatIsReleasedForAStopIsTakenAgainByTheNextEvaluation) 
     EXPECT_EQ(loop->armedTimers(), 1U);
 }
 
-TEST_F(TavoAppModelTest, QuittingCallsOffWhatWaitsForAnAdministrator) {
+TEST_F(TavoAppModelTest, QuittingInterruptsTheWaitForAnAdministrator) {
     startWith(enabled());
     EXPECT_FALSE(interruption->isInterrupted());
     model->quit();
@@ -308,7 +325,7 @@ TEST_F(TavoAppModelTest, AHelperThatDoesNotAnswerIsNotAskedForMore) {
     EXPECT_THAT(asked(), IsEmpty());
 }
 
-TEST_F(TavoAppModelTest, LookingAroundFindsAHelperThatHasBeenInstalled) {
+TEST_F(TavoAppModelTest, RefreshingFindsAHelperThatHasBeenInstalled) {
     startWith(enabledWithLidClosed());
     installHelper();
     model->refresh();
@@ -319,7 +336,7 @@ TEST_F(TavoAppModelTest, LookingAroundFindsAHelperThatHasBeenInstalled) {
     EXPECT_EQ(loop->armedTimers(), 1U);
 }
 
-TEST_F(TavoAppModelTest, LookingAroundFindsAHelperThatHasGone) {
+TEST_F(TavoAppModelTest, RefreshingFindsAHelperThatHasGone) {
     installHelper();
     startWith(enabledWithLidClosed());
     std::filesystem::remove(helperSetup->helperExecutable());
@@ -331,7 +348,7 @@ TEST_F(TavoAppModelTest, LookingAroundFindsAHelperThatHasGone) {
     EXPECT_FALSE(runner->children[0]->isRunning()) << "nothing of the old coordinator is left";
 }
 
-TEST_F(TavoAppModelTest, LookingAroundAsksAgainForAnOverrideThatAReplacedHelperHasForgotten) {
+TEST_F(TavoAppModelTest, RefreshingBeginsAnOverrideAnewThatAReplacedHelperHasForgotten) {
     installHelper();
     startWith(enabledWithLidClosed());
     asked();
@@ -340,7 +357,7 @@ TEST_F(TavoAppModelTest, LookingAroundAsksAgainForAnOverrideThatAReplacedHelperH
     EXPECT_EQ(runner->children.size(), 1U) << "the lock itself stays as it is";
 }
 
-TEST_F(TavoAppModelTest, LookingAroundWithTheLidOpenAsksTheHelperForNothing) {
+TEST_F(TavoAppModelTest, RefreshingWithTheLidOpenAsksTheHelperForNothing) {
     installHelper();
     startWith(enabled());
     model->refresh();

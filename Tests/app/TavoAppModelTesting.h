@@ -61,7 +61,7 @@ protected:
         model->editDraft(draft);
     }
 
-    /// What the helper was asked, without the pings.
+    /// The commands that the helper was sent, without the pings.
     std::vector<PrivilegedHelperCommand> asked() {
         auto commands = std::exchange(helper->commands, {});
         std::erase(commands, PrivilegedHelperCommand::ping());

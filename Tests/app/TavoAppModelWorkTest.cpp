@@ -94,7 +94,7 @@ TEST_F(TavoAppModelWorkTest, TheEvaluationComesWhenTheGraceEnds) {
     EXPECT_FALSE(isHeld());
 }
 
-TEST_F(TavoAppModelWorkTest, BeingAskedToLookAroundGivesNoVerdictAheadOfTime) {
+TEST_F(TavoAppModelWorkTest, ARefreshGivesNoVerdictEarly) {
     requirement.grace = seconds{0};
     startWorking();
     for (int look = 0; look < 29; ++look) {
@@ -106,7 +106,7 @@ TEST_F(TavoAppModelWorkTest, BeingAskedToLookAroundGivesNoVerdictAheadOfTime) {
     EXPECT_FALSE(isHeld());
 }
 
-TEST_F(TavoAppModelWorkTest, TheActivityFileSaysWhatTheLastLookFoundAndGoesWithTheRun) {
+TEST_F(TavoAppModelWorkTest, TheActivityFileHoldsTheLastResultAndIsRemovedWithTheRun) {
     startWorking();
     pass(1, 0.21);
     EXPECT_EQ(WorkActivity::fromJson(parseJson(activityText())).trees.at(0).verdict, WorkVerdict::idle);

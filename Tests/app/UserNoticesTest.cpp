@@ -9,7 +9,7 @@ namespace {
 class UserNoticesTest : public TavoAppModelTest {
 protected:
     UserNotices notices() const { return UserNotices::of(*model); }
-    std::optional<std::string> look() { return watch.look(*model); }
+    std::optional<std::string> update() { return watch.update(*model); }
 
     AwakeEndWatch watch;
 };
@@ -49,7 +49,7 @@ TEST_F(UserNoticesTest, AnEditedFileThatWasKeptAsideIsAWarning) {
     EXPECT_THAT(notices().warnings, ElementsAre(testing::EndsWith("kept as config.json.edited.")));
 }
 
-TEST_F(UserNoticesTest, WhatIsHeldLessThanPlannedIsAWarning) {
+TEST_F(UserNoticesTest, APlannedLockThatIsNotHeldIsAWarning) {
     startWith(enabled());
     assertionStatus->record(assertionStatus->open(),
                             {.service = "logind", .what = "idle", .notice = "sleep was refused."});
@@ -61,65 +61,65 @@ TEST_F(UserNoticesTest, WhatIsHeldLessThanPlannedIsAWarning) {
 TEST_F(UserNoticesTest, TheBatteryCutoffIsTold) {
     power->status = {.source = CurrentPowerSource::battery, .batteryPercent = 21};
     startWith(enabled());
-    EXPECT_EQ(look(), std::nullopt);
+    EXPECT_EQ(update(), std::nullopt);
     power->status.batteryPercent = 20;
     model->evaluateNow();
-    EXPECT_EQ(look(), "battery protected: battery 20%");
-    EXPECT_EQ(look(), std::nullopt) << "once";
+    EXPECT_EQ(update(), "battery protected: battery 20%");
+    EXPECT_EQ(update(), std::nullopt) << "once";
     power->status.batteryPercent = 19;
     model->evaluateNow();
-    EXPECT_EQ(look(), std::nullopt) << "still the same end";
+    EXPECT_EQ(update(), std::nullopt) << "still the same end";
 }
 
 TEST_F(UserNoticesTest, AnErrorThatEndsKeepingAwakeIsTold) {
     startWith(enabled());
-    look();
+    update();
     runner->children.back()->dieFromOutside();
     runner->failure = std::make_exception_ptr(WakeControlError::systemUnavailable("no means."));
     model->evaluateNow();
-    EXPECT_EQ(look(), "needs attention: no means.");
+    EXPECT_EQ(update(), "needs attention: no means.");
 }
 
 TEST_F(UserNoticesTest, ALostLockThatCannotBeTakenAgainIsTold) {
     assertions = std::make_shared<CaffeinateCommandRunner>(runner, assertionStatus);
     startWith(enabled());
-    look();
+    update();
     runner->children.back()->dieFromOutside();
     runner->failure = std::make_exception_ptr(WakeControlError::systemUnavailable("no means."));
     loop->runPosted();
-    EXPECT_EQ(look(), std::nullopt) << "a new one may be held in a second";
+    EXPECT_EQ(update(), std::nullopt) << "a new one may be held in a second";
     loop->advance(std::chrono::seconds{1});
-    EXPECT_EQ(look(), "needs attention: no means.");
+    EXPECT_EQ(update(), "needs attention: no means.");
 }
 
 TEST_F(UserNoticesTest, AnErrorThatLeavesTheMachineAwakeIsNotTold) {
     auto config = watching(TriggerPreset::codex);
     table->processes = {{.pid = 7, .executableName = "codex", .commandLine = "codex"}};
     startWith(config);
-    look();
+    update();
     table->failure = std::make_exception_ptr(std::runtime_error("no table."));
     model->evaluateNow();
-    EXPECT_EQ(look(), std::nullopt);
+    EXPECT_EQ(update(), std::nullopt);
 }
 
-TEST_F(UserNoticesTest, WhatTheUserDidIsNotTold) {
+TEST_F(UserNoticesTest, WhatTheUserDidIsNotAnnounced) {
     auto config = enabled();
     config.powerSourcePolicy = PowerSourcePolicy::acOnly;
     startWith(config);
-    look();
+    update();
     power->status = {.source = CurrentPowerSource::battery};
     model->evaluateNow();
-    EXPECT_EQ(look(), std::nullopt) << "unplugged";
+    EXPECT_EQ(update(), std::nullopt) << "unplugged";
     power->status = {.source = CurrentPowerSource::ac};
     model->evaluateNow();
-    look();
+    update();
     model->toggleEnabled();
-    EXPECT_EQ(look(), std::nullopt) << "switched off";
+    EXPECT_EQ(update(), std::nullopt) << "switched off";
     model->toggleEnabled();
-    look();
+    update();
     edit([](AppConfig& draft) { draft.trigger = defaultRule(TriggerPreset::codex); });
     model->saveDraft();
-    EXPECT_EQ(look(), std::nullopt) << "another trigger";
+    EXPECT_EQ(update(), std::nullopt) << "another trigger";
 }
 
 } // namespace

@@ -1,9 +1,9 @@
-#include "app/views/BottleCapView.h"
 #include "app/views/PopUpButton.h"
 #include "app/views/SegmentButton.h"
 #include "app/views/SlimScrollBar.h"
 #include "app/views/SwitchControl.h"
 #include "app/views/TavoButton.h"
+#include "app/views/TavoMenuBarIcon.h"
 #include "app/views/TextField.h"
 #include "app/views/Theme.h"
 
@@ -144,7 +144,7 @@ TEST(SlimScrollBar, ShowsWhileThereIsScrolling) {
     EXPECT_EQ(bar.grab().toImage(), resting);
 }
 
-TEST(BottleCapView, WhatIsCutOutIsWhiteOnADarkGround) {
+TEST(BottleCapView, TheCutOutsAreWhiteOnADarkBackground) {
     BottleCapView cap;
     cap.setPalette(Theme::dark().palette());
     cap.resize(cap.sizeHint());

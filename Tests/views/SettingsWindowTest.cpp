@@ -73,7 +73,7 @@ TEST_F(SettingsWindowTest, TheSameWindowComesBackAfterItWasClosedAndShowsTheSett
     EXPECT_TRUE(controller.view().showsSettings());
 }
 
-TEST_F(SettingsWindowTest, WhoeverAsksForTheSettingsIsSparedTheWelcomeView) {
+TEST_F(SettingsWindowTest, AskingForTheSettingsSkipsTheWelcomeView) {
     TavoSettingsWindowController controller(*observer, "computer", false);
     controller.showWindow();
     EXPECT_FALSE(controller.view().showsSettings());

@@ -91,7 +91,7 @@ TEST_F(MenuBarViewTest, AWordThatDoesNotBreakIsElidedAndThePanelKeepsItsWidth) {
     EXPECT_LT(status.geometry().right(), indicator().x());
 }
 
-TEST_F(MenuBarViewTest, TheToggleFollowsWhatIsInForceAndNotTheDraft) {
+TEST_F(MenuBarViewTest, TheToggleFollowsTheAppliedConfigurationAndNotTheDraft) {
     open();
     edit([](AppConfig& draft) { draft.isEnabled = true; });
     EXPECT_EQ(row(0).text(), "enable");
@@ -144,7 +144,7 @@ TEST_F(MenuBarViewTest, TheKeyboardWalksTheRowsAndChooses) {
     EXPECT_FALSE(model->config().isEnabled);
 }
 
-TEST_F(MenuBarViewTest, WhatWentWrongIsSaidAndGoesWhenItIsResolved) {
+TEST_F(MenuBarViewTest, AnErrorIsShownUntilItIsResolved) {
     open(enabled());
     const int height = view->height();
     folder.write("config.json", "{");

@@ -1,6 +1,6 @@
 #include "app/views/Theme.h"
 
-#include "app/views/TavoGlassTint.h"
+#include "app/views/TavoWindowGlassBackground.h"
 
 #include <gtest/gtest.h>
 
@@ -34,7 +34,7 @@ QColor over(const QColor& tint, double opacity, const QColor& ground) {
     return {mix(tint.red(), ground.red()), mix(tint.green(), ground.green()), mix(tint.blue(), ground.blue())};
 }
 
-TEST(Theme, TextCanBeReadOnWhatItStandsOn) {
+TEST(Theme, TextIsReadableOnItsBackground) {
     for (const auto* const theme : {&Theme::light(), &Theme::dark()}) {
         SCOPED_TRACE(theme->isDark ? "dark" : "light");
         struct Row {

@@ -18,19 +18,19 @@ public:
     AsioTimer(asio::io_context& context, double seconds, std::function<void()> work)
         : timer(context, std::chrono::duration_cast<std::chrono::steady_clock::duration>(
                              std::chrono::duration<double>(seconds))) {
-        timer.async_wait([isCalledOff = calledOff, work = std::move(work)](const asio::error_code& error) {
+        timer.async_wait([isCancelled = cancelled, work = std::move(work)](const asio::error_code& error) {
             // A timer that has already fired can no longer be cancelled, only told not to run.
-            if (!error && !*isCalledOff) {
+            if (!error && !*isCancelled) {
                 work();
             }
         });
     }
     AsioTimer(const AsioTimer&) = delete;
     AsioTimer& operator=(const AsioTimer&) = delete;
-    ~AsioTimer() override { *calledOff = true; }
+    ~AsioTimer() override { *cancelled = true; }
 
 private:
-    std::shared_ptr<bool> calledOff = std::make_shared<bool>(false);
+    std::shared_ptr<bool> cancelled = std::make_shared<bool>(false);
     asio::steady_timer timer;
 };
 

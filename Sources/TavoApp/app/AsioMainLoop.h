@@ -19,7 +19,7 @@ public:
     /// Runs on the calling thread, which is the main thread from then on, until stop() is called.
     void run();
 
-    /// Ends run() after the work that is running. May be called from any thread.
+    /// Ends run() once the current task returns. May be called from any thread.
     void stop();
 
     /// Calls `handler` on the main thread for each of the signals that arrives. @throws std::system_error.

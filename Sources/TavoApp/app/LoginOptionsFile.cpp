@@ -13,10 +13,10 @@ namespace tavo {
 
 namespace {
 
-constexpr std::size_t largestFile = 4096;
+constexpr std::size_t maxFileSize = 4096;
 constexpr std::string_view firstLine = "while-working";
 
-/// The text after the name and one blank; nothing for another name.
+/// The text after the name and a space; nothing for another name.
 std::optional<std::string> valueOf(std::string_view line, std::string_view name) {
     if (!line.starts_with(name) || line.size() <= name.size() + 1 || line[name.size()] != ' ') {
         return std::nullopt;
@@ -47,7 +47,7 @@ WorkRequirement parsed(std::string_view text) {
 
 std::optional<WorkRequirement> LoginOptionsFile::read() const {
     try {
-        return parsed(readWholeFile(path, largestFile));
+        return parsed(readWholeFile(path, maxFileSize));
     } catch (const std::system_error& error) {
         if (error.code() == std::errc::no_such_file_or_directory) {
             return std::nullopt;

@@ -7,11 +7,11 @@
 
 namespace tavo {
 
-/// "run.conf": what the desktop app is to be asked for when it is started at login. It outlasts launch at login being switched
-/// off and on again. For its user alone (0600).
+/// "run.conf": the options for the desktop app when it is started at login. Switching launch at login off and on again
+/// keeps them. Readable by the user alone (0600).
 ///
-/// Its lines are "while-working", then "busy PERCENT" and "grace DURATION" where they are not the defaults, as the options of
-/// these names have them.
+/// Its lines are "while-working", then "busy PERCENT" and "grace DURATION" where they differ from the defaults, in the
+/// format of the command-line options of these names.
 class LoginOptionsFile {
 public:
     explicit LoginOptionsFile(std::filesystem::path path) : path(std::move(path)) {}
@@ -19,7 +19,7 @@ public:
     /// Nothing when there is no file. @throws DescribedError that says what is wrong with it; std::system_error.
     std::optional<WorkRequirement> read() const;
 
-    /// Removes the file when nothing is to be asked for. @throws std::system_error
+    /// Removes the file when there is no requirement. @throws std::system_error
     void write(const std::optional<WorkRequirement>& requirement) const;
 
 private:

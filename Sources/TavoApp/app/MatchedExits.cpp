@@ -12,7 +12,7 @@ namespace {
 constexpr std::chrono::seconds minPause{1};
 constexpr std::chrono::seconds maxPause{AppConfig::fixedPollIntervalSeconds};
 
-/// After so long without an end that counted, the next is as good as the first.
+/// After this long without such an evaluation, the next exit is evaluated at once.
 constexpr TimePoint::duration calm = 2 * maxPause;
 
 std::vector<WatchedProcess> toWatch(const std::vector<MatchedProcessSnapshot>& matched) {
@@ -45,7 +45,7 @@ void MatchedExits::follow(const std::vector<MatchedProcessSnapshot>& matched) {
     }
 }
 
-/// Without their starts, a process may have ended and another have its number.
+/// Without the start time, a process might have exited and its number been reused.
 bool MatchedExits::isWatchingStill(const std::vector<WatchedProcess>& processes) const {
     return watch && processes == watched && std::all_of(watched.begin(), watched.end(), [](const auto& process) {
                return process.startTime.has_value();
@@ -54,7 +54,7 @@ bool MatchedExits::isWatchingStill(const std::vector<WatchedProcess>& processes)
 
 void MatchedExits::start() {
     token = std::make_shared<const int>(0);
-    const auto tell = [this, weakLoop = std::weak_ptr(loop), weakToken = std::weak_ptr(token)] {
+    const auto onExit = [this, weakLoop = std::weak_ptr(loop), weakToken = std::weak_ptr(token)] {
         if (const auto strongLoop = weakLoop.lock()) {
             strongLoop->post([this, weakToken] {
                 if (!weakToken.expired()) {
@@ -64,9 +64,9 @@ void MatchedExits::start() {
         }
     };
     try {
-        watch = exits->watch(watched, tell);
+        watch = exits->watch(watched, onExit);
     } catch (const std::exception&) {
-        // The next evaluation notices, a minute later at most.
+        // The next evaluation notices, at most a minute later.
     }
 }
 
@@ -83,7 +83,7 @@ void MatchedExits::lastHasEnded() {
     if (sinceLast >= calm) {
         pause = {};
     }
-    // A clock that was set back says nothing.
+    // A negative difference says nothing: the clock was set back.
     if (sinceLast >= pause || sinceLast < TimePoint::duration::zero()) {
         evaluateNow();
         return;
@@ -94,7 +94,7 @@ void MatchedExits::lastHasEnded() {
 void MatchedExits::evaluateNow() {
     lastEvaluation = loop->now();
     pause = std::clamp(2 * pause, minPause, maxPause);
-    const auto call = evaluate; // may have this object end its timer, or go
+    const auto call = evaluate; // may make this object cancel its timer, or destroy it
     call();
 }
 

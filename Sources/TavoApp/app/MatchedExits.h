@@ -12,8 +12,8 @@
 
 namespace tavo {
 
-/// Has an evaluation follow the end of the last matched process at once, so that the lock does not outlive it by a minute.
-/// Where the system cannot watch the processes, the minute decides. Lives on the main thread.
+/// Evaluates as soon as the last matched process exits, so that the lock is not held for up to a minute longer. Where
+/// the system cannot watch processes, the next periodic evaluation notices. Lives on the main thread.
 class MatchedExits {
 public:
     /// @param exits  may be null.
@@ -41,11 +41,12 @@ private:
     std::unique_ptr<MainLoopTimer> timer;
     std::optional<TimePoint> lastEvaluation;
 
-    /// Between two evaluations of this making. Grows while each finds other processes, as where a script that is matched
-    /// keeps starting another of its kind: reading the whole table for each of them would cost more than it saves.
+    /// The minimum time between two of these evaluations. Grows while each finds new processes, for example when a
+    /// matched script keeps restarting itself: reading the whole process table every time would cost more than it
+    /// saves.
     std::chrono::seconds pause{0};
 
-    /// Of the set that is watched: word of an earlier one may still be on its way.
+    /// Identifies the watched set: a notification for an earlier one may still be queued.
     std::shared_ptr<const int> token;
     std::unique_ptr<ProcessExitWatch> watch;
 };

@@ -3,7 +3,9 @@
 #include "app/LoginOptionsFile.h"
 #include "login/LoginLaunchManagerError.h"
 #include "system/OwnProgramFilter.h"
+#include "system/ProcessStart.h"
 #include "system/ProgramLocation.h"
+#include "system/SuspendedTime.h"
 
 #include <unistd.h>
 
@@ -18,7 +20,7 @@ std::vector<std::string> keptOptions(const std::filesystem::path& file) {
         const auto requirement = file.empty() ? std::nullopt : LoginOptionsFile(file).read();
         return requirement ? requirement->arguments() : std::vector<std::string>();
     } catch (const std::exception&) {
-        // Launch at login matters more than how.
+        // Launch at login matters more than its options.
         return {};
     }
 }
@@ -30,6 +32,16 @@ std::optional<std::filesystem::path> findDesktopApp(const std::filesystem::path&
         return programPath;
     }
     return findCompanionProgram(programPath, desktopAppName, {"../MacOS", "../../bin"});
+}
+
+std::shared_ptr<HistoryRecorder> makeHistory(const TavoPaths& paths, const std::string& program,
+                                             HistoryRecorder::FailureNotice onFailure, bool isOnlyOne) {
+    const HistoryWriter writer{.program = program,
+                               .processID = getpid(),
+                               .startTime = processStart(getpid()).value_or(0),
+                               .isOnlyOne = isOnlyOne};
+    return std::make_shared<HistoryRecorder>(HistoryFile(paths.historyURL()), writer, suspendedTime,
+                                             std::move(onFailure));
 }
 
 void makeInterruptible(Platform& platform) {

@@ -26,17 +26,17 @@
 
 namespace tavo {
 
-/// What the engine needs of this system.
+/// The engine's collaborators for one operating system.
 struct Platform {
     std::shared_ptr<PowerEnvironmentProviding> powerEnvironment;
 
-    /// Tells of changes of the power supply; null where the system tells nobody.
+    /// Reports changes of the power supply; null where the system does not announce them.
     std::shared_ptr<PowerChangeNotifying> powerChanges;
 
     /// Without Tavo's own programs: they never count as a match.
     std::shared_ptr<ProcessSnapshotProviding> processes;
 
-    /// Tells when processes have ended; null where only the next look at them would show it.
+    /// Reports when processes exit; null where only the next snapshot shows it.
     std::shared_ptr<ProcessExitNotifying> processExits;
 
     /// Runs ordinary commands.
@@ -45,29 +45,30 @@ struct Platform {
     /// Starts the assertion's child. start() returns when the assertion is held.
     std::shared_ptr<CommandRunning> assertionRunner;
 
-    /// The same for a run beside the one Tavo of the user: its child ends with this process, however that ends, and leaves nothing
-    /// behind for a later one.
+    /// The same for a run next to the user's one Tavo: its child ends with this process, however that ends, and leaves
+    /// nothing behind for a later one.
     std::shared_ptr<CommandRunning> tiedAssertionRunner;
 
-    /// Ends what a killed Tavo has left running; empty where nothing of that kind is left. For the one Tavo of the user.
+    /// Ends the assertion that a killed Tavo left behind; empty where none can be left. Only for the user's one Tavo.
     std::function<void()> endOrphanedAssertion;
 
-    /// The process that endOrphanedAssertion would end; empty where nothing of that kind is left.
+    /// The process that endOrphanedAssertion would end; empty where none can be left.
     std::function<std::optional<pid_t>()> orphanedAssertion;
 
     /// Lists what the assertion's child holds, and nothing once it has ended.
     std::shared_ptr<AssertionStatus> assertionStatus;
 
-    /// Writes down what a running Tavo does; null where nothing is to be written, as in a command that only looks.
+    /// Records what a running Tavo does; null where nothing is recorded, as in a command that only reports.
     std::shared_ptr<HistoryRecorder> history;
 
-    /// What the system itself says is held.
+    /// The locks that the system itself lists.
     std::shared_ptr<HeldAssertionsProviding> heldAssertions;
 
-    /// Whether this system seems to have no means at all to stay awake; empty where every system of its kind has them. Takes no lock.
+    /// Whether this machine seems unable to be kept awake at all; empty where every system of its kind is able to.
+    /// Takes no lock.
     std::function<bool()> seemsWithoutMeans;
 
-    /// Keeps the timers of this process on time; null where the system slows nobody down.
+    /// Keeps the timers of this process on time; null where the system does not throttle processes.
     std::shared_ptr<ProcessActivityStarting> processActivity;
 
     WakePlanBuilder wakePlanBuilder;
@@ -75,37 +76,37 @@ struct Platform {
     /// Asks the privileged helper.
     std::shared_ptr<PrivilegedHelperClient> helperClient;
 
-    /// What the helper's installation is here.
+    /// How the helper is installed here.
     std::shared_ptr<const HelperServiceSetup> helperSetup;
 
-    /// Runs as root what requires privilege, with an administrator's approval.
+    /// Runs commands that require privilege as root, with an administrator's approval.
     std::shared_ptr<CommandRunning> administratorRunner;
 
-    /// Calls off what administratorRunner and sleeper wait for, when the program quits; null where nothing can wait.
+    /// Interrupts administratorRunner and sleeper when the program quits; null where nothing can wait.
     std::shared_ptr<Interruption> interruption;
 
-    /// Looks for the helper that belongs to this build; gives nothing when it does not come with it. Tavo may be updated or
+    /// Finds the helper that belongs to this build; returns nothing if this build has none. Tavo may be updated or
     /// moved while it runs.
     std::function<std::optional<std::filesystem::path>()> findHelperSource;
 
-    /// Sleeps between two looks at the helper; the calling thread does when it is empty.
+    /// Sleeps between two polls of the helper; when empty, the calling thread sleeps.
     PrivilegedHelperInstaller::Sleeper sleeper;
 
     std::shared_ptr<LaunchAtLoginManaging> launchAtLogin;
 
-    /// The options kept for the app's start at login, see LoginOptionsFile; empty where nothing is.
+    /// The options for the app's start at login, see LoginOptionsFile; empty where none are kept.
     std::filesystem::path loginOptionsFile;
 
-    /// Whether the app itself looks there when it starts, since launch at login passes nothing on.
+    /// Whether the app itself reads that file when it starts, since launch at login passes no options.
     bool appReadsLoginOptions = false;
 
     /// The desktop app; absent when it does not come with this installation.
     std::optional<std::filesystem::path> desktopApp;
 
-    /// What the machine is called in status texts.
+    /// The word for the machine in status texts.
     std::string machineNoun;
 
-    /// The helper that belongs to this build, looked for now.
+    /// The helper that belongs to this build, searched for anew.
     std::optional<std::filesystem::path> helperSource() const {
         return findHelperSource ? findHelperSource() : std::nullopt;
     }
@@ -119,37 +120,39 @@ struct Platform {
                                  .sleeper = sleeper});
     }
 
-    /// For the desktop app to stay awake only while the matched programs work: what it is to obey without having been given any
-    /// options. @throws what LoginOptionsFile::read() throws.
+    /// The work requirement of a desktop app that was started without options. @throws what LoginOptionsFile::read()
+    /// throws.
     std::optional<WorkRequirement> requirementAtStart() const;
 
-    /// Has the desktop app started at login, or no longer. What is kept for that is obeyed unless it is damaged. Gives what is left to do, see LaunchAtLoginManaging::enable().
+    /// Switches launch at login on or off, with the options in loginOptionsFile unless that is damaged. Returns the
+    /// part that is left to do, see LaunchAtLoginManaging::enable().
     /// @throws LoginLaunchManagerError (missingDesktopApp when there is none), and what the manager throws.
     [[nodiscard]] LaunchAtLoginManaging::Remainder setLaunchAtLogin(bool enabled) const;
 };
 
-/// Prepares the environment that the children of this process inherit. The first thing that main() does: no thread may read
-/// the environment while it changes.
+/// Prepares the environment that the children of this process inherit. Must be the first call in main(): no thread may
+/// read the environment while it changes.
 void prepareChildEnvironment();
 
 /// A recorder for this process.
 /// @param program    as the user calls it: "tavo", "tavoctl run".
 /// @param onFailure  see HistoryRecorder.
-/// @param isOnlyOne  whether this process is the one Tavo of its user, and not a run beside it.
+/// @param isOnlyOne  whether this process is the user's one Tavo, and not a run next to it.
 std::shared_ptr<HistoryRecorder> makeHistory(const TavoPaths& paths, const std::string& program,
                                              HistoryRecorder::FailureNotice onFailure, bool isOnlyOne = true);
 
-/// The desktop app: the running program, or else what comes with it.
+/// The desktop app: the running program itself, or else the one installed with it.
 std::optional<std::filesystem::path> findDesktopApp(const std::filesystem::path& programPath);
 
 /// Tavo's own programs never count as a match.
 std::shared_ptr<ProcessSnapshotProviding> withoutOwnPrograms(std::shared_ptr<ProcessSnapshotProviding> processes);
 
-/// Gives the platform what calls off its waiting for an administrator and for the helper. @throws std::system_error
+/// Makes waiting for an administrator and for the helper interruptible. @throws std::system_error
 void makeInterruptible(Platform& platform);
 
-/// Assembles the collaborators of the system that this program was built for: the one place that knows which it is.
-/// @param programPath  the running program's file, beside which the others lie.
+/// Assembles the collaborators of the system that this program was built for: the one place that knows which system
+/// that is.
+/// @param programPath  the running program's file; the other programs are found relative to it.
 /// @param paths        where Tavo keeps its files.
 Platform makePlatform(const std::filesystem::path& programPath, const TavoPaths& paths);
 

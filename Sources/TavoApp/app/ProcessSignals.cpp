@@ -36,7 +36,7 @@ std::vector<int> stoppingSignals() {
 }
 
 void stopUntilContinued() {
-    // SIGSTOP would stop a process too that has no shell to continue it; SIGTSTP leaves such a one alone.
+    // SIGSTOP would also stop a process without a shell that could continue it; SIGTSTP does not.
     struct sigaction ordinary {};
     struct sigaction handled {};
     ordinary.sa_handler = SIG_DFL;

@@ -7,19 +7,19 @@
 
 namespace tavo {
 
-/// The signals with which a program is asked to end. One that was ignored when the program started, as under nohup(1), stays
-/// ignored.
+/// The signals with which a program is asked to end. One that was ignored when the program started, as under nohup(1),
+/// stays ignored.
 std::vector<int> quittingSignals();
 
 /// The signal with which a terminal stops a program, Ctrl-Z, unless it was ignored when the program started.
 std::vector<int> stoppingSignals();
 
-/// Stops this process as an unhandled SIGTSTP does, and returns when it has been continued. For programs that handle the
-/// signal to put something away first.
+/// Stops this process as an unhandled SIGTSTP does, and returns when it is continued. For programs that handle the
+/// signal in order to release something first.
 void stopUntilContinued();
 
-/// Blocks signals until they can be handled: one that comes in before may otherwise end the process without letting go.
-/// Threads that are started meanwhile keep them blocked.
+/// Blocks signals until they can be handled: one that arrives earlier could end the process before it releases
+/// anything. Threads started in the meantime keep them blocked.
 class BlockedSignals {
 public:
     explicit BlockedSignals(const std::vector<int>& signals);
@@ -31,7 +31,8 @@ private:
     sigset_t before{};
 };
 
-/// Waits for signals, which every thread has blocked, on a thread of its own, sigwait(3). For main loops that know none.
+/// Waits for signals, which every thread has blocked, on a thread of its own, sigwait(3). For main loops without signal
+/// handling.
 class SignalWatch {
 public:
     /// @param onSignal  called on that thread for each signal.

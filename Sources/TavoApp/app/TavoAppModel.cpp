@@ -1,15 +1,12 @@
 #include "app/TavoAppModel.h"
 
 #include "base/ErrorText.h"
-#include "helper/HelperBackedPrivilegedSleepController.h"
 
 namespace tavo {
 
 namespace {
 
-constexpr double idleInterval = AppConfig::fixedPollIntervalSeconds;
-
-/// In seconds. Long enough that a child that cannot stay alive does not keep the processor busy.
+/// In seconds. Long enough that a child that keeps dying does not load the processor.
 constexpr double lostAssertionInterval = 1.0;
 
 /// Runs a member of the model on the main thread, if there is still a main thread and a model.
@@ -25,6 +22,18 @@ std::function<void()> onMainThread(std::weak_ptr<MainLoop> mainLoop, std::weak_p
         }
     };
 }
+
+/// Counts a step for as long as it is under way, also when it is left by an exception.
+class StepCount {
+public:
+    explicit StepCount(int& count) : count(count) { ++count; }
+    StepCount(const StepCount&) = delete;
+    StepCount& operator=(const StepCount&) = delete;
+    ~StepCount() { --count; }
+
+private:
+    int& count;
+};
 
 } // namespace
 
@@ -43,8 +52,9 @@ std::shared_ptr<TavoAppModel> TavoAppModel::make(std::shared_ptr<MainLoop> mainL
 TavoAppModel::TavoAppModel(std::shared_ptr<MainLoop> mainLoop, std::shared_ptr<const TavoStoring> store,
                            Platform platform, ApplicationControlling& application,
                            const std::optional<WorkRequirement>& whileWorking)
-    : mainLoop(std::move(mainLoop)), store(std::move(store)), platform(std::move(platform)), application(application),
-      work(whileWorking, this->store->paths()), power(this->platform.powerEnvironment->currentStatus()) {
+    : mainLoop(std::move(mainLoop)), store(std::move(store)), configuration(this->store), platform(std::move(platform)),
+      application(application), work(whileWorking, this->store->paths()),
+      power(this->platform.powerEnvironment->currentStatus()) {
     if (this->platform.endOrphanedAssertion) {
         this->platform.endOrphanedAssertion();
     }
@@ -53,61 +63,49 @@ TavoAppModel::TavoAppModel(std::shared_ptr<MainLoop> mainLoop, std::shared_ptr<c
     helperState = support.state();
     canResetSilently = helperState == PrivilegedHelperInstallState::ready && support.matchesThisBuild();
     coordinator = makeCoordinator();
-    loadAtStart();
+    lastErrorText = configuration.fileError();
+    loadSnapshotAtStart();
 }
 
 TavoAppModel::~TavoAppModel() = default;
 
-void TavoAppModel::loadAtStart() {
-    std::optional<AppConfig> asWritten;
-    try {
-        asWritten = store->loadConfigAsWritten();
-        appliedConfig = asWritten->validated();
-    } catch (const std::exception& error) {
-        asWritten.reset();
-        configFileErrorText = errorText(error);
-        lastErrorText = configFileErrorText;
-    }
-    draft = appliedConfig;
-    lastInFile = appliedConfig;
+void TavoAppModel::loadSnapshotAtStart() {
     std::optional<RuntimeSnapshot> snapshotInFile;
     try {
         snapshotInFile = store->loadRuntimeSnapshot();
-        // What the last run held when it was killed, this one does not hold.
+        // A lock that the last run held when it was killed is not held by this one.
         snapshot = snapshotInFile->isWakeAssertionActive ? RuntimeSnapshot::idle() : *snapshotInFile;
     } catch (const std::exception&) {
-        // The file only tells what the last run did.
+        // The file only says what the last run did.
         snapshot = RuntimeSnapshot::idle();
-    }
-    if (asWritten && !(*asWritten == appliedConfig)) {
-        try {
-            store->saveConfig(appliedConfig);
-        } catch (const std::exception&) {
-            // Nobody has asked for anything to be saved; the file means the same as it stands.
-        }
     }
     if (snapshotInFile != snapshot) {
         persistBestEffort(snapshot);
     }
 }
 
-std::shared_ptr<RuntimeCoordinator> TavoAppModel::makeCoordinator() const {
-    std::shared_ptr<PrivilegedSleepControlling> sleepController;
-    if (helperState == PrivilegedHelperInstallState::ready) {
-        sleepController = std::make_shared<HelperBackedPrivilegedSleepController>(platform.helperClient, true);
+void TavoAppModel::perform(const std::function<void()>& operation) {
+    if (hasQuit) {
+        return;
     }
-    return std::make_shared<RuntimeCoordinator>(
-        platform.powerEnvironment,
-        std::make_shared<ProcessWatcher>(platform.processes, ProcessWatcher::defaultActivityThreshold,
-                                         std::unordered_set<std::int32_t>(), work.workMonitor()),
-        std::make_shared<WakeController>(platform.assertionRunner, std::move(sleepController),
-                                         platform.wakePlanBuilder),
-        store);
+    {
+        const StepCount step(stepsUnderWay);
+        operation();
+    }
+    if (stepsUnderWay > 0) {
+        return;
+    }
+    followSwitch();
+    recordHistory();
+    const auto changed = changes.take() | configuration.takeChanges();
+    if (changed != 0 && changeObserver) {
+        changeObserver(changed);
+    }
 }
 
-/// Only while it is switched on do the evaluations have to come on time, whether or not a window shows.
+/// Evaluations have to be on time only while Tavo is switched on, whether or not a window is shown.
 void TavoAppModel::followSwitch() {
-    const bool isWanted = appliedConfig.isEnabled && !hasQuit;
+    const bool isWanted = config().isEnabled && !hasQuit;
     if (platform.processActivity && isWanted != (activity != nullptr)) {
         activity = isWanted ? platform.processActivity->begin("evaluates when to keep awake") : nullptr;
     }
@@ -126,7 +124,7 @@ void TavoAppModel::observePower() {
         powerWatch = platform.powerChanges->watch(
             onMainThread(mainLoop, weak_from_this(), [](TavoAppModel& model) { model.powerMayHaveChanged(); }));
     } catch (const std::exception&) {
-        // A change is noticed at the next evaluation then, a minute later at most.
+        // A change is then noticed by the next evaluation, at most a minute later.
     }
 }
 
@@ -140,8 +138,8 @@ void TavoAppModel::observeExits() {
 
 void TavoAppModel::assertionChanged() {
     perform([this] {
-        pendingChanges |= static_cast<ModelChanges>(ModelProperty::assertionNotice);
-        // The child has ended unasked. A minute without a lock would be long enough for the machine to fall asleep.
+        changes.mark(ModelProperty::assertionNotice);
+        // The child has exited by itself. A minute without a lock would be long enough for the machine to fall asleep.
         if ((snapshot.isWakeAssertionActive || hasLostAssertion()) && platform.assertionStatus->reports().empty()) {
             auto lost = snapshot;
             lost.isWakeAssertionActive = coordinator->wakeStatus().isActive;
@@ -157,7 +155,7 @@ void TavoAppModel::powerMayHaveChanged() {
         if (status == power) {
             return;
         }
-        if (appliedConfig.isEnabled) {
+        if (config().isEnabled) {
             evaluate();
         } else {
             publish(ModelProperty::powerStatus, power, status);
@@ -166,124 +164,42 @@ void TavoAppModel::powerMayHaveChanged() {
 }
 
 void TavoAppModel::start() {
-    if (!appliedConfig.isEnabled) {
-        scheduleNextEvaluation(idleInterval);
+    if (!config().isEnabled) {
+        scheduleNextEvaluation(AppConfig::fixedPollIntervalSeconds);
         return;
     }
     onMainThread(mainLoop, weak_from_this(), [](TavoAppModel& model) { model.evaluateNow(); })();
 }
 
-void TavoAppModel::evaluateNow() {
-    perform([this] { evaluate(); });
-}
-
-void TavoAppModel::refresh() {
-    perform([this] {
-        reloadPersistedConfigIfSafe();
-        if (!appliedConfig.isEnabled) {
-            evaluate(); // lets go before a helper that may be slow to answer is asked for anything
-        }
-        refreshHelperInstallState(false);
-        evaluate();
-    });
-}
-
-void TavoAppModel::evaluate() {
-    reloadPersistedConfigIfSafe();
-    releaseReplaced();
-    lookForHelper();
-    publish(ModelProperty::powerStatus, power, platform.powerEnvironment->currentStatus());
-    const auto before = power;
-    try {
-        const auto evaluation = coordinator->evaluateAsGiven(work.required(appliedConfig), mainLoop->now());
-        failure = nullptr;
-        work.evaluated(appliedConfig);
-        publish(ModelProperty::runtimeSnapshot, snapshot, evaluation.snapshot);
-        exits->follow(snapshot.matchedProcesses);
-        publish(ModelProperty::powerStatus, power, platform.powerEnvironment->currentStatus());
-        // What changed while the plan was being carried out was not decided upon.
-        scheduleNextEvaluation(power == before ? evaluation.suggestedNextEvaluationInterval : 0.0);
-        publish(ModelProperty::lastError, lastErrorText, pendingSave ? ErrorText(pendingSave->error) : std::nullopt);
-    } catch (const std::exception& error) {
-        failure = std::current_exception();
-        applyFailure(error);
-    }
-}
-
-void TavoAppModel::applyFailure(const std::exception& error) {
-    timer.reset();
-    exits->stop();
-    fail(errorText(error));
-    auto failed = snapshot;
-    failed.isEnabled = appliedConfig.isEnabled;
-    failed.isWakeAssertionActive = coordinator->wakeStatus().isActive;
-    failed.lastEvaluationDate = mainLoop->now();
-    failed.lastDecisionReason = RuntimeDecisionReason::error;
-    failed.lastError = errorText(error);
-    publish(ModelProperty::runtimeSnapshot, snapshot, failed);
-    persistBestEffort(snapshot);
-    watchHelperIfNeeded();
-}
-
-void TavoAppModel::scheduleNextEvaluation(double seconds) {
-    timer = mainLoop->startTimer(seconds, [weakModel = weak_from_this()] {
-        if (const auto model = weakModel.lock()) {
-            model->evaluateNow();
-        }
-    });
-}
-
-void TavoAppModel::persistBestEffort(const RuntimeSnapshot& toPersist) const {
-    try {
-        store->saveRuntimeSnapshot(toPersist);
-    } catch (const std::exception&) {
-        // What is being recorded matters more than the record, and it is shown already.
-    }
-}
-
-/// What a replaced coordinator could not give back is given back as soon as that is possible.
-void TavoAppModel::releaseReplaced() {
-    if (helperState == PrivilegedHelperInstallState::notInstalled) {
-        replaced.clear(); // a helper that is removed has undone everything
-    }
-    std::erase_if(replaced, [](const auto& old) {
-        try {
-            old->release();
-            return true;
-        } catch (const std::exception&) {
-            return false; // tried again at the next evaluation
-        }
-    });
-}
-
-void TavoAppModel::lookForHelper() {
-    helperTimer.reset();
-    if (appliedConfig.isEnabled && needsClosedLidPermission() &&
-        helperState == PrivilegedHelperInstallState::installedUnreachable) {
-        refreshHelperInstallState(false);
-    }
-}
-
-void TavoAppModel::rebuildCoordinator(bool restartIfEnabled) {
-    timer.reset();
-    exits->stop();
-    try {
-        coordinator->stop(mainLoop->now());
-    } catch (const std::exception&) {
-        // Shown by the evaluation that follows, if it still matters then.
-        if (coordinator->wakeStatus().usesClosedLidOverride) {
-            replaced.push_back(coordinator);
-        }
-    }
-    coordinator = makeCoordinator();
-    if (!restartIfEnabled) {
+/// Called before this run writes the state file, which says when the run before it was last active.
+void TavoAppModel::beginHistory() const {
+    if (!platform.history) {
         return;
     }
-    if (appliedConfig.isEnabled) {
-        evaluate();
-    } else {
-        scheduleNextEvaluation(idleInterval);
+    std::optional<TimePoint> lastSeen;
+    try {
+        lastSeen = store->loadRuntimeSnapshot().lastEvaluationDate;
+    } catch (const std::exception&) {
+        // A damaged state file says nothing about it.
     }
+    platform.history->begin(mainLoop->now(), lastSeen);
+}
+
+void TavoAppModel::recordHistory() const {
+    if (!platform.history || hasQuit || snapshot.lastDecisionReason == RuntimeDecisionReason::idle) {
+        return;
+    }
+    auto held = snapshot.isWakeAssertionActive ? platform.assertionStatus->summary() : std::string();
+    if (coordinator->wakeStatus().usesClosedLidOverride) {
+        held += held.empty() ? "closed lid" : ", closed lid";
+    }
+    platform.history->record(
+        {.reason = snapshot.lastDecisionReason,
+         .isAwake = snapshot.isWakeAssertionActive,
+         .isStopped = config().isEnabled && snapshot.lastDecisionReason == RuntimeDecisionReason::disabled,
+         .processes = historyProcesses(snapshot.matchedProcesses),
+         .held = std::move(held)},
+        mainLoop->now());
 }
 
 void TavoAppModel::openSettings() {
@@ -299,41 +215,20 @@ void TavoAppModel::openSettings() {
 }
 
 bool TavoAppModel::releaseEverything() {
-    perform([this] {
-        timer.reset();
-        exits->stop();
-        helperTimer.reset();
-        releaseReplaced();
-        try {
-            const auto stopped = coordinator->stop(mainLoop->now());
-            publish(ModelProperty::runtimeSnapshot, snapshot, stopped.snapshot);
-        } catch (const std::exception& error) {
-            fail(errorText(error));
-        }
-    });
+    perform([this] { stopAndRelease(); });
     return replaced.empty() && !coordinator->wakeStatus().isActive;
 }
 
 void TavoAppModel::quitBecause(const std::string& why) {
     perform([&] {
-        // First of all: an application that is told to end may say so to everybody at once, which leads back here.
+        // Set first: terminating the application may notify its observers at once, one of which calls quit() again.
         hasQuit = true;
         if (platform.interruption) {
             platform.interruption->interrupt();
         }
-        timer.reset();
-        exits->stop();
-        helperTimer.reset();
-        saveWhatIsPending();
-        saveWhatIsOverdue();
-        releaseReplaced();
-        try {
-            const auto stopped = coordinator->stop(mainLoop->now());
-            publish(ModelProperty::runtimeSnapshot, snapshot, stopped.snapshot);
-        } catch (const std::exception& error) {
-            // There is nobody left to try again; what is still held goes with this process.
-            fail(errorText(error));
-        }
+        saveBeforeQuit();
+        // If this fails, nothing retries it; the process takes its locks with it when it exits.
+        stopAndRelease();
         work.end();
         if (platform.history) {
             platform.history->end(mainLoop->now(), why);

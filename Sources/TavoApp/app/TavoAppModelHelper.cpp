@@ -9,10 +9,10 @@ using State = PrivilegedHelperInstallState;
 struct TavoAppModel::HelperOutcome {
     State state = State::notInstalled;
 
-    /// What stopped an installation.
+    /// The error that ended an installation.
     ErrorText error;
 
-    /// Whether something else was installed in the helper's place.
+    /// Whether another program was found where the helper should be.
     bool isForeign = false;
 
     /// Whether a reset removed everything.
@@ -20,7 +20,7 @@ struct TavoAppModel::HelperOutcome {
 };
 
 bool TavoAppModel::needsClosedLidPermission() const {
-    return appliedConfig.watchMode != WatchMode::open && helperState != State::ready;
+    return config().watchMode != WatchMode::open && helperState != State::ready;
 }
 
 void TavoAppModel::installHelper() {
@@ -28,7 +28,7 @@ void TavoAppModel::installHelper() {
         if (isHelperWorkRunning) {
             return;
         }
-        forgetEditedFile();
+        configuration.dismissEditedFileNotice();
         if (!platform.helperSource()) {
             fail("could not find the tavo helper executable in this build");
             return;
@@ -71,7 +71,7 @@ void TavoAppModel::finishInstall(const HelperOutcome& outcome) {
 void TavoAppModel::resetHelper() {
     perform([this] {
         const auto support = platform.closedLidSupport();
-        // The file is compared afresh: it may have been replaced since the last look.
+        // The file is compared anew: it may have been replaced since the last check.
         if (isHelperWorkRunning || helperState != State::ready || !support.matchesThisBuild()) {
             return;
         }
@@ -81,7 +81,7 @@ void TavoAppModel::resetHelper() {
                 try {
                     outcome.isGone = support.reset();
                 } catch (const std::exception&) {
-                    // A helper that could not be asked has not removed itself, and that is what will be said.
+                    // A helper that could not be asked has not removed itself, and the outcome says so.
                     outcome.isGone = false;
                 }
                 outcome.state = support.state();
@@ -114,27 +114,8 @@ void TavoAppModel::beginHelperWork(std::function<HelperOutcome()> work,
                               });
 }
 
-void TavoAppModel::refreshHelperInstallState(bool restartIfEnabled) {
-    const auto before = helperState;
-    publishHelperState(platform.closedLidSupport().state());
-    if (helperState != before) {
-        rebuildCoordinator(restartIfEnabled);
-    } else {
-        reassertOverride(restartIfEnabled);
-    }
-}
-
-/// A helper that was replaced has given back what it was asked for, though it looks the same as before.
-void TavoAppModel::reassertOverride(bool restartIfEnabled) {
-    try {
-        coordinator->reassertOverride();
-    } catch (const std::exception&) {
-        rebuildCoordinator(restartIfEnabled); // the evaluation that follows asks again, and says what is wrong
-    }
-}
-
 void TavoAppModel::publishHelperState(State state) {
-    // Its answers count for nothing: it is root's, and not Tavo's.
+    // Its answers do not count: it belongs to root, but is not Tavo's.
     isHelperForeign = isHelperForeign && isInstalled(state);
     if (isHelperForeign) {
         state = State::installedUnreachable;
@@ -144,59 +125,11 @@ void TavoAppModel::publishHelperState(State state) {
             state == State::ready && platform.closedLidSupport().matchesThisBuild());
 }
 
-/// No evaluation is armed after a failure. The helper alone is looked at again: it may only be late, as at login, or be
-/// starting again, and nobody would tell.
-void TavoAppModel::watchHelperIfNeeded() {
-    const bool isAwaited = needsClosedLidPermission() && helperState == State::installedUnreachable;
-    if (!isAwaited && !hasStuckOverride()) {
-        return;
-    }
-    helperTimer = mainLoop->startTimer(AppConfig::fixedPollIntervalSeconds, [weakModel = weak_from_this()] {
-        if (const auto model = weakModel.lock()) {
-            model->perform([&] { model->lookAtHelperAgain(); });
-        }
-    });
-}
-
-bool TavoAppModel::hasStuckOverride() const {
-    return coordinator->isOverrideStuck() || !replaced.empty();
-}
-
-/// An override that cannot be ended keeps a closed laptop awake: nothing else is done before it has ended.
-void TavoAppModel::lookAtHelperAgain() {
-    if (hasStuckOverride()) {
-        refreshHelperInstallState(false);
-        releaseReplaced();
-        releaseStuck();
-        if (hasStuckOverride()) {
-            watchHelperIfNeeded();
-            return;
-        }
-    }
-    evaluate();
-}
-
-void TavoAppModel::releaseStuck() {
-    try {
-        if (coordinator->isOverrideStuck()) {
-            coordinator->release();
-        }
-    } catch (const std::exception& error) {
-        fail(errorText(error));
-    }
-}
-
 void TavoAppModel::updateClosedLidPermissionGranted(bool granted, bool restartIfEnabled) {
     adoptEditedFile();
-    auto changed = appliedConfig;
-    changed.closedLidPermissionGranted = granted;
     ErrorText saveFailure;
     try {
-        save(changed);
-        auto changedDraft = draft;
-        changedDraft.closedLidPermissionGranted = granted;
-        publish(ModelProperty::config, appliedConfig, changed);
-        publish(ModelProperty::draftConfig, draft, changedDraft);
+        configuration.saveClosedLidPermission(granted);
         clearError();
     } catch (const std::exception& error) {
         saveFailure = errorText(error);

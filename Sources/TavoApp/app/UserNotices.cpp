@@ -40,9 +40,9 @@ UserNotices UserNotices::withHint(const std::string& hint) const {
     return notices;
 }
 
-std::optional<std::string> AwakeEndWatch::look(const TavoAppModel& model) {
+std::optional<std::string> AwakeEndWatch::update(const TavoAppModel& model) {
     if (model.hasLostAssertion()) {
-        return std::nullopt; // whether it ends is up to the evaluation that follows at once
+        return std::nullopt; // the evaluation that follows at once decides whether it ends
     }
     const auto& snapshot = model.runtimeSnapshot();
     const bool hasEnded = std::exchange(wasAwake, snapshot.isWakeAssertionActive) && !snapshot.isWakeAssertionActive;

@@ -8,7 +8,7 @@
 
 namespace tavo {
 
-/// What the user has to be told while it holds, wherever he is looking; each text once.
+/// The errors and warnings that hold at present, for every place that shows them; each text once.
 struct UserNotices {
     /// Something went wrong.
     std::vector<std::string> errors;
@@ -28,8 +28,8 @@ struct UserNotices {
 /// Notices when keeping awake ends for a reason that the user did not choose.
 class AwakeEndWatch {
 public:
-    /// Looks at the latest snapshot. Gives what to tell the user, once for each such end.
-    std::optional<std::string> look(const TavoAppModel& model);
+    /// Compares the latest snapshot with the one before. Returns a notification for the user, once for each such end.
+    std::optional<std::string> update(const TavoAppModel& model);
 
 private:
     bool wasAwake = false;

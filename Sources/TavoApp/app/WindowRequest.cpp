@@ -13,7 +13,7 @@ namespace {
 constexpr const char* tokenKey = "activationToken";
 constexpr const char* startupKey = "startupID";
 
-/// A quarter of a message: both of them fit, also when every character has to be escaped.
+/// A quarter of a message: both values fit, even if every character has to be escaped.
 constexpr std::size_t maxValueLength = WindowRequest::maxLength / 4 - 16;
 
 bool isUsable(std::string_view value) {
@@ -49,7 +49,7 @@ std::optional<WindowRequest> WindowRequest::decoded(std::string_view message) {
             return request;
         }
     } catch (const std::exception&) {
-        // Somebody else's message; the user has nothing to do about it.
+        // Not one of Tavo's messages; there is nothing for the user to do about it.
     }
     return std::nullopt;
 }

@@ -6,7 +6,7 @@
 
 namespace tavo {
 
-/// A second start's wish to see the window of the first, with the launcher's permission to put it in front of others.
+/// Asks the running Tavo to show its window, with the launcher's permission to put it in front of others.
 struct WindowRequest {
     /// Of Wayland's xdg_activation_v1; empty when there is none.
     std::string activationToken;
@@ -16,18 +16,18 @@ struct WindowRequest {
 
     bool operator==(const WindowRequest&) const = default;
 
-    /// The longest message, and more than any token needs.
+    /// The maximum length of a message; more than any token needs.
     static constexpr std::size_t maxLength = 4096;
 
-    /// As the launcher has put them into XDG_ACTIVATION_TOKEN and DESKTOP_STARTUP_ID. Values that no message can carry are
-    /// left out. To be called before Qt starts, which removes them.
+    /// From XDG_ACTIVATION_TOKEN and DESKTOP_STARTUP_ID, which the launcher sets. Values that do not fit into a message
+    /// are left out. Must be called before Qt starts, since Qt removes them.
     static WindowRequest fromEnvironment();
 
     /// One JSON object.
     std::string encoded() const;
 
-    /// @return nothing for a message that encoded() does not make: what is too long, is no such object, or has characters
-    ///         beyond printable ASCII.
+    /// @return nothing for a message that encoded() cannot have made: one that is too long, is no such object, or has
+    ///         characters beyond printable ASCII.
     static std::optional<WindowRequest> decoded(std::string_view message);
 };
 

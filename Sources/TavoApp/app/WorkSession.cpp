@@ -17,12 +17,12 @@ std::optional<WorkActivity> WorkSession::activity() const {
     return monitor ? monitor->activity() : std::nullopt;
 }
 
-void WorkSession::note() {
+void WorkSession::writeActivity() {
     const auto current = activity();
-    if (hasEnded || current == noted) {
+    if (hasEnded || current == written) {
         return;
     }
-    noted = current;
+    written = current;
     if (!current) {
         file.remove();
         return;
@@ -30,7 +30,7 @@ void WorkSession::note() {
     try {
         file.write(*current);
     } catch (const std::exception&) {
-        // An older word than this one would be believed.
+        // An outdated entry would be believed.
         file.remove();
     }
 }
@@ -42,7 +42,7 @@ void WorkSession::evaluated(const AppConfig& config) {
     if (!config.isEnabled || config.trigger.mode == TriggerMode::always) {
         monitor->startOver();
     }
-    note();
+    writeActivity();
 }
 
 void WorkSession::end() {

@@ -9,10 +9,10 @@
 
 namespace tavo {
 
-/// Staying awake only while the matched programs work, for as long as one Tavo runs. Nothing of it goes into the configuration.
+/// Keeps awake only while the matched programs work, for one run of Tavo. Not part of the configuration.
 class WorkSession {
 public:
-    /// Without a requirement it changes nothing, and only removes the file that a killed Tavo may have left.
+    /// Without a requirement, only removes the file that a killed Tavo may have left.
     WorkSession(const std::optional<WorkRequirement>& requirement, const TavoPaths& paths);
     WorkSession(const WorkSession&) = delete;
     WorkSession& operator=(const WorkSession&) = delete;
@@ -20,29 +20,29 @@ public:
 
     bool isWanted() const { return monitor != nullptr; }
 
-    /// The configuration that the coordinator evaluates as given: `config` in its validated form, and with a process trigger
-    /// that requires activity where that is wanted. @throws TavoValidationError
+    /// The configuration for the coordinator to evaluate: `config`, validated, and with a process trigger that requires
+    /// activity if this session wants that. @throws TavoValidationError
     AppConfig required(const AppConfig& config) const;
 
-    /// For the process watcher; null where this is not wanted.
+    /// For the process watcher; null without a requirement.
     const std::shared_ptr<WorkMonitor>& workMonitor() const { return monitor; }
 
-    /// As of the last look; nothing before the first, and where this is not wanted.
+    /// As of the last evaluation; nothing before the first, and without a requirement.
     std::optional<WorkActivity> activity() const;
 
-    /// After every evaluation: passes the last look on in the file. A file that cannot be written costs what others know of it,
-    /// and nothing else. With a configuration that watches no process, what is seen next is seen for the first time.
+    /// After every evaluation: writes the result into the file for other programs. If that fails, only they miss it.
+    /// With a configuration that watches no process, the measurement starts anew.
     void evaluated(const AppConfig& config);
 
-    /// No more is noted. Once is enough.
+    /// Removes the file, and writes it no more. Further calls do nothing.
     void end();
 
 private:
-    void note();
+    void writeActivity();
 
     ActivityFile file;
     std::shared_ptr<WorkMonitor> monitor;
-    std::optional<WorkActivity> noted;
+    std::optional<WorkActivity> written;
     bool hasEnded = false;
 };
 

@@ -6,7 +6,7 @@
 
 namespace tavo {
 
-/// Stands in for AppKit: notes what the views of a Mac ask of it.
+/// Stands in for AppKit: records what the views of a Mac ask of it.
 struct StandInNative {
     static StandInNative& shared();
 
@@ -15,10 +15,10 @@ struct StandInNative {
     /// Whether the application has finished launching.
     bool hasLaunched = false;
 
-    /// To be done once it has.
+    /// Runs once it has.
     std::function<void()> onLaunched;
 
-    /// Done by a click on the icon in the Dock.
+    /// Runs on a click on the icon in the Dock.
     std::function<void()> onReopen;
 };
 

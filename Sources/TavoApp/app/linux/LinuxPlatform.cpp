@@ -38,7 +38,7 @@ Platform makePlatform(const std::filesystem::path& programPath, const TavoPaths&
     platform.assertionRunner =
         std::make_shared<InhibitorCommandRunner>(platform.commandRunner, platform.assertionStatus);
     platform.tiedAssertionRunner = platform.assertionRunner;
-    // Installed as a package, the programs that users do not call lie apart from those that they do.
+    // A package installs programs that users do not call apart from those that they do.
     platform.wakePlanBuilder.assertionExecutable = findCompanionProgram(programPath, "tavo-inhibit", {packagedPrograms})
                                                        .value_or(programPath.parent_path() / "tavo-inhibit");
     platform.heldAssertions = std::make_shared<LogindLockList>();

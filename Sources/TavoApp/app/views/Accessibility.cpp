@@ -11,7 +11,7 @@ namespace tavo {
 
 namespace {
 
-/// Qt leaves popups out: those it knows are lists and menus, which hang on the controls that opened them.
+/// Qt leaves popups out, since its own are lists and menus, which belong to the controls that opened them.
 class ApplicationWithPanels final : public QAccessibleApplication {
 public:
     int childCount() const override { return QAccessibleApplication::childCount() + static_cast<int>(panels().size()); }
@@ -41,7 +41,7 @@ private:
     }
 
 public:
-    /// A window of this program's and no menu, list or dialog of Qt's.
+    /// A window of this program, and not a menu, list or dialog of Qt.
     static bool isPlain(const QWidget& widget) { return widget.metaObject() == &QWidget::staticMetaObject; }
 };
 

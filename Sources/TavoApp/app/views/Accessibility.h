@@ -2,8 +2,8 @@
 
 namespace tavo {
 
-/// Has a screen reader find what Qt keeps from it: windows as such, and the open panel, which is a popup. To be called once
-/// there is an application, before its main loop runs.
+/// Lets screen readers find what Qt does not show them: windows as such, and the open panel, which is a popup. Must be
+/// called once the application exists, before its main loop runs.
 void prepareAccessibility();
 
 } // namespace tavo

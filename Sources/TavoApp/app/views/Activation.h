@@ -6,16 +6,16 @@ class QWidget;
 
 namespace tavo {
 
-// Window systems let no application put its window in front of those of others without a reason.
+// Window systems do not let an application put its window in front of others without a reason.
 
 /// Called before the window is shown and activated for a request.
 void useActivation(const WindowRequest& request);
 
-/// Called when that has been done: completes it where Qt has no word for it, and forgets what was not used.
+/// Called afterwards: completes the activation where Qt cannot, and discards what was not used.
 void completeActivation(QWidget& window, const WindowRequest& request);
 
-/// Called before a window is shown and activated that may be open behind others. Takes it off the screen where the window
-/// system lets no window that is there come to the front, so that showing it does that.
-void makeRoomForActivation(QWidget& window);
+/// Called before showing and activating a window that may be open behind others. Hides it where the window system
+/// raises only new windows, so that showing it brings it to the front.
+void prepareForActivation(QWidget& window);
 
 } // namespace tavo

@@ -47,8 +47,8 @@ void BatteryStatusBadgeView::paintEvent(QPaintEvent*) {
     if (const auto level = badge.level()) {
         painter.setPen(Qt::NoPen);
         painter.setBrush(*level <= lowLevel ? theme.error : theme.switchOn);
-        const double room = batteryWidth - 5;
-        painter.drawRoundedRect(QRectF(left + 2.5, top + 2.5, std::max(1.5, room * *level), batteryHeight - 5), 1.5,
+        const double maxWidth = batteryWidth - 5;
+        painter.drawRoundedRect(QRectF(left + 2.5, top + 2.5, std::max(1.5, maxWidth * *level), batteryHeight - 5), 1.5,
                                 1.5);
     }
     painter.setFont(Typography::caption(font()));

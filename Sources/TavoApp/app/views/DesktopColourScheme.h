@@ -6,7 +6,7 @@
 
 namespace tavo {
 
-/// Has the whole application look light or dark as the desktop does, now and whenever that changes.
+/// Makes the whole application light or dark like the desktop, now and whenever that changes.
 class DesktopColourScheme final {
 public:
     DesktopColourScheme();

@@ -6,8 +6,8 @@ class QSystemTrayIcon;
 
 namespace tavo {
 
-/// Tells the user something in the desktop's own way, wherever he is looking.
-/// @param tray  tells it where the desktop has no other way; may be null.
+/// Notifies the user in the desktop's own way.
+/// @param tray  shows it where the desktop has no other way; may be null.
 void notifyUser(QSystemTrayIcon* tray, const QString& title, const QString& text);
 
 } // namespace tavo

@@ -43,7 +43,7 @@ QSize MenuBarActionRow::sizeHint() const {
     return {fontMetrics().horizontalAdvance(text()) + grown(symbolSlot + padding, *this), grown(actionHeight, *this)};
 }
 
-// The pointer and the keyboard choose one and the same row.
+// The pointer and the keyboard share one selection.
 void MenuBarActionRow::enterEvent(QEnterEvent* event) {
     setFocus(Qt::MouseFocusReason);
     QAbstractButton::enterEvent(event);

@@ -7,16 +7,18 @@
 
 namespace tavo {
 
-/// Tells every view of what the model says once.
+/// Passes the model's announcements on to any number of views.
 class ModelObserver final : public QObject {
     Q_OBJECT
 
 public:
-    explicit ModelObserver(const std::shared_ptr<TavoAppModel>& model);
+    explicit ModelObserver(const std::shared_ptr<TavoAppModel>& model) : observed(model) {
+        model->onChange([this](ModelChanges changes) { Q_EMIT changed(changes); });
+    }
 
     TavoAppModel& model() const { return *observed; }
 
-    /// Shows the settings window for somebody who has asked for the settings: it is not to welcome.
+    /// Shows the settings window with the settings instead of the welcome view.
     void showSettings() {
         observed->openSettings();
         Q_EMIT settingsAsked();

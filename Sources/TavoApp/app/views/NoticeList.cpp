@@ -20,7 +20,7 @@ constexpr int noticePadding = 6;
 constexpr int noticeSymbol = 13;
 constexpr int noticeSpacing = 4;
 
-/// Of one notice: a longer one would leave no room for what it is about. The tool tip has the whole of it.
+/// Of one notice: a longer one would leave no space for the settings. The tooltip shows all of it.
 constexpr int maxRows = 4;
 
 } // namespace
@@ -63,7 +63,7 @@ QString NoticeList::text() const {
     return texts.join(QLatin1Char('\n'));
 }
 
-/// A tool tip guesses whether its text is markup, and notices quote paths and the words of other programs.
+/// Tooltips guess whether their text is markup, and notices quote paths and the output of other programs.
 bool NoticeList::event(QEvent* event) {
     if (event->type() != QEvent::ToolTip || toolTip().isEmpty()) {
         return QWidget::event(event);
@@ -73,14 +73,14 @@ bool NoticeList::event(QEvent* event) {
     return true;
 }
 
-/// Between words where that is possible: a path may be longer than a line.
+/// Breaks between words where possible: a path may be longer than a line.
 QTextOption NoticeList::textOption() const {
     QTextOption option(layoutDirection() == Qt::RightToLeft ? Qt::AlignRight : Qt::AlignLeft);
     option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
     return option;
 }
 
-/// What fits into so many rows, with an ellipsis where it goes on.
+/// The part that fits into so many rows, with an ellipsis if there is more.
 QString NoticeList::shownText(const Line& line, int width) const {
     const auto font = Typography::caption(this->font());
     QTextLayout layout(line.text, font);

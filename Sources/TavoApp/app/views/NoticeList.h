@@ -8,7 +8,7 @@
 
 namespace tavo {
 
-/// What the user has to be told, one text below the other; hidden when there is nothing.
+/// Errors and warnings, one below the other; hidden when there are none.
 class NoticeList final : public QWidget {
 public:
     explicit NoticeList(QWidget* parent = nullptr);

@@ -8,8 +8,8 @@ namespace {
 
 constexpr int gap = 4;
 
-/// Bars are thinner than this. Two of them meet in a corner, where the horizontal one is likelier to have the tray.
-constexpr int thickestBar = 64;
+/// Bars are thinner than this. Where two meet in a corner, the horizontal one is more likely to have the tray.
+constexpr int maxBarThickness = 64;
 
 /// The edge of the screen that the bar with the anchor runs along.
 Qt::Edge edgeOfBar(const QPoint& anchor, const QRect& screen, const QRect& available) {
@@ -25,12 +25,12 @@ Qt::Edge edgeOfBar(const QPoint& anchor, const QRect& screen, const QRect& avail
     if (anchor.x() > available.right()) {
         return Qt::RightEdge;
     }
-    // A bar that reserves nothing, as one that hides itself.
+    // A bar that reserves no space, such as one that hides itself.
     const int above = anchor.y() - screen.top();
     const int below = screen.bottom() - anchor.y();
     const int left = anchor.x() - screen.left();
     const int right = screen.right() - anchor.x();
-    if (std::min(above, below) >= thickestBar && std::min(left, right) < thickestBar) {
+    if (std::min(above, below) >= maxBarThickness && std::min(left, right) < maxBarThickness) {
         return left < right ? Qt::LeftEdge : Qt::RightEdge;
     }
     return above <= below ? Qt::TopEdge : Qt::BottomEdge;

@@ -1,7 +1,7 @@
 #include "app/views/PanelWindow.h"
 
 #include "app/views/PlatformWindow.h"
-#include "app/views/TavoGlassTint.h"
+#include "app/views/TavoWindowGlassBackground.h"
 #include "app/views/Theme.h"
 
 #include <QMouseEvent>
@@ -20,7 +20,7 @@ constexpr int shadowDrop = 7;
 constexpr double shadowOpacity = 0.3;
 const QMargins shadowMargins(shadowReach, shadowReach - shadowDrop, shadowReach, shadowReach + shadowDrop);
 
-/// Fading outwards, out of one faint layer on the other; nothing below the panel itself, which may let it through.
+/// Faint layers on top of each other, fading outwards; none below the panel itself, which may be translucent.
 void paintShadow(QPainter& painter, const QRectF& shape, const QRect& whole) {
     QPainterPath panel;
     panel.addRoundedRect(shape, cornerRadius, cornerRadius);
@@ -81,7 +81,7 @@ void PanelWindow::paintEvent(QPaintEvent*) {
     const QRectF shape(panelRect());
     QPainter painter(this);
     painter.setBrush(TavoGlassTint::of(palette(), hasGlass));
-    // It may stand over a window of its own colour.
+    // The window below may have the same colour.
     painter.setPen(theme.cardBorder);
     if (!hasGlass) {
         painter.drawRect(shape.adjusted(0, 0, -1, -1));

@@ -5,24 +5,24 @@
 
 namespace tavo {
 
-/// The window of the panel. Without a frame, and where windows are put together with what lies behind them, it has rounded
-/// corners and a shadow, for which it is larger than the panel itself.
+/// The window of the panel, without a frame. Where windows are composited it has rounded corners and a shadow, and is
+/// larger than the panel by that.
 class PanelWindow final : public QWidget {
 public:
     /// @param isComposited  asked each time before the window is shown: a compositor may come and go.
     explicit PanelWindow(Qt::WindowFlags flags, std::function<bool()> isComposited);
 
-    /// Takes the panel in.
+    /// Puts the panel into the window.
     void setPanel(QWidget& newPanel);
 
-    /// To be called before it is shown, for its size.
+    /// Must be called before the window is shown, since its size depends on it.
     void prepareToShow();
 
-    /// Of the panel within the window. The rest is shadow.
+    /// The panel's area within the window. The rest is shadow.
     QRect panelRect() const;
 
 protected:
-    /// A click on the shadow is one beside the panel.
+    /// A click on the shadow counts as one outside the panel.
     void mousePressEvent(QMouseEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
 

@@ -5,8 +5,8 @@
 
 namespace tavo {
 
-/// A dialog with a text and a button to close it. Errors quote paths and the words of other programs: whatever looks like
-/// markup in them is shown as it stands.
+/// A dialog with a text and a button to close it. Errors quote paths and the output of other programs, so nothing in them
+/// is taken for markup.
 class PlainMessageBox final : public QMessageBox {
 public:
     PlainMessageBox(Icon icon, const std::string& text)

@@ -31,7 +31,7 @@ bool PopUpButton::eventFilter(QObject* watched, QEvent* event) {
 }
 
 QSize PopUpButton::sizeHint() const {
-    // As wide as what it shows: the list takes the width that it needs.
+    // Only as wide as the current choice: the list has its own width.
     return {QFontMetrics(Typography::control(font())).horizontalAdvance(currentText()) + grown(31, *this),
             grown(23, *this)};
 }

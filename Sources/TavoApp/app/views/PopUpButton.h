@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/views/FocusRing.h"
+#include "app/views/ControlPainting.h"
 
 #include <QComboBox>
 
@@ -14,10 +14,10 @@ public:
     QSize minimumSizeHint() const override { return sizeHint(); }
 
 protected:
-    /// Keys that choose in the list, or close it, are the list's: no shortcut of the window may take them as well.
+    /// Keys that choose in the list or close it go to the list; no shortcut of the window may take them.
     bool eventFilter(QObject* watched, QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
-    /// Scrolling over it is for the view around it.
+    /// Scrolling over it scrolls the view around it.
     void wheelEvent(QWheelEvent* event) override;
 
 private:

@@ -24,7 +24,7 @@ public:
     Timer& operator=(const Timer&) = delete;
     ~Timer() override {
         timer->stop();
-        // Not at once: the work that it calls may be what destroys it.
+        // Deferred, since the work it runs may destroy it.
         timer->deleteLater();
     }
 

@@ -17,7 +17,7 @@ public:
     [[nodiscard]] std::unique_ptr<MainLoopTimer> startTimer(double seconds, std::function<void()> work) override;
     void runInBackground(std::function<void()> work, std::function<void()> then) override;
 
-    /// Says whether nothing runs in the background any more, waiting for that at most `bound`.
+    /// Waits at most `bound` for background work. Returns whether all of it has finished.
     [[nodiscard]] bool waitForBackgroundWork(std::chrono::milliseconds bound) const;
 
 private:

@@ -14,7 +14,7 @@ SegmentButton::SegmentButton(const QString& text, QWidget* parent) : QRadioButto
 }
 
 QSize SegmentButton::sizeHint() const {
-    // Wide enough for the chosen one, so that choosing moves nothing.
+    // Wide enough for the bold text of the chosen one, so that choosing moves nothing.
     const QFontMetrics metrics(Typography::button(font()));
     return {metrics.horizontalAdvance(text()) + grown(16, *this), grown(23, *this)};
 }

@@ -1,12 +1,12 @@
 #pragma once
 
-#include "app/views/FocusRing.h"
+#include "app/views/ControlPainting.h"
 
 #include <QRadioButton>
 
 namespace tavo {
 
-/// One of the choices beside each other of which one holds: radio buttons in one frame.
+/// One of several choices side by side: a radio button within a common frame.
 class SegmentButton final : public QRadioButton {
 public:
     explicit SegmentButton(const QString& text, QWidget* parent = nullptr);

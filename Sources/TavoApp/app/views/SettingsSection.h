@@ -1,7 +1,7 @@
 #pragma once
 
-#include "app/views/ElidedLabel.h"
-#include "app/views/SettingsControlRow.h"
+#include "app/views/Labels.h"
+#include "app/views/SettingsRows.h"
 
 #include <QWidget>
 

@@ -27,7 +27,7 @@ QSize SlimScrollBar::sizeHint() const {
     return orientation() == Qt::Vertical ? QSize(thickness, thickness * 2) : QSize(thickness * 2, thickness);
 }
 
-/// The pointer over it is looking for it.
+/// A pointer over it means that the user wants it.
 bool SlimScrollBar::isThumbShown() const {
     return vanishing.isActive() || isSliderDown() || underMouse();
 }
@@ -45,9 +45,9 @@ void SlimScrollBar::paintEvent(QPaintEvent*) {
     }
     const auto whole = static_cast<double>(maximum() - minimum() + pageStep());
     const bool isVertical = orientation() == Qt::Vertical;
-    const double room = isVertical ? height() : width();
-    const double start = room * (value() - minimum()) / whole;
-    const double length = room * pageStep() / whole;
+    const double track = isVertical ? height() : width();
+    const double start = track * (value() - minimum()) / whole;
+    const double length = track * pageStep() / whole;
     QRectF thumb =
         isVertical ? QRectF(1.5, start + 2, width() - 4, length - 4) : QRectF(start + 2, 1.5, length - 4, height() - 4);
     auto colour = Theme::of(palette()).secondaryText;

@@ -6,7 +6,7 @@
 
 namespace tavo {
 
-/// A scroll bar without a ground of its own, which shows while there is scrolling and while the pointer is over it.
+/// A scroll bar without a background, shown during scrolling and while the pointer is over it.
 class SlimScrollBar final : public QScrollBar {
 public:
     static constexpr int thickness = 8;

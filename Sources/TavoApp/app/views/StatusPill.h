@@ -5,7 +5,7 @@
 
 namespace tavo {
 
-/// How a pill is coloured.
+/// The colouring of a pill.
 enum class PillTone { enabled, disabled };
 
 /// A word in a capsule, with a dot in front of it.
@@ -27,6 +27,17 @@ private:
 
     QString word;
     PillTone pillTone = PillTone::disabled;
+};
+
+/// Shows whether Tavo is switched on, not what it is doing.
+class MenuBarHeaderStatusIndicator final : public StatusPill {
+public:
+    explicit MenuBarHeaderStatusIndicator(QWidget* parent = nullptr) : StatusPill(parent) {}
+
+    void setEnabledState(bool isEnabled) {
+        setStatus(isEnabled ? QStringLiteral("on") : QStringLiteral("paused"),
+                  isEnabled ? PillTone::enabled : PillTone::disabled);
+    }
 };
 
 } // namespace tavo

@@ -1,12 +1,12 @@
 #pragma once
 
-#include "app/views/FocusRing.h"
+#include "app/views/ControlPainting.h"
 
 #include <QCheckBox>
 
 namespace tavo {
 
-/// A switch: a check box of another shape.
+/// A switch: a check box with another look.
 class SwitchControl final : public QCheckBox {
 public:
     explicit SwitchControl(QWidget* parent = nullptr);

@@ -1,6 +1,5 @@
 #include "app/views/Symbol.h"
 
-#include "app/views/SystemSymbol.h"
 #include "app/views/Theme.h"
 
 #include <QFile>

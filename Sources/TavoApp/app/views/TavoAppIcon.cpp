@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QFile>
 #include <QPainter>
+#include <QPainterPath>
 #include <QSvgRenderer>
 #include <initializer_list>
 
@@ -22,6 +23,8 @@ QPixmap rendered(const QString& file, int side, double ratio) {
     pixmap.setDevicePixelRatio(ratio);
     return pixmap;
 }
+
+constexpr double cornerShare = 0.22;
 
 } // namespace
 
@@ -45,6 +48,24 @@ QIcon TavoAppIcon::load(const QString& bundleFile, const QString& drawingFile) {
         }
     }
     return icon;
+}
+
+AppIconView::AppIconView(int side, QWidget* parent) : QWidget(parent), side(side) {
+    setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+}
+
+void AppIconView::paintEvent(QPaintEvent*) {
+    // The drawing has a margin, which icons on a desktop need and a view does not.
+    constexpr double margin = 32.0 / 1024.0;
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setRenderHint(QPainter::SmoothPixmapTransform);
+    QPainterPath corners;
+    corners.addRoundedRect(rect(), side * cornerShare, side * cornerShare);
+    painter.setClipPath(corners);
+    const double spill = side * margin;
+    QSvgRenderer(QLatin1String(TavoAppIcon::drawing))
+        .render(&painter, QRectF(rect()).adjusted(-spill, -spill, spill, spill));
 }
 
 } // namespace tavo

@@ -2,6 +2,8 @@
 
 #include "app/views/Accessibility.h"
 #include "app/views/Activation.h"
+#include "app/views/PlatformWindow.h"
+#include "app/views/TavoAppIcon.h"
 #include "app/views/TavoSettingsWindowController.h"
 #include "base/JsonCoding.h"
 
@@ -11,10 +13,32 @@ namespace tavo {
 
 namespace {
 
-/// Longer than an interrupted command takes, and with what else there is to do at the end still under a second.
+/// Longer than an interrupted command takes, and short enough that quitting stays under a second.
 constexpr std::chrono::milliseconds patience{800};
 
 } // namespace
+
+void TavoAppDelegate::applicationDidFinishLaunching(const std::shared_ptr<TavoAppModel>& model, MainLoop& mainLoop,
+                                                    bool isHidden) const {
+    QApplication::setWindowIcon(TavoAppIcon::image());
+    preparePlatformApplication([weakModel = std::weak_ptr(model)] {
+        if (const auto strongModel = weakModel.lock()) {
+            strongModel->openSettings();
+        }
+    });
+    if (isHidden) {
+        return;
+    }
+    mainLoop.post([weakModel = std::weak_ptr(model)] {
+        if (const auto strongModel = weakModel.lock()) {
+            strongModel->openSettings();
+        }
+    });
+}
+
+void TavoAppDelegate::applicationShouldHandleReopen(TavoAppModel& model) const {
+    model.openSettings();
+}
 
 std::string TavoAppMain::lockNote(bool hasUnsavedEdits, const std::optional<WorkRequirement>& whileWorking,
                                   const std::optional<std::string>& assertionNotice) {
@@ -46,8 +70,8 @@ TavoAppMain::TavoAppMain(Options options, std::shared_ptr<const TavoStoring> sto
       menuBar(std::make_unique<TavoMenuBarExtra>(*observer, *tray)) {
     QApplication::setQuitOnLastWindowClosed(false);
     prepareAccessibility();
-    connect(observer.get(), &ModelObserver::changed, this, &TavoAppMain::tellInLockFile);
-    // However the application comes to its end, as by the end of the desktop's session: everything is let go of.
+    connect(observer.get(), &ModelObserver::changed, this, &TavoAppMain::updateLockNote);
+    // However the application ends, also with the desktop's session, everything is released.
     connect(qApp, &QCoreApplication::aboutToQuit, this, [this] { appModel->quit(); });
     signals = std::make_unique<SignalWatch>(
         handledSignals(), [this](int signal) { mainLoop->post([this, signal] { handleSignal(signal); }); });
@@ -86,7 +110,7 @@ void TavoAppMain::handleSignal(int signal) {
 void TavoAppMain::showWindow(const WindowRequest& request) {
     useActivation(request);
     delegate.applicationShouldHandleReopen(*appModel);
-    // After the model has brought the window to the front, which it posts.
+    // Posted, since the model posts bringing the window to the front.
     mainLoop->post([this, request] {
         if (window) {
             completeActivation(*window, request);
@@ -94,7 +118,7 @@ void TavoAppMain::showWindow(const WindowRequest& request) {
     });
 }
 
-void TavoAppMain::tellInLockFile() {
+void TavoAppMain::updateLockNote() {
     const auto assertionNotice = appModel->assertionNotice();
     if (appModel->hasUnsavedEdits() == isNotedUnsaved && assertionNotice == notedAssertionNotice) {
         return;
@@ -114,7 +138,7 @@ void TavoAppMain::orderOutKeyWindow() {
     }
     menuBar->closePanel();
     if (window) {
-        makeRoomForActivation(*window);
+        prepareForActivation(*window);
     }
 }
 
@@ -123,9 +147,9 @@ std::unique_ptr<SettingsWindowControlling> TavoAppMain::makeSettingsWindow(TavoA
                                                                      options.isHidden);
     auto* const view = &controller->view();
     window = &controller->window();
-    const auto tellOfTray = [this, view] { view->setHint(trayHint.text()); };
-    connect(&trayHint, &TrayHint::changed, view, tellOfTray);
-    tellOfTray();
+    const auto showTrayHint = [this, view] { view->setHint(trayHint.text()); };
+    connect(&trayHint, &TrayHint::changed, view, showTrayHint);
+    showTrayHint();
     return controller;
 }
 

@@ -6,9 +6,7 @@
 #include "app/TavoAppModel.h"
 #include "app/views/ModelObserver.h"
 #include "app/views/QtMainLoop.h"
-#include "app/views/TavoAppDelegate.h"
 #include "app/views/TavoMenuBarExtra.h"
-#include "app/views/TrayHint.h"
 #include "app/views/TrayWatch.h"
 #include "app/views/WindowRequests.h"
 #include "config/InstanceLock.h"
@@ -21,6 +19,17 @@
 
 namespace tavo {
 
+/// Handles the launch and the reopening of the application.
+class TavoAppDelegate final {
+public:
+    /// Called once the main loop is about to run: the settings window opens at every launch, unless it is a hidden one.
+    void applicationDidFinishLaunching(const std::shared_ptr<TavoAppModel>& model, MainLoop& mainLoop,
+                                       bool isHidden) const;
+
+    /// Called when the application is started a second time, or its icon is clicked.
+    void applicationShouldHandleReopen(TavoAppModel& model) const;
+};
+
 /// The desktop app: one model, the item in the tray, the settings window, and the signals of the process.
 class TavoAppMain final : public QObject, private ApplicationControlling {
 public:
@@ -32,21 +41,21 @@ public:
         std::optional<WorkRequirement> whileWorking = {};
     };
 
-    /// To be made after the application object, with the signals of handledSignals() blocked.
-    /// @param lock  of the one Tavo, whose note says whether there are unsaved edits, and what is held less than planned.
+    /// Must be made after the application object, with the signals of handledSignals() blocked.
+    /// @param lock  of the one Tavo, whose note says whether there are unsaved edits, and which locks are missing.
     TavoAppMain(Options options, std::shared_ptr<const TavoStoring> store, Platform platform, InstanceLock lock);
     ~TavoAppMain() override;
 
-    /// To be called when the main loop has ended: releases everything. Gives false when work in the background does not end
-    /// within a moment: the process has to end without waiting for it, since it has no window and takes no signal any more.
+    /// Called when the main loop has ended: releases everything. Returns false if background work does not finish
+    /// shortly: the process must then exit without waiting, since it has no window and handles no signal any more.
     [[nodiscard]] bool finish();
 
     /// The lock's note of a desktop app.
-    /// @param assertionNotice  what is held less than planned.
+    /// @param assertionNotice  the planned locks that could not be taken.
     static std::string lockNote(bool hasUnsavedEdits, const std::optional<WorkRequirement>& whileWorking,
                                 const std::optional<std::string>& assertionNotice = std::nullopt);
 
-    /// Those that end or stop the program, SIGUSR1 (look around) and SIGUSR2 (show the window).
+    /// Those that end or stop the program, SIGUSR1 (refresh) and SIGUSR2 (show the window).
     static std::vector<int> handledSignals();
 
     TavoAppModel& model() const { return *appModel; }
@@ -59,7 +68,7 @@ private:
 
     void handleSignal(int signal);
     void showWindow(const WindowRequest& request);
-    void tellInLockFile();
+    void updateLockNote();
 
     Options options;
     std::string machineNoun;

@@ -70,7 +70,7 @@ QSize TavoButton::sizeHint() const {
 }
 
 bool TavoButton::event(QEvent* event) {
-    // Before a shortcut of the window takes the key.
+    // Claims the key before a shortcut of the window does.
     if (event->type() == QEvent::ShortcutOverride) {
         const auto key = static_cast<QKeyEvent*>(event)->key();
         if (key == Qt::Key_Return || key == Qt::Key_Enter) {

@@ -1,16 +1,16 @@
 #pragma once
 
-#include "app/views/FocusRing.h"
+#include "app/views/ControlPainting.h"
 
 #include <QPushButton>
 #include <QTimer>
 
 namespace tavo {
 
-/// What a button is for, which decides its colours.
+/// The purpose of a button, which decides its colours.
 enum class ButtonTone { plain, accent, positive };
 
-/// A push button, which Return presses too while it has the keyboard.
+/// A push button that Return presses, too, while it has the focus.
 class TavoButton final : public QPushButton {
 public:
     explicit TavoButton(const QString& text, ButtonTone tone = ButtonTone::plain, QWidget* parent = nullptr);
@@ -21,10 +21,10 @@ public:
     /// A symbol in front of the text; none when the name is empty.
     void setSymbol(const QString& name);
 
-    /// A tall button for the one thing that a view is about.
+    /// A tall button for the main action of a view.
     void setProminent() { isProminent = true; }
 
-    /// While it works there is a wheel turning in the place of its text, and it cannot be pressed.
+    /// While it works, a spinner replaces its text, and it cannot be pressed.
     void setWorking(bool isWorking);
 
     QSize sizeHint() const override;

@@ -56,14 +56,14 @@ TavoMenuBarExtra::TavoMenuBarExtra(ModelObserver& observer, const TrayWatch& tra
 
 TavoMenuBarExtra::~TavoMenuBarExtra() = default;
 
-/// Not before there is a tray: Qt looks for its kind once, with the first item, and keeps to what it has found. An item that is
-/// made remains when its tray goes: Qt shows it in the next one of that kind.
+/// Called only once there is a tray: Qt detects the kind of tray once, with the first item. The item stays when its
+/// tray goes: Qt shows it in the next one of that kind.
 void TavoMenuBarExtra::makeItem() {
     if (statusItem || !tray.isThere()) {
         return;
     }
     statusItem = std::make_unique<QSystemTrayIcon>();
-    if (trayTellsOfClicksBesideMenu()) {
+    if (trayReportsClicksWithMenu()) {
         statusItem->setContextMenu(&contextMenu);
     }
     connect(statusItem.get(), &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
@@ -89,7 +89,7 @@ void TavoMenuBarExtra::showModel(ModelChanges) {
     const auto& model = observer.model();
     toggleAction->setText(model.config().isEnabled ? QStringLiteral("pause") : QStringLiteral("enable"));
     showState();
-    if (const auto text = awakeEnd.look(model)) {
+    if (const auto text = awakeEnd.update(model)) {
         notifyUser(statusItem.get(), QStringLiteral("tavo"), QString::fromStdString(*text));
     }
 }
@@ -100,7 +100,7 @@ void TavoMenuBarExtra::showState() {
     }
     const bool isHeld = observer.model().runtimeSnapshot().isWakeAssertionActive;
     statusItem->setIcon(statusItemIcon(isHeld, QGuiApplication::palette().color(QPalette::WindowText)));
-    // Whoever cannot tell the icons apart finds the state here.
+    // For users who cannot tell the icons apart.
     const auto title = observer.model().runtimeStatusCopy().title;
     statusItem->setToolTip(QStringLiteral("tavo: ") + QString::fromStdString(title));
 }
@@ -124,7 +124,7 @@ void TavoMenuBarExtra::togglePanel() {
 void TavoMenuBarExtra::placePanel() {
     auto anchor = statusItem ? statusItem->geometry() : QRect();
     if (anchor.isEmpty()) {
-        // A tray that draws the icon itself does not tell where; but it was clicked a moment ago.
+        // A tray that draws the icon itself does not report its position, but the click was a moment ago.
         anchor = QRect(QCursor::pos(), QSize(1, 1));
     }
     const auto* screen = QGuiApplication::screenAt(anchor.center());
@@ -141,19 +141,19 @@ void TavoMenuBarExtra::placePanel() {
 }
 
 void TavoMenuBarExtra::closePanel() {
-    // A window that goes is no longer active either, which leads back here before it has gone.
+    // Closing the window deactivates it first, which calls this function again.
     if (isClosing || !panelWindow->isVisible()) {
         return;
     }
     isClosing = true;
     panelWindow->hide();
     isClosing = false;
-    // Not before it is known whether what closed it shows another window, as the settings do.
+    // Deferred until it is known whether the action shows another window, such as the settings.
     QMetaObject::invokeMethod(
         this,
         [] {
             if (!isAnyWindowShown()) {
-                giveActivationBack();
+                returnActivation();
             }
         },
         Qt::QueuedConnection);

@@ -4,6 +4,7 @@
 #include <QIcon>
 #include <QPixmap>
 #include <QString>
+#include <QWidget>
 
 namespace tavo {
 
@@ -17,11 +18,21 @@ struct TavoMenuBarIcon {
     static constexpr double idleOpacity = 0.72;
 
     /// @param isWakeAssertionActive  dims the image when it is not.
-    /// @param colour                 of what it is drawn in; the system decides that where it knows templates.
+    /// @param colour                 to draw it in; ignored where the system colours templates.
     static QIcon image(bool isWakeAssertionActive, const QColor& colour);
 
     /// The drawing to show: the bottle cap, or else a plain seal.
     static QPixmap pixmap(const QString& drawingFile, int side, const QColor& colour, double opacity);
+};
+
+/// Shows the bottle cap alone, in the app's colours.
+class BottleCapView final : public QWidget {
+public:
+    explicit BottleCapView(QWidget* parent = nullptr);
+    QSize sizeHint() const override { return {26, 26}; }
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
 };
 
 } // namespace tavo

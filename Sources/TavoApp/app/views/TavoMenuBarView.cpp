@@ -1,7 +1,7 @@
 #include "app/views/TavoMenuBarView.h"
 
-#include "app/views/AppIconView.h"
 #include "app/views/ControlPainting.h"
+#include "app/views/TavoAppIcon.h"
 #include "app/views/Theme.h"
 
 #include <QEvent>
@@ -108,7 +108,7 @@ void TavoMenuBarView::showModel(ModelChanges) {
     fitHeight();
 }
 
-/// As wide as ever, and as tall as its texts are in that width.
+/// Of fixed width, and as tall as its texts need at that width.
 void TavoMenuBarView::fitHeight() {
     const int width = grown(panelWidth, *this);
     layout()->activate();

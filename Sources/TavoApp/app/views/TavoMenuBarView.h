@@ -1,21 +1,20 @@
 #pragma once
 
-#include "app/views/ElidedLabel.h"
+#include "app/views/Labels.h"
 #include "app/views/MenuBarActionRow.h"
-#include "app/views/MenuBarHeaderStatusIndicator.h"
 #include "app/views/ModelObserver.h"
 #include "app/views/NoticeList.h"
-#include "app/views/WarningLabel.h"
+#include "app/views/StatusPill.h"
 
 #include <QWidget>
 #include <functional>
 
 namespace tavo {
 
-/// The panel of the menu bar or tray: what Tavo is doing, and three things to do about it.
+/// The panel of the menu bar or tray: Tavo's status and three actions.
 class TavoMenuBarView final : public QWidget {
 public:
-    /// @param onAction  called before an action is carried out: the panel goes then.
+    /// @param onAction  called before an action runs, to close the panel.
     TavoMenuBarView(ModelObserver& observer, std::function<void()> onAction, QWidget* parent = nullptr);
 
 protected:

@@ -1,14 +1,14 @@
 #pragma once
 
+#include "app/views/Labels.h"
 #include "app/views/ModelObserver.h"
 #include "app/views/TavoButton.h"
-#include "app/views/WarningLabel.h"
 
 #include <QWidget>
 
 namespace tavo {
 
-/// What becomes of the edits, and the switch.
+/// The buttons to save or cancel the edits, and to switch on or off.
 class TavoSettingsFooter final : public QWidget {
 public:
     explicit TavoSettingsFooter(ModelObserver& observer, QWidget* parent = nullptr);

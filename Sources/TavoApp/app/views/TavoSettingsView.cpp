@@ -1,7 +1,7 @@
 #include "app/views/TavoSettingsView.h"
 
 #include "app/views/NoticeList.h"
-#include "app/views/SettingsControlRow.h"
+#include "app/views/SettingsRows.h"
 #include "app/views/SlimScrollBar.h"
 #include "app/views/TavoSettingsFooter.h"
 #include "app/views/TavoStatusHeader.h"
@@ -25,10 +25,10 @@ namespace {
 
 constexpr int sideMargin = 14;
 
-/// Of a row that the keyboard came to, from the edges of what is scrolled.
+/// Between the focused row and the edges of the scroll area.
 constexpr int rowMargin = 6;
 
-/// Holds the notices below what is scrolled, with a line to tell them from it.
+/// Holds the notices below the scroll area, separated by a line.
 class NoticeArea final : public QWidget {
 public:
     explicit NoticeArea(NoticeList* notices) {
@@ -43,7 +43,7 @@ protected:
     }
 };
 
-/// Brings the whole row into view whose control the keyboard comes to.
+/// Scrolls the whole row into view when its control gets the focus.
 class RowScroll final : public QScrollArea {
 public:
     void follow(QWidget* focused) {
@@ -55,7 +55,7 @@ public:
         }
     }
 
-    /// Qt brings the control alone into view, and only when the keyboard was within already.
+    /// Qt scrolls only the control into view, and only when the focus was in the area before.
     bool eventFilter(QObject* watched, QEvent* event) override {
         if (event->type() == QEvent::FocusIn) {
             const auto reason = static_cast<QFocusEvent*>(event)->reason();
@@ -78,7 +78,7 @@ TavoSettingsView::TavoSettingsView(ModelObserver& observer, const QString& machi
     pages->addWidget(welcome);
     pages->addWidget(makeSettings());
     background->lower();
-    // A click beside the controls takes the keyboard from them.
+    // A click outside the controls takes the focus from them.
     setFocusPolicy(Qt::ClickFocus);
 
     const auto onKey = [this](int key, void (TavoAppModel::*operation)()) {
@@ -119,7 +119,7 @@ QWidget* TavoSettingsView::makeSettings() {
             control->installEventFilter(scroll);
         }
     }
-    // The ground of the window shows through.
+    // The background of the window shows through.
     scroll->viewport()->setAutoFillBackground(false);
     content->setAutoFillBackground(false);
 

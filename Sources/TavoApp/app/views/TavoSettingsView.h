@@ -10,7 +10,7 @@ namespace tavo {
 
 class TavoWelcomeView;
 
-/// All of the settings window: the welcome view, and behind it the settings.
+/// The content of the settings window: the welcome view, and the settings.
 class TavoSettingsView final : public QWidget {
 public:
     TavoSettingsView(ModelObserver& observer, const QString& machineNoun, QWidget* parent = nullptr);
@@ -18,7 +18,7 @@ public:
     bool showsSettings() const { return pages->currentIndex() == 1; }
     void setShowsSettings(bool shows) { pages->setCurrentIndex(shows ? 1 : 0); }
 
-    /// A sentence above the footer that is said once, for as long as this view lives.
+    /// Shows a sentence above the footer, for as long as this view lives.
     void setHint(const QString& hint);
 
 protected:

@@ -16,7 +16,7 @@ namespace {
 
 constexpr QSize contentSize(378, 350);
 
-/// Room for the title bar that a window manager adds, with large fonts too.
+/// Height of a title bar, even with large fonts.
 constexpr int frameAllowance = 56;
 
 } // namespace
@@ -24,11 +24,11 @@ constexpr int frameAllowance = 56;
 QSize settingsContentSize(double scale, const QSize& available) {
     const QSize grown(static_cast<int>(std::lround(contentSize.width() * scale)),
                       static_cast<int>(std::lround(contentSize.height() * scale)));
-    // Too small a screen is no reason to cut what was drawn for every one.
+    // A small screen is no reason to make it smaller than its original size.
     return available.isEmpty() ? grown : grown.boundedTo(available - QSize(0, frameAllowance)).expandedTo(contentSize);
 }
 
-/// A window that is put away when it is closed, and shows the settings when it comes back.
+/// A window that is hidden when it is closed, and shows the settings when it is opened again.
 class TavoSettingsWindowController::Window final : public QWidget {
 public:
     Window(ModelObserver& observer, const QString& machineNoun, bool startsWithSettings)
@@ -38,7 +38,7 @@ public:
         setWindowTitle(QStringLiteral("tavo"));
         setWindowIcon(TavoAppIcon::image());
         setObjectName(QStringLiteral("settings"));
-        // The ground shows through where the window system can do that.
+        // Translucent where the window system supports it.
         setAttribute(Qt::WA_TranslucentBackground);
         auto* layout = new QVBoxLayout(this);
         layout->setContentsMargins(0, 0, 0, 0);
@@ -79,7 +79,7 @@ TavoSettingsView& TavoSettingsWindowController::view() const {
 
 void TavoSettingsWindowController::showWindow() {
     settingsWindow->setWindowState(settingsWindow->windowState() & ~Qt::WindowMinimized);
-    // No control is to stand out as if it had been chosen.
+    // No control should look as if the user had chosen it.
     settingsWindow->view->setFocus();
     settingsWindow->show();
 }

@@ -10,16 +10,15 @@
 
 namespace tavo {
 
-/// How large the content of the settings window is: grown with the fonts as far as the screen goes. What does not fit is
-/// scrolled.
+/// The size of the settings window's content: scaled with the fonts, as far as the screen allows. The rest is scrolled.
 /// @param scale      of the fonts.
-/// @param available  of the screen; empty when there is none to go by.
+/// @param available  of the screen; empty when unknown.
 QSize settingsContentSize(double scale, const QSize& available);
 
-/// The settings window: made once, and the same one after it was closed.
+/// The settings window: made once, and kept when it is closed.
 class TavoSettingsWindowController final : public SettingsWindowControlling {
 public:
-    /// @param startsWithSettings  skips the welcome view: somebody has asked for the settings.
+    /// @param startsWithSettings  skips the welcome view.
     TavoSettingsWindowController(ModelObserver& observer, const QString& machineNoun, bool startsWithSettings);
     ~TavoSettingsWindowController() override;
 

@@ -1,14 +1,14 @@
 #pragma once
 
 #include "app/views/BatteryStatusBadgeView.h"
-#include "app/views/ElidedLabel.h"
+#include "app/views/Labels.h"
 #include "app/views/ModelObserver.h"
 
 #include <QWidget>
 
 namespace tavo {
 
-/// What Tavo is doing, and the battery.
+/// Tavo's status and the battery.
 class TavoStatusHeader final : public QWidget {
 public:
     explicit TavoStatusHeader(ModelObserver& observer, QWidget* parent = nullptr);

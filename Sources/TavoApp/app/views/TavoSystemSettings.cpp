@@ -26,7 +26,7 @@ TavoSystemSettings::TavoSystemSettings(ModelObserver& observer, QWidget* parent)
     showModel();
 }
 
-/// A helper that is this build's own removes itself without asking anybody; any other one is installed anew.
+/// This build's own helper can remove itself without asking the user; any other one is reinstalled.
 bool TavoSystemSettings::offersReset() const {
     const auto& model = observer.model();
     return model.helperInstallState() == PrivilegedHelperInstallState::ready && model.supportsSilentHelperReset();

@@ -1,14 +1,13 @@
 #pragma once
 
 #include "app/views/ModelObserver.h"
-#include "app/views/SettingsActionValueRow.h"
-#include "app/views/SettingsToggleRow.h"
+#include "app/views/SettingsRows.h"
 
 #include <QWidget>
 
 namespace tavo {
 
-/// What the system has to allow.
+/// The settings that need the system: launch at login and the closed-lid permission.
 class TavoSystemSettings final : public QWidget {
 public:
     explicit TavoSystemSettings(ModelObserver& observer, QWidget* parent = nullptr);

@@ -18,7 +18,7 @@ constexpr int cutoffFieldWidth = 52;
 constexpr int dividerWidth = 2;
 constexpr int dividerInset = 4;
 
-/// Lets in what the cutoff can be written with.
+/// Accepts the characters of a cutoff.
 class CutoffValidator final : public QValidator {
 public:
     using QValidator::QValidator;
@@ -65,7 +65,7 @@ std::vector<SettingsPickerRow::Choice> presetChoices() {
     return choices;
 }
 
-/// Setting a text that is there already would move the cursor.
+/// Setting the same text again would move the cursor.
 void showText(TextField& field, const std::string& text) {
     if (const auto shown = QString::fromStdString(text); field.text() != shown) {
         field.setText(shown);
@@ -119,7 +119,7 @@ TavoWakeSettings::TavoWakeSettings(ModelObserver& observer, QWidget* parent)
     });
     connect(cutoffField, &QLineEdit::textEdited, this,
             [this](const QString& text) { edit(withCutoffText(draft(), text.toStdString())); });
-    // The number may have been the saved one already.
+    // The number may be the saved one, so that nothing is announced.
     connect(cutoffField, &QLineEdit::editingFinished, this, [this] { showText(*cutoffField, cutoffText(draft())); });
     connect(&observer, &ModelObserver::changed, this, &TavoWakeSettings::showModel);
     showModel(~ModelChanges());
@@ -140,7 +140,7 @@ void TavoWakeSettings::showModel(ModelChanges changes) {
     const bool isExecutable = shown.trigger.matchStrategy == TriggerMatchStrategy::executableName;
     executableChoice->setChecked(isExecutable);
     commandChoice->setChecked(!isExecutable);
-    // As radio buttons do it: the keyboard comes to the one that is chosen, and arrows lead to the other.
+    // As with radio buttons, Tab reaches the chosen one, and arrow keys the other.
     executableChoice->setFocusPolicy(isExecutable ? Qt::StrongFocus : Qt::ClickFocus);
     commandChoice->setFocusPolicy(isExecutable ? Qt::ClickFocus : Qt::StrongFocus);
     showText(*processField, shown.trigger.query);
@@ -148,7 +148,7 @@ void TavoWakeSettings::showModel(ModelChanges changes) {
     closedLidRow->setDetail(QString::fromStdString(closedLidDetail(shown)));
     batteryRow->setOn(keepsAwakeOnBattery(shown));
     batteryRow->setDetail(QString::fromStdString(batteryDetail(shown)));
-    // Digits that mean the same, as "05" does, are left as they are being typed, and become the number once it is saved.
+    // Digits with the same value, such as "05", stay as typed until they are saved.
     const bool isSaved = (changes & static_cast<ModelChanges>(ModelProperty::config)) != 0;
     if (isSaved ||
         withCutoffText(shown, cutoffField->text().toStdString()).batteryCutoffPercent != shown.batteryCutoffPercent) {

@@ -2,9 +2,7 @@
 
 #include "app/views/ModelObserver.h"
 #include "app/views/SegmentButton.h"
-#include "app/views/SettingsControlRow.h"
-#include "app/views/SettingsPickerRow.h"
-#include "app/views/SettingsToggleRow.h"
+#include "app/views/SettingsRows.h"
 #include "app/views/TextField.h"
 
 #include <QWidget>

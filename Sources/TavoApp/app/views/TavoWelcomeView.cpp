@@ -1,7 +1,7 @@
 #include "app/views/TavoWelcomeView.h"
 
-#include "app/views/AppIconView.h"
-#include "app/views/BottleCapView.h"
+#include "app/views/TavoAppIcon.h"
+#include "app/views/TavoMenuBarIcon.h"
 #include "app/views/Theme.h"
 
 #include <QLabel>

@@ -9,13 +9,13 @@
 
 namespace tavo {
 
-/// What the window says first: what this is, and the one button that matters.
+/// The first view of the window: what Tavo is, and the button to switch it on.
 class TavoWelcomeView final : public QWidget {
 public:
     TavoWelcomeView(ModelObserver& observer, const QString& machineNoun, std::function<void()> openSettings,
                     QWidget* parent = nullptr);
 
-    /// A sentence that is said as long as this view lives.
+    /// Shows a sentence for as long as this view lives.
     void setHint(const QString& hint);
 
 private:

@@ -20,7 +20,7 @@ constexpr int fieldHeight = 25;
 TextField::TextField(QWidget* parent) : QLineEdit(parent) {
     setFrame(false);
     setTextMargins(7, 0, 7, 0);
-    // Its ground is painted here; the style would paint another one over it.
+    // Its background is painted here; the style would paint another one over it.
     QPalette own;
     own.setColor(QPalette::Base, Qt::transparent);
     setPalette(own);
@@ -28,7 +28,7 @@ TextField::TextField(QWidget* parent) : QLineEdit(parent) {
     followFont();
 }
 
-/// Within it the text is smaller than around it: by the font of the window, as its own has been made smaller already.
+/// Its text is smaller than around it: relative to the window's font, since its own font is already the smaller one.
 void TextField::followFont() {
     const auto& body = parentWidget() != nullptr ? parentWidget()->font() : QApplication::font();
     if (const auto own = Typography::control(body); own != font()) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/views/FocusRing.h"
+#include "app/views/ControlPainting.h"
 
 #include <QLineEdit>
 

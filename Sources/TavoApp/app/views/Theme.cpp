@@ -8,7 +8,7 @@ namespace tavo {
 
 namespace {
 
-/// The body text that all lengths go with, in pixels.
+/// The size of the body text that all lengths are drawn for, in pixels.
 constexpr double drawnForPixels = 13.0;
 constexpr int middleLightness = 128;
 

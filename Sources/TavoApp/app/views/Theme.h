@@ -6,20 +6,20 @@
 
 namespace tavo {
 
-/// The colours of every view, in light and in dark. Text has a contrast of 4.5 to 1 at least to what it stands on.
+/// The colours of every view, in light and in dark. Text has a contrast of at least 4.5 to 1 to its background.
 struct Theme {
     bool isDark = false;
-    QColor window; ///< TavoGlassTint: what lies behind everything, opaque
-    QColor card;   ///< the ground of a section's rows
+    QColor window; ///< TavoGlassTint: the window's background, opaque
+    QColor card;   ///< the background of a section's rows
     QColor cardBorder;
     QColor separator;
     QColor text;
     QColor secondaryText;
-    QColor control; ///< the ground of buttons, pickers and fields
+    QColor control; ///< the background of buttons, pickers and fields
     QColor controlText;
     QColor fieldBorder;
     QColor accent;
-    QColor positive; ///< the ground of what switches on
+    QColor positive; ///< the background of buttons that switch on
     QColor onColour; ///< text on `accent` and on `positive`
     QColor positiveText;
     QColor switchOn;
@@ -31,10 +31,10 @@ struct Theme {
     static const Theme& light();
     static const Theme& dark();
 
-    /// The one that a widget is to use: its palette is palette() of either.
+    /// The theme for a widget with this palette, which palette() of either made.
     static const Theme& of(const QPalette& palette);
 
-    /// Has Qt's own parts, such as the lists of pickers and selected text, look alike.
+    /// For Qt's own parts, such as the lists of pickers and selected text.
     QPalette palette() const;
 };
 
@@ -48,7 +48,7 @@ QFont button(const QFont& body);    ///< on buttons, and the chosen one of sever
 QFont prominent(const QFont& body); ///< on the one button that matters
 QFont section(const QFont& body);   ///< the name of a section
 
-/// By how much lengths grow with the font: 1 for the one that they were drawn for, and for smaller ones.
+/// The factor by which lengths grow with the font: 1 for the size that they were drawn for, and for smaller ones.
 double scale(const QFont& body);
 } // namespace Typography
 

@@ -8,18 +8,18 @@
 
 namespace tavo {
 
-/// Takes in requests for the window for as long as it lives.
+/// Receives requests for the window for as long as it lives.
 struct WindowRequestListening {
     virtual ~WindowRequestListening() = default;
 };
 
-/// Listens for the holder of a lock file.
-/// @return null where nothing but a signal can ask.
+/// Receives requests on behalf of the holder of a lock file.
+/// @return null where requests come as signals only.
 std::unique_ptr<WindowRequestListening> listenForWindowRequests(const std::filesystem::path& lockFile,
                                                                 std::function<void(WindowRequest)> onRequest);
 
 /// Sends a request to the holder of a lock file.
-/// @return false when nobody listens there: a signal has to do.
+/// @return false when nothing listens there; send a signal instead.
 bool sendWindowRequest(const std::filesystem::path& lockFile, const WindowRequest& request);
 
 } // namespace tavo

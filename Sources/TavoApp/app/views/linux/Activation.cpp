@@ -14,14 +14,14 @@ namespace tavo {
 
 namespace {
 
-/// Qt's own means of handing a token to the compositor: it uses it for the next activation, and removes it then.
+/// Qt passes this token to the compositor with the next activation, and then removes it.
 constexpr const char* tokenVariable = "XDG_ACTIVATION_TOKEN";
 
 bool isWayland() {
     return QGuiApplication::platformName().startsWith(QStringLiteral("wayland"));
 }
 
-/// When the user acted, in the X server's time: a startup id ends with it.
+/// The X server's time of the user's action, with which a startup id ends.
 std::optional<std::uint32_t> timeIn(std::string_view startupID) {
     constexpr std::string_view mark = "_TIME";
     const auto place = startupID.rfind(mark);
@@ -39,9 +39,10 @@ struct Freeing {
     void operator()(void* reply) const { std::free(reply); }
 };
 
-/// Extended Window Manager Hints 1.5, "_NET_ACTIVE_WINDOW": as an application, at the user's request of that time. Without
-/// it a window manager takes the application's last input for the time, and refuses what is older than the active window's.
-void askWindowManager(xcb_connection_t* connection, xcb_window_t window, std::uint32_t time) {
+/// Extended Window Manager Hints 1.5, "_NET_ACTIVE_WINDOW": sent as an application, at the user's request at that time.
+/// Without it a window manager takes the application's last input for the time, and refuses a request older than that
+/// of the active window.
+void requestActivation(xcb_connection_t* connection, xcb_window_t window, std::uint32_t time) {
     constexpr std::string_view name = "_NET_ACTIVE_WINDOW";
     constexpr std::uint32_t asApplication = 1;
     const auto atomRequest = xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(name.size()), name.data());
@@ -77,12 +78,12 @@ void completeActivation(QWidget& window, const WindowRequest& request) {
     const auto* const x11 = qApp->nativeInterface<QNativeInterface::QX11Application>();
     const auto time = timeIn(request.startupID);
     if (time && x11 != nullptr && QGuiApplication::platformName() == QStringLiteral("xcb")) {
-        askWindowManager(x11->connection(), static_cast<xcb_window_t>(window.winId()), *time);
+        requestActivation(x11->connection(), static_cast<xcb_window_t>(window.winId()), *time);
     }
 }
 
-void makeRoomForActivation(QWidget& window) {
-    // Compositors put a window in front that is new to them.
+void prepareForActivation(QWidget& window) {
+    // Compositors put a new window in front.
     if (isWayland() && !qEnvironmentVariableIsSet(tokenVariable) && window.isVisible() && !window.isActiveWindow()) {
         window.hide();
     }

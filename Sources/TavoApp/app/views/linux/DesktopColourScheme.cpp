@@ -23,7 +23,7 @@ const QString key = QStringLiteral("color-scheme");
 constexpr unsigned prefersDark = 1;
 constexpr unsigned prefersLight = 2;
 
-/// A variant may come in another one, depending on the portal's version.
+/// Depending on the portal's version, the value is a variant within a variant.
 unsigned numberIn(QVariant value) {
     while (value.canConvert<QDBusVariant>()) {
         value = value.value<QDBusVariant>().variant();
@@ -55,7 +55,7 @@ public:
     }
 
 private Q_SLOTS:
-    // The message itself: no slot with the signal's own types is taken, for the variant among them.
+    // Takes the message itself: Qt connects no slot with the signal's types, since one of them is a variant.
     void settingChanged(const QDBusMessage& signal) {
         const auto arguments = signal.arguments();
         if (arguments.size() == 3 && arguments.at(0) == space && arguments.at(1) == key) {
@@ -76,7 +76,7 @@ private:
         QApplication::setPalette(theme.palette());
     }
 
-    /// By the colours that the platform gave to Qt.
+    /// Judged by the colours that the platform gave Qt.
     bool isDesktopDark;
     std::optional<bool> preference;
 };

@@ -60,7 +60,7 @@ bool isX11There() {
 
 } // namespace
 
-// A display that is named may be gone, as in a terminal that outlived its desktop.
+// The environment may name a display that is gone, as in a terminal that outlived its desktop.
 bool hasDisplay() {
     const auto chosen = QByteArray::fromStdString(variable("QT_QPA_PLATFORM"));
     if (chosen.isEmpty()) {

@@ -4,7 +4,7 @@
 
 namespace tavo {
 
-// A second start asks by a signal.
+// A second start sends a request or a signal.
 void preparePlatformApplication(std::function<void()>) {}
 
 void preparePlatformWindow(QWidget&) {}
@@ -19,19 +19,19 @@ PanelKind panelKind() {
     return canPlaceWindows() ? PanelKind::popup : PanelKind::dialog;
 }
 
-// Some window managers draw one, and none around a popup with a shape of its own.
+// Some window managers draw a shadow, but none around a popup with its own shape.
 bool windowSystemDrawsShadows() {
     return false;
 }
 
 void bringPanelToFront(QWidget&) {}
 
-void giveActivationBack() {}
+void returnActivation() {}
 
-// A tray knows the name of the application.
+// Trays know the application's name.
 void labelStatusItem(const QString&) {}
 
-bool trayTellsOfClicksBesideMenu() {
+bool trayReportsClicksWithMenu() {
     return true;
 }
 

@@ -17,11 +17,12 @@ namespace tavo {
 
 namespace {
 
-/// The panel's ground is unknown, and often not that of windows: light ink with a dark edge can be seen on both.
+/// The panel's background is unknown, and often differs from that of windows: light ink with a dark edge is visible on
+/// both.
 constexpr QColor ink(0xFF, 0xFF, 0xFF);
 constexpr QColor edge(0x20, 0x20, 0x20);
 
-/// Edge pixels a pixel of the icon's side.
+/// Width of the edge, as a share of the icon's side.
 constexpr double edgeWidth = 1.0 / 20;
 
 QPixmap drawn(const QString& name, int side, double opacity) {
@@ -48,7 +49,7 @@ QPixmap drawn(const QString& name, int side, double opacity) {
     return dimmed;
 }
 
-/// A tray that knows the name draws the icon of the theme, in its own colours; any other one has the pictures.
+/// A tray that finds the name in the icon theme draws that icon in its own colours; others show the pictures.
 class NamedIconEngine final : public QIconEngine {
 public:
     NamedIconEngine(QIcon pictures, QString name) : pictures(std::move(pictures)), name(std::move(name)) {}
@@ -75,7 +76,7 @@ private:
     QString name;
 };
 
-/// Whether panels find it: they look into the same folders, and nowhere near a program that was not installed.
+/// Whether panels find it: they search the same folders, and not those of a program that was not installed.
 bool isInstalled(const QString& name) {
     return !QStandardPaths::locate(QStandardPaths::GenericDataLocation,
                                    QStringLiteral("icons/hicolor/symbolic/apps/%1.svg").arg(name))

@@ -33,7 +33,7 @@ void StatusNotifierHosts::ask() {
                                                QStringLiteral("Get"));
     call << service << QStringLiteral("IsStatusNotifierHostRegistered");
     call.setAutoStartService(false);
-    // An earlier question is of no interest any more, and its answer may come after this one's.
+    // Drops the earlier question, whose answer may arrive after this one's.
     question = std::make_unique<QDBusPendingCallWatcher>(bus.asyncCall(call));
     connect(question.get(), &QDBusPendingCallWatcher::finished, this, [this](QDBusPendingCallWatcher* finished) {
         const QDBusPendingReply<QDBusVariant> reply = *finished;

@@ -8,8 +8,8 @@
 
 namespace tavo {
 
-/// Watches a session bus for programs that show the icons of others, by the StatusNotifierItem specification: those register
-/// with one watcher, which may come and go as they do.
+/// Watches a session bus for programs that show the icons of others (the StatusNotifierItem specification). They
+/// register with one watcher, which may come and go like them.
 class StatusNotifierHosts final : public QObject {
     Q_OBJECT
 

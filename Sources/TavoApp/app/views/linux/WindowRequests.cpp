@@ -18,8 +18,8 @@ namespace tavo {
 
 namespace {
 
-/// In the user's runtime folder, and named after the lock file: each folder of a configuration has a Tavo of its own.
-/// @return nothing without such a folder, or in one that others may get to.
+/// In the user's runtime folder, and named after the lock file, since each configuration folder has its own Tavo.
+/// @return nothing without such a folder, or if others have access to it.
 std::optional<sockaddr_un> addressFor(const std::filesystem::path& lockFile) {
     const char* const folder = std::getenv("XDG_RUNTIME_DIR");
     struct stat folderStatus {};
@@ -47,7 +47,7 @@ const sockaddr* generic(const sockaddr_un& address) {
     return reinterpret_cast<const sockaddr*>(&address);
 }
 
-/// One datagram a request: there is no connection that could be kept open, and nothing to wait for.
+/// One datagram per request: no connection could be kept open, and there is nothing to wait for.
 class Listener final : public WindowRequestListening {
 public:
     Listener(FileDescriptor socket, const sockaddr_un& address, std::function<void(WindowRequest)> onRequest)
@@ -61,7 +61,7 @@ public:
 private:
     void receive() {
         std::array<char, WindowRequest::maxLength> text{};
-        // Room for the sender's credentials alone: the kernel closes descriptors that come along.
+        // Only large enough for the sender's credentials: the kernel closes descriptors that are sent along.
         alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(ucred))> control{};
         iovec part{.iov_base = text.data(), .iov_len = text.size()};
         msghdr message{};
@@ -104,7 +104,7 @@ std::unique_ptr<WindowRequestListening> listenForWindowRequests(const std::files
     if (!address || !socket || setsockopt(socket.get(), SOL_SOCKET, SO_PASSCRED, &on, sizeof on) != 0) {
         return nullptr;
     }
-    // One that was killed has left it behind: whoever holds the lock is the only one to listen.
+    // A killed process left it behind: only the holder of the lock listens.
     unlink(address->sun_path);
     if (fchmod(socket.get(), S_IRUSR | S_IWUSR) != 0 || bind(socket.get(), generic(*address), sizeof *address) != 0) {
         return nullptr;

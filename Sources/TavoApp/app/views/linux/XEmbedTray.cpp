@@ -38,18 +38,18 @@ XEmbedTray::XEmbedTray(xcb_connection_t* connection) : connection(connection) {
     const int number = defaultScreen();
     manager = atomOf(connection, "MANAGER");
     selection = atomOf(connection, "_NET_SYSTEM_TRAY_S" + std::to_string(number));
-    // A tray that comes up tells the root window.
+    // A starting tray notifies the root window.
     auto screen = xcb_setup_roots_iterator(xcb_get_setup(connection));
     for (int before = 0; before < number && screen.rem > 1; ++before) {
         xcb_screen_next(&screen);
     }
-    hearOf(screen.data->root);
+    selectEvents(screen.data->root);
     QCoreApplication::instance()->installNativeEventFilter(this);
-    look();
+    update();
 }
 
-/// Beside what Qt listens to, on the connection that is Qt's.
-void XEmbedTray::hearOf(xcb_window_t window) {
+/// In addition to the events that Qt selects on its connection.
+void XEmbedTray::selectEvents(xcb_window_t window) {
     const std::unique_ptr<xcb_get_window_attributes_reply_t, Freeing> attributes(
         xcb_get_window_attributes_reply(connection, xcb_get_window_attributes(connection, window), nullptr));
     if (attributes) {
@@ -59,7 +59,7 @@ void XEmbedTray::hearOf(xcb_window_t window) {
     }
 }
 
-void XEmbedTray::look() {
+void XEmbedTray::update() {
     const std::unique_ptr<xcb_get_selection_owner_reply_t, Freeing> reply(
         xcb_get_selection_owner_reply(connection, xcb_get_selection_owner(connection, selection), nullptr));
     const xcb_window_t found = reply ? reply->owner : static_cast<xcb_window_t>(XCB_WINDOW_NONE);
@@ -67,9 +67,9 @@ void XEmbedTray::look() {
         return;
     }
     if (found != XCB_WINDOW_NONE) {
-        hearOf(found); // for its end
+        selectEvents(found); // for its end
     }
-    // Not while Qt still handles the event that told of it.
+    // Deferred until Qt has handled the event.
     QMetaObject::invokeMethod(this, &XEmbedTray::changed, Qt::QueuedConnection);
 }
 
@@ -81,15 +81,15 @@ bool XEmbedTray::nativeEventFilter(const QByteArray& kind, void* message, qintpt
     constexpr unsigned sentByClient = 0x80;
     switch (event->response_type & ~sentByClient) {
     case XCB_CLIENT_MESSAGE: {
-        const auto* const told = static_cast<const xcb_client_message_event_t*>(message);
-        if (told->type == manager && told->data.data32[1] == selection) {
-            look();
+        const auto* const clientMessage = static_cast<const xcb_client_message_event_t*>(message);
+        if (clientMessage->type == manager && clientMessage->data.data32[1] == selection) {
+            update();
         }
         break;
     }
     case XCB_DESTROY_NOTIFY:
         if (isThere() && static_cast<const xcb_destroy_notify_event_t*>(message)->window == owner) {
-            look();
+            update();
         }
         break;
     default:

@@ -12,7 +12,7 @@ class XEmbedTray final : public QObject, private QAbstractNativeEventFilter {
     Q_OBJECT
 
 public:
-    /// Without a connection there is never one.
+    /// Without a connection there is never a tray.
     explicit XEmbedTray(xcb_connection_t* connection);
 
     bool isThere() const { return owner != XCB_WINDOW_NONE; }
@@ -22,8 +22,8 @@ Q_SIGNALS:
 
 private:
     bool nativeEventFilter(const QByteArray& kind, void* message, qintptr* result) override;
-    void look();
-    void hearOf(xcb_window_t window);
+    void update();
+    void selectEvents(xcb_window_t window);
 
     xcb_connection_t* connection;
     xcb_atom_t manager = XCB_ATOM_NONE;

@@ -8,6 +8,6 @@ void useActivation(const WindowRequest&) {}
 
 void completeActivation(QWidget&, const WindowRequest&) {}
 
-void makeRoomForActivation(QWidget&) {}
+void prepareForActivation(QWidget&) {}
 
 } // namespace tavo

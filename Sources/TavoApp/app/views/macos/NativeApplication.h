@@ -5,27 +5,27 @@
 
 namespace tavo {
 
-/// The application has an icon in the Dock and a main menu. To be called once there is an application.
+/// Gives the application an icon in the Dock and a main menu. Must be called once the application exists.
 void useRegularActivationPolicy();
 
-/// Has `work` done once the application has finished launching, at once when it has.
+/// Runs `work` once the application has finished launching, or at once if it has.
 void whenLaunched(std::function<void()> work);
 
-/// Takes all windows of the application off the screen and has the application that was active before become it again. It
-/// comes back with its windows when it is activated.
+/// Hides all windows of the application and activates the one that was active before. Activating the application shows
+/// its windows again.
 void hideApplication();
 
-/// Has `onReopen` called when the icon in the Dock is clicked, or the application is opened again: the "rapp" event of Apple's.
-/// Takes the place of what would have happened otherwise. To be called once the application has launched.
+/// Calls `onReopen` when the icon in the Dock is clicked or the application is opened again (Apple event "rapp"),
+/// instead of the default action. Must be called once the application has launched.
 void observeReopen(std::function<void()> onReopen);
 
-/// Has `onChange` called whenever the desktop changes between light and dark.
+/// Calls `onChange` whenever the desktop changes between light and dark.
 void observeAppearance(std::function<void()> onChange);
 
 /// Gives the application's item in the menu bar its accessibility label.
 void labelNativeStatusItem(const std::string& label);
 
-/// Whether the application is to look dark now.
+/// Whether the application should look dark at present.
 bool isAppearanceDark();
 
 } // namespace tavo

@@ -11,9 +11,9 @@ NSString* const appearanceChanged = @"AppleInterfaceThemeChangedNotification";
 
 } // namespace
 
-/// Passes on what the system tells. Lives as long as the application.
+/// Passes on the system's notifications. Lives as long as the application.
 @interface TavoApplicationObserver : NSObject {
-    std::function<void()> onTold;
+    std::function<void()> onNotification;
 }
 - (id)initWithHandler:(std::function<void()>)handler;
 - (void)handleEvent:(NSAppleEventDescriptor*)event withReplyEvent:(NSAppleEventDescriptor*)reply;
@@ -25,7 +25,7 @@ NSString* const appearanceChanged = @"AppleInterfaceThemeChangedNotification";
 - (id)initWithHandler:(std::function<void()>)handler {
     self = [super init];
     if (self != nil) {
-        onTold = std::move(handler);
+        onNotification = std::move(handler);
     }
     return self;
 }
@@ -33,12 +33,12 @@ NSString* const appearanceChanged = @"AppleInterfaceThemeChangedNotification";
 - (void)handleEvent:(NSAppleEventDescriptor*)event withReplyEvent:(NSAppleEventDescriptor*)reply {
     (void)event;
     (void)reply;
-    onTold();
+    onNotification();
 }
 
 - (void)handleNotification:(NSNotification*)notification {
     (void)notification;
-    onTold();
+    onNotification();
 }
 
 @end
@@ -85,7 +85,7 @@ void observeAppearance(std::function<void()> onChange) {
 
 void labelNativeStatusItem(const std::string& label) {
     @autoreleasepool {
-        // The item itself is Qt's; the window that the system shows it in is among the application's own.
+        // The item belongs to Qt, but its window is among the application's own.
         for (NSWindow* window in [[NSApplication sharedApplication] windows]) {
             if ([NSStringFromClass([window class]) isEqualToString:@"NSStatusBarWindow"]) {
                 [[window contentView] setAccessibilityLabel:[NSString stringWithUTF8String:label.c_str()]];

@@ -6,8 +6,8 @@
 
 namespace tavo {
 
-/// How opaque each pixel of one of the system's symbols is, row by row from the top, in a square of `pixels`; empty when the
-/// system has none of that name.
+/// The opacity of each pixel of one of the system's symbols, row by row from the top, in a square of `pixels`; empty if
+/// the system has no symbol of that name.
 std::vector<std::uint8_t> nativeSymbolCoverage(const std::string& name, int pixels);
 
 } // namespace tavo

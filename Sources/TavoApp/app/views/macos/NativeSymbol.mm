@@ -25,7 +25,7 @@ std::vector<std::uint8_t> nativeSymbolCoverage(const std::string& name, int pixe
                                                  colorSpaceName:NSCalibratedRGBColorSpace
                                                     bytesPerRow:pixels * samplesAPixel
                                                    bitsPerPixel:bitsASample * samplesAPixel] autorelease];
-        // As large as it fits, in the middle.
+        // As large as possible, centred.
         const NSSize size = [symbol size];
         const double scale = pixels / (size.width > size.height ? size.width : size.height);
         const NSRect place = NSMakeRect((pixels - size.width * scale) / 2, (pixels - size.height * scale) / 2,

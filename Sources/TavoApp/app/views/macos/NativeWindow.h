@@ -2,16 +2,16 @@
 
 namespace tavo {
 
-/// Gives the settings window its looks: a titled window that can be closed and minimised and not resized, a line below its
-/// title, and glass behind what it shows. It is kept when it is closed, and no control has the keyboard at first.
+/// Styles the settings window: titled, closable, miniaturizable and not resizable, with a line below its title and
+/// glass behind its content. It is kept when it is closed, and no control has the focus at first.
 /// @param view  the NSView that the window shows.
 void prepareNativeWindow(void* view);
 
-/// Puts another window that has the keyboard away, makes this one the key window, and brings it in front of those of other
+/// Hides another key window, makes this one the key window, and brings it in front of the windows of other
 /// applications.
 void bringNativeWindowToFront(void* view);
 
-/// Shows the panel above everything, also beside an application that fills the screen, and gives it the keyboard.
+/// Shows the panel above everything, also next to a full-screen application, and gives it the keyboard.
 /// @param view  the NSView that the panel shows.
 void bringNativePanelToFront(void* view);
 

@@ -6,7 +6,7 @@ namespace tavo {
 
 namespace {
 
-/// Behind what the window shows, and as large as it. Not within it: a view always lies above what it is part of.
+/// A sibling behind the content, of the same size. It cannot be a child, since a view is always above its parent.
 void addGlass(NSView* content) {
     NSVisualEffectView* glass = [[[NSVisualEffectView alloc] initWithFrame:[content frame]] autorelease];
     [glass setMaterial:NSVisualEffectMaterialUnderWindowBackground];
@@ -61,7 +61,7 @@ void bringNativePanelToFront(void* view) {
         behaviour |= NSWindowCollectionBehaviorFullScreenAuxiliary;
         [window setCollectionBehavior:behaviour];
         [application unhideWithoutActivation];
-        // Before the application is active: else the screen might turn to where its other windows are.
+        // Before the application is activated: the system might otherwise switch to the space of its other windows.
         [window orderFrontRegardless];
         [application activateIgnoringOtherApps:YES];
         [window makeKeyAndOrderFront:nil];

@@ -12,7 +12,7 @@ namespace tavo {
 
 namespace {
 
-/// Has `work` done with the window's native view, where there is one.
+/// Calls `work` with the window's native view, if there is one.
 void withView(const QWidget& window, void (*work)(void* view)) {
     if (void* const view = nativeView(window, QGuiApplication::platformName())) {
         work(view);
@@ -27,7 +27,7 @@ void* nativeView(const QWidget& window, const QString& windowSystem) {
 
 void preparePlatformApplication(std::function<void()> onReopen) {
     useRegularActivationPolicy();
-    // AppKit puts a handler of its own over an earlier one while it launches.
+    // AppKit replaces an earlier handler with its own while it launches.
     whenLaunched([onReopen = std::move(onReopen)] { observeReopen(onReopen); });
 }
 
@@ -60,7 +60,7 @@ void bringPanelToFront(QWidget& panel) {
     withView(panel, bringNativePanelToFront);
 }
 
-void giveActivationBack() {
+void returnActivation() {
     hideApplication();
 }
 
@@ -68,8 +68,8 @@ void labelStatusItem(const QString& label) {
     labelNativeStatusItem(label.toStdString());
 }
 
-// A menu that is attached to an item of the menu bar opens in the place of everything else.
-bool trayTellsOfClicksBesideMenu() {
+// A menu attached to an item of the menu bar opens instead of anything else.
+bool trayReportsClicksWithMenu() {
     return false;
 }
 

@@ -2,7 +2,7 @@
 
 namespace tavo {
 
-// The system itself brings an application to the front that is opened again.
+// The system itself brings an application to the front when it is opened again.
 
 std::unique_ptr<WindowRequestListening> listenForWindowRequests(const std::filesystem::path&,
                                                                 std::function<void(WindowRequest)>) {

@@ -1,5 +1,8 @@
-#include "app/views/ElidedLabel.h"
+#include "app/views/Labels.h"
 
+#include "app/views/Theme.h"
+
+#include <QEvent>
 #include <QHelpEvent>
 #include <QPainter>
 #include <QTextDocument>
@@ -57,7 +60,8 @@ QSize ElidedLabel::minimumSizeHint() const {
             QLabel::minimumSizeHint().height()};
 }
 
-/// A tooltip of its own goes first. It guesses whether its text is markup, and this one may be anybody's.
+/// The label's own tooltip wins. Otherwise the text is converted, since tooltips guess whether they are markup, and it
+/// may come from anywhere.
 bool ElidedLabel::event(QEvent* event) {
     if (event->type() != QEvent::ToolTip || !toolTip().isEmpty()) {
         return QLabel::event(event);
@@ -78,6 +82,38 @@ void ElidedLabel::paintEvent(QPaintEvent*) {
     // By the layout and not by the text, which is English in every layout.
     const auto side = layoutDirection() == Qt::RightToLeft ? Qt::AlignRight : Qt::AlignLeft;
     painter.drawText(contentsRect(), static_cast<int>(Qt::AlignAbsolute | side | Qt::AlignVCenter), shownText());
+}
+
+WarningLabel::WarningLabel(const QString& text, QWidget* parent) : QLabel(text, parent) {
+    setTextFormat(Qt::PlainText);
+    applyColour();
+    applySide();
+}
+
+/// By the layout and not by the text, which is English in every layout.
+void WarningLabel::applySide() {
+    const auto side = layoutDirection() == Qt::RightToLeft ? Qt::AlignRight : Qt::AlignLeft;
+    setAlignment(Qt::AlignAbsolute | side | Qt::AlignVCenter);
+}
+
+void WarningLabel::changeEvent(QEvent* event) {
+    if (event->type() == QEvent::LayoutDirectionChange) {
+        applySide();
+    }
+    if (event->type() == QEvent::PaletteChange || event->type() == QEvent::FontChange) {
+        applyColour();
+    }
+    QLabel::changeEvent(event);
+}
+
+void WarningLabel::applyColour() {
+    // The widget's own palette sets one role only; the others follow the window's palette.
+    const auto& theme = Theme::of(palette());
+    if (palette().color(QPalette::WindowText) != theme.warning) {
+        QPalette own;
+        own.setColor(QPalette::WindowText, theme.warning);
+        setPalette(own);
+    }
 }
 
 } // namespace tavo

@@ -1,4 +1,4 @@
-#include "app/views/TrayHint.h"
+#include "app/views/TrayWatch.h"
 
 #include "Support/ManualMainLoop.h"
 #include "Support/ScriptedTrayWatch.h"

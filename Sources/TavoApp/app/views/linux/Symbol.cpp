@@ -1,4 +1,4 @@
-#include "app/views/SystemSymbol.h"
+#include "app/views/Symbol.h"
 
 namespace tavo {
 

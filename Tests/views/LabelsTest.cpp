@@ -1,4 +1,4 @@
-#include "app/views/ElidedLabel.h"
+#include "app/views/Labels.h"
 
 #include <gtest/gtest.h>
 

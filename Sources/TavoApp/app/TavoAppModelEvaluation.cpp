@@ -1,0 +1,221 @@
+#include "app/TavoAppModel.h"
+#include "base/ErrorText.h"
+#include "helper/HelperBackedPrivilegedSleepController.h"
+
+namespace tavo {
+
+void TavoAppModel::evaluateNow() {
+    perform([this] { evaluate(); });
+}
+
+void TavoAppModel::refresh() {
+    perform([this] {
+        reloadPersistedConfigIfSafe();
+        if (!config().isEnabled) {
+            evaluate(); // releases first, since the helper may be slow to answer
+        }
+        refreshHelperInstallState(false);
+        evaluate();
+    });
+}
+
+void TavoAppModel::evaluate() {
+    reloadPersistedConfigIfSafe();
+    releaseReplaced();
+    refreshAwaitedHelper();
+    publish(ModelProperty::powerStatus, power, platform.powerEnvironment->currentStatus());
+    const auto before = power;
+    try {
+        const auto evaluation = coordinator->evaluateAsGiven(work.required(config()), mainLoop->now());
+        failure = nullptr;
+        work.evaluated(config());
+        publish(ModelProperty::runtimeSnapshot, snapshot, evaluation.snapshot);
+        exits->follow(snapshot.matchedProcesses);
+        publish(ModelProperty::powerStatus, power, platform.powerEnvironment->currentStatus());
+        // A power change during the evaluation has not been considered yet, so evaluate again at once.
+        scheduleNextEvaluation(power == before ? evaluation.suggestedNextEvaluationInterval : 0.0);
+        publish(ModelProperty::lastError, lastErrorText, configuration.pendingSaveError());
+    } catch (const std::exception& error) {
+        failure = std::current_exception();
+        applyFailure(error);
+    }
+}
+
+void TavoAppModel::reloadPersistedConfigIfSafe() {
+    try {
+        if (configuration.reload()) {
+            clearError();
+        }
+    } catch (const std::exception& error) {
+        fail(errorText(error));
+    }
+}
+
+void TavoAppModel::applyFailure(const std::exception& error) {
+    timer.reset();
+    exits->stop();
+    fail(errorText(error));
+    auto failed = snapshot;
+    failed.isEnabled = config().isEnabled;
+    failed.isWakeAssertionActive = coordinator->wakeStatus().isActive;
+    failed.lastEvaluationDate = mainLoop->now();
+    failed.lastDecisionReason = RuntimeDecisionReason::error;
+    failed.lastError = errorText(error);
+    publish(ModelProperty::runtimeSnapshot, snapshot, failed);
+    persistBestEffort(snapshot);
+    watchHelperIfNeeded();
+}
+
+void TavoAppModel::persistBestEffort(const RuntimeSnapshot& toPersist) const {
+    try {
+        store->saveRuntimeSnapshot(toPersist);
+    } catch (const std::exception&) {
+        // The snapshot is shown already; the file is only its record.
+    }
+}
+
+void TavoAppModel::scheduleNextEvaluation(double seconds) {
+    timer = mainLoop->startTimer(seconds, [weakModel = weak_from_this()] {
+        if (const auto model = weakModel.lock()) {
+            model->evaluateNow();
+        }
+    });
+}
+
+void TavoAppModel::refreshAwaitedHelper() {
+    helperTimer.reset();
+    if (config().isEnabled && needsClosedLidPermission() &&
+        helperState == PrivilegedHelperInstallState::installedUnreachable) {
+        refreshHelperInstallState(false);
+    }
+}
+
+void TavoAppModel::refreshHelperInstallState(bool restartIfEnabled) {
+    const auto before = helperState;
+    publishHelperState(platform.closedLidSupport().state());
+    if (helperState != before) {
+        rebuildCoordinator(restartIfEnabled);
+    } else {
+        reassertOverride(restartIfEnabled);
+    }
+}
+
+/// A helper that was replaced no longer holds the override, though its state is the same as before.
+void TavoAppModel::reassertOverride(bool restartIfEnabled) {
+    try {
+        coordinator->reassertOverride();
+    } catch (const std::exception&) {
+        rebuildCoordinator(restartIfEnabled); // the evaluation that follows asks again, and says what is wrong
+    }
+}
+
+void TavoAppModel::rebuildCoordinator(bool restartIfEnabled) {
+    timer.reset();
+    exits->stop();
+    try {
+        coordinator->stop(mainLoop->now());
+    } catch (const std::exception&) {
+        // Shown by the evaluation that follows, if it still matters then.
+        if (coordinator->wakeStatus().usesClosedLidOverride) {
+            replaced.push_back(coordinator);
+        }
+    }
+    coordinator = makeCoordinator();
+    if (!restartIfEnabled) {
+        return;
+    }
+    if (config().isEnabled) {
+        evaluate();
+    } else {
+        scheduleNextEvaluation(AppConfig::fixedPollIntervalSeconds);
+    }
+}
+
+std::shared_ptr<RuntimeCoordinator> TavoAppModel::makeCoordinator() const {
+    std::shared_ptr<PrivilegedSleepControlling> sleepController;
+    if (helperState == PrivilegedHelperInstallState::ready) {
+        sleepController = std::make_shared<HelperBackedPrivilegedSleepController>(platform.helperClient, true);
+    }
+    return std::make_shared<RuntimeCoordinator>(
+        platform.powerEnvironment,
+        std::make_shared<ProcessWatcher>(platform.processes, ProcessWatcher::defaultActivityThreshold,
+                                         std::unordered_set<std::int32_t>(), work.workMonitor()),
+        std::make_shared<WakeController>(platform.assertionRunner, std::move(sleepController),
+                                         platform.wakePlanBuilder),
+        store);
+}
+
+/// Retries to end the overrides that replaced coordinators could not end.
+void TavoAppModel::releaseReplaced() {
+    if (helperState == PrivilegedHelperInstallState::notInstalled) {
+        replaced.clear(); // removing the helper ended its overrides
+    }
+    std::erase_if(replaced, [](const auto& old) {
+        try {
+            old->release();
+            return true;
+        } catch (const std::exception&) {
+            return false; // retried at the next evaluation
+        }
+    });
+}
+
+/// No evaluation is scheduled after a failure. Only the helper is checked again: it may just be late, as at login, or
+/// be restarting, and the system does not announce when it is ready.
+void TavoAppModel::watchHelperIfNeeded() {
+    const bool isAwaited =
+        needsClosedLidPermission() && helperState == PrivilegedHelperInstallState::installedUnreachable;
+    if (!isAwaited && !hasStuckOverride()) {
+        return;
+    }
+    helperTimer = mainLoop->startTimer(AppConfig::fixedPollIntervalSeconds, [weakModel = weak_from_this()] {
+        if (const auto model = weakModel.lock()) {
+            model->perform([&] { model->recheckHelper(); });
+        }
+    });
+}
+
+bool TavoAppModel::hasStuckOverride() const {
+    return coordinator->isOverrideStuck() || !replaced.empty();
+}
+
+/// An override that cannot be ended keeps a closed laptop awake, so it has to end before anything else is done.
+void TavoAppModel::recheckHelper() {
+    if (hasStuckOverride()) {
+        refreshHelperInstallState(false);
+        releaseReplaced();
+        releaseStuck();
+        if (hasStuckOverride()) {
+            watchHelperIfNeeded();
+            return;
+        }
+    }
+    evaluate();
+}
+
+void TavoAppModel::releaseStuck() {
+    try {
+        if (coordinator->isOverrideStuck()) {
+            coordinator->release();
+        }
+    } catch (const std::exception& error) {
+        fail(errorText(error));
+    }
+}
+
+/// Stops the evaluations and releases everything. Returns false if the coordinator fails, and lastError() says why.
+bool TavoAppModel::stopAndRelease() {
+    timer.reset();
+    exits->stop();
+    helperTimer.reset();
+    releaseReplaced();
+    try {
+        publish(ModelProperty::runtimeSnapshot, snapshot, coordinator->stop(mainLoop->now()).snapshot);
+        return true;
+    } catch (const std::exception& error) {
+        fail(errorText(error));
+        return false;
+    }
+}
+
+} // namespace tavo
