@@ -2,7 +2,7 @@
 
 #include "TavoPrivilegedHelper/BoundedLog.h"
 #include "TavoPrivilegedHelper/OverrideKeeper.h"
-#include "helper/PrivilegedHelperReply.h"
+#include "helper/PrivilegedHelperMessages.h"
 #include "helper/ProcessIdentity.h"
 #include "helper/TimeBudget.h"
 

@@ -1,8 +1,7 @@
 #pragma once
 
 #include "base/DescribedError.h"
-#include "helper/PrivilegedHelperCommand.h"
-#include "helper/PrivilegedHelperResponse.h"
+#include "helper/PrivilegedHelperMessages.h"
 
 #include <string>
 

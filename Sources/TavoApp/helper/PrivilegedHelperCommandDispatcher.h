@@ -1,8 +1,6 @@
 #pragma once
 
-#include "helper/PrivilegedHelperCommand.h"
-#include "helper/PrivilegedHelperReply.h"
-#include "helper/PrivilegedHelperResponse.h"
+#include "helper/PrivilegedHelperMessages.h"
 #include "helper/PrivilegedSleepControlling.h"
 
 #include <functional>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "helper/PrivilegedHelperClient.h"
-#include "helper/PrivilegedHelperReply.h"
+#include "helper/PrivilegedHelperMessages.h"
 
 #include <chrono>
 #include <condition_variable>

@@ -1,5 +1,5 @@
 #include "TavoPrivilegedHelper/HelperMain.h"
-#include "helper/PrivilegedHelperConstants.h"
+#include "helper/PrivilegedHelperMessages.h"
 
 #include <os/log.h>
 

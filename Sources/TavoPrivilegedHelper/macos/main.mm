@@ -9,7 +9,7 @@
 #include "TavoPrivilegedHelper/macos/DispatchProcessWatching.h"
 #include "TavoPrivilegedHelper/macos/DispatchSource.h"
 #include "TavoPrivilegedHelper/macos/XPCHelperListener.h"
-#include "helper/PrivilegedHelperConstants.h"
+#include "helper/PrivilegedHelperMessages.h"
 #include "helper/PrivilegedHelperSelfResetter.h"
 #include "helper/macos/CommandBackedPrivilegedSleepController.h"
 #include "helper/macos/LaunchDaemonSetup.h"

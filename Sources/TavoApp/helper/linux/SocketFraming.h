@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/DescribedError.h"
-#include "helper/PrivilegedHelperReply.h"
+#include "helper/PrivilegedHelperMessages.h"
 
 #include <cstddef>
 #include <optional>
