@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/Json.h"
-#include "helper/PrivilegedHelperInstallState.h"
+#include "helper/PrivilegedHelperInstaller.h"
 #include "helper/SleepOverrideJournal.h"
 
 #include <filesystem>

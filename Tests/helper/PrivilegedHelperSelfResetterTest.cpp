@@ -3,7 +3,7 @@
 #include "Support/ScriptedCommandRunner.h"
 #include "Support/TemporaryDirectory.h"
 #include "Support/WaitUntil.h"
-#include "helper/PrivilegedHelperInstallerError.h"
+#include "helper/PrivilegedHelperInstaller.h"
 #include "helper/macos/LaunchDaemonSetup.h"
 #include "system/SystemCommandRunner.h"
 

@@ -7,7 +7,7 @@
 #include "app/StatusCopy.h"
 #include "app/WorkSession.h"
 #include "config/TavoStore.h"
-#include "helper/PrivilegedHelperInstallState.h"
+#include "helper/PrivilegedHelperInstaller.h"
 #include "runtime/RuntimeCoordinator.h"
 
 #include <exception>

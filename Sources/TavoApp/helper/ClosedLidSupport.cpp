@@ -1,6 +1,6 @@
 #include "helper/ClosedLidSupport.h"
 
-#include "helper/PrivilegedHelperCompatibilityChecker.h"
+#include "helper/PrivilegedHelperInstaller.h"
 
 #include <thread>
 #include <utility>

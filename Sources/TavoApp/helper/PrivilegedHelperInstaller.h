@@ -1,10 +1,9 @@
 #pragma once
 
+#include "base/DescribedError.h"
 #include "config/TavoPaths.h"
 #include "helper/HelperServiceSetup.h"
 #include "helper/PrivilegedHelperClient.h"
-#include "helper/PrivilegedHelperInstallState.h"
-#include "helper/PrivilegedHelperInstallerError.h"
 #include "system/CommandRunning.h"
 
 #include <chrono>
@@ -12,9 +11,62 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace tavo {
+
+/// The helper's presence on this machine.
+enum class PrivilegedHelperInstallState {
+    notInstalled,         ///< one of its two files is missing
+    installedUnreachable, ///< both are there, and it does not answer a ping with a pong
+    ready,
+};
+
+constexpr bool isInstalled(PrivilegedHelperInstallState state) {
+    return state != PrivilegedHelperInstallState::notInstalled;
+}
+
+/// The helper could not be installed or removed.
+class PrivilegedHelperInstallerError final : public DescribedError {
+public:
+    enum class Kind { missingHelperExecutable, installFailed, uninstallFailed, helperNotReachable };
+
+    static PrivilegedHelperInstallerError missingHelperExecutable(const std::string& path) {
+        return {Kind::missingHelperExecutable, "could not find the privileged helper executable at " + path + "."};
+    }
+    static PrivilegedHelperInstallerError installFailed(const std::string& message) {
+        return {Kind::installFailed, message};
+    }
+    /// installFailed, and something that is not the helper runs as root, or will.
+    static PrivilegedHelperInstallerError foreignProgramInstalled(const std::string& message) {
+        auto error = installFailed(message);
+        error.isForeign = true;
+        return error;
+    }
+    static PrivilegedHelperInstallerError uninstallFailed(const std::string& message) {
+        return {Kind::uninstallFailed, message};
+    }
+    static PrivilegedHelperInstallerError helperNotReachable() {
+        return {Kind::helperNotReachable, "installed the privileged helper, but tavo could not reach it."};
+    }
+
+    Kind kind() const { return errorKind; }
+
+    /// Whether the files that lie installed are not the helper's: its answers are not to be believed.
+    bool foreignProgram() const { return isForeign; }
+
+    bool operator==(const PrivilegedHelperInstallerError& other) const {
+        return errorKind == other.errorKind && description() == other.description();
+    }
+
+private:
+    PrivilegedHelperInstallerError(Kind kind, const std::string& description)
+        : DescribedError(description), errorKind(kind) {}
+
+    Kind errorKind;
+    bool isForeign = false;
+};
 
 /// How long an installation waits for the helper to answer: this many pings, with the delay between two of them.
 struct HelperReachabilityWait {
@@ -71,6 +123,22 @@ private:
     std::shared_ptr<const HelperServiceSetup> setup;
     HelperReachabilityWait reachabilityWait;
     Sleeper sleeper;
+};
+
+/// Tells whether the installed helper is the one that belongs to the running program. Only such a helper is trusted to
+/// remove itself when it is asked to.
+class PrivilegedHelperCompatibilityChecker {
+public:
+    /// @param installedHelper  HelperServiceSetup::helperExecutable()
+    explicit PrivilegedHelperCompatibilityChecker(std::filesystem::path installedHelper)
+        : installedHelper(std::move(installedHelper)) {}
+
+    /// Whether both files can be read and are equal byte for byte. False when there is no source.
+    bool
+    installedHelperMatchesCurrentBuild(const std::optional<std::filesystem::path>& sourceExecutableURL) const noexcept;
+
+private:
+    std::filesystem::path installedHelper;
 };
 
 } // namespace tavo

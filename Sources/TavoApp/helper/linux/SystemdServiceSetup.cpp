@@ -1,7 +1,7 @@
 #include "helper/linux/SystemdServiceSetup.h"
 
 #include "HelperUnit.h"
-#include "helper/PrivilegedHelperInstallerError.h"
+#include "helper/PrivilegedHelperInstaller.h"
 #include "helper/linux/FileDigest.h"
 #include "system/ShellQuoting.h"
 

@@ -1,7 +1,7 @@
 #include "helper/macos/InstalledFilesCheck.h"
 
 #include "base/AtomicFile.h"
-#include "helper/PrivilegedHelperInstallerError.h"
+#include "helper/PrivilegedHelperInstaller.h"
 
 #include <fmt/format.h>
 

@@ -1,14 +1,28 @@
 #pragma once
 
 #include "helper/HelperServiceSetup.h"
-#include "helper/PrivilegedHelperInstallLayout.h"
 #include "system/macos/PropertyList.h"
 
+#include <filesystem>
 #include <string>
+#include <vector>
 
 namespace tavo {
 
-/// What launchd is told about the helper.
+/// Where macOS has the helper and the property list that describes it to launchd.
+struct PrivilegedHelperInstallLayout {
+    std::filesystem::path helperExecutableURL;
+    std::filesystem::path launchDaemonPlistURL;
+
+    bool operator==(const PrivilegedHelperInstallLayout&) const = default;
+
+    static const PrivilegedHelperInstallLayout& systemDefault();
+};
+
+/// The lines with which root's shell ends launchd's job and removes both files, launchctl(1). Only the first may fail.
+std::vector<std::string> uninstallCommandLines(const PrivilegedHelperInstallLayout& layout);
+
+/// The helper as launchd knows it.
 struct PrivilegedHelperLaunchDaemonDefinition {
     std::string label;
     std::string machServiceName;
