@@ -1,7 +1,6 @@
 #pragma once
 
 #include "TavoPrivilegedHelper/HelperTimers.h"
-#include "helper/PMSetScope.h"
 #include "helper/PrivilegedSleepControlling.h"
 #include "helper/ProcessWatching.h"
 #include "helper/SleepOverrideJournal.h"

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/Json.h"
-#include "helper/PMSetScope.h"
+#include "helper/PrivilegedSleepControlling.h"
 
 #include <optional>
 #include <string>
