@@ -3,8 +3,8 @@
 #include "TavoPrivilegedHelper/BoundedLog.h"
 #include "TavoPrivilegedHelper/OverrideKeeper.h"
 #include "helper/PrivilegedHelperMessages.h"
-#include "helper/ProcessIdentity.h"
 #include "helper/TimeBudget.h"
+#include "system/ProcessStart.h"
 
 #include <sys/types.h>
 

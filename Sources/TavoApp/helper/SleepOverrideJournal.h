@@ -2,7 +2,7 @@
 
 #include "base/Json.h"
 #include "helper/PrivilegedSleepControlling.h"
-#include "helper/ProcessIdentity.h"
+#include "system/ProcessStart.h"
 
 #include <sys/types.h>
 
