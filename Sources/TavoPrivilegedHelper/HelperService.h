@@ -1,6 +1,6 @@
 #pragma once
 
-#include "TavoPrivilegedHelper/BoundedLog.h"
+#include "TavoPrivilegedHelper/HelperLog.h"
 #include "TavoPrivilegedHelper/OverrideKeeper.h"
 #include "helper/PrivilegedHelperMessages.h"
 #include "helper/TimeBudget.h"

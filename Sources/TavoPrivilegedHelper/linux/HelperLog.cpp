@@ -1,4 +1,4 @@
-#include "TavoPrivilegedHelper/HelperMain.h"
+#include "TavoPrivilegedHelper/HelperLog.h"
 
 #include <cstdio>
 

@@ -1,4 +1,5 @@
-#include "TavoPrivilegedHelper/HelperMain.h"
+#include "TavoPrivilegedHelper/HelperLog.h"
+
 #include "helper/PrivilegedHelperMessages.h"
 
 #include <os/log.h>

@@ -1,4 +1,5 @@
 #include "CodeSigningRequirement.h"
+#include "TavoPrivilegedHelper/HelperLog.h"
 #include "TavoPrivilegedHelper/HelperMain.h"
 #include "TavoPrivilegedHelper/HelperService.h"
 #include "TavoPrivilegedHelper/MachineWideSleepController.h"
