@@ -3,7 +3,6 @@
 #include "TavoPrivilegedHelper/AbsenceConfirmation.h"
 #include "TavoPrivilegedHelper/HelperMain.h"
 #include "TavoPrivilegedHelper/HelperService.h"
-#include "TavoPrivilegedHelper/SingleRemoval.h"
 #include "TavoPrivilegedHelper/linux/AsioHelperTimers.h"
 #include "TavoPrivilegedHelper/linux/HelperListener.h"
 #include "TavoPrivilegedHelper/linux/LoginPresence.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "TavoPrivilegedHelper/linux/LidSwitchManaging.h"
+#include "TavoPrivilegedHelper/linux/LogindLidSwitch.h"
 #include "base/FileDescriptor.h"
 #include "helper/PrivilegedSleepControlling.h"
 #include "helper/TimeBudget.h"

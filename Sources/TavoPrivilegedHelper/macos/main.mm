@@ -4,7 +4,6 @@
 #include "TavoPrivilegedHelper/HelperService.h"
 #include "TavoPrivilegedHelper/MachineWideSleepController.h"
 #include "TavoPrivilegedHelper/OverrideKeeper.h"
-#include "TavoPrivilegedHelper/SingleRemoval.h"
 #include "TavoPrivilegedHelper/macos/ConsoleUser.h"
 #include "TavoPrivilegedHelper/macos/DispatchHelperTimers.h"
 #include "TavoPrivilegedHelper/macos/DispatchProcessWatching.h"

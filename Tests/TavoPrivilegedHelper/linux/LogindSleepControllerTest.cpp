@@ -1,7 +1,7 @@
 #include "TavoPrivilegedHelper/linux/LogindSleepController.h"
 
 #include "Support/TemporaryDirectory.h"
-#include "TavoPrivilegedHelper/linux/LidSwitchManaging.h"
+#include "TavoPrivilegedHelper/linux/LogindLidSwitch.h"
 #include "base/AtomicFile.h"
 #include "base/WakeControlError.h"
 
