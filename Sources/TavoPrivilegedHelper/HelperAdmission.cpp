@@ -29,7 +29,7 @@ PrivilegedHelperReply HelperVisit::serve(std::string_view body) {
     if (!hasHungUp()) {
         answer = admission->service->serve(*caller, body);
         if (hasHungUp()) {
-            admission->service->takeBack(*caller, body);
+            admission->service->endUnheard(*caller, body);
         }
     }
     const std::lock_guard lock(mutex);

@@ -31,8 +31,8 @@ public:
     /// serve() has to follow.
     std::optional<PrivilegedHelperReply> receive(std::size_t length);
 
-    /// Carries out the command that has arrived, where all commands are carried out. Does nothing for a caller that has hung
-    /// up; an override that its caller has not waited for is taken back.
+    /// Carries out the command that has arrived, on the thread that carries out all commands. Does nothing for a caller that
+    /// has hung up; an override whose caller has not waited for it ends.
     PrivilegedHelperReply serve(std::string_view body);
 
     /// The connection has ended, whoever has ended it. Its place is free for another one.

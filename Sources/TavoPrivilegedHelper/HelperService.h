@@ -36,9 +36,9 @@ public:
     /// Why a user other than root may not ask for anything; nothing for one who may.
     using Admission = std::function<std::optional<std::string>(uid_t user)>;
 
-    /// @param reset  has the helper removed, or throws.
-    /// @param log    gets a line for all that is granted, given back, removed or refused, at a bounded rate.
-    /// @param budget  bounds what is waited for in a request's name, where there is one.
+    /// @param reset   has the helper removed, or throws.
+    /// @param log     gets a line for every override that begins or ends, every removal and refusal, at a bounded rate.
+    /// @param budget  bounds the waits of a request, where there is one.
     HelperService(std::shared_ptr<OverrideKeeper> keeper, Admission admission, std::function<void()> reset,
                   const Log& log, std::shared_ptr<TimeBudget> budget = {});
 
@@ -55,9 +55,9 @@ public:
     /// Carries out an encoded command in the caller's name.
     PrivilegedHelperReply serve(const HelperCaller& caller, std::string_view body) const;
 
-    /// Gives back the override that a served command has asked for, when nobody was there any more to hear that it is in
-    /// force: its caller believes that it is not, and would never give it back itself. Does nothing for other commands.
-    void takeBack(const HelperCaller& caller, std::string_view body) const noexcept;
+    /// Ends the override that a served command began, when its caller was gone before the answer: a caller that has not heard
+    /// of its override never ends it. Does nothing for other commands.
+    void endUnheard(const HelperCaller& caller, std::string_view body) const noexcept;
 
 private:
     void remove(const HelperCaller& caller) const;

@@ -72,7 +72,7 @@ PrivilegedHelperReply HelperConnection::serve(const IdentifiedPeer& peer, const 
     auto answer = service->serve(peer.caller, body);
     // As long as the descriptor's process lives, its number stood for it all the while.
     if (hasEnded(peer.process) || hasHungUp(socket.native_handle())) {
-        service->takeBack(peer.caller, body);
+        service->endUnheard(peer.caller, body);
     }
     return answer;
 }

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "TavoPrivilegedHelper/OverrideKeeper.h"
-#include "TavoPrivilegedHelper/linux/LogindSleepController.h"
+#include "TavoPrivilegedHelper/linux/LogindSleepSetting.h"
 #include "helper/TimeBudget.h"
 
 #include <asio/io_context.hpp>
@@ -32,7 +32,7 @@ public:
 private:
     void takeOver();
     std::optional<std::string> refusal(uid_t caller) const;
-    void undoAll();
+    void endAll();
 
     /// What is in force stays then, for as long as its owner lives: with the lid closed, a gap would be a suspend.
     bool isBeingRestarted() const;
@@ -42,7 +42,7 @@ private:
     asio::io_context loop{1};
     std::shared_ptr<TimeBudget> budget;
     std::shared_ptr<LidSwitchManaging> logind;
-    std::shared_ptr<LogindSleepController> setting;
+    std::shared_ptr<LogindSleepSetting> setting;
     std::shared_ptr<OverrideKeeper> keeper;
 };
 

@@ -2,12 +2,12 @@
 #include "TavoPrivilegedHelper/HelperLog.h"
 #include "TavoPrivilegedHelper/HelperMain.h"
 #include "TavoPrivilegedHelper/HelperService.h"
-#include "TavoPrivilegedHelper/MachineWideSleepController.h"
 #include "TavoPrivilegedHelper/OverrideKeeper.h"
 #include "TavoPrivilegedHelper/macos/ConsoleUser.h"
 #include "TavoPrivilegedHelper/macos/DispatchHelperTimers.h"
 #include "TavoPrivilegedHelper/macos/DispatchProcessWatching.h"
 #include "TavoPrivilegedHelper/macos/DispatchSource.h"
+#include "TavoPrivilegedHelper/macos/PMSetSleepSetting.h"
 #include "TavoPrivilegedHelper/macos/XPCHelperListener.h"
 #include "helper/PrivilegedHelperMessages.h"
 #include "helper/PrivilegedHelperSelfResetter.h"
@@ -31,8 +31,8 @@ namespace {
     std::filesystem::create_directories(journal.parent_path());
     chmod(journal.parent_path().c_str(), S_IRWXU | S_IRGRP | S_IXGRP | S_IROTH | S_IXOTH);
 
-    const auto setting = std::make_shared<MachineWideSleepController>(
-        std::make_shared<CommandBackedPrivilegedSleepController>(runner, true));
+    const auto setting =
+        std::make_shared<PMSetSleepSetting>(std::make_shared<CommandBackedPrivilegedSleepController>(runner, true));
     const auto keeper = std::make_shared<OverrideKeeper>(
         setting, SleepOverrideJournal(journal),
         OverrideKeeper::Surroundings{
@@ -45,7 +45,7 @@ namespace {
 
     signal(SIGTERM, SIG_IGN); // comes as an event
     const DispatchSource stop(DISPATCH_SOURCE_TYPE_SIGNAL, SIGTERM, 0, [keeper] {
-        keeper->undoAll();
+        keeper->endAll();
         std::exit(keeper->hasUnfinishedWork() ? EXIT_FAILURE : EXIT_SUCCESS);
     });
 
