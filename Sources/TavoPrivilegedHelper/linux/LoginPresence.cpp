@@ -1,7 +1,6 @@
 #include "TavoPrivilegedHelper/linux/LoginPresence.h"
 
 #include <asio/posix/stream_descriptor.hpp>
-#include <asio/steady_timer.hpp>
 #include <systemd/sd-login.h>
 
 #include <chrono>
@@ -62,13 +61,6 @@ private:
     std::shared_ptr<bool> alive = std::make_shared<bool>(true);
 };
 
-struct LoginWatch::Retry {
-    explicit Retry(asio::io_context& loop) : timer(loop, pauseWithoutLogind) {}
-
-    asio::steady_timer timer;
-    std::shared_ptr<bool> alive = std::make_shared<bool>(true);
-};
-
 LoginWatch::LoginWatch(asio::io_context& loop, std::function<void()> onChange)
     : loop(loop), onChange(std::move(onChange)) {
     begin();
@@ -82,12 +74,9 @@ void LoginWatch::begin() {
         monitor = std::make_unique<Monitor>(loop, made, onChange);
         return;
     }
-    retry = std::make_unique<Retry>(loop);
-    retry->timer.async_wait([this, weakSelf = std::weak_ptr(retry->alive)](const asio::error_code& error) {
-        if (!error && !weakSelf.expired()) {
-            begin();
-            onChange();
-        }
+    retry = std::make_unique<AsioTimer>(loop, pauseWithoutLogind, [this] {
+        begin();
+        onChange();
     });
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
-#include <asio/io_context.hpp>
+#include "system/AsioTimer.h"
+
 #include <sys/types.h>
 
 #include <functional>
@@ -33,8 +34,7 @@ private:
     asio::io_context& loop;
     std::function<void()> onChange;
     std::unique_ptr<Monitor> monitor;
-    struct Retry;
-    std::unique_ptr<Retry> retry;
+    std::unique_ptr<AsioTimer> retry;
 };
 
 } // namespace tavo
