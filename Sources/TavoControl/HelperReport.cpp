@@ -65,9 +65,9 @@ std::vector<std::string> helperReportLines(const HelperFacts& facts) {
                                                       "program; tavoctl helper install replaces it",
                                                       facts.otherDefinition->string())));
     }
-    for (const auto& override : facts.overrides) {
-        lines.push_back(lineOf("override", fmt::format("{} for process {}", fmt::join(namesOf(override.scopes), ", "),
-                                                       override.owner.pid)));
+    for (const auto& owned : facts.overrides) {
+        lines.push_back(lineOf(
+            "override", fmt::format("{} for process {}", fmt::join(namesOf(owned.scopes), ", "), owned.owner.pid)));
     }
     if (facts.overridesError) {
         lines.push_back(lineOf("override", *facts.overridesError));
@@ -79,8 +79,8 @@ std::vector<std::string> helperReportLines(const HelperFacts& facts) {
 
 Json helperReportJson(const HelperFacts& facts) {
     auto overrides = Json::array();
-    for (const auto& override : facts.overrides) {
-        overrides.push_back({{"pid", override.owner.pid}, {"scopes", namesOf(override.scopes)}});
+    for (const auto& owned : facts.overrides) {
+        overrides.push_back({{"pid", owned.owner.pid}, {"scopes", namesOf(owned.scopes)}});
     }
     return {{"state", nameOf(facts.state)},
             {"buildVersion", facts.buildVersion},

@@ -24,7 +24,7 @@ std::optional<PrivilegedHelperReply> HelperVisit::receive(std::size_t length) {
 }
 
 PrivilegedHelperReply HelperVisit::serve(std::string_view body) {
-    // Has waited for too long behind others: nobody would know what was done in its name.
+    // It has waited too long behind others: nobody would hear what was done in its name.
     PrivilegedHelperReply answer{std::nullopt, "the caller has hung up."};
     if (!hasHungUp()) {
         answer = admission->service->serve(*caller, body);

@@ -57,7 +57,7 @@ std::string HelperOptions::help() {
            "see tavoctl helper.\n"
            "\n"
            "  --user ID     serve this user too, beside root\n"
-           "  --after-stop  undo what a helper that has ended has left, for processes that have ended too\n";
+           "  --after-stop  end the overrides that an earlier helper has left, of processes that have ended too\n";
 }
 
 int runHelper(std::span<const char* const> arguments, const std::function<void(const HelperOptions&)>& serve,

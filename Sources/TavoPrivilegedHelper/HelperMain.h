@@ -23,7 +23,7 @@ struct HelperOptions {
 
     Task task = Task::serve;
 
-    /// Who is served beside root.
+    /// The user who is served beside root.
     std::optional<uid_t> user;
 
     bool operator==(const HelperOptions&) const = default;
@@ -40,12 +40,12 @@ public:
     using DescribedError::DescribedError;
 };
 
-/// In seconds: the helper's removal of itself waits this long. Longer than the reply takes, and shorter than the application
-/// waits for the files to go.
+/// In seconds: the helper's removal of itself waits this long. Longer than the reply takes, and shorter than the
+/// application waits for the files to go.
 inline constexpr std::int64_t helperRemovalDelay = 1;
 
-/// The part of main() that every system shares: parses the arguments, prints whatever they ask for, and calls the system's own
-/// code for the other tasks. Gives the exit status; every failure is logged.
+/// The part of main() that every system shares: parses the arguments, prints whatever they ask for, and calls the
+/// system's own code for the other tasks. Gives the exit status; every failure is logged.
 int runHelper(std::span<const char* const> arguments, const std::function<void(const HelperOptions&)>& serve,
               const std::function<void(const HelperOptions&)>& afterStop);
 

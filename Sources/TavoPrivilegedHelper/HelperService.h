@@ -17,7 +17,7 @@
 
 namespace tavo {
 
-/// Who is at the other end of a connection, in the system's own words; nothing that a message says counts.
+/// The other end of a connection by the system's own word; nothing in a message counts.
 struct HelperCaller {
     uid_t user = 0;
     ProcessIdentity process;
@@ -25,15 +25,15 @@ struct HelperCaller {
     bool operator==(const HelperCaller&) const = default;
 };
 
-/// Serves complete requests, whatever they came over.
+/// Serves complete requests from any transport.
 class HelperService {
 public:
-    /// Of an encoded command, in bytes; a longer one is refused unread, whatever it came over.
+    /// Of an encoded command, in bytes; a longer one is refused unread on any transport.
     static constexpr std::size_t maxBodySize = 65536;
 
     using Log = std::function<void(const std::string&)>;
 
-    /// Why a user other than root may not ask for anything; nothing for one who may.
+    /// Why a user other than root is refused; nothing for one who is served.
     using Admission = std::function<std::optional<std::string>(uid_t user)>;
 
     /// @param reset   has the helper removed, or throws.
@@ -42,7 +42,7 @@ public:
     HelperService(std::shared_ptr<OverrideKeeper> keeper, Admission admission, std::function<void()> reset,
                   const Log& log, std::shared_ptr<TimeBudget> budget = {});
 
-    /// Of a user whom the helper is not for.
+    /// The refusal of a user whom the helper is not for.
     static std::string notServed(uid_t user);
 
     /// Why this user is not served; nothing for one that is. A refusal is logged. May be called
@@ -55,8 +55,8 @@ public:
     /// Carries out an encoded command in the caller's name.
     PrivilegedHelperReply serve(const HelperCaller& caller, std::string_view body) const;
 
-    /// Ends the override that a served command began, when its caller was gone before the answer: a caller that has not heard
-    /// of its override never ends it. Does nothing for other commands.
+    /// Ends the override that a served command began, when its caller was gone before the answer: a caller that has not
+    /// heard of its override never ends it. Does nothing for other commands.
     void endUnheard(const HelperCaller& caller, std::string_view body) const noexcept;
 
 private:
@@ -67,7 +67,7 @@ private:
     std::function<void()> reset;
     std::shared_ptr<TimeBudget> budget;
 
-    /// Each bounded on its own: strangers who are refused must not hide what was granted, nor grants a removal.
+    /// Each bounded on its own: refused strangers must not hide the overrides that begin, nor those a removal.
     std::shared_ptr<BoundedLog> grants;
     std::shared_ptr<BoundedLog> removals;
     std::shared_ptr<BoundedLog> refusals;

@@ -139,7 +139,8 @@ bool OverrideKeeper::lidMayBeClosed() const {
     try {
         return surroundings.isLidClosed();
     } catch (const std::exception&) {
-        // A system that does not answer about the lid does not act on it either; ending the override says what is wrong.
+        // A system that does not answer about the lid does not act on it either; ending the override says what is
+        // wrong.
         return false;
     }
 }

@@ -18,10 +18,10 @@ namespace tavo {
 
 /// Ties every override to the process that began it, so that none outlives its reason.
 ///
-/// A scope is in force while at least one living process has an override for it. When an override ends with the lid closed, its
-/// process may be about to begin another one, since a Tavo whose plan has changed ends everything first: for a moment the
-/// old scope stays, so the machine cannot fall asleep in between. The journal is written before a scope comes into force and
-/// after it has ended: whatever a crash leaves behind, the next start finds in it.
+/// A scope is in force while at least one living process has an override for it. When an override ends with the lid
+/// closed, its process may be about to begin another one, since a Tavo whose plan has changed ends everything first:
+/// for a moment the old scope stays, so the machine cannot fall asleep in between. The journal is written before a
+/// scope comes into force and after it has ended: whatever a crash leaves behind, the next start finds in it.
 class OverrideKeeper {
 public:
     using Log = std::function<void(const std::string&)>;
@@ -57,22 +57,23 @@ public:
 
     /// Begins an override in a process's name. One that cannot be had is forgotten.
     /// @param user  for whom the process runs.
-    /// @throws the setting's error; WakeControlError when the process has ended, std::system_error when it cannot be watched or
-    /// the journal cannot be written.
+    /// @throws the setting's error; WakeControlError when the process has ended, std::system_error when it cannot be
+    /// watched or the journal cannot be written.
     void begin(const ProcessIdentity& owner, PMSetScope scope, std::optional<uid_t> user = std::nullopt);
 
     /// Ends an override, which may take effect a little later. Does nothing for one that never began.
     /// @throws the setting's error; std::system_error when the journal cannot be written. It is tried again then.
     void end(const ProcessIdentity& owner, PMSetScope scope);
 
-    /// Ends at once the overrides of processes whose user is not served any more. One whose user is not known keeps them.
+    /// Ends at once the overrides of processes whose user is not served any more. One whose user is not known keeps
+    /// them.
     void endUnserved(const std::function<bool(uid_t user)>& isServed);
 
     /// Ends every override at once.
     void endAll();
 
-    /// Whether something has failed that nobody waits for, such as ending the override of a dead process. It is tried again
-    /// and again while the event loop runs.
+    /// Whether something has failed that nobody waits for, such as ending the override of a dead process. It is tried
+    /// again and again while the event loop runs.
     bool hasUnfinishedWork() const { return !isSettled; }
 
     /// Tries it once more now.
@@ -115,8 +116,8 @@ private:
     /// The scopes that the setting has confirmed last.
     Scopes applied;
 
-    /// The scopes of which nobody knows whether they are in force: an earlier helper or a failed attempt may have left them so.
-    /// Empty while the setting is known to be as it was confirmed.
+    /// The scopes of which nobody knows whether they are in force: an earlier helper or a failed attempt may have left
+    /// them so. Empty while the setting is known to be as it was confirmed.
     Scopes unknown;
     bool isSettled = true;
 };

@@ -63,7 +63,7 @@ expectContains "$(cat /run/systemd/logind.conf.d/*)" "HandleLidSwitchExternalPow
 exec {plans}>&-
 expectWithin "$soon" hasAsked Suspend
 
-# Stopped with the lid closed: undone, and the machine goes to sleep.
+# Stopped with the lid closed: the override ends, and the machine goes to sleep.
 rm -f "$state.calls"
 beginHold all
 kill -s TERM "$helper"

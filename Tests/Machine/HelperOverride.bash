@@ -23,7 +23,7 @@ battery ignore suspend
 all ignore ignore
 SCOPES
 
-# What was configured before is what comes back, and what external power follows is the configured one.
+# The configured actions come back, and external power follows the configured one.
 mkdir -p /etc/systemd/logind.conf.d
 printf '[Login]\nHandleLidSwitch=lock\n' >/etc/systemd/logind.conf.d/90-own.conf
 systemctl kill --signal=HUP systemd-logind.service
@@ -34,7 +34,7 @@ endHold
 expectWithin "$soon" lidActionsAre "lock -"
 expectContains "$(cat /etc/systemd/logind.conf.d/90-own.conf)" "HandleLidSwitch=lock" "the own file"
 
-# A setting that comes after the helper's: found out, said, undone.
+# A setting that comes after the helper's is noticed and reported, and nothing stays in force.
 printf '[Login]\nHandleLidSwitch=suspend\n' >/etc/systemd/logind.conf.d/zzzz.conf
 reply=$(client send '{"setSleepDisabled":{"scope":"all","disabled":true}}')
 expectContains "$reply" "HandleLidSwitch=suspend" "what logind reports"

@@ -1,4 +1,4 @@
-# What the tests of the privileged helper share; sourced after machine.bash.
+# Shared by the tests of the privileged helper; sourced after machine.bash.
 
 unitFile=/etc/systemd/system/com.vrd.tavo.helper.service
 helperFile=/usr/local/libexec/TavoPrivilegedHelper

@@ -109,7 +109,8 @@ TEST_F(Admission, TheCallerIsTheProcessThatMadeTheConnectionAndNotOneThatHasItsN
     const auto visit = admission->admit(consoleUser, process.pid);
     processes->end(process);
     processes->start({process.pid, 9000});
-    EXPECT_EQ(ask(*visit, coverTheLid).data, R"({"error":{"_0":"the process that requested the override has ended."}})");
+    EXPECT_EQ(ask(*visit, coverTheLid).data,
+              R"({"error":{"_0":"the process that requested the override has ended."}})");
     EXPECT_THAT(setting->log, IsEmpty());
 }
 

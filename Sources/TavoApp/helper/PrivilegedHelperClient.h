@@ -47,13 +47,13 @@ struct PrivilegedHelperClient {
     virtual ~PrivilegedHelperClient() = default;
 
     /// Sends one command and waits for the one reply, 5 seconds at most. A response `error` is returned, not thrown.
-    /// @throws PrivilegedHelperClientError, DecodingError for a reply that is no response, and the connection's own error
-    ///         when nobody listens.
+    /// @throws PrivilegedHelperClientError, DecodingError for a reply that is no response, and the connection's own
+    ///         error when nobody listens.
     virtual PrivilegedHelperResponse send(const PrivilegedHelperCommand& command) = 0;
 };
 
-/// The client over a transport: XPC on one system, a socket on the other. It decides what a reply means, whichever way the reply
-/// came.
+/// The client over a transport: XPC on one system, a socket on the other. It decides what a reply means, whichever way
+/// the reply came.
 class RoundTripHelperClient : public PrivilegedHelperClient {
 public:
     static constexpr std::chrono::milliseconds replyBound{5000};
@@ -61,8 +61,10 @@ public:
     PrivilegedHelperResponse send(const PrivilegedHelperCommand& command) final;
 
 private:
-    /// Carries an encoded command to the helper and gives its reply, over a connection of its own that is closed by then.
-    /// @throws PrivilegedHelperClientError::timeout() when no reply comes within the bound, and the connection's own error.
+    /// Carries an encoded command to the helper and gives its reply, over a connection of its own that is closed by
+    /// then.
+    /// @throws PrivilegedHelperClientError::timeout() when no reply comes within the bound, and the connection's own
+    /// error.
     virtual PrivilegedHelperReply roundTrip(const std::string& body, std::chrono::milliseconds bound) = 0;
 };
 

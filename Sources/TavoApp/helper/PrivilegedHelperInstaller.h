@@ -53,7 +53,7 @@ public:
 
     Kind kind() const { return errorKind; }
 
-    /// Whether the files that lie installed are not the helper's: its answers are not to be believed.
+    /// Whether the installed files are not the helper's: its answers are not to be believed.
     bool foreignProgram() const { return isForeign; }
 
     bool operator==(const PrivilegedHelperInstallerError& other) const {
@@ -68,7 +68,7 @@ private:
     bool isForeign = false;
 };
 
-/// How long an installation waits for the helper to answer: this many pings, with the delay between two of them.
+/// The wait of an installation for the helper's answer: this many pings, with the delay between two of them.
 struct HelperReachabilityWait {
     /// None at all when 0. Negative is a programming error.
     std::int64_t retries = 50;
@@ -80,7 +80,7 @@ struct HelperReachabilityWait {
 /// Asks the helper when both of its files are there. Any failure to reach it is the state, not an error.
 PrivilegedHelperInstallState resolveHelperInstallState(const HelperServiceSetup& setup, PrivilegedHelperClient& client);
 
-/// Installs and removes the helper with the user's approval, and tells what there is of it.
+/// Installs and removes the helper with the user's approval, and tells its state.
 ///
 /// Keeps no state: the installed files and the system's service are the state. Every operation may block for long: the
 /// approval waits for the user, and each ping may take 5 seconds.
@@ -88,7 +88,7 @@ class PrivilegedHelperInstaller {
 public:
     using Sleeper = std::function<void(std::chrono::microseconds)>;
 
-    /// @param runner   runs as root what requires privilege, asking the user where that needs asking.
+    /// @param runner   runs privileged commands as root, asking the user for approval where that is needed.
     /// @param sleeper  sleeps between two pings; the calling thread does by default.
     PrivilegedHelperInstaller(TavoPaths paths, std::shared_ptr<CommandRunning> runner,
                               std::shared_ptr<PrivilegedHelperClient> client,
@@ -103,8 +103,9 @@ public:
     /// See resolveHelperInstallState().
     PrivilegedHelperInstallState currentState() const;
 
-    /// Installs, and waits until the helper answers. Leaves nothing behind in the user's folders once it has begun to run
-    /// the script. When the system was still ending an earlier helper, the user is asked a second time. @throws PrivilegedHelperInstallerError, std::system_error, and what the setup throws.
+    /// Installs, and waits until the helper answers. Leaves nothing behind in the user's folders once it has begun to
+    /// run the script. When the system was still ending an earlier helper, the user is asked a second time. @throws
+    /// PrivilegedHelperInstallerError, std::system_error, and what the setup throws.
     PrivilegedHelperInstallState install(const std::filesystem::path& helperExecutableSourceURL) const;
 
     /// Removes. @throws PrivilegedHelperInstallerError, and the runner's error.
@@ -126,7 +127,7 @@ private:
 };
 
 /// Tells whether the installed helper is the one that belongs to the running program. Only such a helper is trusted to
-/// remove itself when it is asked to.
+/// remove itself on request.
 class PrivilegedHelperCompatibilityChecker {
 public:
     /// @param installedHelper  HelperServiceSetup::helperExecutable()

@@ -12,8 +12,8 @@
 
 namespace tavo {
 
-/// Removes the helper from inside the helper. It cannot end its own service while it still owes an answer, so the removal
-/// is left to a process that sleeps first.
+/// Removes the helper from inside the helper. It cannot end its own service while it still owes an answer, so the
+/// removal is left to a process that sleeps first.
 class PrivilegedHelperSelfResetter {
 public:
     /// @param uninstallDelaySeconds  longer than the answer takes.
@@ -31,12 +31,12 @@ private:
     std::int64_t uninstallDelaySeconds;
 };
 
-/// Starts the helper's removal, once for all who ask while it is under way.
+/// Starts the helper's removal, once for all requests that come while it is under way.
 class SingleRemoval {
 public:
     using Clock = std::function<std::chrono::steady_clock::time_point()>;
 
-    /// The helper that is still there after this long may be asked again.
+    /// When the helper is still there after this long, the next request starts another removal.
     static constexpr std::chrono::seconds maxRemoval{90};
 
     /// @param start  begins a removal and returns, or throws when that is not possible.
@@ -44,7 +44,7 @@ public:
         std::function<void()> start, Clock clock = [] { return std::chrono::steady_clock::now(); })
         : start(std::move(start)), clock(std::move(clock)) {}
 
-    /// @throws what the start throws; the next request tries again then.
+    /// @throws the error of a start that fails; the next request tries again then.
     void request() {
         if (!startedAt || clock() - *startedAt >= maxRemoval) {
             start();

@@ -33,7 +33,7 @@ constexpr int attemptsToEnd = 5;
 
 constexpr uid_t root = 0;
 
-/// The time that waiting for logind may take in one request. Shorter than callers wait.
+/// The time that waits for logind may take in one request. Shorter than callers wait.
 constexpr std::chrono::milliseconds maxRequestTime{3000};
 
 } // namespace

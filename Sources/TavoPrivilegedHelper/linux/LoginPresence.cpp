@@ -11,7 +11,7 @@ namespace tavo {
 
 namespace {
 
-/// Until logind has been started, there is nothing to watch.
+/// Until logind starts, there is nothing to watch.
 constexpr std::chrono::seconds pauseWithoutLogind{5};
 
 } // namespace
@@ -47,7 +47,7 @@ private:
         readiness.async_wait(asio::posix::stream_descriptor::wait_read,
                              [this, weakSelf = std::weak_ptr(alive)](const asio::error_code& error) {
                                  if (!error && !weakSelf.expired()) {
-                                     // Before anybody is asked, so that a change meanwhile is news again.
+                                     // Before the states are read, so that a change meanwhile is reported again.
                                      sd_login_monitor_flush(monitor);
                                      wait();
                                      onChange();

@@ -10,7 +10,7 @@
 
 namespace tavo {
 
-/// What a closed lid does, in the words of logind.conf(5): "suspend", "ignore" and so on.
+/// The actions of a closed lid, in the words of logind.conf(5): "suspend", "ignore" and so on.
 struct LidSwitchActions {
     /// HandleLidSwitch.
     std::string onBattery;
@@ -18,7 +18,7 @@ struct LidSwitchActions {
     /// HandleLidSwitchExternalPower. Empty when it is not set: it follows `onBattery` then.
     std::string onExternalPower;
 
-    /// What happens on external power in effect.
+    /// The action on external power that is in effect.
     const std::string& effectiveOnExternalPower() const {
         return onExternalPower.empty() ? onBattery : onExternalPower;
     }
@@ -26,7 +26,7 @@ struct LidSwitchActions {
     bool operator==(const LidSwitchActions&) const = default;
 };
 
-/// What decides, beside the actions, whether a closed lid ought to send the machine to sleep now.
+/// The facts that decide, beside the actions, whether a closed lid ought to send the machine to sleep now.
 struct LidSituation {
     bool isLidClosed = false;
     bool isOnExternalPower = false;
@@ -47,11 +47,11 @@ struct LidSituation {
 struct LidSwitchManaging {
     virtual ~LidSwitchManaging() = default;
 
-    /// As they are in force now. @throws DescribedError when it does not answer.
+    /// The actions in force now. @throws DescribedError when it does not answer.
     virtual LidSwitchActions actions() const = 0;
 
-    /// Has the configuration files read again, which happens a little later. Nothing to do when nobody runs who would: the
-    /// files are read at its start. @throws DescribedError, std::system_error
+    /// Has the configuration files read again, which happens a little later. Does nothing while logind does not run: it
+    /// reads them when it starts. @throws DescribedError, std::system_error
     virtual void rereadConfiguration() const = 0;
 
     /// Refuses every request to sleep until the descriptor is closed. @throws DescribedError
@@ -64,7 +64,8 @@ struct LidSwitchManaging {
     virtual void sleep(const std::string& action) const = 0;
 };
 
-/// logind, org.freedesktop.login1(5). Every call opens a connection of its own: the bus may have been restarted between two.
+/// logind, org.freedesktop.login1(5). Every call opens a connection of its own: the bus may have been restarted between
+/// two.
 class LogindLidSwitch final : public LidSwitchManaging {
 public:
     /// @param budget  bounds its calls further, where there is one.

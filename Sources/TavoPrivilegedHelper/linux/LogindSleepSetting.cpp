@@ -38,8 +38,8 @@ void sleepFor(std::chrono::milliseconds time) {
     std::this_thread::sleep_for(time);
 }
 
-/// Bounds the polling of logind. Counts attempts as well as time: a logind that answers slowly must not keep everybody else
-/// waiting.
+/// Bounds the polling of logind. Counts attempts as well as time: a logind that answers slowly must not keep everybody
+/// else waiting.
 class PollBound {
 public:
     PollBound(std::chrono::milliseconds bound, std::chrono::milliseconds pause)
@@ -141,8 +141,8 @@ void LogindSleepSetting::end() {
     sleepIfNobodyElseWould();
 }
 
-/// On external power logind follows the setting for battery power where it has none of its own, so an override for battery
-/// power alone has to write that one down. The setting for docked machines follows neither.
+/// On external power logind follows the setting for battery power where it has none of its own, so an override for
+/// battery power alone has to write that one down. The setting for docked machines follows neither.
 LidSwitchActions LogindSleepSetting::actionsDuring(const Scopes& scopes) const {
     auto actions = *before;
     if (covers(scopes, PMSetScope::battery)) {
@@ -198,8 +198,8 @@ bool LogindSleepSetting::waitFor(const LidSwitchActions& expected) const {
     return true;
 }
 
-/// logind acts on a lid that is closed already as soon as it may. A desktop that has taken the switch from it saw the lid
-/// close, was refused, and will not ask again.
+/// logind acts on a lid that is closed already as soon as it may. A desktop that has taken the switch from it saw the
+/// lid close, was refused, and will not ask again.
 void LogindSleepSetting::sleepIfNobodyElseWould() const {
     try {
         // Not cut short by the budget: a lock that goes a moment later would leave a closed laptop awake.

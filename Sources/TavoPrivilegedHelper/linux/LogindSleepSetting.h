@@ -17,9 +17,9 @@ namespace tavo {
 
 /// Keeps a closed lid from sending the machine to sleep, by a drop-in of logind.conf(5) and a lock.
 ///
-/// While there is a scope, the drop-in has logind ignore the lid on its power sources, and the lock refuses the requests of
-/// desktops that handle the lid themselves. The drop-in lies where it is gone after a restart of the machine, is named to come
-/// last, and remembers the actions that were in force before it.
+/// While there is a scope, the drop-in has logind ignore the lid on its power sources, and the lock refuses the
+/// requests of desktops that handle the lid themselves. The drop-in lies where it is gone after a restart of the
+/// machine, is named to come last, and remembers the actions that were in force before it.
 class LogindSleepSetting final : public SleepSetting {
 public:
     using Pause = std::function<void(std::chrono::milliseconds)>;
@@ -31,10 +31,10 @@ public:
     LogindSleepSetting(std::shared_ptr<const LidSwitchManaging> logind, std::filesystem::path dropInFolder, Log log,
                        Pause pause = {}, std::shared_ptr<const TimeBudget> budget = {});
 
-    /// Returns when logind confirms the change, within 2 seconds or the rest of the budget. When the last scope ends with the
-    /// lid closed and nobody left who would act on that, the machine is asked to sleep.
-    /// @throws WakeControlError when logind does not confirm, with the actions that it reports instead; DescribedError and
-    /// std::system_error when it does not answer.
+    /// Returns when logind confirms the change, within 2 seconds or the rest of the budget. When the last scope ends
+    /// with the lid closed and nobody left who would act on that, the machine is asked to sleep.
+    /// @throws WakeControlError when logind does not confirm, with the actions that it reports instead; DescribedError
+    /// and std::system_error when it does not answer.
     void apply(const std::set<PMSetScope>& scopes) override;
 
     /// Whether an earlier process has left its drop-in.

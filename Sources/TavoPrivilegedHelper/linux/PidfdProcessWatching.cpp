@@ -13,7 +13,7 @@ namespace tavo {
 
 namespace {
 
-/// How long a wait that the event loop refused is left alone.
+/// Before a wait that the event loop refused is tried again.
 constexpr std::chrono::seconds pauseAfterRefusal{1};
 
 class PidfdWatch final : public ProcessWatch {

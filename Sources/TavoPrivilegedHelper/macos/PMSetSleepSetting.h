@@ -7,8 +7,8 @@
 
 namespace tavo {
 
-/// A Mac's setting, pmset(1), "disablesleep". The machine has only one of it: a change for any scope changes it for all, so it
-/// is written once for the scopes together.
+/// A Mac's setting, pmset(1), "disablesleep". The machine has only one of it: a change for any scope changes it for
+/// all, so it is written once for the scopes together.
 class PMSetSleepSetting final : public SleepSetting {
 public:
     /// @param controller  writes the setting.

@@ -38,7 +38,7 @@ namespace {
         OverrideKeeper::Surroundings{
             .processes = processes,
             .timers = std::make_shared<DispatchHelperTimers>(),
-            // The setting is one of the whole Mac: a moment without it counts whatever the lid.
+            // The setting holds for the whole Mac: a moment without it counts whatever the lid.
             .isLidClosed = [] { return true; },
             .log = logHelper});
     keeper->takeOver();
@@ -66,7 +66,7 @@ namespace {
 
 int main(int count, char** values) {
     using tavo::HelperOptions;
-    // launchd begins the next helper at once, which does what there is to do after one has ended.
+    // launchd starts the next helper at once, which cleans up after this one.
     return tavo::runHelper(
         {values + 1, static_cast<std::size_t>(count > 0 ? count - 1 : 0)}, [](const HelperOptions&) { tavo::serve(); },
         [](const HelperOptions&) {});

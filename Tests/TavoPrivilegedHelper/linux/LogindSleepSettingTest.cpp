@@ -21,7 +21,8 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-/// Reads drop-ins as logind does: merged in the order of their names, once it has been told to and a little time has passed.
+/// Reads drop-ins as logind does: merged in the order of their names, once it has been told to and a little time has
+/// passed.
 class ScriptedLidSwitch final : public LidSwitchManaging {
 public:
     explicit ScriptedLidSwitch(std::filesystem::path folder) : folder(std::move(folder)) {}

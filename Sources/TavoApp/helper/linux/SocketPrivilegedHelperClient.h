@@ -12,8 +12,8 @@ namespace tavo {
 
 /// Asks the helper over its Unix socket, one connection a call. See SocketFraming for what goes over it.
 ///
-/// When nobody listens, send() throws the std::system_error of connect(2) at once: ENOENT or ECONNREFUSED. A connection that ends
-/// without a reply, and a reply of another form, are PrivilegedHelperClientError::invalidResponse().
+/// When nobody listens, send() throws the std::system_error of connect(2) at once: ENOENT or ECONNREFUSED. A connection
+/// that ends without a reply, and a reply of another form, are PrivilegedHelperClientError::invalidResponse().
 class SocketPrivilegedHelperClient final : public RoundTripHelperClient {
 public:
     explicit SocketPrivilegedHelperClient(std::filesystem::path socket = HelperLocations::socket())

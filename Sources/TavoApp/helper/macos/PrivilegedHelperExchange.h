@@ -13,8 +13,9 @@
 
 namespace tavo {
 
-/// Takes the outcome of one call. The connection writes it from any thread, also long after the caller has given up: whoever may
-/// still write keeps the slot alive. When several outcomes arrive before the caller reads, the last one counts.
+/// Takes the outcome of one call. The connection writes it from any thread, also long after the caller has given up:
+/// whoever may still write keeps the slot alive. When several outcomes arrive before the caller reads, the last one
+/// counts.
 class PrivilegedHelperReplySlot {
 public:
     /// A reply has come.
@@ -48,7 +49,8 @@ struct PrivilegedHelperConnection {
     virtual void invalidate() noexcept = 0;
 };
 
-/// Sends one command over a connection, waits for its reply, `bound` at most, and closes the connection whatever happens.
+/// Sends one command over a connection, waits for its reply, `bound` at most, and closes the connection whatever
+/// happens.
 /// @throws PrivilegedHelperClientError, and the connection's own error.
 PrivilegedHelperReply exchange(PrivilegedHelperConnection& connection, const std::string& body,
                                std::chrono::milliseconds bound);

@@ -8,8 +8,8 @@
 
 namespace tavo {
 
-/// Asks the helper over XPC, one connection a call, NSXPCConnection. When nobody listens, or the connection breaks, send() throws
-/// an error with the system's own description.
+/// Asks the helper over XPC, one connection a call, NSXPCConnection. When nobody listens, or the connection breaks,
+/// send() throws an error with the system's own description.
 class XPCPrivilegedHelperClient final : public RoundTripHelperClient {
 public:
     /// @param machServiceName  of the daemon, in the system's domain.
