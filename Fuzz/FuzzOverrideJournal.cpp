@@ -14,9 +14,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string_view text(reinterpret_cast<const char*>(data), size);
     try {
         const auto record = tavo::SleepOverrideRecord::fromJson(tavo::parseJson(text));
-        for (const auto& override : record.overrides) {
-            tavo::require(override.owner.pid > 0, "an owner is a process");
-            tavo::require(std::is_sorted(override.scopes.begin(), override.scopes.end()), "scopes are in order");
+        for (const auto& recorded : record.overrides) {
+            tavo::require(recorded.owner.pid > 0, "an owner is a process");
+            tavo::require(std::is_sorted(recorded.scopes.begin(), recorded.scopes.end()), "scopes are in order");
         }
     } catch (const tavo::DecodingError&) {
         return 0;

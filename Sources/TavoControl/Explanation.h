@@ -4,7 +4,7 @@
 #include "TavoControl/RunOverrides.h"
 #include "TavoControl/StatusReport.h"
 #include "base/JsonCoding.h"
-#include "helper/PrivilegedHelperInstallState.h"
+#include "helper/PrivilegedHelperInstaller.h"
 #include "runtime/DecisionStep.h"
 #include "runtime/WorkActivity.h"
 

@@ -6,7 +6,7 @@
 #include "base/Json.h"
 #include "config/TavoStore.h"
 #include "helper/ClosedLidSupport.h"
-#include "helper/PrivilegedHelperInstallState.h"
+#include "helper/PrivilegedHelperInstaller.h"
 #include "helper/SleepOverrideJournal.h"
 
 #include <filesystem>

@@ -11,11 +11,11 @@ AbsenceConfirmation::AbsenceConfirmation(std::shared_ptr<HelperTimers> timers, I
 void AbsenceConfirmation::check() {
     // A second change during the pause confirms nothing: changes come in bursts.
     if (!confirmation) {
-        look({});
+        endAbsent({});
     }
 }
 
-void AbsenceConfirmation::look(const std::set<uid_t>& suspects) {
+void AbsenceConfirmation::endAbsent(const std::set<uid_t>& suspects) {
     std::set<uid_t> absent;
     endUnserved([&](uid_t user) {
         if (isServed(user)) {
@@ -30,7 +30,7 @@ void AbsenceConfirmation::look(const std::set<uid_t>& suspects) {
     if (!absent.empty()) {
         confirmation = timers->start(pause, [this, absent] {
             const auto running = std::move(confirmation);
-            look(absent);
+            endAbsent(absent);
         });
     }
 }

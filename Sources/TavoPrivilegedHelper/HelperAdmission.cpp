@@ -24,12 +24,12 @@ std::optional<PrivilegedHelperReply> HelperVisit::receive(std::size_t length) {
 }
 
 PrivilegedHelperReply HelperVisit::serve(std::string_view body) {
-    // Has waited for too long behind others: nobody would know what was done in its name.
+    // It has waited too long behind others: nobody would hear what was done in its name.
     PrivilegedHelperReply answer{std::nullopt, "the caller has hung up."};
     if (!hasHungUp()) {
         answer = admission->service->serve(*caller, body);
         if (hasHungUp()) {
-            admission->service->takeBack(*caller, body);
+            admission->service->endUnheard(*caller, body);
         }
     }
     const std::lock_guard lock(mutex);

@@ -17,29 +17,30 @@ class HelperAdmission;
 
 /// One connection that was let in, and its one command.
 ///
-/// For a system that reads connections in threads of its own: everything may be called from any thread unless it says otherwise.
+/// For a system that reads connections in threads of its own: everything may be called from any thread unless it says
+/// otherwise.
 class HelperVisit {
 public:
-    /// How long a connection may stay open without its command being carried out: before that arrives, and after the answer.
+    /// The time for which a connection may stay open before its command arrives, and again after the answer.
     static constexpr std::chrono::milliseconds deadline{1000};
 
     ~HelperVisit();
     HelperVisit(const HelperVisit&) = delete;
     HelperVisit& operator=(const HelperVisit&) = delete;
 
-    /// A command of this many bytes has arrived. Gives the answer at once when it is refused, which it is unread; otherwise
-    /// serve() has to follow.
+    /// A command of this many bytes has arrived. Gives the answer at once when it is refused unread; otherwise serve()
+    /// has to follow.
     std::optional<PrivilegedHelperReply> receive(std::size_t length);
 
-    /// Carries out the command that has arrived, where all commands are carried out. Does nothing for a caller that has hung
-    /// up; an override that its caller has not waited for is taken back.
+    /// Carries out the command that has arrived, on the thread that carries out all commands. Does nothing for a caller
+    /// that has hung up; an override whose caller has not waited for it ends.
     PrivilegedHelperReply serve(std::string_view body);
 
     /// The connection has ended, whoever has ended it. Its place is free for another one.
     void end() noexcept;
 
-    /// Whether the connection is to be ended now that its time is up; no command is served after that. One that is being
-    /// carried out gets its answer first.
+    /// Whether the connection is to be ended now that its time is up; no command is served after that. One that is
+    /// being carried out gets its answer first.
     bool retire();
 
 private:
@@ -55,7 +56,7 @@ private:
     std::shared_ptr<HelperAdmission> admission;
     const bool isServed;
 
-    /// Who is served; absent where there is a refusal.
+    /// The caller to serve; absent where there is a refusal.
     std::optional<HelperCaller> caller;
     std::string refusal;
 
@@ -64,11 +65,11 @@ private:
     bool hasEnded = false;
 };
 
-/// Decides which connections are let in, by the system's word on who is at the other end and before anything is looked at that
-/// comes over them.
+/// Decides which connections are let in, by the system's word on who is at the other end and before anything is read
+/// from them.
 ///
-/// A user who is not served is told so, without a place among those who are, and without anybody waiting for it; when too many
-/// are being told, the next are dropped. May be called from any thread.
+/// A user who is not served is told so, without a place among those who are, and without anybody waiting for it; when
+/// too many are being told, the next are dropped. May be called from any thread.
 class HelperAdmission final : public std::enable_shared_from_this<HelperAdmission> {
 public:
     struct Limits {
@@ -76,7 +77,8 @@ public:
         std::size_t refused = 8;
     };
 
-    /// @param service    whose serve() is called where the visits' are, and whose refusal() wherever a connection comes in.
+    /// @param service    its serve() runs on the thread of the visits' serve(), its refusal() on any that takes a
+    /// connection.
     /// @param processes  identifies callers, from any thread.
     static std::shared_ptr<HelperAdmission> make(std::shared_ptr<const HelperService> service,
                                                  std::shared_ptr<const ProcessWatching> processes, Limits limits);

@@ -1,23 +1,51 @@
 #pragma once
 
-#include "TavoPrivilegedHelper/HelperOptions.h"
+#include "base/DescribedError.h"
+
+#include <sys/types.h>
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <span>
+#include <string>
 
 namespace tavo {
 
-/// In seconds: the helper's removal of itself waits this long. Longer than the reply takes, and shorter than the application
-/// waits for the files to go.
+/// The task that the helper was started for.
+struct HelperOptions {
+    enum class Task {
+        serve,        ///< until it is told to stop
+        afterStop,    ///< clean up after a helper that has ended, and exit
+        printVersion, ///< and exit
+        printHelp,    ///< and exit
+    };
+
+    Task task = Task::serve;
+
+    /// The user who is served beside root.
+    std::optional<uid_t> user;
+
+    bool operator==(const HelperOptions&) const = default;
+
+    /// @param arguments  without the program's name. @throws HelperUsageError
+    static HelperOptions parse(std::span<const char* const> arguments);
+
+    static std::string help();
+};
+
+/// The helper was called wrongly.
+class HelperUsageError final : public DescribedError {
+public:
+    using DescribedError::DescribedError;
+};
+
+/// In seconds: the helper's removal of itself waits this long. Longer than the reply takes, and shorter than the
+/// application waits for the files to go.
 inline constexpr std::int64_t helperRemovalDelay = 1;
 
-/// Goes to the system's log, which knows who wrote it and when, and to standard error for somebody at a terminal. May be called
-/// from any thread.
-void logHelper(const std::string& line) noexcept;
-
-/// What main() does on every system: understands the arguments, prints what they ask to be printed, and calls what the system
-/// has for the other tasks. Gives the exit status; every failure is logged.
+/// The part of main() that every system shares: parses the arguments, prints whatever they ask for, and calls the
+/// system's own code for the other tasks. Gives the exit status; every failure is logged.
 int runHelper(std::span<const char* const> arguments, const std::function<void(const HelperOptions&)>& serve,
               const std::function<void(const HelperOptions&)>& afterStop);
 

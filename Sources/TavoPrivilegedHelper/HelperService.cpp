@@ -13,7 +13,7 @@ std::string nameOf(const HelperCaller& caller) {
     return fmt::format("process {} of user {}", caller.process.pid, caller.user);
 }
 
-/// The setting as one process has it.
+/// Begins and ends overrides in one process's name.
 class OwnedSleepController final : public PrivilegedSleepControlling {
 public:
     OwnedSleepController(std::shared_ptr<OverrideKeeper> keeper, const HelperCaller& owner, BoundedLog& grants,
@@ -24,14 +24,19 @@ public:
 
     void setSleepDisabled(PMSetScope scope, bool disabled) override {
         try {
-            keeper->setSleepDisabled(owner.process, scope, disabled, owner.user);
+            if (disabled) {
+                keeper->begin(owner.process, scope, owner.user);
+            } else {
+                keeper->end(owner.process, scope);
+            }
         } catch (const std::exception& error) {
-            refusals.write(visibleControls(fmt::format(
-                "{} {} for {}: {}", nameOf(owner), disabled ? "did not get an override" : "could not end its override",
-                rawValue(scope), error.what())));
+            refusals.write(
+                visibleControls(fmt::format("{} {} for {}: {}", nameOf(owner),
+                                            disabled ? "could not begin an override" : "could not end its override",
+                                            rawValue(scope), error.what())));
             throw;
         }
-        grants.write(fmt::format("{} {} for {}.", nameOf(owner), disabled ? "got an override" : "ended its override",
+        grants.write(fmt::format("{} {} for {}.", nameOf(owner), disabled ? "began an override" : "ended its override",
                                  rawValue(scope)));
     }
 
@@ -101,17 +106,17 @@ void HelperService::remove(const HelperCaller& caller) const {
     removals->write(fmt::format("{} has the helper removed.", nameOf(caller)));
 }
 
-void HelperService::takeBack(const HelperCaller& caller, std::string_view body) const noexcept {
+void HelperService::endUnheard(const HelperCaller& caller, std::string_view body) const noexcept {
     try {
         const auto command = PrivilegedHelperCommand::decode(body);
         const auto* change = std::get_if<PrivilegedHelperCommand::SetSleepDisabled>(&command.value);
         if (change != nullptr && change->disabled) {
-            keeper->setSleepDisabled(caller.process, change->scope, false);
-            grants->write(fmt::format("{} was gone before it heard of its override for {}, which was ended.",
+            keeper->end(caller.process, change->scope);
+            grants->write(fmt::format("{} was gone before it heard of its override for {}, which has ended.",
                                       nameOf(caller), rawValue(change->scope)));
         }
     } catch (const std::exception&) {
-        // The keeper tries what has failed again by itself; what is no command has changed nothing.
+        // The keeper itself tries a failed end again; a body that is no command has changed nothing.
     }
 }
 

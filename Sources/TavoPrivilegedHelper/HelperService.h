@@ -1,10 +1,10 @@
 #pragma once
 
-#include "TavoPrivilegedHelper/BoundedLog.h"
+#include "TavoPrivilegedHelper/HelperLog.h"
 #include "TavoPrivilegedHelper/OverrideKeeper.h"
-#include "helper/PrivilegedHelperReply.h"
-#include "helper/ProcessIdentity.h"
+#include "helper/PrivilegedHelperMessages.h"
 #include "helper/TimeBudget.h"
+#include "system/ProcessStart.h"
 
 #include <sys/types.h>
 
@@ -17,7 +17,7 @@
 
 namespace tavo {
 
-/// Who is at the other end of a connection, in the system's own words; nothing that a message says counts.
+/// The other end of a connection by the system's own word; nothing in a message counts.
 struct HelperCaller {
     uid_t user = 0;
     ProcessIdentity process;
@@ -25,24 +25,24 @@ struct HelperCaller {
     bool operator==(const HelperCaller&) const = default;
 };
 
-/// Serves complete requests, whatever they came over.
+/// Serves complete requests from any transport.
 class HelperService {
 public:
-    /// Of an encoded command, in bytes; a longer one is refused unread, whatever it came over.
+    /// Of an encoded command, in bytes; a longer one is refused unread on any transport.
     static constexpr std::size_t maxBodySize = 65536;
 
     using Log = std::function<void(const std::string&)>;
 
-    /// Why a user other than root may not ask for anything; nothing for one who may.
+    /// Why a user other than root is refused; nothing for one who is served.
     using Admission = std::function<std::optional<std::string>(uid_t user)>;
 
-    /// @param reset  has the helper removed, or throws.
-    /// @param log    gets a line for all that is granted, given back, removed or refused, at a bounded rate.
-    /// @param budget  bounds what is waited for in a request's name, where there is one.
+    /// @param reset   has the helper removed, or throws.
+    /// @param log     gets a line for every override that begins or ends, every removal and refusal, at a bounded rate.
+    /// @param budget  bounds the waits of a request, where there is one.
     HelperService(std::shared_ptr<OverrideKeeper> keeper, Admission admission, std::function<void()> reset,
                   const Log& log, std::shared_ptr<TimeBudget> budget = {});
 
-    /// Of a user whom the helper is not for.
+    /// The refusal of a user whom the helper is not for.
     static std::string notServed(uid_t user);
 
     /// Why this user is not served; nothing for one that is. A refusal is logged. May be called
@@ -55,9 +55,9 @@ public:
     /// Carries out an encoded command in the caller's name.
     PrivilegedHelperReply serve(const HelperCaller& caller, std::string_view body) const;
 
-    /// Gives back the override that a served command has asked for, when nobody was there any more to hear that it is in
-    /// force: its caller believes that it is not, and would never give it back itself. Does nothing for other commands.
-    void takeBack(const HelperCaller& caller, std::string_view body) const noexcept;
+    /// Ends the override that a served command began, when its caller was gone before the answer: a caller that has not
+    /// heard of its override never ends it. Does nothing for other commands.
+    void endUnheard(const HelperCaller& caller, std::string_view body) const noexcept;
 
 private:
     void remove(const HelperCaller& caller) const;
@@ -67,7 +67,7 @@ private:
     std::function<void()> reset;
     std::shared_ptr<TimeBudget> budget;
 
-    /// Each bounded on its own: strangers who are refused must not hide what was granted, nor grants a removal.
+    /// Each bounded on its own: refused strangers must not hide the overrides that begin, nor those a removal.
     std::shared_ptr<BoundedLog> grants;
     std::shared_ptr<BoundedLog> removals;
     std::shared_ptr<BoundedLog> refusals;

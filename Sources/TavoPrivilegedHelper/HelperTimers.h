@@ -15,7 +15,8 @@ struct HelperTimer {
 struct HelperTimers {
     virtual ~HelperTimers() = default;
 
-    /// Calls `work` once, `delay` from now and never before this returns. The timer may be destroyed from within `work`.
+    /// Calls `work` once, `delay` from now and never before this returns. The timer may be destroyed from within
+    /// `work`.
     [[nodiscard]] virtual std::unique_ptr<HelperTimer> start(std::chrono::milliseconds delay,
                                                              std::function<void()> work) = 0;
 };

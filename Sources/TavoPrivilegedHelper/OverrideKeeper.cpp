@@ -4,21 +4,23 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <exception>
+#include <iterator>
 #include <utility>
 
 namespace tavo {
 
-OverrideKeeper::OverrideKeeper(std::shared_ptr<PrivilegedSleepControlling> setting, SleepOverrideJournal journal,
+OverrideKeeper::OverrideKeeper(std::shared_ptr<SleepSetting> setting, SleepOverrideJournal journal,
                                Surroundings surroundings)
     : setting(std::move(setting)), journal(std::move(journal)), surroundings(std::move(surroundings)) {}
 
 void OverrideKeeper::takeOver(const std::vector<PMSetScope>& foundInForce) {
     const auto record = readJournal();
-    doubtful.insert(record.scopesInForce.begin(), record.scopesInForce.end());
-    doubtful.insert(foundInForce.begin(), foundInForce.end());
-    for (const auto& override : record.overrides) {
-        adopt(override);
+    unknown.insert(record.scopesInForce.begin(), record.scopesInForce.end());
+    unknown.insert(foundInForce.begin(), foundInForce.end());
+    for (const auto& recorded : record.overrides) {
+        adopt(recorded);
     }
     settle();
 }
@@ -28,63 +30,60 @@ SleepOverrideRecord OverrideKeeper::readJournal() const {
         return journal.load();
     } catch (const std::exception& error) {
         surroundings.log(
-            fmt::format("the journal of overrides cannot be read, so everything is undone: {}", error.what()));
+            fmt::format("the journal of overrides cannot be read, so every override ends: {}", error.what()));
         return {{}, {PMSetScope::all, PMSetScope::ac, PMSetScope::battery}};
     }
 }
 
-void OverrideKeeper::adopt(const SleepOverride& override) {
+void OverrideKeeper::adopt(const SleepOverride& recorded) {
     std::unique_ptr<ProcessWatch> exit;
     try {
-        exit = watch(override.owner);
+        exit = watch(recorded.owner);
     } catch (const std::exception& error) {
         // An override without an end is worse than none.
-        surroundings.log(fmt::format("process {} cannot be watched: {}", override.owner.pid, error.what()));
+        surroundings.log(fmt::format("process {} cannot be watched: {}", recorded.owner.pid, error.what()));
     }
     if (!exit) {
-        surroundings.log(fmt::format("what process {} asked for is not taken over.", override.owner.pid));
+        surroundings.log(fmt::format("the override of process {} is not taken over.", recorded.owner.pid));
         return;
     }
-    auto& owner = owners[override.owner];
-    owner.scopes.insert(override.scopes.begin(), override.scopes.end());
+    auto& owner = owners[recorded.owner];
+    owner.scopes.insert(recorded.scopes.begin(), recorded.scopes.end());
     owner.watch = std::move(exit);
-    owner.user = override.user;
-    surroundings.log(fmt::format("took over what process {} has asked for.", override.owner.pid));
+    owner.user = recorded.user;
+    surroundings.log(fmt::format("took over the override of process {}.", recorded.owner.pid));
 }
 
 std::unique_ptr<ProcessWatch> OverrideKeeper::watch(const ProcessIdentity& process) {
     return surroundings.processes->watchExit(process, [this, process] { ownerEnded(process); });
 }
 
-void OverrideKeeper::setSleepDisabled(const ProcessIdentity& owner, PMSetScope scope, bool disabled,
-                                      std::optional<uid_t> user) {
-    if (disabled) {
-        add(owner, scope, user);
-    } else {
-        remove(owner, scope);
-    }
-}
-
-void OverrideKeeper::add(const ProcessIdentity& owner, PMSetScope scope, std::optional<uid_t> user) {
+void OverrideKeeper::begin(const ProcessIdentity& owner, PMSetScope scope, std::optional<uid_t> user) {
     const bool isNewOwner = !owners.contains(owner);
     if (isNewOwner && owners.size() >= maxOwners) {
         throw WakeControlError::commandFailed(
-            fmt::format("{} processes have asked for an override already; end some of them.", maxOwners));
+            fmt::format("{} processes have an override already; end some of them.", maxOwners));
     }
     if (isNewOwner) {
         auto exit = watch(owner);
         if (!exit) {
-            throw WakeControlError::commandFailed("the process that asked for an override has ended.");
+            throw WakeControlError::commandFailed("the process that requested the override has ended.");
         }
         owners[owner].watch = std::move(exit);
     }
     auto& entry = owners[owner];
     entry.user = user;
     const bool isNewScope = entry.scopes.insert(scope).second;
+    // The new scope replaces those in the same step.
+    auto replaced = std::exchange(entry.ending, {});
     try {
         writeJournal();
-        reconcile();
+        const auto wanted = wantedScopes();
+        if (!isApplied(wanted)) {
+            apply(wanted);
+        }
     } catch (...) {
+        entry.ending = std::move(replaced);
         if (isNewScope) {
             entry.scopes.erase(scope);
         }
@@ -94,17 +93,17 @@ void OverrideKeeper::add(const ProcessIdentity& owner, PMSetScope scope, std::op
         settle();
         throw;
     }
-    if (!entry.released.empty()) {
-        // What the process had before goes now that the new is in force.
-        forgetReleased(owner);
+    if (!replaced.empty()) {
+        entry.endingTimer.reset();
+        settle();
     }
 }
 
-void OverrideKeeper::remove(const ProcessIdentity& owner, PMSetScope scope) {
+void OverrideKeeper::end(const ProcessIdentity& owner, PMSetScope scope) {
     const auto found = owners.find(owner);
     if (found != owners.end() && found->second.scopes.erase(scope) > 0 && lidMayBeClosed()) {
-        release(owner, scope);
-    } else if (found != owners.end() && found->second.scopes.empty() && found->second.released.empty()) {
+        endLater(owner, scope);
+    } else if (found != owners.end() && found->second.scopes.empty() && found->second.ending.empty()) {
         owners.erase(found);
     }
     try {
@@ -116,20 +115,20 @@ void OverrideKeeper::remove(const ProcessIdentity& owner, PMSetScope scope) {
     }
 }
 
-void OverrideKeeper::release(const ProcessIdentity& owner, PMSetScope scope) {
+void OverrideKeeper::endLater(const ProcessIdentity& owner, PMSetScope scope) {
     auto& entry = owners.at(owner);
-    entry.released.insert(scope);
-    entry.releaseTimer = surroundings.timers->start(grace, [this, owner] { forgetReleased(owner); });
+    entry.ending.insert(scope);
+    entry.endingTimer = surroundings.timers->start(grace, [this, owner] { endNow(owner); });
 }
 
-// By value: the timer goes with its owner, and with the timer what this was called with.
-void OverrideKeeper::forgetReleased(ProcessIdentity owner) {
+// By value: the timer is destroyed with its owner, and the argument with the timer.
+void OverrideKeeper::endNow(ProcessIdentity owner) {
     const auto found = owners.find(owner);
     if (found == owners.end()) {
         return;
     }
-    found->second.released.clear();
-    found->second.releaseTimer.reset();
+    found->second.ending.clear();
+    found->second.endingTimer.reset();
     if (found->second.scopes.empty()) {
         owners.erase(found);
     }
@@ -140,15 +139,16 @@ bool OverrideKeeper::lidMayBeClosed() const {
     try {
         return surroundings.isLidClosed();
     } catch (const std::exception&) {
-        // Whoever cannot be asked about the lid cannot be told to act on it either; undoing says what is wrong.
+        // A system that does not answer about the lid does not act on it either; ending the override says what is
+        // wrong.
         return false;
     }
 }
 
-// By value: the watch goes with its owner, and with the watch what this was called with.
+// By value: the watch is destroyed with its owner, and the argument with the watch.
 void OverrideKeeper::ownerEnded(ProcessIdentity owner) {
     if (owners.erase(owner) > 0) {
-        surroundings.log(fmt::format("process {} has ended; what it asked for is undone.", owner.pid));
+        surroundings.log(fmt::format("process {} has ended, and its override with it.", owner.pid));
         settle();
     }
 }
@@ -159,8 +159,8 @@ void OverrideKeeper::endUnserved(const std::function<bool(uid_t user)>& isServed
         if (!owner.user || isServed(*owner.user)) {
             return false;
         }
-        surroundings.log(fmt::format("user {} is not served any more; what process {} asked for is undone.",
-                                     *owner.user, process.pid));
+        surroundings.log(fmt::format("user {} is not served any more, so the override of process {} ends.", *owner.user,
+                                     process.pid));
         return true;
     });
     if (ended > 0) {
@@ -168,16 +168,16 @@ void OverrideKeeper::endUnserved(const std::function<bool(uid_t user)>& isServed
     }
 }
 
-void OverrideKeeper::undoAll() {
+void OverrideKeeper::endAll() {
     owners.clear();
     settle();
 }
 
-std::set<PMSetScope> OverrideKeeper::wantedScopes() const {
-    std::set<PMSetScope> scopes;
+OverrideKeeper::Scopes OverrideKeeper::wantedScopes() const {
+    Scopes scopes;
     for (const auto& [process, owner] : owners) {
         scopes.insert(owner.scopes.begin(), owner.scopes.end());
-        scopes.insert(owner.released.begin(), owner.released.end());
+        scopes.insert(owner.ending.begin(), owner.ending.end());
     }
     return scopes;
 }
@@ -190,46 +190,56 @@ void OverrideKeeper::writeJournal() const {
         }
     }
     auto scopes = wantedScopes();
-    scopes.insert(inForce.begin(), inForce.end());
-    scopes.insert(doubtful.begin(), doubtful.end());
+    scopes.insert(applied.begin(), applied.end());
+    scopes.insert(unknown.begin(), unknown.end());
     record.scopesInForce.assign(scopes.begin(), scopes.end());
     journal.save(record);
 }
 
-/// Makes the setting what the owners want. New scopes come first: with the lid closed, a moment in between without any
-/// would be enough for the machine to fall asleep.
+/// While this fails, nobody knows what is in force: it may be the old scopes, the new ones, or a part of either.
+void OverrideKeeper::apply(const Scopes& scopes) {
+    unknown.insert(applied.begin(), applied.end());
+    unknown.insert(scopes.begin(), scopes.end());
+    setting->apply(scopes);
+    applied = scopes;
+    unknown.clear();
+}
+
+/// Makes the setting what the owners want.
 void OverrideKeeper::reconcile() {
     const auto wanted = wantedScopes();
-    std::exception_ptr failure;
-    for (const auto scope : wanted) {
-        try {
-            bringIntoForce(scope);
-        } catch (...) {
-            // What can no longer be had must not keep in force what nobody wants any more.
-            failure = std::current_exception();
-        }
+    if (isApplied(wanted)) {
+        return;
     }
-    auto unwanted = inForce;
-    unwanted.insert(doubtful.begin(), doubtful.end());
-    for (const auto scope : unwanted) {
-        if (!wanted.contains(scope)) {
-            setting->setSleepDisabled(scope, false);
-            inForce.erase(scope);
-            doubtful.erase(scope);
-        }
-    }
-    if (failure) {
+    try {
+        apply(wanted);
+    } catch (...) {
+        const auto failure = std::current_exception();
+        applyPossible(wanted);
         std::rethrow_exception(failure);
     }
 }
 
-void OverrideKeeper::bringIntoForce(PMSetScope scope) {
-    if (!inForce.contains(scope)) {
-        doubtful.insert(scope);
-        setting->setSleepDisabled(scope, true);
-        inForce.insert(scope);
+/// One scope that cannot be had must neither cost the others theirs nor keep in force what nobody wants any more.
+void OverrideKeeper::applyPossible(const Scopes& wanted) {
+    Scopes possible;
+    std::set_intersection(applied.begin(), applied.end(), wanted.begin(), wanted.end(),
+                          std::inserter(possible, possible.end()));
+    for (const auto scope : wanted) {
+        auto attempt = possible;
+        if (!attempt.insert(scope).second || attempt == wanted) {
+            continue;
+        }
+        try {
+            apply(attempt);
+            possible = std::move(attempt);
+        } catch (const std::exception&) {
+            // The caller reports the failure of the whole; this is one of its parts.
+        }
     }
-    doubtful.erase(scope);
+    if (!std::includes(wanted.begin(), wanted.end(), unknown.begin(), unknown.end()) && possible != wanted) {
+        apply(possible);
+    }
 }
 
 void OverrideKeeper::settle() noexcept {
@@ -239,7 +249,7 @@ void OverrideKeeper::settle() noexcept {
         writeJournal();
         isSettled = true;
     } catch (const std::exception& error) {
-        // Said once: the attempts go on, and would fill the log.
+        // Logged once: the attempts go on, and would fill the log.
         if (std::exchange(isSettled, false)) {
             surroundings.log(fmt::format("could not bring the overrides in order, trying again: {}", error.what()));
         }

@@ -1,8 +1,7 @@
 #pragma once
 
 #include "TavoPrivilegedHelper/HelperTimers.h"
-#include "helper/PMSetScope.h"
-#include "helper/PrivilegedSleepControlling.h"
+#include "TavoPrivilegedHelper/SleepSetting.h"
 #include "helper/ProcessWatching.h"
 #include "helper/SleepOverrideJournal.h"
 
@@ -17,23 +16,23 @@
 
 namespace tavo {
 
-/// Ties every override to the process that asked for it, so that none outlives its reason.
+/// Ties every override to the process that began it, so that none outlives its reason.
 ///
-/// A scope is switched off while at least one living process asks for that. A process that gives a scope back with the lid
-/// closed may be about to ask for another one, since a Tavo whose plan has changed lets go of everything first: for a short
-/// while the old one stays, lest the machine fall asleep in between. The journal is written before something is
-/// switched off and after it is switched on again: whatever a crash leaves behind, the next start finds in it.
+/// A scope is in force while at least one living process has an override for it. When an override ends with the lid
+/// closed, its process may be about to begin another one, since a Tavo whose plan has changed ends everything first:
+/// for a moment the old scope stays, so the machine cannot fall asleep in between. The journal is written before a
+/// scope comes into force and after it has ended: whatever a crash leaves behind, the next start finds in it.
 class OverrideKeeper {
 public:
     using Log = std::function<void(const std::string&)>;
 
-    /// How long a scope stays that was given back with the lid closed: longer than a Tavo takes to ask again.
+    /// How long a scope stays whose override ended with the lid closed: longer than a Tavo takes to begin the next one.
     static constexpr std::chrono::milliseconds grace{3000};
 
     /// Between two attempts to do what has failed and nobody waits for.
     static constexpr std::chrono::milliseconds retryPause{1000};
 
-    /// As many processes may have something in force at once: each costs the helper a descriptor.
+    /// The number of processes that may have overrides at once: each costs the helper a descriptor.
     static constexpr std::size_t maxOwners = 64;
 
     struct Surroundings {
@@ -43,77 +42,83 @@ public:
         /// Whether the machine might fall asleep as soon as it may.
         std::function<bool()> isLidClosed;
 
-        /// Gets one line for what happens without anybody asking.
+        /// Gets one line for every change that nobody has requested.
         Log log;
     };
 
-    /// @param setting  switches sleep off and on for a scope; is told of each scope once, however many ask for it.
-    OverrideKeeper(std::shared_ptr<PrivilegedSleepControlling> setting, SleepOverrideJournal journal,
-                   Surroundings surroundings);
+    /// @param setting  is applied once for each change of the scopes that all processes need together.
+    OverrideKeeper(std::shared_ptr<SleepSetting> setting, SleepOverrideJournal journal, Surroundings surroundings);
     OverrideKeeper(const OverrideKeeper&) = delete;
     OverrideKeeper& operator=(const OverrideKeeper&) = delete;
 
-    /// Reads the journal: what living processes asked for is in force again after this, the rest is undone.
-    /// @param foundInForce  scopes that the setting itself says are switched off.
+    /// Reads the journal: the overrides of living processes are in force again after this, the others have ended.
+    /// @param foundInForce  the scopes that are in force by the setting's own account.
     void takeOver(const std::vector<PMSetScope>& foundInForce = {});
 
-    /// Asks for an override in a process's name, or gives it back, which may come into force a little later.
-    /// @throws the setting's error; an override that could not be had is not remembered. WakeControlError when the process
-    /// has ended, std::system_error when it cannot be watched or the journal not be written.
-    /// @param user  for whom the process asks.
-    void setSleepDisabled(const ProcessIdentity& owner, PMSetScope scope, bool disabled,
-                          std::optional<uid_t> user = std::nullopt);
+    /// Begins an override in a process's name. One that cannot be had is forgotten.
+    /// @param user  for whom the process runs.
+    /// @throws the setting's error; WakeControlError when the process has ended, std::system_error when it cannot be
+    /// watched or the journal cannot be written.
+    void begin(const ProcessIdentity& owner, PMSetScope scope, std::optional<uid_t> user = std::nullopt);
 
-    /// Gives back at once what processes asked for whose user is not served any more. One whose user is not known keeps it.
+    /// Ends an override, which may take effect a little later. Does nothing for one that never began.
+    /// @throws the setting's error; std::system_error when the journal cannot be written. It is tried again then.
+    void end(const ProcessIdentity& owner, PMSetScope scope);
+
+    /// Ends at once the overrides of processes whose user is not served any more. One whose user is not known keeps
+    /// them.
     void endUnserved(const std::function<bool(uid_t user)>& isServed);
 
-    /// Gives back everything that anybody asked for, at once.
-    void undoAll();
+    /// Ends every override at once.
+    void endAll();
 
-    /// Whether what nobody waits for has failed, such as undoing what a dead process asked for. It is tried again
-    /// and again while the event loop runs.
+    /// Whether something has failed that nobody waits for, such as ending the override of a dead process. It is tried
+    /// again and again while the event loop runs.
     bool hasUnfinishedWork() const { return !isSettled; }
 
     /// Tries it once more now.
     void retry() { settle(); }
 
 private:
-    struct Owner {
-        std::set<PMSetScope> scopes;
+    using Scopes = std::set<PMSetScope>;
 
-        /// Given back, and still in force until the timer has run out.
-        std::set<PMSetScope> released;
-        std::unique_ptr<HelperTimer> releaseTimer;
+    struct Owner {
+        Scopes scopes;
+
+        /// Ended with the lid closed, and still in force until the timer has run out.
+        Scopes ending;
+        std::unique_ptr<HelperTimer> endingTimer;
         std::unique_ptr<ProcessWatch> watch;
         std::optional<uid_t> user;
     };
 
     SleepOverrideRecord readJournal() const;
-    void adopt(const SleepOverride& override);
+    void adopt(const SleepOverride& recorded);
     std::unique_ptr<ProcessWatch> watch(const ProcessIdentity& process);
     void ownerEnded(ProcessIdentity owner);
-    void add(const ProcessIdentity& owner, PMSetScope scope, std::optional<uid_t> user);
-    void remove(const ProcessIdentity& owner, PMSetScope scope);
-    void release(const ProcessIdentity& owner, PMSetScope scope);
-    void forgetReleased(ProcessIdentity owner);
+    void endLater(const ProcessIdentity& owner, PMSetScope scope);
+    void endNow(ProcessIdentity owner);
     bool lidMayBeClosed() const;
-    std::set<PMSetScope> wantedScopes() const;
+    Scopes wantedScopes() const;
     void writeJournal() const;
+    bool isApplied(const Scopes& scopes) const { return unknown.empty() && scopes == applied; }
+    void apply(const Scopes& scopes);
+    void applyPossible(const Scopes& wanted);
     void reconcile();
-    void bringIntoForce(PMSetScope scope);
     void settle() noexcept;
 
-    std::shared_ptr<PrivilegedSleepControlling> setting;
+    std::shared_ptr<SleepSetting> setting;
     SleepOverrideJournal journal;
     Surroundings surroundings;
     std::unique_ptr<HelperTimer> retryTimer;
     std::map<ProcessIdentity, Owner> owners;
 
-    /// What is switched off by this process.
-    std::set<PMSetScope> inForce;
+    /// The scopes that the setting has confirmed last.
+    Scopes applied;
 
-    /// What may be switched off: an earlier process, or an attempt that failed, may have left it so.
-    std::set<PMSetScope> doubtful;
+    /// The scopes of which nobody knows whether they are in force: an earlier helper or a failed attempt may have left
+    /// them so. Empty while the setting is known to be as it was confirmed.
+    Scopes unknown;
     bool isSettled = true;
 };
 

@@ -64,7 +64,7 @@ expectContains "$(cat /run/systemd/logind.conf.d/*)" "HandleLidSwitchExternalPow
 exec {plans}>&-
 expectWithin "$soon" hasAsked Suspend
 
-# The helper stopped with the lid closed: the override ends, and the machine goes to sleep.
+# Stopped with the lid closed: the override ends, and the machine goes to sleep.
 rm -f "$state.calls"
 beginHold all
 kill -s TERM "$helper"

@@ -72,7 +72,7 @@ kill -s KILL "$(helperProcess)" "$run"
 expectWithin "$soon" nothingInForce
 expectWithin "$soon" helperStateIs ready
 
-# The helper stopped: every override ends. Once it runs again, a Tavo that is told to refresh begins its override anew.
+# The helper stopped: every override ends. A Tavo that is told to evaluate has its own in force again once the helper is back.
 beginRun "$root" --always --lid closed
 expectWithin "$soon" lidActionsAre "ignore ignore"
 systemctl stop "$helperUnit"

@@ -24,7 +24,7 @@ battery ignore suspend
 all ignore ignore
 SCOPES
 
-# The end of an override restores a setting that was configured before, and external power, which follows it, keeps it.
+# The configured actions come back, and external power follows the configured one.
 mkdir -p /etc/systemd/logind.conf.d
 printf '[Login]\nHandleLidSwitch=lock\n' >/etc/systemd/logind.conf.d/90-own.conf
 systemctl kill --signal=HUP systemd-logind.service
@@ -35,7 +35,7 @@ endHold
 expectWithin "$soon" lidActionsAre "lock -"
 expectContains "$(cat /etc/systemd/logind.conf.d/90-own.conf)" "HandleLidSwitch=lock" "the own file"
 
-# A drop-in that sorts after the helper's wins: the helper notices, refuses the override and removes its own.
+# A setting that comes after the helper's is noticed and reported, and nothing stays in force.
 printf '[Login]\nHandleLidSwitch=suspend\n' >/etc/systemd/logind.conf.d/zzzz.conf
 reply=$(client send '{"setSleepDisabled":{"scope":"all","disabled":true}}')
 expectContains "$reply" "HandleLidSwitch=suspend" "what logind reports"

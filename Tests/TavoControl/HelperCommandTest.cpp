@@ -7,7 +7,7 @@
 #include "TavoControl/CommandTest.h"
 #include "Version.h"
 #include "base/JsonCoding.h"
-#include "helper/PrivilegedHelperInstallerError.h"
+#include "helper/PrivilegedHelperInstaller.h"
 
 #include <sys/wait.h>
 #include <unistd.h>

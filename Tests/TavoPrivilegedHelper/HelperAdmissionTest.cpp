@@ -2,7 +2,7 @@
 
 #include "Support/ManualHelperTimers.h"
 #include "Support/ScriptedProcessWatching.h"
-#include "Support/ScriptedSleepController.h"
+#include "Support/ScriptedSleepSetting.h"
 #include "Support/TemporaryDirectory.h"
 
 #include <gmock/gmock.h>
@@ -37,7 +37,7 @@ protected:
     const std::string coverTheLid = R"({"setSleepDisabled":{"scope":"ac","disabled":true}})";
 
     TemporaryDirectory folder;
-    std::shared_ptr<ScriptedSleepController> setting = std::make_shared<ScriptedSleepController>();
+    std::shared_ptr<ScriptedSleepSetting> setting = std::make_shared<ScriptedSleepSetting>();
     std::shared_ptr<ScriptedProcessWatching> processes = std::make_shared<ScriptedProcessWatching>();
     std::shared_ptr<HelperService> service = std::make_shared<HelperService>(
         std::make_shared<OverrideKeeper>(setting, SleepOverrideJournal(folder.path() / "overrides.json"),
@@ -109,8 +109,9 @@ TEST_F(Admission, TheCallerIsTheProcessThatMadeTheConnectionAndNotOneThatHasItsN
     const auto visit = admission->admit(consoleUser, process.pid);
     processes->end(process);
     processes->start({process.pid, 9000});
-    EXPECT_EQ(ask(*visit, coverTheLid).data, R"({"error":{"_0":"the process that asked for an override has ended."}})");
-    EXPECT_THAT(*setting->log, IsEmpty());
+    EXPECT_EQ(ask(*visit, coverTheLid).data,
+              R"({"error":{"_0":"the process that requested the override has ended."}})");
+    EXPECT_THAT(setting->log, IsEmpty());
 }
 
 TEST_F(Admission, AProcessThatHasEndedBeforeItIsLetInIsNobody) {
@@ -119,11 +120,11 @@ TEST_F(Admission, AProcessThatHasEndedBeforeItIsLetInIsNobody) {
     EXPECT_THAT(ask(*visit, coverTheLid).message.value_or(""), HasSubstr("has ended"));
 }
 
-TEST_F(Admission, AnOverrideThatItsCallerHasNotWaitedForIsTakenBack) {
+TEST_F(Admission, AnOverrideWhoseCallerHasNotWaitedForItEnds) {
     const auto visit = admission->admit(consoleUser, process.pid);
     setting->onCall = [&] { visit->end(); };
     ask(*visit, coverTheLid);
-    EXPECT_THAT(*setting->log, ElementsAre("sleep off ac", "sleep on ac"));
+    EXPECT_THAT(setting->log, ElementsAre("apply ac", "apply none"));
 }
 
 TEST_F(Admission, ACallerThatHangsUpWhileItWaitsBehindOthersIsNotServed) {
@@ -131,7 +132,7 @@ TEST_F(Admission, ACallerThatHangsUpWhileItWaitsBehindOthersIsNotServed) {
     EXPECT_FALSE(visit->receive(coverTheLid.size()));
     visit->end();
     EXPECT_FALSE(visit->serve(coverTheLid).data);
-    EXPECT_THAT(*setting->log, IsEmpty());
+    EXPECT_THAT(setting->log, IsEmpty());
 }
 
 TEST_F(Admission, TheDeadlineEndsASilentConnectionButNotOneThatIsBeingServed) {

@@ -2,7 +2,7 @@
 
 #include "Support/ManualHelperTimers.h"
 #include "Support/ScriptedProcessWatching.h"
-#include "Support/ScriptedSleepController.h"
+#include "Support/ScriptedSleepSetting.h"
 #include "Support/TemporaryDirectory.h"
 #include "base/DescribedError.h"
 
@@ -24,7 +24,7 @@ protected:
     const HelperCaller caller{installingUser, {100, 5000}};
 
     TemporaryDirectory folder;
-    std::shared_ptr<ScriptedSleepController> setting = std::make_shared<ScriptedSleepController>();
+    std::shared_ptr<ScriptedSleepSetting> setting = std::make_shared<ScriptedSleepSetting>();
     std::shared_ptr<ScriptedProcessWatching> processes = std::make_shared<ScriptedProcessWatching>();
     std::shared_ptr<OverrideKeeper> keeper =
         std::make_shared<OverrideKeeper>(setting, SleepOverrideJournal(folder.path() / "overrides.json"),
@@ -53,11 +53,11 @@ TEST_F(Service, AnswersAPing) {
     EXPECT_EQ(service.serve(caller, R"({"ping":{}})"), (PrivilegedHelperReply{R"({"pong":{}})", std::nullopt}));
 }
 
-TEST_F(Service, TiesAnOverrideToTheProcessThatAskedForIt) {
+TEST_F(Service, TiesAnOverrideToTheProcessThatBeganIt) {
     EXPECT_EQ(service.serve(caller, R"({"setSleepDisabled":{"scope":"ac","disabled":true}})").data, R"({"ok":{}})");
-    EXPECT_THAT(*setting->log, ElementsAre("sleep off ac"));
+    EXPECT_THAT(setting->log, ElementsAre("apply ac"));
     processes->end(caller.process);
-    EXPECT_THAT(*setting->log, ElementsAre("sleep off ac", "sleep on ac"));
+    EXPECT_THAT(setting->log, ElementsAre("apply ac", "apply none"));
 }
 
 TEST_F(Service, AFailureIsAResponse) {
@@ -73,7 +73,7 @@ TEST_F(Service, ServesRootAndTheUserItIsForAndNobodyElse) {
     const auto reply = service.serve(stranger, R"({"setSleepDisabled":{"scope":"ac","disabled":true}})");
     EXPECT_FALSE(reply.data);
     EXPECT_THAT(reply.message.value_or(""), HasSubstr("user id 1001"));
-    EXPECT_THAT(*setting->log, IsEmpty());
+    EXPECT_THAT(setting->log, IsEmpty());
 }
 
 TEST_F(Service, LogsWhatIsGrantedEndedAndRefusedWithUserProcessAndScope) {
@@ -84,11 +84,11 @@ TEST_F(Service, LogsWhatIsGrantedEndedAndRefusedWithUserProcessAndScope) {
     service.serve(caller, R"({"setSleepDisabled":{"scope":"battery","disabled":true}})");
     service.serve(caller, "[]");
     EXPECT_THAT(lines,
-                ElementsAre("process 100 of user 1000 got an override for ac.",
+                ElementsAre("process 100 of user 1000 began an override for ac.",
                             "process 100 of user 1000 ended its override for ac.",
                             "process 100 of user 1001 was refused unread: the privileged helper does not serve this "
                             "user (user id 1001).",
-                            "process 100 of user 1000 did not get an override for battery: logind refused.",
+                            "process 100 of user 1000 could not begin an override for battery: logind refused.",
                             testing::StartsWith("process 100 of user 1000 was refused, it sent no command: ")));
 }
 
@@ -108,7 +108,7 @@ TEST_F(Service, AFloodOfRefusalsFillsNoLogAndHidesNoGrant) {
     }
     EXPECT_LE(lines.size(), 2 * BoundedLog::burst);
     service.serve(caller, R"({"setSleepDisabled":{"scope":"ac","disabled":true}})");
-    EXPECT_EQ(lines.back(), "process 100 of user 1000 got an override for ac.");
+    EXPECT_EQ(lines.back(), "process 100 of user 1000 began an override for ac.");
 }
 
 TEST_F(Service, APingIsNotWorthALine) {
@@ -123,7 +123,7 @@ TEST_F(Service, WhatIsNoCommandGetsAMessage) {
         EXPECT_FALSE(reply.data) << body;
         EXPECT_TRUE(reply.message && !reply.message->empty()) << body;
     }
-    EXPECT_THAT(*setting->log, IsEmpty());
+    EXPECT_THAT(setting->log, IsEmpty());
     EXPECT_EQ(resets, 0);
 }
 

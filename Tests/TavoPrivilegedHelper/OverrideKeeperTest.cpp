@@ -1,9 +1,8 @@
 #include "TavoPrivilegedHelper/OverrideKeeper.h"
 
-#include "Support/EventLog.h"
 #include "Support/ManualHelperTimers.h"
 #include "Support/ScriptedProcessWatching.h"
-#include "Support/ScriptedSleepController.h"
+#include "Support/ScriptedSleepSetting.h"
 #include "Support/TemporaryDirectory.h"
 
 #include <gmock/gmock.h>
@@ -40,18 +39,16 @@ protected:
                                          .log = [this](const std::string& line) { lines.push_back(line); }});
     }
 
-    void ask(const ProcessIdentity& owner, PMSetScope scope) { keeper->setSleepDisabled(owner, scope, true); }
-    void askFor(uid_t user, const ProcessIdentity& owner, PMSetScope scope) {
-        keeper->setSleepDisabled(owner, scope, true, user);
-    }
-    void giveBack(const ProcessIdentity& owner, PMSetScope scope) { keeper->setSleepDisabled(owner, scope, false); }
+    void begin(const ProcessIdentity& owner, PMSetScope scope) { keeper->begin(owner, scope); }
+    void beginFor(uid_t user, const ProcessIdentity& owner, PMSetScope scope) { keeper->begin(owner, scope, user); }
+    void end(const ProcessIdentity& owner, PMSetScope scope) { keeper->end(owner, scope); }
 
-    std::vector<std::string> asked() { return std::exchange(*setting->log, {}); }
+    EventLog applied() { return std::exchange(setting->log, {}); }
 
     TemporaryDirectory folder;
     std::filesystem::path file = folder.path() / "overrides.json";
     SleepOverrideJournal journal{file};
-    std::shared_ptr<ScriptedSleepController> setting = std::make_shared<ScriptedSleepController>();
+    std::shared_ptr<ScriptedSleepSetting> setting = std::make_shared<ScriptedSleepSetting>();
     std::shared_ptr<ScriptedProcessWatching> processes = std::make_shared<ScriptedProcessWatching>();
     std::shared_ptr<ManualHelperTimers> timers;
     bool isLidClosed = false;
@@ -59,110 +56,142 @@ protected:
     std::unique_ptr<OverrideKeeper> keeper;
 };
 
-TEST_F(Keeper, SwitchesAScopeOffAndOnAgain) {
-    ask(tavoProcess, PMSetScope::ac);
-    EXPECT_THAT(asked(), ElementsAre("sleep off ac"));
-    giveBack(tavoProcess, PMSetScope::ac);
-    EXPECT_THAT(asked(), ElementsAre("sleep on ac"));
+TEST_F(Keeper, BeginsAnOverrideAndEndsIt) {
+    begin(tavoProcess, PMSetScope::ac);
+    EXPECT_THAT(applied(), ElementsAre("apply ac"));
+    end(tavoProcess, PMSetScope::ac);
+    EXPECT_THAT(applied(), ElementsAre("apply none"));
 }
 
-TEST_F(Keeper, AsksForAScopeOnceHoweverManyWantIt) {
-    ask(tavoProcess, PMSetScope::ac);
-    ask(controlProcess, PMSetScope::ac);
-    ask(tavoProcess, PMSetScope::ac);
-    EXPECT_THAT(asked(), ElementsAre("sleep off ac"));
-    giveBack(tavoProcess, PMSetScope::ac);
-    EXPECT_THAT(asked(), IsEmpty());
-    giveBack(controlProcess, PMSetScope::ac);
-    EXPECT_THAT(asked(), ElementsAre("sleep on ac"));
+TEST_F(Keeper, AppliesAScopeOnceHoweverManyWantIt) {
+    begin(tavoProcess, PMSetScope::ac);
+    begin(controlProcess, PMSetScope::ac);
+    begin(tavoProcess, PMSetScope::ac);
+    EXPECT_THAT(applied(), ElementsAre("apply ac"));
+    end(tavoProcess, PMSetScope::ac);
+    EXPECT_THAT(applied(), IsEmpty());
+    end(controlProcess, PMSetScope::ac);
+    EXPECT_THAT(applied(), ElementsAre("apply none"));
 }
 
-TEST_F(Keeper, EachScopeIsUndoneWithItsOwnProcess) {
-    ask(tavoProcess, PMSetScope::ac);
-    ask(controlProcess, PMSetScope::battery);
-    asked();
+TEST_F(Keeper, EachScopeEndsWithItsOwnProcess) {
+    begin(tavoProcess, PMSetScope::ac);
+    begin(controlProcess, PMSetScope::battery);
+    applied();
     processes->end(controlProcess);
-    EXPECT_THAT(asked(), ElementsAre("sleep on battery"));
+    EXPECT_THAT(applied(), ElementsAre("apply ac"));
     processes->end(tavoProcess);
-    EXPECT_THAT(asked(), ElementsAre("sleep on ac"));
+    EXPECT_THAT(applied(), ElementsAre("apply none"));
     EXPECT_FALSE(std::filesystem::exists(file));
 }
 
 TEST_F(Keeper, AProcessThatEndsTakesAllItsScopesWithIt) {
-    ask(tavoProcess, PMSetScope::ac);
-    ask(tavoProcess, PMSetScope::battery);
-    asked();
+    begin(tavoProcess, PMSetScope::ac);
+    begin(tavoProcess, PMSetScope::battery);
+    applied();
     processes->end(tavoProcess);
-    EXPECT_THAT(asked(), ElementsAre("sleep on ac", "sleep on battery"));
+    EXPECT_THAT(applied(), ElementsAre("apply none"));
 }
 
-TEST_F(Keeper, AProcessThatGaveEverythingBackIsNotWatchedAnyMore) {
-    ask(tavoProcess, PMSetScope::ac);
+TEST_F(Keeper, AProcessWithoutAnOverrideIsNotWatchedAnyMore) {
+    begin(tavoProcess, PMSetScope::ac);
     EXPECT_TRUE(processes->isWatched(tavoProcess));
-    giveBack(tavoProcess, PMSetScope::ac);
+    end(tavoProcess, PMSetScope::ac);
     EXPECT_FALSE(processes->isWatched(tavoProcess));
 }
 
-TEST_F(Keeper, GivingBackWhatOneNeverHadChangesNothing) {
-    ask(tavoProcess, PMSetScope::ac);
-    asked();
-    giveBack(controlProcess, PMSetScope::ac);
-    giveBack(tavoProcess, PMSetScope::battery);
-    EXPECT_THAT(asked(), IsEmpty());
+TEST_F(Keeper, EndingAnOverrideThatNeverBeganChangesNothing) {
+    begin(tavoProcess, PMSetScope::ac);
+    applied();
+    end(controlProcess, PMSetScope::ac);
+    end(tavoProcess, PMSetScope::battery);
+    EXPECT_THAT(applied(), IsEmpty());
 }
 
 TEST_F(Keeper, AProcessThatHasEndedGetsNothing) {
-    EXPECT_THROW(ask({300, 7000}, PMSetScope::ac), WakeControlError);
-    EXPECT_THROW(ask({tavoProcess.pid, tavoProcess.startTime + 1}, PMSetScope::ac), WakeControlError);
-    EXPECT_THAT(asked(), IsEmpty());
+    EXPECT_THROW(begin({300, 7000}, PMSetScope::ac), WakeControlError);
+    EXPECT_THROW(begin({tavoProcess.pid, tavoProcess.startTime + 1}, PMSetScope::ac), WakeControlError);
+    EXPECT_THAT(applied(), IsEmpty());
 }
 
-TEST_F(Keeper, TheJournalIsWrittenBeforeSomethingIsSwitchedOff) {
+TEST_F(Keeper, TheJournalIsWrittenBeforeAScopeComesIntoForce) {
     SleepOverrideRecord seen;
     setting->onCall = [&] { seen = journal.load(); };
-    ask(tavoProcess, PMSetScope::ac);
+    begin(tavoProcess, PMSetScope::ac);
     EXPECT_EQ(seen, (SleepOverrideRecord{{{tavoProcess, {PMSetScope::ac}}}, {PMSetScope::ac}}));
 }
 
-TEST_F(Keeper, TheJournalForgetsAScopeOnlyOnceItIsSwitchedOnAgain) {
-    ask(tavoProcess, PMSetScope::ac);
+TEST_F(Keeper, TheJournalForgetsAScopeOnlyOnceItHasEnded) {
+    begin(tavoProcess, PMSetScope::ac);
     SleepOverrideRecord seen;
     setting->onCall = [&] { seen = journal.load(); };
-    giveBack(tavoProcess, PMSetScope::ac);
+    end(tavoProcess, PMSetScope::ac);
     EXPECT_THAT(seen.scopesInForce, ElementsAre(PMSetScope::ac));
     EXPECT_TRUE(journal.load().isEmpty());
 }
 
-TEST_F(Keeper, WhatCouldNotBeHadIsNotRemembered) {
+TEST_F(Keeper, AnOverrideThatCannotBeHadIsForgotten) {
     setting->failure = "no.";
-    EXPECT_THROW(ask(tavoProcess, PMSetScope::ac), WakeControlError);
+    EXPECT_THROW(begin(tavoProcess, PMSetScope::ac), WakeControlError);
     setting->failure.reset();
-    asked();
+    applied();
     keeper->retry();
-    EXPECT_THAT(asked(), ElementsAre("sleep on ac")) << "half of it may have been done";
+    EXPECT_THAT(applied(), ElementsAre("apply none")) << "half of it may have been done";
     EXPECT_FALSE(processes->isWatched(tavoProcess));
     EXPECT_TRUE(journal.load().isEmpty());
 }
 
-TEST_F(Keeper, AScopeThatCouldNotBeHadLeavesTheOthersAlone) {
-    ask(tavoProcess, PMSetScope::ac);
+TEST_F(Keeper, AScopeThatCannotBeHadLeavesTheOthersAlone) {
+    begin(tavoProcess, PMSetScope::ac);
     setting->failure = "no.";
-    EXPECT_THROW(ask(tavoProcess, PMSetScope::battery), WakeControlError);
+    EXPECT_THROW(begin(tavoProcess, PMSetScope::battery), WakeControlError);
     setting->failure.reset();
     keeper->retry();
     EXPECT_EQ(journal.load(), (SleepOverrideRecord{{{tavoProcess, {PMSetScope::ac}}}, {PMSetScope::ac}}));
     EXPECT_TRUE(processes->isWatched(tavoProcess));
 }
 
-TEST_F(Keeper, WhatCannotBeHadAnyMoreDoesNotKeepWhatNobodyWants) {
+TEST_F(Keeper, AScopeThatCannotBeHadAnyMoreKeepsNoneInForceThatNobodyWants) {
     journal.save({{{tavoProcess, {PMSetScope::ac}}}, {PMSetScope::ac, PMSetScope::all}});
-    setting->onCall = [this] {
-        setting->failure =
-            setting->log->back() == "sleep off ac" ? std::optional<std::string>("refused.") : std::nullopt;
-    };
+    setting->unavailable = PMSetScope::ac;
     keeper->takeOver();
-    EXPECT_THAT(asked(), ElementsAre("sleep off ac", "sleep on all"));
+    EXPECT_THAT(applied(), ElementsAre("apply ac", "apply none"));
     EXPECT_TRUE(keeper->hasUnfinishedWork());
+}
+
+TEST_F(Keeper, AScopeThatCannotBeHadDoesNotCostTheOthersTheirs) {
+    journal.save({{{tavoProcess, {PMSetScope::ac}}, {controlProcess, {PMSetScope::battery}}},
+                  {PMSetScope::ac, PMSetScope::battery}});
+    setting->unavailable = PMSetScope::battery;
+    keeper->takeOver();
+    EXPECT_THAT(applied(), ElementsAre("apply ac battery", "apply ac"));
+    EXPECT_TRUE(keeper->hasUnfinishedWork());
+    setting->unavailable.reset();
+    keeper->retry();
+    EXPECT_THAT(applied(), ElementsAre("apply ac battery"));
+    EXPECT_FALSE(keeper->hasUnfinishedWork());
+}
+
+TEST_F(Keeper, ASettingThatDoesNotAnswerLosesNoOverrideThatIsWanted) {
+    begin(tavoProcess, PMSetScope::ac);
+    applied();
+    setting->failure = "logind is away.";
+    EXPECT_THROW(begin(controlProcess, PMSetScope::battery), WakeControlError);
+    EXPECT_THAT(applied(), ElementsAre("apply ac battery", "apply ac"));
+    timers->advance(OverrideKeeper::retryPause);
+    EXPECT_THAT(applied(), ElementsAre("apply ac"));
+}
+
+TEST_F(Keeper, AScopeThatMayHaveEndedAfterAllIsAppliedWhenItBeginsAgain) {
+    begin(tavoProcess, PMSetScope::ac);
+    setting->failure = "logind is away.";
+    EXPECT_THROW(end(tavoProcess, PMSetScope::ac), WakeControlError);
+    setting->failure.reset();
+    applied();
+    begin(tavoProcess, PMSetScope::ac);
+    EXPECT_THAT(applied(), ElementsAre("apply ac"));
+    timers->advance(OverrideKeeper::retryPause);
+    EXPECT_THAT(applied(), IsEmpty());
 }
 
 TEST_F(Keeper, AProcessThatCannotBeWatchedIsNotTakenOverAndTheOthersAre) {
@@ -170,26 +199,26 @@ TEST_F(Keeper, AProcessThatCannotBeWatchedIsNotTakenOverAndTheOthersAre) {
                   {PMSetScope::ac, PMSetScope::battery}});
     processes->unwatchable = tavoProcess;
     keeper->takeOver();
-    EXPECT_THAT(asked(), ElementsAre("sleep off battery", "sleep on ac"));
+    EXPECT_THAT(applied(), ElementsAre("apply battery"));
     EXPECT_FALSE(keeper->hasUnfinishedWork());
 }
 
 TEST_F(Keeper, ServesOnlySoManyProcesses) {
     for (pid_t pid = 1000; pid < 1000 + static_cast<pid_t>(OverrideKeeper::maxOwners); ++pid) {
         processes->start({pid, 1});
-        ask({pid, 1}, PMSetScope::ac);
+        begin({pid, 1}, PMSetScope::ac);
     }
-    EXPECT_THROW(ask(tavoProcess, PMSetScope::ac), WakeControlError);
+    EXPECT_THROW(begin(tavoProcess, PMSetScope::ac), WakeControlError);
     EXPECT_FALSE(processes->isWatched(tavoProcess));
-    ask({1000, 1}, PMSetScope::battery);
+    begin({1000, 1}, PMSetScope::battery);
     processes->end({1001, 1});
-    ask(tavoProcess, PMSetScope::ac);
+    begin(tavoProcess, PMSetScope::ac);
     EXPECT_TRUE(processes->isWatched(tavoProcess));
 }
 
-TEST_F(Keeper, WhatCouldNotBeUndoneIsTriedAgain) {
-    ask(tavoProcess, PMSetScope::ac);
-    asked();
+TEST_F(Keeper, AnEndThatFailsIsTriedAgain) {
+    begin(tavoProcess, PMSetScope::ac);
+    applied();
     setting->failure = "logind is away.";
     processes->end(tavoProcess);
     EXPECT_TRUE(keeper->hasUnfinishedWork());
@@ -197,88 +226,88 @@ TEST_F(Keeper, WhatCouldNotBeUndoneIsTriedAgain) {
     timers->advance(OverrideKeeper::retryPause);
     EXPECT_TRUE(keeper->hasUnfinishedWork());
     setting->failure.reset();
-    asked();
+    applied();
     timers->advance(OverrideKeeper::retryPause);
-    EXPECT_THAT(asked(), ElementsAre("sleep on ac"));
+    EXPECT_THAT(applied(), ElementsAre("apply none"));
     EXPECT_FALSE(keeper->hasUnfinishedWork());
     timers->advance(OverrideKeeper::retryPause);
-    EXPECT_THAT(asked(), IsEmpty());
+    EXPECT_THAT(applied(), IsEmpty());
     EXPECT_EQ(lines.size(), 2U) << "an end, and one line for all attempts";
 }
 
-TEST_F(Keeper, TheNewScopeComesBeforeTheOldOneGoes) {
-    ask(tavoProcess, PMSetScope::ac);
+TEST_F(Keeper, ANewScopeReplacesOneThatCouldNotEnd) {
+    begin(tavoProcess, PMSetScope::ac);
     setting->failure = "busy.";
-    EXPECT_THROW(giveBack(tavoProcess, PMSetScope::ac), WakeControlError);
+    EXPECT_THROW(end(tavoProcess, PMSetScope::ac), WakeControlError);
     setting->failure.reset();
-    asked();
-    ask(tavoProcess, PMSetScope::all);
-    EXPECT_THAT(asked(), ElementsAre("sleep off all", "sleep on ac"));
+    applied();
+    begin(tavoProcess, PMSetScope::all);
+    EXPECT_THAT(applied(), ElementsAre("apply all"));
 }
 
-TEST_F(Keeper, ARestartTakesOverWhatLivingProcessesAskedFor) {
-    ask(tavoProcess, PMSetScope::ac);
-    ask(controlProcess, PMSetScope::battery);
+TEST_F(Keeper, ARestartTakesOverTheOverridesOfLivingProcesses) {
+    begin(tavoProcess, PMSetScope::ac);
+    begin(controlProcess, PMSetScope::battery);
     restart();
     processes->end(controlProcess);
-    asked();
+    applied();
     keeper->takeOver();
-    EXPECT_THAT(asked(), ElementsAre("sleep off ac", "sleep on battery"));
+    EXPECT_THAT(applied(), ElementsAre("apply ac"));
     processes->end(tavoProcess);
-    EXPECT_THAT(asked(), ElementsAre("sleep on ac"));
+    EXPECT_THAT(applied(), ElementsAre("apply none"));
     EXPECT_FALSE(std::filesystem::exists(file));
 }
 
 TEST_F(Keeper, ANumberThatBelongsToAnotherProcessNowIsNotTakenOver) {
-    ask(tavoProcess, PMSetScope::ac);
+    begin(tavoProcess, PMSetScope::ac);
     keeper.reset();
     processes->end(tavoProcess);
     processes->start({tavoProcess.pid, tavoProcess.startTime + 1});
     restart();
-    asked();
+    applied();
     keeper->takeOver();
-    EXPECT_THAT(asked(), ElementsAre("sleep on ac"));
+    EXPECT_THAT(applied(), ElementsAre("apply none"));
 }
 
-TEST_F(Keeper, WhatTheSettingSaysIsInForceIsUndoneAlsoWithoutAJournal) {
+TEST_F(Keeper, AScopeThatTheSettingReportsEndsAlsoWithoutAJournal) {
     keeper->takeOver({PMSetScope::battery});
-    EXPECT_THAT(asked(), ElementsAre("sleep on battery"));
+    EXPECT_THAT(applied(), ElementsAre("apply none"));
 }
 
-TEST_F(Keeper, AJournalThatCannotBeReadMeansThatEverythingIsUndone) {
+TEST_F(Keeper, AJournalThatCannotBeReadEndsEverything) {
     std::ofstream(file) << "{\"overrides\":";
     keeper->takeOver();
-    EXPECT_THAT(asked(), ElementsAre("sleep on all", "sleep on ac", "sleep on battery"));
+    EXPECT_THAT(applied(), ElementsAre("apply none"));
     EXPECT_FALSE(std::filesystem::exists(file));
 }
 
 TEST_F(Keeper, ATakeOverThatFailsIsTriedAgain) {
-    ask(tavoProcess, PMSetScope::ac);
+    begin(tavoProcess, PMSetScope::ac);
     restart();
     setting->failure = "logind is away.";
     keeper->takeOver();
     EXPECT_TRUE(keeper->hasUnfinishedWork());
     setting->failure.reset();
-    asked();
+    applied();
     keeper->retry();
-    EXPECT_THAT(asked(), ElementsAre("sleep off ac"));
+    EXPECT_THAT(applied(), ElementsAre("apply ac"));
     EXPECT_FALSE(keeper->hasUnfinishedWork());
 }
 
-TEST_F(Keeper, UndoesEverythingWhenItIsToldTo) {
-    ask(tavoProcess, PMSetScope::ac);
-    ask(controlProcess, PMSetScope::battery);
-    asked();
-    keeper->undoAll();
-    EXPECT_THAT(asked(), ElementsAre("sleep on ac", "sleep on battery"));
+TEST_F(Keeper, EndsEverythingWhenItIsToldTo) {
+    begin(tavoProcess, PMSetScope::ac);
+    begin(controlProcess, PMSetScope::battery);
+    applied();
+    keeper->endAll();
+    EXPECT_THAT(applied(), ElementsAre("apply none"));
     EXPECT_FALSE(std::filesystem::exists(file));
     EXPECT_FALSE(processes->isWatched(tavoProcess));
 }
 
-TEST_F(Keeper, DoesNotSwitchOffWhatItCannotWriteDown) {
+TEST_F(Keeper, AppliesNothingThatItCannotWriteDown) {
     std::filesystem::create_directory(file);
-    EXPECT_ANY_THROW(ask(tavoProcess, PMSetScope::ac));
-    EXPECT_THAT(asked(), IsEmpty());
+    EXPECT_ANY_THROW(begin(tavoProcess, PMSetScope::ac));
+    EXPECT_THAT(applied(), IsEmpty());
 }
 
 class KeeperWithLidClosed : public Keeper {
@@ -289,104 +318,115 @@ protected:
     }
 };
 
-TEST_F(KeeperWithLidClosed, AScopeThatIsGivenBackStaysForAMomentInCaseAnotherIsAskedFor) {
-    ask(tavoProcess, PMSetScope::all);
-    asked();
-    giveBack(tavoProcess, PMSetScope::all);
-    EXPECT_THAT(asked(), IsEmpty());
-    ask(tavoProcess, PMSetScope::ac);
-    EXPECT_THAT(asked(), ElementsAre("sleep off ac", "sleep on all"));
+TEST_F(KeeperWithLidClosed, AScopeStaysForAMomentInCaseTheNextOverrideBegins) {
+    begin(tavoProcess, PMSetScope::all);
+    applied();
+    end(tavoProcess, PMSetScope::all);
+    EXPECT_THAT(applied(), IsEmpty());
+    begin(tavoProcess, PMSetScope::ac);
+    EXPECT_THAT(applied(), ElementsAre("apply ac"));
     timers->advance(OverrideKeeper::grace);
-    EXPECT_THAT(asked(), IsEmpty());
+    EXPECT_THAT(applied(), IsEmpty());
 }
 
-TEST_F(KeeperWithLidClosed, TheSameScopeMayBeTakenAgainWithoutAGap) {
-    ask(tavoProcess, PMSetScope::all);
-    asked();
-    giveBack(tavoProcess, PMSetScope::all);
-    ask(tavoProcess, PMSetScope::all);
+TEST_F(KeeperWithLidClosed, ANextOverrideThatCannotBeHadLeavesTheMoment) {
+    begin(tavoProcess, PMSetScope::all);
+    end(tavoProcess, PMSetScope::all);
+    applied();
+    setting->unavailable = PMSetScope::ac;
+    EXPECT_THROW(begin(tavoProcess, PMSetScope::ac), WakeControlError);
+    EXPECT_THAT(applied(), ElementsAre("apply ac", "apply all"));
     timers->advance(OverrideKeeper::grace);
-    EXPECT_THAT(asked(), IsEmpty());
+    EXPECT_THAT(applied(), ElementsAre("apply none"));
+}
+
+TEST_F(KeeperWithLidClosed, TheSameScopeMayBeginAgainWithoutAGap) {
+    begin(tavoProcess, PMSetScope::all);
+    applied();
+    end(tavoProcess, PMSetScope::all);
+    begin(tavoProcess, PMSetScope::all);
+    timers->advance(OverrideKeeper::grace);
+    EXPECT_THAT(applied(), IsEmpty());
     EXPECT_EQ(journal.load().overrides.size(), 1U);
 }
 
-TEST_F(KeeperWithLidClosed, AScopeThatIsNotAskedForAgainGoesAfterTheMoment) {
-    ask(tavoProcess, PMSetScope::all);
-    giveBack(tavoProcess, PMSetScope::all);
-    asked();
+TEST_F(KeeperWithLidClosed, AScopeThatDoesNotBeginAgainEndsAfterTheMoment) {
+    begin(tavoProcess, PMSetScope::all);
+    end(tavoProcess, PMSetScope::all);
+    applied();
     timers->advance(OverrideKeeper::grace - std::chrono::milliseconds(1));
-    EXPECT_THAT(asked(), IsEmpty());
+    EXPECT_THAT(applied(), IsEmpty());
     timers->advance(std::chrono::milliseconds(1));
-    EXPECT_THAT(asked(), ElementsAre("sleep on all"));
+    EXPECT_THAT(applied(), ElementsAre("apply none"));
     EXPECT_FALSE(std::filesystem::exists(file));
     EXPECT_FALSE(processes->isWatched(tavoProcess));
 }
 
 TEST_F(KeeperWithLidClosed, AProcessThatEndsIsNotWaitedFor) {
-    ask(tavoProcess, PMSetScope::all);
-    giveBack(tavoProcess, PMSetScope::all);
-    asked();
+    begin(tavoProcess, PMSetScope::all);
+    end(tavoProcess, PMSetScope::all);
+    applied();
     processes->end(tavoProcess);
-    EXPECT_THAT(asked(), ElementsAre("sleep on all"));
+    EXPECT_THAT(applied(), ElementsAre("apply none"));
     timers->advance(OverrideKeeper::grace);
-    EXPECT_THAT(asked(), IsEmpty());
+    EXPECT_THAT(applied(), IsEmpty());
 }
 
 TEST_F(KeeperWithLidClosed, AStopIsNotWaitedFor) {
-    ask(tavoProcess, PMSetScope::all);
-    giveBack(tavoProcess, PMSetScope::all);
-    asked();
-    keeper->undoAll();
-    EXPECT_THAT(asked(), ElementsAre("sleep on all"));
+    begin(tavoProcess, PMSetScope::all);
+    end(tavoProcess, PMSetScope::all);
+    applied();
+    keeper->endAll();
+    EXPECT_THAT(applied(), ElementsAre("apply none"));
 }
 
 TEST_F(KeeperWithLidClosed, AHelperThatIsKilledMeanwhileLeavesNothingToTakeOver) {
-    ask(tavoProcess, PMSetScope::all);
-    giveBack(tavoProcess, PMSetScope::all);
+    begin(tavoProcess, PMSetScope::all);
+    end(tavoProcess, PMSetScope::all);
     restart();
-    asked();
+    applied();
     keeper->takeOver();
-    EXPECT_THAT(asked(), ElementsAre("sleep on all"));
+    EXPECT_THAT(applied(), ElementsAre("apply none"));
 }
 
-TEST_F(KeeperWithLidClosed, WhatWasNeverHadIsNotKept) {
-    giveBack(tavoProcess, PMSetScope::all);
-    ask(tavoProcess, PMSetScope::ac);
-    giveBack(tavoProcess, PMSetScope::battery);
-    EXPECT_THAT(asked(), ElementsAre("sleep off ac"));
+TEST_F(KeeperWithLidClosed, AScopeThatNeverBeganIsNotKept) {
+    end(tavoProcess, PMSetScope::all);
+    begin(tavoProcess, PMSetScope::ac);
+    end(tavoProcess, PMSetScope::battery);
+    EXPECT_THAT(applied(), ElementsAre("apply ac"));
 }
 
 TEST_F(Keeper, AUserWhoIsNotServedAnyMoreLosesOverridesThoughTheProcessLives) {
-    askFor(1000, tavoProcess, PMSetScope::ac);
-    askFor(0, controlProcess, PMSetScope::battery);
-    asked();
+    beginFor(1000, tavoProcess, PMSetScope::ac);
+    beginFor(0, controlProcess, PMSetScope::battery);
+    applied();
     keeper->endUnserved([](uid_t) { return true; });
-    EXPECT_THAT(asked(), IsEmpty());
+    EXPECT_THAT(applied(), IsEmpty());
     isLidClosed = true; // no grace for one who has gone
     keeper->endUnserved([](uid_t user) { return user == 0; });
-    EXPECT_THAT(asked(), ElementsAre("sleep on ac"));
+    EXPECT_THAT(applied(), ElementsAre("apply battery"));
     EXPECT_FALSE(processes->isWatched(tavoProcess));
     EXPECT_TRUE(processes->isWatched(controlProcess));
     const auto record = journal.load();
     ASSERT_EQ(record.overrides.size(), 1U);
     EXPECT_EQ(record.overrides[0].owner, controlProcess);
-    EXPECT_THAT(lines, testing::Contains("user 1000 is not served any more; what process 100 asked for is undone."));
+    EXPECT_THAT(lines, testing::Contains("user 1000 is not served any more, so the override of process 100 ends."));
 }
 
-TEST_F(Keeper, TheNextHelperKnowsForWhomAProcessAsked) {
-    askFor(1000, tavoProcess, PMSetScope::ac);
+TEST_F(Keeper, TheNextHelperKnowsTheUserOfAnOverride) {
+    beginFor(1000, tavoProcess, PMSetScope::ac);
     restart();
     keeper->takeOver();
-    asked();
+    applied();
     keeper->endUnserved([](uid_t) { return false; });
-    EXPECT_THAT(asked(), ElementsAre("sleep on ac"));
+    EXPECT_THAT(applied(), ElementsAre("apply none"));
 }
 
-TEST_F(Keeper, AnOwnerWhoseUserIsNotKnownKeepsWhatItHas) {
-    ask(tavoProcess, PMSetScope::ac);
-    asked();
+TEST_F(Keeper, AnOwnerWhoseUserIsNotKnownKeepsItsOverride) {
+    begin(tavoProcess, PMSetScope::ac);
+    applied();
     keeper->endUnserved([](uid_t) { return false; });
-    EXPECT_THAT(asked(), IsEmpty());
+    EXPECT_THAT(applied(), IsEmpty());
 }
 
 } // namespace

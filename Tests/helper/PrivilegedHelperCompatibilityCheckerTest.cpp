@@ -1,6 +1,5 @@
-#include "helper/PrivilegedHelperCompatibilityChecker.h"
-
 #include "Support/TemporaryDirectory.h"
+#include "helper/PrivilegedHelperInstaller.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>

@@ -360,7 +360,7 @@ TEST_F(PrivilegedHelperInstallerTest, WithoutADelayNothingSleeps) {
 using PrivilegedHelperInstallerDeathTest = PrivilegedHelperInstallerTest;
 
 TEST_F(PrivilegedHelperInstallerDeathTest, ANegativeNumberOfRetriesEndsTheProcess) {
-    EXPECT_DEATH(installerWith({.retries = -1}).waitForReachability(), "negative number of retries");
+    EXPECT_DEATH(installerWith({.retries = -1}).waitForReachability(), "number of retries is negative");
 }
 
 TEST_F(PrivilegedHelperInstallerTest, WhatIsInstalledButGoneAgainIsNotInstalled) {

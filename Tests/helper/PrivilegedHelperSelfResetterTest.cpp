@@ -3,13 +3,14 @@
 #include "Support/ScriptedCommandRunner.h"
 #include "Support/TemporaryDirectory.h"
 #include "Support/WaitUntil.h"
-#include "helper/PrivilegedHelperInstallerError.h"
+#include "helper/PrivilegedHelperInstaller.h"
 #include "helper/macos/LaunchDaemonSetup.h"
 #include "system/SystemCommandRunner.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <stdexcept>
 #include <system_error>
 
 namespace tavo {
@@ -88,6 +89,45 @@ TEST(PrivilegedHelperSelfResetter, TheFilesGoAfterTheShellHasReturned) {
     PrivilegedHelperSelfResetter(std::make_shared<SystemCommandRunner>(), setup, 1).requestReset();
     EXPECT_TRUE(waitUntil([&] { return !std::filesystem::exists(helper); }));
     EXPECT_FALSE(std::filesystem::exists(list));
+}
+
+class Removal : public testing::Test {
+protected:
+    std::chrono::steady_clock::time_point now;
+    int starts = 0;
+    bool canStart = true;
+    SingleRemoval removal{[this] {
+                              if (!canStart) {
+                                  throw std::runtime_error("no shell");
+                              }
+                              ++starts;
+                          },
+                          [this] { return now; }};
+};
+
+TEST_F(Removal, IsStartedOnceHoweverManyAskForIt) {
+    for (int count = 0; count < 400; ++count) {
+        removal.request();
+    }
+    EXPECT_EQ(starts, 1);
+}
+
+TEST_F(Removal, ThatCouldNotBeStartedIsTriedAgainAtOnce) {
+    canStart = false;
+    EXPECT_THROW(removal.request(), std::runtime_error);
+    canStart = true;
+    removal.request();
+    EXPECT_EQ(starts, 1);
+}
+
+TEST_F(Removal, ThatHasRemovedNothingMayBeAskedForAgain) {
+    removal.request();
+    now += SingleRemoval::maxRemoval - std::chrono::milliseconds(1);
+    removal.request();
+    EXPECT_EQ(starts, 1);
+    now += std::chrono::milliseconds(1);
+    removal.request();
+    EXPECT_EQ(starts, 2);
 }
 
 } // namespace

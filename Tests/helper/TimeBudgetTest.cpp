@@ -29,7 +29,7 @@ TEST_F(Budget, AllWaitsOfARequestShareIt) {
 TEST_F(Budget, LeavesALittleForUndoing) {
     const TimeBudget::Request request(budget);
     now += std::chrono::hours(1);
-    EXPECT_EQ(budget.boundOf(milliseconds(2000)), TimeBudget::least);
+    EXPECT_EQ(budget.boundOf(milliseconds(2000)), TimeBudget::minWait);
 }
 
 TEST_F(Budget, EachRequestHasItsOwn) {

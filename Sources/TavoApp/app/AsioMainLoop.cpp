@@ -1,10 +1,11 @@
 #include "app/AsioMainLoop.h"
 
+#include "system/AsioTimer.h"
+
 #include <asio/executor_work_guard.hpp>
 #include <asio/io_context.hpp>
 #include <asio/post.hpp>
 #include <asio/signal_set.hpp>
-#include <asio/steady_timer.hpp>
 #include <asio/thread_pool.hpp>
 
 #include <utility>
@@ -13,25 +14,15 @@ namespace tavo {
 
 namespace {
 
-class AsioTimer final : public MainLoopTimer {
+class LoopTimer final : public MainLoopTimer {
 public:
-    AsioTimer(asio::io_context& context, double seconds, std::function<void()> work)
-        : timer(context, std::chrono::duration_cast<std::chrono::steady_clock::duration>(
-                             std::chrono::duration<double>(seconds))) {
-        timer.async_wait([isCancelled = cancelled, work = std::move(work)](const asio::error_code& error) {
-            // A timer that has already fired can no longer be cancelled, only told not to run.
-            if (!error && !*isCancelled) {
-                work();
-            }
-        });
-    }
-    AsioTimer(const AsioTimer&) = delete;
-    AsioTimer& operator=(const AsioTimer&) = delete;
-    ~AsioTimer() override { *cancelled = true; }
+    LoopTimer(asio::io_context& context, double seconds, std::function<void()> work)
+        : timer(context,
+                std::chrono::duration_cast<std::chrono::steady_clock::duration>(std::chrono::duration<double>(seconds)),
+                std::move(work)) {}
 
 private:
-    std::shared_ptr<bool> cancelled = std::make_shared<bool>(false);
-    asio::steady_timer timer;
+    AsioTimer timer;
 };
 
 } // namespace
@@ -84,7 +75,7 @@ void AsioMainLoop::post(std::function<void()> work) {
 }
 
 std::unique_ptr<MainLoopTimer> AsioMainLoop::startTimer(double seconds, std::function<void()> work) {
-    return std::make_unique<AsioTimer>(implementation->context, seconds, std::move(work));
+    return std::make_unique<LoopTimer>(implementation->context, seconds, std::move(work));
 }
 
 void AsioMainLoop::runInBackground(std::function<void()> work, std::function<void()> then) {

@@ -3,7 +3,7 @@
 #include "base/PowerStatus.h"
 #include "base/RuntimeRecords.h"
 #include "config/AppConfig.h"
-#include "helper/PrivilegedHelperInstallState.h"
+#include "helper/PrivilegedHelperInstaller.h"
 
 #include <optional>
 #include <string>

@@ -8,7 +8,7 @@
 #include "app/Platform.h"
 #include "app/StatusCopy.h"
 #include "app/WorkSession.h"
-#include "helper/PrivilegedHelperInstallState.h"
+#include "helper/PrivilegedHelperInstaller.h"
 #include "runtime/RuntimeCoordinator.h"
 
 #include <exception>

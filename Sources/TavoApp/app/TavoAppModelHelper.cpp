@@ -1,6 +1,6 @@
 #include "app/TavoAppModel.h"
 #include "base/ErrorText.h"
-#include "helper/PrivilegedHelperInstallerError.h"
+#include "helper/PrivilegedHelperInstaller.h"
 
 namespace tavo {
 

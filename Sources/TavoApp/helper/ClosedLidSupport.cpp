@@ -1,6 +1,6 @@
 #include "helper/ClosedLidSupport.h"
 
-#include "helper/PrivilegedHelperCompatibilityChecker.h"
+#include "helper/PrivilegedHelperInstaller.h"
 
 #include <thread>
 #include <utility>
@@ -15,7 +15,7 @@ constexpr int removalPollAttempts = 25;
 constexpr std::chrono::microseconds pollInterval{100000};
 
 bool isThere(const std::filesystem::path& file) {
-    std::error_code ignored; // what cannot be asked about does not exist for the caller
+    std::error_code ignored; // a path that cannot be read does not exist for the caller
     return std::filesystem::exists(file, ignored);
 }
 
@@ -69,8 +69,8 @@ bool ClosedLidSupport::reset() const {
     if (const auto* error = std::get_if<PrivilegedHelperResponse::Error>(&response.value)) {
         throw PrivilegedHelperInstallerError::uninstallFailed(error->message);
     }
-    for (int look = 1; hasFiles(); ++look) {
-        if (look == removalPollAttempts) {
+    for (int attempt = 1; hasFiles(); ++attempt) {
+        if (attempt == removalPollAttempts) {
             return false;
         }
         parts.sleeper(pollInterval);

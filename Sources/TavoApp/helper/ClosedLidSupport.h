@@ -12,22 +12,23 @@
 
 namespace tavo {
 
-/// The helper as its user sees it: there or not, this build's or another's, put in and taken out.
+/// The helper as its user sees it: installed or not, this build's or another's, and how to change that.
 ///
-/// A value that can be copied into a background thread: everything but the two questions about files may block for long.
+/// A value that can be copied into a background thread: everything but the two questions about files may block for
+/// long.
 class ClosedLidSupport {
 public:
     struct Parts {
         std::shared_ptr<PrivilegedHelperClient> client;
         std::shared_ptr<const HelperServiceSetup> setup;
 
-        /// Runs as root what requires privilege, asking the user where that needs asking.
+        /// Runs privileged commands as root, asking the user for approval where that is needed.
         std::shared_ptr<CommandRunning> administratorRunner;
 
         /// The helper that belongs to this build; absent when it does not come with it.
         std::optional<std::filesystem::path> source;
 
-        /// Sleeps between two looks at the helper; the calling thread does by default.
+        /// Sleeps between two attempts; the calling thread does by default.
         PrivilegedHelperInstaller::Sleeper sleeper = {};
     };
 
@@ -42,7 +43,7 @@ public:
     /// Whether the installed helper is the one that belongs to this build.
     bool matchesThisBuild() const;
 
-    /// Looks at the state until it is the wanted one, as often as `wait` says, and gives the last one seen.
+    /// Polls the state until it is the wanted one, as often as `wait` says, and gives the last one seen.
     PrivilegedHelperInstallState waitForState(PrivilegedHelperInstallState wanted, HelperReachabilityWait wait) const;
 
     /// @throws PrivilegedHelperInstallerError (missingHelperExecutable without a source), and see

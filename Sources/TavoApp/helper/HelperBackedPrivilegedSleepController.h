@@ -7,7 +7,7 @@
 
 namespace tavo {
 
-/// Has the privileged helper switch system sleep.
+/// Has the privileged helper begin and end overrides.
 class HelperBackedPrivilegedSleepController final : public PrivilegedSleepControlling {
 public:
     HelperBackedPrivilegedSleepController(std::shared_ptr<PrivilegedHelperClient> client, bool isAvailable)

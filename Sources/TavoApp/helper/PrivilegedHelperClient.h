@@ -1,9 +1,9 @@
 #pragma once
 
 #include "base/DescribedError.h"
-#include "helper/PrivilegedHelperCommand.h"
-#include "helper/PrivilegedHelperResponse.h"
+#include "helper/PrivilegedHelperMessages.h"
 
+#include <chrono>
 #include <string>
 
 namespace tavo {
@@ -13,7 +13,7 @@ class PrivilegedHelperClientError final : public DescribedError {
 public:
     enum class Kind { transportError, invalidResponse, timeout };
 
-    /// @param message  shown as it stands.
+    /// @param message  shown as it is.
     static PrivilegedHelperClientError transportError(const std::string& message) {
         return {Kind::transportError, message};
     }
@@ -24,7 +24,7 @@ public:
         return {Kind::timeout, "timed out waiting for the privileged helper."};
     }
 
-    /// The connection gave nothing that commands could be sent to.
+    /// The connection has no other end that takes commands.
     static PrivilegedHelperClientError noProxy() {
         return transportError("failed to create a proxy for the privileged helper.");
     }
@@ -47,9 +47,25 @@ struct PrivilegedHelperClient {
     virtual ~PrivilegedHelperClient() = default;
 
     /// Sends one command and waits for the one reply, 5 seconds at most. A response `error` is returned, not thrown.
-    /// @throws PrivilegedHelperClientError, DecodingError for a reply that is no response, and the connection's own error
-    ///         when nobody listens.
+    /// @throws PrivilegedHelperClientError, DecodingError for a reply that is no response, and the connection's own
+    ///         error when nobody listens.
     virtual PrivilegedHelperResponse send(const PrivilegedHelperCommand& command) = 0;
+};
+
+/// The client over a transport: XPC on one system, a socket on the other. It decides what a reply means, whichever way
+/// the reply came.
+class RoundTripHelperClient : public PrivilegedHelperClient {
+public:
+    static constexpr std::chrono::milliseconds replyBound{5000};
+
+    PrivilegedHelperResponse send(const PrivilegedHelperCommand& command) final;
+
+private:
+    /// Carries an encoded command to the helper and gives its reply, over a connection of its own that is closed by
+    /// then.
+    /// @throws PrivilegedHelperClientError::timeout() when no reply comes within the bound, and the connection's own
+    /// error.
+    virtual PrivilegedHelperReply roundTrip(const std::string& body, std::chrono::milliseconds bound) = 0;
 };
 
 } // namespace tavo

@@ -1,8 +1,6 @@
 #pragma once
 
-#include "helper/PrivilegedHelperCommand.h"
-#include "helper/PrivilegedHelperReply.h"
-#include "helper/PrivilegedHelperResponse.h"
+#include "helper/PrivilegedHelperMessages.h"
 #include "helper/PrivilegedSleepControlling.h"
 
 #include <functional>
@@ -11,7 +9,7 @@
 
 namespace tavo {
 
-/// Does, inside the helper, what a command says. Every failure becomes a response: the helper always has one to give.
+/// Carries out commands inside the helper. Every failure becomes a response: the helper always has one to give.
 class PrivilegedHelperCommandDispatcher {
 public:
     /// @param resetHandler  has the helper removed, or throws.

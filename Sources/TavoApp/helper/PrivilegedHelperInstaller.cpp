@@ -14,7 +14,7 @@ namespace {
 constexpr const char* secondApprovalPrompt =
     "tavo could not start its helper while the system was still ending the earlier one. please approve once more.";
 
-/// What cannot be asked about does not exist for the caller.
+/// A path that cannot be read does not exist for the caller.
 bool fileExists(const std::filesystem::path& path) {
     std::error_code ignored;
     return std::filesystem::exists(path, ignored);
@@ -43,7 +43,7 @@ bool answersPing(PrivilegedHelperClient& client) {
     try {
         return client.send(PrivilegedHelperCommand::ping()) == PrivilegedHelperResponse::pong();
     } catch (...) {
-        // Whatever keeps the pong away, the helper is out of reach; the next ping may find it started.
+        // Whatever the reason, the helper is out of reach; the next ping may find it started.
         return false;
     }
 }
@@ -86,7 +86,7 @@ PrivilegedHelperInstaller::install(const std::filesystem::path& helperExecutable
     if (!fileExists(helperExecutableSourceURL)) {
         throw PrivilegedHelperInstallerError::missingHelperExecutable(helperExecutableSourceURL.string());
     }
-    // A pipe would keep whoever copies it waiting for ever, and a device might never end.
+    // Copying a pipe would wait for ever, and a device might never end.
     if (!std::filesystem::is_regular_file(helperExecutableSourceURL)) {
         throw PrivilegedHelperInstallerError::installFailed(helperExecutableSourceURL.string() +
                                                             " is no regular file; nothing was installed.");
@@ -129,7 +129,7 @@ PrivilegedHelperInstallState PrivilegedHelperInstaller::uninstall() const {
 
 bool PrivilegedHelperInstaller::waitForReachability() const {
     if (reachabilityWait.retries < 0) {
-        std::fputs("a negative number of retries was asked for.\n", stderr);
+        std::fputs("the number of retries is negative.\n", stderr);
         std::abort();
     }
     for (std::int64_t attempt = 1; attempt <= reachabilityWait.retries; ++attempt) {
@@ -146,6 +146,21 @@ bool PrivilegedHelperInstaller::waitForReachability() const {
 ShellCommandResult PrivilegedHelperInstaller::runAsRoot(const std::string& script, const std::string& prompt) const {
     return runner->run(
         {.executableURL = "/bin/sh", .arguments = {"-c", script}, .requiresPrivilege = true, .approvalPrompt = prompt});
+}
+
+bool PrivilegedHelperCompatibilityChecker::installedHelperMatchesCurrentBuild(
+    const std::optional<std::filesystem::path>& sourceExecutableURL) const noexcept {
+    if (!sourceExecutableURL) {
+        return false;
+    }
+    try {
+        // Most builds differ in size already, and then neither file has to be read.
+        return std::filesystem::file_size(*sourceExecutableURL) == std::filesystem::file_size(installedHelper) &&
+               readWholeFile(*sourceExecutableURL) == readWholeFile(installedHelper);
+    } catch (const std::exception&) {
+        // A file that cannot be read proves nothing, so it is not trusted.
+        return false;
+    }
 }
 
 } // namespace tavo

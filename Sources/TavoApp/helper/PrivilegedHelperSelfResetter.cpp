@@ -1,6 +1,6 @@
 #include "helper/PrivilegedHelperSelfResetter.h"
 
-#include "helper/PrivilegedHelperInstallerError.h"
+#include "helper/PrivilegedHelperInstaller.h"
 
 namespace tavo {
 

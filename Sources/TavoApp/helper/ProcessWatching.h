@@ -1,6 +1,6 @@
 #pragma once
 
-#include "helper/ProcessIdentity.h"
+#include "system/ProcessStart.h"
 
 #include <functional>
 #include <memory>

@@ -70,12 +70,12 @@ void SleepOverrideJournal::save(const SleepOverrideRecord& record) const {
         return;
     }
     Json json{{"overrides", Json::array()}, {"scopesInForce", scopesJson(record.scopesInForce)}};
-    for (const auto& override : record.overrides) {
-        json["overrides"].push_back({{"pid", override.owner.pid},
-                                     {"startTime", override.owner.startTime},
-                                     {"scopes", scopesJson(override.scopes)}});
-        if (override.user) {
-            json["overrides"].back()["user"] = *override.user;
+    for (const auto& recorded : record.overrides) {
+        json["overrides"].push_back({{"pid", recorded.owner.pid},
+                                     {"startTime", recorded.owner.startTime},
+                                     {"scopes", scopesJson(recorded.scopes)}});
+        if (recorded.user) {
+            json["overrides"].back()["user"] = *recorded.user;
         }
     }
     replaceFileAtomically(file, prettyJson(json), readableByAll);

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "base/Json.h"
-#include "helper/PMSetScope.h"
-#include "helper/ProcessIdentity.h"
+#include "helper/PrivilegedSleepControlling.h"
+#include "system/ProcessStart.h"
 
 #include <sys/types.h>
 
@@ -13,14 +13,14 @@
 
 namespace tavo {
 
-/// What one process has asked for.
+/// The overrides of one process.
 struct SleepOverride {
     ProcessIdentity owner;
 
     /// In the scopes' own order, each once.
     std::vector<PMSetScope> scopes;
 
-    /// For whom it has asked. Not known of what an earlier version has noted.
+    /// The user of the process. Not known for the records of an earlier version.
     std::optional<uid_t> user = std::nullopt;
 
     bool operator==(const SleepOverride&) const = default;
@@ -28,11 +28,11 @@ struct SleepOverride {
     static SleepOverride fromJson(const Json& value, const std::string& path = {});
 };
 
-/// What the helper remembers beyond its own life.
+/// The helper's memory beyond its own life.
 struct SleepOverrideRecord {
     std::vector<SleepOverride> overrides;
 
-    /// The scopes that are switched off, or were about to be: a helper that died has left them so.
+    /// The scopes whose overrides are in force, or were about to be: a helper that died has left them so.
     std::vector<PMSetScope> scopesInForce;
 
     bool isEmpty() const { return overrides.empty() && scopesInForce.empty(); }
@@ -42,8 +42,8 @@ struct SleepOverrideRecord {
     static SleepOverrideRecord fromJson(const Json& value, const std::string& path = {});
 };
 
-/// The file in which the helper keeps its record: written by root, readable by all, so that a user can be told who keeps
-/// the machine from sleeping. Its folder must exist and be root's own.
+/// The file in which the helper keeps its record: written by root, readable by all, so that a user can be told who
+/// keeps the machine from sleeping. Its folder must exist and be root's own.
 class SleepOverrideJournal {
 public:
     explicit SleepOverrideJournal(std::filesystem::path file) : file(std::move(file)) {}

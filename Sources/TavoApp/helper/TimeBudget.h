@@ -8,14 +8,14 @@
 
 namespace tavo {
 
-/// The time that all waiting done for one request shares: many waits, each bounded, would still keep everybody else waiting.
+/// The time that all waits of one request share: many waits, each bounded, would still keep everybody else waiting.
 class TimeBudget {
 public:
     using Milliseconds = std::chrono::milliseconds;
     using Clock = std::function<std::chrono::steady_clock::time_point()>;
 
-    /// Granted beyond the budget too: undoing what has failed needs a few answers, most of which come at once.
-    static constexpr Milliseconds least{100};
+    /// Granted beyond the budget too: a failed change needs a few answers to be reverted, most of which come at once.
+    static constexpr Milliseconds minWait{100};
 
     explicit TimeBudget(
         Milliseconds total, Clock clock = [] { return std::chrono::steady_clock::now(); })
@@ -39,7 +39,7 @@ public:
             return usual;
         }
         const auto left = std::chrono::duration_cast<Milliseconds>(*end - clock());
-        return std::min(usual, std::max(left, least));
+        return std::min(usual, std::max(left, minWait));
     }
 
 private:

@@ -2,7 +2,7 @@
 
 #include "base/PowerStatus.h"
 #include "config/AppConfig.h"
-#include "helper/PMSetScope.h"
+#include "helper/PrivilegedSleepControlling.h"
 #include "system/ShellCommand.h"
 
 #include <filesystem>

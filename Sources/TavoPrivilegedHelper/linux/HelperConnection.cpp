@@ -53,7 +53,7 @@ void HelperConnection::handleBytes(std::string_view bytes) {
             return;
         }
         if (hasHungUp(socket.native_handle())) {
-            finish(); // waited for too long behind others; nobody would know what was done in its name
+            finish(); // it has waited too long behind others; nobody would hear what was done in its name
             return;
         }
         const auto peer = peers->identify(socket.native_handle(), acceptedAt);
@@ -64,15 +64,15 @@ void HelperConnection::handleBytes(std::string_view bytes) {
     } catch (const std::system_error& error) {
         // Out of descriptors or memory, for the moment.
         reply({std::nullopt,
-               fmt::format("the privileged helper could not look at who asks: {}.", error.code().message())});
+               fmt::format("the privileged helper could not identify its caller: {}.", error.code().message())});
     }
 }
 
 PrivilegedHelperReply HelperConnection::serve(const IdentifiedPeer& peer, const std::string& body) {
     auto answer = service->serve(peer.caller, body);
-    // As long as the descriptor's process lives, its number stood for it all the while.
+    // While the descriptor's process lives, its number has stood for it all along.
     if (hasEnded(peer.process) || hasHungUp(socket.native_handle())) {
-        service->takeBack(peer.caller, body);
+        service->endUnheard(peer.caller, body);
     }
     return answer;
 }
@@ -98,7 +98,8 @@ void HelperConnection::restartDeadline() {
         if (error || !self) {
             return;
         }
-        // Serving somebody else may have taken longer than the deadline: what has arrived meanwhile is looked at first.
+        // Serving somebody else may have taken longer than the deadline: a request that has arrived meanwhile is read
+        // first.
         asio::post(self->socket.get_executor(), [weakSelf] {
             const auto stillThere = weakSelf.lock();
             if (stillThere && stillThere->timer.expiry() <= asio::steady_timer::clock_type::now()) {

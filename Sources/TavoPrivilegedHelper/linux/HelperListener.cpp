@@ -12,7 +12,7 @@ namespace tavo {
 
 namespace {
 
-/// As many as a flood may bring while the helper is busy with one request; the kernel may allow fewer.
+/// Enough for a flood that comes while the helper is busy with one request; the kernel may allow fewer.
 constexpr int queueLength = 4096;
 
 constexpr std::chrono::milliseconds pauseAfterFailure{100};
@@ -28,7 +28,7 @@ public:
         std::filesystem::remove(this->path);
         acceptor.open();
         acceptor.bind(asio::local::stream_protocol::endpoint(this->path.string()));
-        // Whatever the process's mask: whoever cannot connect cannot be told why he is not served.
+        // For all users, whatever the process's mask: one that cannot connect cannot be told why it is not served.
         if (chmod(this->path.c_str(), S_IRUSR | S_IWUSR | S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH) != 0) {
             throw std::system_error(errno, std::generic_category(), "could not open to all " + this->path.string());
         }
@@ -54,7 +54,7 @@ public:
     }
 
     void close() {
-        asio::error_code ignored; // it is given up in any case
+        asio::error_code ignored; // there is no other way to end it
         acceptor.close(ignored);
         pause.cancel();
         std::filesystem::remove(path, ignored);
@@ -94,7 +94,7 @@ private:
         }
     }
 
-    /// Out of descriptors or memory: those that are in use come back.
+    /// Out of descriptors or memory, for the moment: other connections end.
     void retryLater() {
         pause.expires_after(pauseAfterFailure);
         pause.async_wait([weakSelf = weak_from_this()](const asio::error_code& error) {

@@ -14,15 +14,16 @@ namespace tavo {
 
 /// The helper's socket. Reads from many connections at once, and serves complete requests one by one.
 ///
-/// Each connection carries one request and has a deadline for sending it, and another one for taking the reply. Callers are
-/// known by the kernel's word alone (PeerIdentification); one that is not served gets its message unread.
+/// Each connection carries one request and has a deadline for sending it, and another one for taking the reply. Callers
+/// are known by the kernel's word alone (PeerIdentification); one that is not served gets its message unread.
 class HelperListener {
 public:
     struct Limits {
         std::chrono::milliseconds deadline{1000};
 
-        /// As many connections as are open at once; others wait in the kernel's queue, where the deadlines of those before
-        /// them make room. Each may hold a request of 64 KiB, and together they stay well below what the service may use.
+        /// The number that are open at once; others wait in the kernel's queue until the deadlines of those before them
+        /// pass. Each may hold a request of 64 KiB, and together they stay well below the memory that the service may
+        /// use.
         std::size_t connections = 512;
     };
 

@@ -3,7 +3,6 @@
 #include "TavoPrivilegedHelper/AbsenceConfirmation.h"
 #include "TavoPrivilegedHelper/HelperMain.h"
 #include "TavoPrivilegedHelper/HelperService.h"
-#include "TavoPrivilegedHelper/SingleRemoval.h"
 #include "TavoPrivilegedHelper/linux/AsioHelperTimers.h"
 #include "TavoPrivilegedHelper/linux/HelperListener.h"
 #include "TavoPrivilegedHelper/linux/LoginPresence.h"
@@ -29,12 +28,12 @@ namespace tavo {
 
 namespace {
 
-/// Before giving up at the end; the service manager's patience is longer.
-constexpr int attemptsToUndo = 5;
+/// All of them take less time than the service manager allows for a stop.
+constexpr int attemptsToEnd = 5;
 
 constexpr uid_t root = 0;
 
-/// The time that waiting for logind may take in one request. Shorter than callers wait.
+/// The time that waits for logind may take in one request. Shorter than callers wait.
 constexpr std::chrono::milliseconds maxRequestTime{3000};
 
 } // namespace
@@ -42,8 +41,8 @@ constexpr std::chrono::milliseconds maxRequestTime{3000};
 HelperProgram::HelperProgram(std::optional<uid_t> user, Log log)
     : user(user), log(log), budget(std::make_shared<TimeBudget>(maxRequestTime)),
       logind(std::make_shared<LogindLidSwitch>(budget)),
-      setting(std::make_shared<LogindSleepController>(logind, HelperLocations::lidDropInFolder(), log,
-                                                      LogindSleepController::Pause(), budget)),
+      setting(std::make_shared<LogindSleepSetting>(logind, HelperLocations::lidDropInFolder(), log,
+                                                   LogindSleepSetting::Pause(), budget)),
       keeper(std::make_shared<OverrideKeeper>(
           setting, SleepOverrideJournal(SystemdServiceSetup().overrideJournal()),
           OverrideKeeper::Surroundings{.processes = std::make_shared<PidfdProcessWatching>(loop),
@@ -52,7 +51,7 @@ HelperProgram::HelperProgram(std::optional<uid_t> user, Log log)
                                        .log = log})) {}
 
 void HelperProgram::serve(const std::function<void()>& ready) {
-    // Before anything is in force: from here on a request to stop finds everything undone.
+    // Before an override is in force: from here on a request to stop ends all of them.
     asio::signal_set stopSignals(loop, SIGTERM, SIGINT, SIGHUP);
     stopSignals.async_wait([this](const asio::error_code&, int) { loop.stop(); });
     takeOver();
@@ -72,7 +71,7 @@ void HelperProgram::serve(const std::function<void()>& ready) {
         loop.run();
     }
     if (!isBeingRestarted()) {
-        undoAll();
+        endAll();
     }
 }
 
@@ -103,9 +102,9 @@ void HelperProgram::takeOver() {
     keeper->takeOver(setting->hasLeftover() ? std::vector{PMSetScope::all} : std::vector<PMSetScope>{});
 }
 
-void HelperProgram::undoAll() {
-    keeper->undoAll();
-    for (int attempt = 1; keeper->hasUnfinishedWork() && attempt < attemptsToUndo; ++attempt) {
+void HelperProgram::endAll() {
+    keeper->endAll();
+    for (int attempt = 1; keeper->hasUnfinishedWork() && attempt < attemptsToEnd; ++attempt) {
         std::this_thread::sleep_for(OverrideKeeper::retryPause);
         keeper->retry();
     }
@@ -114,7 +113,7 @@ void HelperProgram::undoAll() {
 void HelperProgram::cleanUp(bool everything) {
     takeOver();
     if (everything && !isBeingRestarted()) {
-        undoAll();
+        endAll();
     }
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "TavoPrivilegedHelper/OverrideKeeper.h"
-#include "TavoPrivilegedHelper/linux/LogindSleepController.h"
+#include "TavoPrivilegedHelper/linux/LogindSleepSetting.h"
 #include "helper/TimeBudget.h"
 
 #include <asio/io_context.hpp>
@@ -14,7 +14,7 @@
 
 namespace tavo {
 
-/// The helper as a service of systemd's, put together from its parts.
+/// The helper as a service of systemd, composed of its parts.
 class HelperProgram {
 public:
     using Log = std::function<void(const std::string&)>;
@@ -22,19 +22,20 @@ public:
     /// @param user  is served beside root, while logged in.
     HelperProgram(std::optional<uid_t> user, Log log);
 
-    /// Takes over what an earlier helper has left, calls `ready` once requests are read, and serves until SIGTERM, SIGINT or
-    /// SIGHUP; then undoes everything, unless the next one is about to take over. @throws std::system_error when there can be no socket.
+    /// Takes over what an earlier helper has left, calls `ready` once requests are read, and serves until SIGTERM,
+    /// SIGINT or SIGHUP; then ends every override, unless the next helper is about to take over. @throws
+    /// std::system_error when the socket cannot be made.
     void serve(const std::function<void()>& ready);
 
-    /// Undoes what a helper that has ended has left: everything, or only what belongs to processes that have ended.
+    /// Ends the overrides that an earlier helper has left: all of them, or only those of processes that have ended.
     void cleanUp(bool everything);
 
 private:
     void takeOver();
     std::optional<std::string> refusal(uid_t caller) const;
-    void undoAll();
+    void endAll();
 
-    /// What is in force stays then, for as long as its owner lives: with the lid closed, a gap would be a suspend.
+    /// An override stays in force then, for as long as its owner lives: with the lid closed, a gap would be a suspend.
     bool isBeingRestarted() const;
 
     std::optional<uid_t> user;
@@ -42,7 +43,7 @@ private:
     asio::io_context loop{1};
     std::shared_ptr<TimeBudget> budget;
     std::shared_ptr<LidSwitchManaging> logind;
-    std::shared_ptr<LogindSleepController> setting;
+    std::shared_ptr<LogindSleepSetting> setting;
     std::shared_ptr<OverrideKeeper> keeper;
 };
 

@@ -1,7 +1,6 @@
 #include "TavoPrivilegedHelper/linux/LoginPresence.h"
 
 #include <asio/posix/stream_descriptor.hpp>
-#include <asio/steady_timer.hpp>
 #include <systemd/sd-login.h>
 
 #include <chrono>
@@ -12,7 +11,7 @@ namespace tavo {
 
 namespace {
 
-/// Until logind has been started, there is nothing to watch.
+/// Until logind starts, there is nothing to watch.
 constexpr std::chrono::seconds pauseWithoutLogind{5};
 
 } // namespace
@@ -48,7 +47,7 @@ private:
         readiness.async_wait(asio::posix::stream_descriptor::wait_read,
                              [this, weakSelf = std::weak_ptr(alive)](const asio::error_code& error) {
                                  if (!error && !weakSelf.expired()) {
-                                     // Before anybody is asked, so that a change meanwhile is news again.
+                                     // Before the states are read, so that a change meanwhile is reported again.
                                      sd_login_monitor_flush(monitor);
                                      wait();
                                      onChange();
@@ -59,13 +58,6 @@ private:
     sd_login_monitor* monitor;
     asio::posix::stream_descriptor readiness;
     const std::function<void()>& onChange;
-    std::shared_ptr<bool> alive = std::make_shared<bool>(true);
-};
-
-struct LoginWatch::Retry {
-    explicit Retry(asio::io_context& loop) : timer(loop, pauseWithoutLogind) {}
-
-    asio::steady_timer timer;
     std::shared_ptr<bool> alive = std::make_shared<bool>(true);
 };
 
@@ -82,12 +74,9 @@ void LoginWatch::begin() {
         monitor = std::make_unique<Monitor>(loop, made, onChange);
         return;
     }
-    retry = std::make_unique<Retry>(loop);
-    retry->timer.async_wait([this, weakSelf = std::weak_ptr(retry->alive)](const asio::error_code& error) {
-        if (!error && !weakSelf.expired()) {
-            begin();
-            onChange();
-        }
+    retry = std::make_unique<AsioTimer>(loop, pauseWithoutLogind, [this] {
+        begin();
+        onChange();
     });
 }
 

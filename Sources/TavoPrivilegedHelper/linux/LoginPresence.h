@@ -1,6 +1,7 @@
 #pragma once
 
-#include <asio/io_context.hpp>
+#include "system/AsioTimer.h"
+
 #include <sys/types.h>
 
 #include <functional>
@@ -9,11 +10,11 @@
 
 namespace tavo {
 
-/// Whether a user in this state of sd_uid_get_state(3) is there: logged in, at the seat or not, or allowed to have programs
-/// running all the same, which is what lingering is for. One whose last session is just ending is not.
+/// Whether a user in this state of sd_uid_get_state(3) is there: logged in, at the seat or not, or lingering, which
+/// allows programs without a session. One whose last session is just ending is not.
 bool isPresence(std::string_view state);
 
-/// Whether logind has this user as one who is there. Not when it cannot be asked.
+/// Whether this user is there by the word of logind. False when logind does not answer.
 bool isPresent(uid_t user);
 
 /// Tells when users come and go, sd-login(3).
@@ -33,8 +34,7 @@ private:
     asio::io_context& loop;
     std::function<void()> onChange;
     std::unique_ptr<Monitor> monitor;
-    struct Retry;
-    std::unique_ptr<Retry> retry;
+    std::unique_ptr<AsioTimer> retry;
 };
 
 } // namespace tavo

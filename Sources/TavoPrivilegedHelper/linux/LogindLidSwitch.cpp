@@ -10,7 +10,7 @@ namespace tavo {
 
 namespace {
 
-/// Not the name of the lock that a Tavo itself holds: this one belongs to the service.
+/// Differs from the name of the lock that a Tavo itself holds: this one belongs to the service.
 constexpr const char* lockHolder = "tavo-helper";
 constexpr const char* lockReason = "the computer stays awake with its lid closed";
 

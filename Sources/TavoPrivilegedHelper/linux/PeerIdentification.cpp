@@ -39,8 +39,8 @@ std::optional<std::uint64_t> PeerKernel::startTicks(pid_t pid) const {
 }
 
 std::optional<uid_t> PeerKernel::owner(pid_t pid) const {
-    // proc(5), "/proc/[pid]/status": real, effective, saved and file system user. The folder's own owner does not do: it
-    // is root for a process that may not be dumped.
+    // proc(5), "/proc/[pid]/status": real, effective, saved and file system user. The folder's own owner does not do:
+    // it is root for a process that may not be dumped.
     std::ifstream status("/proc/" + std::to_string(pid) + "/status");
     constexpr std::string_view key = "Uid:";
     for (std::string line; std::getline(status, line);) {
@@ -80,7 +80,7 @@ std::optional<IdentifiedPeer> PeerIdentification::identify(int socket, std::uint
     if (!startTicks || (!isKernelsWord && !mayHaveConnected(peer.pid, peer.uid, *startTicks, acceptedAt, socket))) {
         return std::nullopt;
     }
-    // Asked last: while the descriptor's process lives, what was read about the number was about this process.
+    // Checked last: while the descriptor's process lives, everything read about the number was about this process.
     if (hasEnded(process)) {
         return std::nullopt;
     }

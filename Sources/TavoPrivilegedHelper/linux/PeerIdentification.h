@@ -36,8 +36,8 @@ struct IdentifiedPeer {
     FileDescriptor process;
 };
 
-/// Names the process at the other end of a connection, such that a number that was given to another process meanwhile never
-/// passes for it.
+/// Names the process at the other end of a connection, such that a number that was given to another process meanwhile
+/// never passes for it.
 class PeerIdentification {
 public:
     explicit PeerIdentification(std::shared_ptr<const PeerKernel> kernel = std::make_shared<PeerKernel>())
@@ -46,9 +46,8 @@ public:
     /// In clock ticks since the machine's start, to be taken when a connection is accepted.
     static std::uint64_t now();
 
-    /// @param acceptedAt  see now().
-    /// Gives nothing when the process has ended, or when it cannot be told from a later one with its number. So too for a
-    /// process that the kernel cannot name here, as one in another namespace.
+    /// @param acceptedAt  see now(). Gives nothing when the process has ended, or when it cannot be told from a later
+    /// one with its number. So too for a process that the kernel cannot name here, as one in another namespace.
     /// @throws std::system_error when the system cannot give a descriptor, as without memory.
     std::optional<IdentifiedPeer> identify(int socket, std::uint64_t acceptedAt) const;
 

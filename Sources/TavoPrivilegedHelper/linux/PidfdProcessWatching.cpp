@@ -1,24 +1,25 @@
 #include "TavoPrivilegedHelper/linux/PidfdProcessWatching.h"
 
+#include "system/AsioTimer.h"
 #include "system/linux/ProcessDescriptor.h"
 
 #include <asio/posix/stream_descriptor.hpp>
-#include <asio/steady_timer.hpp>
 
 #include <chrono>
+#include <optional>
 #include <utility>
 
 namespace tavo {
 
 namespace {
 
-/// How long a wait that the event loop refused is left alone.
+/// Before a wait that the event loop refused is tried again.
 constexpr std::chrono::seconds pauseAfterRefusal{1};
 
 class PidfdWatch final : public ProcessWatch {
 public:
     PidfdWatch(asio::io_context& loop, FileDescriptor process, std::function<void()> onExit)
-        : process(std::move(process)), onExit(std::move(onExit)), readiness(loop, this->process.get()), pause(loop) {
+        : loop(loop), process(std::move(process)), onExit(std::move(onExit)), readiness(loop, this->process.get()) {
         waitForReadiness();
     }
     PidfdWatch(const PidfdWatch&) = delete;
@@ -38,33 +39,24 @@ private:
                              });
     }
 
-    /// Under heavy closing and opening, asio completes waits with an event of the
-    /// descriptor that its bookkeeping entry served before. Only the process's
-    /// own descriptor says whether it has ended.
+    /// Under heavy closing and opening, asio completes waits with an event of the descriptor that its bookkeeping entry
+    /// served before. Only the process's own descriptor says whether it has ended.
     void handleReadiness(const asio::error_code& error) {
         if (hasEnded(process)) {
             const auto tell = std::move(onExit); // the watch may go meanwhile
             tell();
         } else if (error) {
-            waitLater();
+            pause.emplace(loop, pauseAfterRefusal, [this] { waitForReadiness(); });
         } else {
             waitForReadiness();
         }
     }
 
-    void waitLater() {
-        pause.expires_after(pauseAfterRefusal);
-        pause.async_wait([this, weakSelf = std::weak_ptr(alive)](const asio::error_code&) {
-            if (!weakSelf.expired()) {
-                waitForReadiness();
-            }
-        });
-    }
-
+    asio::io_context& loop;
     FileDescriptor process;
     std::function<void()> onExit;
     asio::posix::stream_descriptor readiness;
-    asio::steady_timer pause;
+    std::optional<AsioTimer> pause;
     std::shared_ptr<bool> alive = std::make_shared<bool>(true);
 };
 
@@ -78,8 +70,7 @@ std::optional<ProcessIdentity> PidfdProcessWatching::identify(pid_t pid) const {
 std::unique_ptr<ProcessWatch> PidfdProcessWatching::watchExit(const ProcessIdentity& process,
                                                               std::function<void()> onExit) {
     auto descriptor = openProcess(process.pid);
-    // Asked after the descriptor was there, and while its process lives: the
-    // number is its own, then.
+    // Asked once the descriptor is there, and while its process lives: then the number is its own.
     if (!descriptor || startTicksOf(process.pid) != process.startTime || hasEnded(descriptor)) {
         return nullptr;
     }

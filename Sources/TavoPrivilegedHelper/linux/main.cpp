@@ -1,3 +1,4 @@
+#include "TavoPrivilegedHelper/HelperLog.h"
 #include "TavoPrivilegedHelper/HelperMain.h"
 #include "TavoPrivilegedHelper/linux/HelperProgram.h"
 

@@ -6,7 +6,7 @@
 
 namespace tavo {
 
-/// The user who sits at the Mac, SCDynamicStoreCopyConsoleUser. Nobody while the login window is there.
+/// The user who sits at the Mac, SCDynamicStoreCopyConsoleUser. Nothing while the login window is shown.
 std::optional<uid_t> consoleUser();
 
 } // namespace tavo

@@ -28,7 +28,7 @@ std::optional<ProcessIdentity> DispatchProcessWatching::identify(pid_t pid) cons
 std::unique_ptr<ProcessWatch> DispatchProcessWatching::watchExit(const ProcessIdentity& process,
                                                                  std::function<void()> onExit) {
     auto watch = std::make_unique<DispatchWatch>(process.pid, std::move(onExit));
-    // Asked once the watch is there: an end before it would never be told.
+    // Checked once the watch is there: it never reports an exit from before.
     return identify(process.pid) == process ? std::move(watch) : nullptr;
 }
 

@@ -8,8 +8,8 @@
 
 namespace tavo {
 
-/// A dispatch source on the main queue that calls a function, and is cancelled when it is destroyed. Used on the main queue
-/// alone: nothing is called any more once it has gone.
+/// A dispatch source on the main queue that calls a function, and is cancelled when it is destroyed. Used on the main
+/// queue alone: nothing is called any more once it has gone.
 class DispatchSource {
 public:
     DispatchSource(dispatch_source_type_t type, uintptr_t handle, unsigned long mask, std::function<void()> onEvent)

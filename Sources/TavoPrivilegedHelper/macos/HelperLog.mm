@@ -1,5 +1,6 @@
-#include "TavoPrivilegedHelper/HelperMain.h"
-#include "helper/PrivilegedHelperConstants.h"
+#include "TavoPrivilegedHelper/HelperLog.h"
+
+#include "helper/PrivilegedHelperMessages.h"
 
 #include <os/log.h>
 
@@ -8,7 +9,7 @@
 namespace tavo {
 
 void logHelper(const std::string& line) noexcept {
-    // launchd sends a daemon's output nowhere. The text is public: it names processes, never what users write.
+    // launchd sends a daemon's output nowhere. The text is public: it names processes, never anything that users write.
     static const os_log_t log =
         os_log_create(std::string(PrivilegedHelperConstants::launchDaemonLabel).c_str(), "helper");
     os_log_with_type(log, OS_LOG_TYPE_DEFAULT, "%{public}s", line.c_str());

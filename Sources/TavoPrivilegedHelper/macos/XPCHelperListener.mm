@@ -18,7 +18,7 @@ void answer(Reply reply, const PrivilegedHelperReply& answer) {
     reply(answer.data ? tavo::dataOf(*answer.data) : nil, answer.message ? tavo::stringOf(*answer.message) : nil);
 }
 
-/// Ends a connection over which nothing has come in time, or whose caller has had its answer and does not leave.
+/// Ends a connection over which no command has come in time, or whose caller has its answer and does not leave.
 void endAfterDeadline(NSXPCConnection* connection, const std::shared_ptr<HelperVisit>& theVisit) {
     const auto visit = theVisit; // a block copies what it uses, and of a reference the reference
     const auto deadline = std::chrono::nanoseconds(HelperVisit::deadline).count();
@@ -56,8 +56,8 @@ void endAfterDeadline(NSXPCConnection* connection, const std::shared_ptr<HelperV
         return;
     }
     NSXPCConnection* const connection = [NSXPCConnection currentConnection];
-    // All changes for callers are made on one queue. Nobody waits for that here: a connection that waited would not be told
-    // that its caller has hung up.
+    // All changes for callers are made on one queue. Nobody waits for that here: a connection that waited would not be
+    // told that its caller has hung up.
     dispatch_async(dispatch_get_main_queue(), ^{
       @autoreleasepool {
           answer(reply, theVisit->serve(tavo::bytesOf(command)));

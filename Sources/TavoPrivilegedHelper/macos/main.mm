@@ -1,15 +1,15 @@
 #include "CodeSigningRequirement.h"
+#include "TavoPrivilegedHelper/HelperLog.h"
 #include "TavoPrivilegedHelper/HelperMain.h"
 #include "TavoPrivilegedHelper/HelperService.h"
-#include "TavoPrivilegedHelper/MachineWideSleepController.h"
 #include "TavoPrivilegedHelper/OverrideKeeper.h"
-#include "TavoPrivilegedHelper/SingleRemoval.h"
 #include "TavoPrivilegedHelper/macos/ConsoleUser.h"
 #include "TavoPrivilegedHelper/macos/DispatchHelperTimers.h"
 #include "TavoPrivilegedHelper/macos/DispatchProcessWatching.h"
 #include "TavoPrivilegedHelper/macos/DispatchSource.h"
+#include "TavoPrivilegedHelper/macos/PMSetSleepSetting.h"
 #include "TavoPrivilegedHelper/macos/XPCHelperListener.h"
-#include "helper/PrivilegedHelperConstants.h"
+#include "helper/PrivilegedHelperMessages.h"
 #include "helper/PrivilegedHelperSelfResetter.h"
 #include "helper/macos/CommandBackedPrivilegedSleepController.h"
 #include "helper/macos/LaunchDaemonSetup.h"
@@ -31,21 +31,21 @@ namespace {
     std::filesystem::create_directories(journal.parent_path());
     chmod(journal.parent_path().c_str(), S_IRWXU | S_IRGRP | S_IXGRP | S_IROTH | S_IXOTH);
 
-    const auto setting = std::make_shared<MachineWideSleepController>(
-        std::make_shared<CommandBackedPrivilegedSleepController>(runner, true));
+    const auto setting =
+        std::make_shared<PMSetSleepSetting>(std::make_shared<CommandBackedPrivilegedSleepController>(runner, true));
     const auto keeper = std::make_shared<OverrideKeeper>(
         setting, SleepOverrideJournal(journal),
         OverrideKeeper::Surroundings{
             .processes = processes,
             .timers = std::make_shared<DispatchHelperTimers>(),
-            // The setting is one of the whole Mac: a moment without it counts whatever the lid.
+            // The setting holds for the whole Mac: a moment without it counts whatever the lid.
             .isLidClosed = [] { return true; },
             .log = logHelper});
     keeper->takeOver();
 
     signal(SIGTERM, SIG_IGN); // comes as an event
     const DispatchSource stop(DISPATCH_SOURCE_TYPE_SIGNAL, SIGTERM, 0, [keeper] {
-        keeper->undoAll();
+        keeper->endAll();
         std::exit(keeper->hasUnfinishedWork() ? EXIT_FAILURE : EXIT_SUCCESS);
     });
 
@@ -66,7 +66,7 @@ namespace {
 
 int main(int count, char** values) {
     using tavo::HelperOptions;
-    // launchd begins the next helper at once, which does what there is to do after one has ended.
+    // launchd starts the next helper at once, which cleans up after this one.
     return tavo::runHelper(
         {values + 1, static_cast<std::size_t>(count > 0 ? count - 1 : 0)}, [](const HelperOptions&) { tavo::serve(); },
         [](const HelperOptions&) {});

@@ -2,7 +2,7 @@
 
 #include "Support/ManualHelperTimers.h"
 #include "Support/ScriptedProcessWatching.h"
-#include "Support/ScriptedSleepController.h"
+#include "Support/ScriptedSleepSetting.h"
 #include "Support/TemporaryDirectory.h"
 #include "Support/WaitUntil.h"
 #include "TavoPrivilegedHelper/linux/PidfdProcessWatching.h"
@@ -117,7 +117,7 @@ protected:
     std::filesystem::path path = folder.path() / "socket";
     asio::io_context loop;
     std::optional<asio::executor_work_guard<asio::io_context::executor_type>> idle;
-    std::shared_ptr<ScriptedSleepController> setting = std::make_shared<ScriptedSleepController>();
+    std::shared_ptr<ScriptedSleepSetting> setting = std::make_shared<ScriptedSleepSetting>();
     std::shared_ptr<PidfdProcessWatching> processes = std::make_shared<PidfdProcessWatching>(loop);
     std::shared_ptr<PeerIdentification> peers = std::make_shared<PeerIdentification>();
     std::shared_ptr<OverrideKeeper> keeper;
@@ -184,7 +184,7 @@ TEST_F(Listener, WhatIsTooLongOrNoCommandGetsAMessage) {
     EXPECT_TRUE(replyTo(SocketFraming::request("{")).message);
     EXPECT_TRUE(replyTo(SocketFraming::request("")).message);
     EXPECT_TRUE(replyTo(SocketFraming::request(std::string(SocketFraming::maxBodySize, '['))).message);
-    EXPECT_THAT(*setting->log, IsEmpty());
+    EXPECT_THAT(setting->log, IsEmpty());
 }
 
 TEST_F(Listener, ATruncatedRequestIsClosedWithItsSender) {
@@ -218,23 +218,23 @@ TEST_F(Listener, ACallerWhoseRequestArrivedWhileAnotherWasServedIsServedToo) {
     };
     const auto accepted = connectTo();
     ASSERT_TRUE(waitUntil([this] { return openConnections() == 1; }));
-    auto override = std::async(std::launch::async, [this] {
+    auto answer = std::async(std::launch::async, [this] {
         return SocketPrivilegedHelperClient(path).send(PrivilegedHelperCommand::setSleepDisabled(PMSetScope::ac, true));
     });
     isServing.get_future().wait();
     const auto request = SocketFraming::request(R"({"ping":{}})");
     send(accepted.get(), request.data(), request.size(), MSG_NOSIGNAL);
-    // Its deadline has passed by the time that the helper gets round to it.
+    // Its deadline has passed by the time that the helper gets to it.
     const auto until = std::chrono::steady_clock::now() + std::chrono::milliseconds(60);
     ASSERT_TRUE(waitUntil([&] { return std::chrono::steady_clock::now() > until; }));
     mayEnd.set_value();
-    EXPECT_EQ(override.get(), PrivilegedHelperResponse::ok());
+    EXPECT_EQ(answer.get(), PrivilegedHelperResponse::ok());
     const auto reply = ReplyFrameReader().add(readAll(accepted));
     ASSERT_TRUE(reply);
     EXPECT_EQ(reply->data, R"({"pong":{}})");
 }
 
-TEST_F(Listener, AnOverrideWhoseCallerHasStoppedWaitingIsGivenBack) {
+TEST_F(Listener, AnOverrideWhoseCallerHasStoppedWaitingEnds) {
     std::promise<void> isServing;
     std::promise<void> mayEnd;
     std::atomic<int> calls = 0;
@@ -258,7 +258,7 @@ TEST_F(Listener, AnOverrideWhoseCallerHasStoppedWaitingIsGivenBack) {
     EXPECT_EQ(ping(), PrivilegedHelperResponse::pong());
     EXPECT_TRUE(waitUntil([this] { return openConnections() == 0; }));
     end();
-    EXPECT_THAT(*setting->log, ElementsAre("sleep off ac", "sleep on ac"));
+    EXPECT_THAT(setting->log, ElementsAre("apply ac", "apply none"));
     setting->onCall = nullptr;
     begin({});
 }

@@ -112,8 +112,8 @@ TEST_F(PidfdWatching, AProcessThatHasEndedOrIsAnotherCannotBeWatched) {
     EXPECT_FALSE(processes.watchExit(identity, [] {})) << "reaped";
 }
 
-/// Of two connections with news at once, the one that is handled first has the other one closed, and a watch made: the event
-/// loop hands the closed one's event to the descriptor that comes after it.
+/// Of two connections with news at once, the one that is handled first has the other one closed, and a watch made: the
+/// event loop hands the closed one's event to the descriptor that comes after it.
 TEST_F(PidfdWatching, AnEventThatWasMeantForAClosedConnectionIsNoEnd) {
     using Socket = asio::local::stream_protocol::socket;
     int exits = 0;

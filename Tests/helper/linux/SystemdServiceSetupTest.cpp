@@ -2,7 +2,7 @@
 
 #include "Support/TemporaryDirectory.h"
 #include "base/AtomicFile.h"
-#include "helper/PrivilegedHelperInstallerError.h"
+#include "helper/PrivilegedHelperInstaller.h"
 #include "helper/linux/FileDigest.h"
 #include "system/ShellQuoting.h"
 #include "system/SystemCommandRunner.h"

@@ -1,7 +1,7 @@
 #include "helper/macos/InstalledFilesCheck.h"
 
 #include "Support/TemporaryDirectory.h"
-#include "helper/PrivilegedHelperInstallerError.h"
+#include "helper/PrivilegedHelperInstaller.h"
 
 #include <gtest/gtest.h>
 

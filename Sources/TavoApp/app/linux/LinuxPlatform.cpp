@@ -1,5 +1,5 @@
 #include "app/Platform.h"
-#include "helper/PrivilegedHelperConstants.h"
+#include "helper/PrivilegedHelperMessages.h"
 #include "helper/linux/PolkitCommandRunner.h"
 #include "helper/linux/SocketPrivilegedHelperClient.h"
 #include "helper/linux/SystemdServiceSetup.h"

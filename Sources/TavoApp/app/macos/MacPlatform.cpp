@@ -1,6 +1,6 @@
 #include "app/macos/MacPlatform.h"
 
-#include "helper/PrivilegedHelperConstants.h"
+#include "helper/PrivilegedHelperMessages.h"
 #include "helper/macos/AdministratorCommandRunner.h"
 #include "helper/macos/LaunchDaemonSetup.h"
 #include "login/macos/LoginLaunchManager.h"

@@ -1,7 +1,7 @@
 #include "app/Platform.h"
 
 #include "app/macos/MacPlatform.h"
-#include "helper/PrivilegedHelperConstants.h"
+#include "helper/PrivilegedHelperMessages.h"
 #include "helper/macos/XPCPrivilegedHelperClient.h"
 #include "system/macos/AppNapPrevention.h"
 

@@ -4,7 +4,7 @@
 
 namespace tavo {
 
-/// Files of the privileged helper that it shares with those who ask it, install it and remove it.
+/// Files of the privileged helper that its clients and its installer know too.
 struct HelperLocations {
     HelperLocations() = delete;
 
@@ -14,7 +14,8 @@ struct HelperLocations {
     /// Where logind looks for drop-ins that last until the machine is restarted, logind.conf(5).
     static std::filesystem::path lidDropInFolder() { return "/run/systemd/logind.conf.d"; }
 
-    /// The drop-in that keeps a closed lid from sending the machine to sleep. The last one by name is the one that counts.
+    /// The drop-in that keeps a closed lid from sending the machine to sleep. The last one by name is the one that
+    /// counts.
     static std::filesystem::path lidDropIn() { return lidDropInFolder() / lidDropInName; }
 
     static constexpr const char* lidDropInName = "zzz-com.vrd.tavo.helper.conf";

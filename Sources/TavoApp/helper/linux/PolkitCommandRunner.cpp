@@ -30,7 +30,7 @@ std::optional<std::filesystem::path> findInSearchPath() {
     return std::nullopt;
 }
 
-/// What pkexec says, without the hint that the incident will be reported.
+/// pkexec's message, without the hint that the incident will be reported.
 std::string reason(const std::string& words) {
     const auto firstLine = words.substr(0, words.find('\n'));
     return firstLine.empty() ? "" : fmt::format(" (pkexec says: {})", firstLine);

@@ -12,8 +12,8 @@
 
 namespace tavo {
 
-/// Runs as root what requires privilege, once the user has given an administrator's approval: pkexec(1). As root it needs
-/// no approval. Everything else runs as it is.
+/// Runs privileged commands as root, once the user has given an administrator's approval: pkexec(1). A process that is
+/// root needs no approval. Every other command runs unchanged.
 class PolkitCommandRunner final : public CommandRunning {
 public:
     using ProgramFinder = std::function<std::optional<std::filesystem::path>()>;
@@ -26,12 +26,12 @@ public:
     /// It has no root rights of its own, but gets them.
     bool supportsPrivilegedCommands() const override { return true; }
 
-    /// Blocks while the user is asked, by an agent of the desktop's or on the terminal. When approval was not given, the
+    /// Blocks while the user is asked, by the desktop's agent or on the terminal. When approval was not given, the
     /// result's standard error says so in a sentence; a privileged command's own status is therefore never 126 or 127.
     /// @throws WakeControlError when there is no pkexec, and the system runner's errors.
     ShellCommandResult run(const ShellCommand& command) override;
 
-    /// The handle is pkexec's for a privileged command: stopping it does not reach what runs as root.
+    /// The handle is pkexec's for a privileged command: stopping it does not reach the process that runs as root.
     /// @throws as run() does.
     std::shared_ptr<RunningCommand> start(const ShellCommand& command) override;
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/DescribedError.h"
-#include "helper/PrivilegedHelperReply.h"
+#include "helper/PrivilegedHelperMessages.h"
 
 #include <cstddef>
 #include <optional>
@@ -10,11 +10,11 @@
 
 namespace tavo {
 
-/// How the helper's commands and replies are laid out on its socket. Numbers are 32 bits, the most significant byte first.
+/// The layout of the helper's commands and replies on its socket. Numbers are 32 bits, the most significant byte first.
 ///
 /// - A request is the length of the body and the body, an encoded command.
-/// - A reply is one byte of flags (1: there is data, 2: there is a message), and then each of the parts that are there, data
-///   first, as its length and its bytes.
+/// - A reply is one byte of flags (1: there is data, 2: there is a message), and then each of the parts that are there,
+///   data first, as its length and its bytes.
 struct SocketFraming {
     SocketFraming() = delete;
 
@@ -37,8 +37,8 @@ public:
 /// Puts a request together from the pieces in which it arrives.
 class RequestFrameReader {
 public:
-    /// The body, once it is complete; what follows it is dropped. @throws SocketFramingError when it announces more than the
-    /// longest body.
+    /// The body, once it is complete; what follows it is dropped. @throws SocketFramingError when it announces more
+    /// than the longest body.
     std::optional<std::string> add(std::string_view bytes);
 
 private:

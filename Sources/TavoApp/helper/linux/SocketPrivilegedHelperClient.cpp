@@ -1,7 +1,6 @@
 #include "helper/linux/SocketPrivilegedHelperClient.h"
 
 #include "base/FileDescriptor.h"
-#include "helper/PrivilegedHelperExchange.h"
 #include "helper/linux/SocketFraming.h"
 
 #include <poll.h>
@@ -28,10 +27,10 @@ std::system_error lastError() {
     return {errno, std::generic_category(), "could not talk to the privileged helper"};
 }
 
-/// One call's way over the socket: connected, sent, received, in this order. Nothing blocks but awaitReply().
+/// One call over the socket: connects, sends and receives, in this order. Only awaitReply() blocks.
 class SocketCall {
 public:
-    explicit SocketCall(const std::filesystem::path& path) {
+    SocketCall(const std::filesystem::path& path, std::string frame) : unsent(std::move(frame)) {
         address.sun_family = AF_UNIX;
         if (path.native().size() >= sizeof(address.sun_path)) {
             errno = ENAMETOOLONG;
@@ -44,8 +43,6 @@ public:
         }
         tryToConnect();
     }
-
-    void queue(std::string frame) { unsent = std::move(frame); }
 
     /// Gives the reply; nothing when the deadline passes. @throws std::system_error, SocketFramingError
     std::optional<PrivilegedHelperReply> awaitReply(Clock::time_point deadline) {
@@ -132,67 +129,20 @@ private:
     bool hasEnded = false;
 };
 
-/// Carries one call. The calling thread reads the socket itself while it waits for the outcome.
-class SocketTransport final : public PrivilegedHelperTransport, public PrivilegedHelperReplyWaiting {
-public:
-    explicit SocketTransport(std::filesystem::path socket) : socket(std::move(socket)) {}
-
-    std::unique_ptr<PrivilegedHelperConnection> connect() override;
-
-    bool waitForSignal(const PrivilegedHelperReplySlot& slot, std::chrono::milliseconds bound) override {
-        const auto deadline = Clock::now() + bound;
-        try {
-            const auto reply = call->awaitReply(deadline);
-            if (!reply) {
-                return false;
-            }
-            outcome->receive(*reply);
-        } catch (const SocketFramingError&) {
-            outcome->end();
-        } catch (...) {
-            outcome->fail(std::current_exception());
-        }
-        return slot.isSignalled();
-    }
-
-    void send(const std::string& body, std::shared_ptr<PrivilegedHelperReplySlot> slot) {
-        call->queue(SocketFraming::request(body));
-        outcome = std::move(slot);
-    }
-
-    void close() noexcept { call.reset(); }
-
-private:
-    std::filesystem::path socket;
-    std::optional<SocketCall> call;
-    std::shared_ptr<PrivilegedHelperReplySlot> outcome;
-};
-
-class SocketConnection final : public PrivilegedHelperConnection {
-public:
-    explicit SocketConnection(SocketTransport& transport) : transport(transport) {}
-
-    bool send(const std::string& body, std::shared_ptr<PrivilegedHelperReplySlot> slot) override {
-        transport.send(body, std::move(slot));
-        return true;
-    }
-
-    void invalidate() noexcept override { transport.close(); }
-
-private:
-    SocketTransport& transport;
-};
-
-std::unique_ptr<PrivilegedHelperConnection> SocketTransport::connect() {
-    call.emplace(socket);
-    return std::make_unique<SocketConnection>(*this);
-}
-
 } // namespace
 
-PrivilegedHelperResponse SocketPrivilegedHelperClient::send(const PrivilegedHelperCommand& command) {
-    const auto transport = std::make_shared<SocketTransport>(socket);
-    return PrivilegedHelperExchange(transport, transport).send(command);
+PrivilegedHelperReply SocketPrivilegedHelperClient::roundTrip(const std::string& body,
+                                                              std::chrono::milliseconds bound) {
+    const auto deadline = Clock::now() + bound;
+    SocketCall call(socket, SocketFraming::request(body));
+    try {
+        if (auto reply = call.awaitReply(deadline)) {
+            return *std::move(reply);
+        }
+    } catch (const SocketFramingError&) {
+        throw PrivilegedHelperClientError::invalidResponse();
+    }
+    throw PrivilegedHelperClientError::timeout();
 }
 
 } // namespace tavo

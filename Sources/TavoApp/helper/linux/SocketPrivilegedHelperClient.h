@@ -3,22 +3,25 @@
 #include "helper/PrivilegedHelperClient.h"
 #include "helper/linux/HelperLocations.h"
 
+#include <chrono>
 #include <filesystem>
+#include <string>
 #include <utility>
 
 namespace tavo {
 
 /// Asks the helper over its Unix socket, one connection a call. See SocketFraming for what goes over it.
-class SocketPrivilegedHelperClient final : public PrivilegedHelperClient {
+///
+/// When nobody listens, send() throws the std::system_error of connect(2) at once: ENOENT or ECONNREFUSED. A connection
+/// that ends without a reply, and a reply of another form, are PrivilegedHelperClientError::invalidResponse().
+class SocketPrivilegedHelperClient final : public RoundTripHelperClient {
 public:
     explicit SocketPrivilegedHelperClient(std::filesystem::path socket = HelperLocations::socket())
         : socket(std::move(socket)) {}
 
-    /// When nobody listens, the std::system_error of connect(2) comes at once: ENOENT or ECONNREFUSED. A connection that
-    /// ends without a reply, and a reply of another form, are PrivilegedHelperClientError::invalidResponse().
-    PrivilegedHelperResponse send(const PrivilegedHelperCommand& command) override;
-
 private:
+    PrivilegedHelperReply roundTrip(const std::string& body, std::chrono::milliseconds bound) override;
+
     std::filesystem::path socket;
 };
 

@@ -1,7 +1,7 @@
 #include "helper/linux/SystemdServiceSetup.h"
 
 #include "HelperUnit.h"
-#include "helper/PrivilegedHelperInstallerError.h"
+#include "helper/PrivilegedHelperInstaller.h"
 #include "helper/linux/FileDigest.h"
 #include "system/ShellQuoting.h"
 
@@ -20,7 +20,7 @@ namespace {
 
 constexpr std::string_view executableField = "@helperExecutable@";
 
-// Spelt apart from the unit's text, so that the script that fills it in is no place to be filled in itself.
+// Written apart from the unit's text, so that the script that fills it in does not hold the field itself.
 constexpr std::string_view userField = "@installingUser@";
 
 std::string quoted(const std::filesystem::path& path) {
@@ -61,8 +61,8 @@ std::string cleanupLines(const std::filesystem::path& folder) {
                        quoted(folder / ".tavo-install"));
 }
 
-/// Makes the temporary file a copy of `source`, and compares it. Whatever takes the source's place meanwhile, a pipe or an
-/// endless device, copying ends, and fills no disk.
+/// Makes the temporary file a copy of `source`, and compares it. Whatever takes the source's place meanwhile, a pipe or
+/// an endless device, copying ends, and fills no disk.
 std::string copyLines(const char* variable, const std::filesystem::path& source, std::uintmax_t size,
                       const std::string& digest) {
     const auto name = source.string();
@@ -110,7 +110,7 @@ std::string SystemdServiceSetup::serviceDefinitionContent() const {
 }
 
 std::filesystem::path SystemdServiceSetup::makeStagingDirectory(const TavoPaths&) const {
-    // Whatever the environment of root says may be another user's.
+    // The environment of root may name another user's folder.
     const auto folder = geteuid() == 0 ? std::filesystem::path("/tmp") : std::filesystem::temp_directory_path();
     auto staging = (folder / "tavo-helper-XXXXXX").string();
     if (mkdtemp(staging.data()) == nullptr) {
@@ -133,7 +133,7 @@ std::string SystemdServiceSetup::installScript(const std::filesystem::path& sour
     const auto definition = serviceDefinitionContent();
     return prologue() + "umask 077\n" + temporaryLine("helper", layout.helperExecutable) +
            temporaryLine("unit", layout.unitFile) +
-           // A shell that a signal ends does not run what is to be done at its exit.
+           // A shell that a signal ends does not run its exit trap.
            "trap 'rm -f \"$helper\" \"$unit\"' EXIT\n"
            "trap 'exit 129' HUP\n"
            "trap 'exit 130' INT\n"
@@ -170,7 +170,7 @@ std::string SystemdServiceSetup::installScript(const std::filesystem::path& sour
 }
 
 std::string SystemdServiceSetup::removalLines() const {
-    // A helper that cannot run any more has undone nothing.
+    // A helper that cannot run any more has ended no override.
     return fmt::format("systemctl disable --now {2} >/dev/null 2>&1 || true\n"
                        "if [ -e {3} ]; then\n"
                        "    rm -f {3}\n"

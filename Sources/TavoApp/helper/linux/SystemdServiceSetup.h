@@ -13,7 +13,7 @@ struct SystemdHelperLayout {
     std::filesystem::path helperExecutable = "/usr/local/libexec/TavoPrivilegedHelper";
     std::filesystem::path unitFile = "/etc/systemd/system/com.vrd.tavo.helper.service";
 
-    /// What a helper leaves behind that could not undo it.
+    /// The leftover of a helper that could not end its overrides.
     std::filesystem::path lidDropIn = HelperLocations::lidDropIn();
 
     /// Exists while systemd runs the system, sd_booted(3).
@@ -25,12 +25,12 @@ struct SystemdHelperLayout {
     bool operator==(const SystemdHelperLayout&) const = default;
 };
 
-/// The helper as a system service of systemd's.
+/// The helper as a system service of systemd.
 ///
 /// The installation takes nothing on trust that the user may change while a password is typed: root copies both files,
-/// compares the copies' SHA-256 with what the files were when the script was made, and only then puts them into place. Nor
-/// are folders trusted that somebody else than root may write to, at any level above the files, links included. The
-/// user whom the helper serves is the one who gave the approval, as pkexec(1) or sudo(8) name him.
+/// compares the copies' SHA-256 with what the files were when the script was made, and only then puts them into place.
+/// Nor are folders trusted that somebody else than root may write to, at any level above the files, links included. The
+/// user whom the helper serves is the one who gave the approval, by the word of pkexec(1) or sudo(8).
 class SystemdServiceSetup final : public HelperServiceSetup {
 public:
     static constexpr std::string_view unitName = "com.vrd.tavo.helper.service";
@@ -62,8 +62,8 @@ public:
     /// @throws PrivilegedHelperInstallerError when systemd does not run the system.
     std::string uninstallScript() const override;
 
-    /// In a unit of its own: the service's control group ends with the service, whatever runs in it. Succeeds without doing
-    /// anything while an earlier removal is under way.
+    /// In a unit of its own: the service's control group ends with the service, whatever runs in it. Succeeds without
+    /// doing anything while an earlier removal is under way.
     ShellCommand deferredUninstallCommand(std::int64_t delaySeconds) const override;
 
 private:

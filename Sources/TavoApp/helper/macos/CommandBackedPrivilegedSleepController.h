@@ -7,7 +7,8 @@
 
 namespace tavo {
 
-/// Switches system sleep with `/usr/bin/pmset SCOPE disablesleep 0|1`, pmset(1). For a process that is root already.
+/// Begins and ends overrides with `/usr/bin/pmset SCOPE disablesleep 1|0`, pmset(1). For a process that is root
+/// already.
 class CommandBackedPrivilegedSleepController final : public PrivilegedSleepControlling {
 public:
     CommandBackedPrivilegedSleepController(std::shared_ptr<CommandRunning> runner, bool isAvailable)
@@ -15,7 +16,7 @@ public:
 
     bool isAvailable() const override { return available; }
 
-    /// Blocks until pmset has ended. @throws WakeControlError, and the runner's error when pmset cannot be launched.
+    /// Blocks until pmset exits. @throws WakeControlError, and the runner's error when pmset cannot be launched.
     void setSleepDisabled(PMSetScope scope, bool disabled) override;
 
 private:

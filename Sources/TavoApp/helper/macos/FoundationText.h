@@ -6,8 +6,8 @@
 
 namespace tavo {
 
-/// Conversions between Foundation's values and the standard library's, for the files that stand between the two. What they
-/// give is autoreleased.
+/// Conversions between Foundation's values and the standard library's, for the files between the two. Their results are
+/// autoreleased.
 
 inline NSData* dataOf(std::string_view bytes) {
     return [NSData dataWithBytes:bytes.data() length:bytes.size()];

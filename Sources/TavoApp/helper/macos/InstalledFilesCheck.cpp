@@ -1,7 +1,7 @@
 #include "helper/macos/InstalledFilesCheck.h"
 
 #include "base/AtomicFile.h"
-#include "helper/PrivilegedHelperInstallerError.h"
+#include "helper/PrivilegedHelperInstaller.h"
 
 #include <fmt/format.h>
 
@@ -15,7 +15,7 @@ std::optional<std::string> contentIfReadable(const std::filesystem::path& file) 
     try {
         return readWholeFile(file);
     } catch (const std::exception&) {
-        // Only told apart from what lies there later, which counts as new then.
+        // The content is only compared with a later one, which then counts as new.
         return std::nullopt;
     }
 }

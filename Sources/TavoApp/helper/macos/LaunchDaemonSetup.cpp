@@ -1,7 +1,7 @@
 #include "helper/macos/LaunchDaemonSetup.h"
 
 #include "base/AtomicFile.h"
-#include "helper/PrivilegedHelperConstants.h"
+#include "helper/PrivilegedHelperMessages.h"
 #include "helper/macos/InstalledFilesCheck.h"
 #include "system/ShellQuoting.h"
 

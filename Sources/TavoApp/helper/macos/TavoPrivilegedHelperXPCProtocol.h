@@ -1,6 +1,6 @@
 #import <Foundation/Foundation.h>
 
-/// What the helper's mach service answers. Apart from the C++ headers, which know nothing of Objective-C.
+/// The interface of the helper's mach service. Apart from the C++ headers, which know nothing of Objective-C.
 @protocol TavoPrivilegedHelperXPCProtocol
 
 /// @param command  an encoded PrivilegedHelperCommand.

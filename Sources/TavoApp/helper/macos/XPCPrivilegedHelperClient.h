@@ -2,21 +2,22 @@
 
 #include "helper/PrivilegedHelperClient.h"
 
+#include <chrono>
 #include <string>
 #include <utility>
 
 namespace tavo {
 
-/// Asks the helper over XPC, one connection a call, NSXPCConnection.
-class XPCPrivilegedHelperClient final : public PrivilegedHelperClient {
+/// Asks the helper over XPC, one connection a call, NSXPCConnection. When nobody listens, or the connection breaks,
+/// send() throws an error with the system's own description.
+class XPCPrivilegedHelperClient final : public RoundTripHelperClient {
 public:
     /// @param machServiceName  of the daemon, in the system's domain.
     explicit XPCPrivilegedHelperClient(std::string machServiceName) : machServiceName(std::move(machServiceName)) {}
 
-    /// When nobody listens, or the connection breaks, the error is what the system says of it.
-    PrivilegedHelperResponse send(const PrivilegedHelperCommand& command) override;
-
 private:
+    PrivilegedHelperReply roundTrip(const std::string& body, std::chrono::milliseconds bound) override;
+
     std::string machServiceName;
 };
 

@@ -1,8 +1,8 @@
 #include "helper/macos/XPCPrivilegedHelperClient.h"
 
 #include "base/DescribedError.h"
-#include "helper/PrivilegedHelperExchange.h"
 #import "helper/macos/FoundationText.h"
+#include "helper/macos/PrivilegedHelperExchange.h"
 #import "helper/macos/TavoPrivilegedHelperXPCProtocol.h"
 
 #include <exception>
@@ -47,23 +47,12 @@ private:
     NSXPCConnection* connection;
 };
 
-class XPCTransport final : public PrivilegedHelperTransport {
-public:
-    explicit XPCTransport(std::string machServiceName) : machServiceName(std::move(machServiceName)) {}
-
-    std::unique_ptr<PrivilegedHelperConnection> connect() override {
-        return std::make_unique<XPCConnection>(machServiceName);
-    }
-
-private:
-    std::string machServiceName;
-};
-
 } // namespace
 
-PrivilegedHelperResponse XPCPrivilegedHelperClient::send(const PrivilegedHelperCommand& command) {
+PrivilegedHelperReply XPCPrivilegedHelperClient::roundTrip(const std::string& body, std::chrono::milliseconds bound) {
     @autoreleasepool {
-        return PrivilegedHelperExchange(std::make_shared<XPCTransport>(machServiceName)).send(command);
+        XPCConnection connection(machServiceName);
+        return exchange(connection, body, bound);
     }
 }
 

@@ -1,7 +1,7 @@
-#include "TavoPrivilegedHelper/linux/LogindSleepController.h"
+#include "TavoPrivilegedHelper/linux/LogindSleepSetting.h"
 
 #include "Support/TemporaryDirectory.h"
-#include "TavoPrivilegedHelper/linux/LidSwitchManaging.h"
+#include "TavoPrivilegedHelper/linux/LogindLidSwitch.h"
 #include "base/AtomicFile.h"
 #include "base/WakeControlError.h"
 
@@ -11,6 +11,7 @@
 
 #include <fstream>
 #include <map>
+#include <set>
 #include <sstream>
 
 namespace tavo {
@@ -20,7 +21,8 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-/// Reads drop-ins as logind does: merged in the order of their names, once it has been told to and a little time has passed.
+/// Reads drop-ins as logind does: merged in the order of their names, once it has been told to and a little time has
+/// passed.
 class ScriptedLidSwitch final : public LidSwitchManaging {
 public:
     explicit ScriptedLidSwitch(std::filesystem::path folder) : folder(std::move(folder)) {}
@@ -111,8 +113,9 @@ protected:
     }
 
     void restart() {
-        controller.reset();
-        controller = std::make_unique<LogindSleepController>(
+        setting.reset();
+        scopes.clear();
+        setting = std::make_unique<LogindSleepSetting>(
             logind, folder.path(), [this](const std::string& line) { lines.push_back(line); },
             [this](std::chrono::milliseconds) {
                 logind->tick();
@@ -121,8 +124,20 @@ protected:
             budget);
     }
 
-    void switchOff(PMSetScope scope) { controller->setSleepDisabled(scope, true); }
-    void switchOn(PMSetScope scope) { controller->setSleepDisabled(scope, false); }
+    void begin(PMSetScope scope) {
+        auto wanted = scopes;
+        wanted.insert(scope);
+        apply(wanted);
+    }
+    void end(PMSetScope scope) {
+        auto wanted = scopes;
+        wanted.erase(scope);
+        apply(wanted);
+    }
+    void apply(const std::set<PMSetScope>& wanted) {
+        setting->apply(wanted);
+        scopes = wanted;
+    }
 
     std::size_t fileCount() const {
         return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder.path()), {}));
@@ -135,7 +150,8 @@ protected:
     std::shared_ptr<TimeBudget> budget =
         std::make_shared<TimeBudget>(std::chrono::milliseconds(3000), [this] { return now; });
     std::vector<std::string> lines;
-    std::unique_ptr<LogindSleepController> controller;
+    std::set<PMSetScope> scopes;
+    std::unique_ptr<LogindSleepSetting> setting;
 };
 
 TEST_F(LogindSleep, EachScopeIsOneOfTheTwoSettings) {
@@ -145,10 +161,10 @@ TEST_F(LogindSleep, EachScopeIsOneOfTheTwoSettings) {
     };
     for (const auto& row : {Row{PMSetScope::ac, {"suspend", "ignore"}}, Row{PMSetScope::battery, {"ignore", "suspend"}},
                             Row{PMSetScope::all, {"ignore", "ignore"}}}) {
-        switchOff(row.scope);
+        begin(row.scope);
         EXPECT_EQ(logind->current, row.during) << rawValue(row.scope);
         EXPECT_TRUE(logind->isLockHeld());
-        switchOn(row.scope);
+        end(row.scope);
         EXPECT_EQ(logind->current, (LidSwitchActions{"suspend", ""})) << rawValue(row.scope);
         EXPECT_FALSE(logind->isLockHeld());
         EXPECT_EQ(fileCount(), 0U);
@@ -157,53 +173,53 @@ TEST_F(LogindSleep, EachScopeIsOneOfTheTwoSettings) {
 
 TEST_F(LogindSleep, ASettingForExternalPowerStaysWhenBatteryAloneIsMeant) {
     configure("50-own.conf", "HandleLidSwitch=hibernate\nHandleLidSwitchExternalPower=lock\n");
-    switchOff(PMSetScope::battery);
+    begin(PMSetScope::battery);
     EXPECT_EQ(logind->current, (LidSwitchActions{"ignore", "lock"}));
-    switchOn(PMSetScope::battery);
+    end(PMSetScope::battery);
     EXPECT_EQ(logind->current, (LidSwitchActions{"hibernate", "lock"}));
 }
 
 TEST_F(LogindSleep, WhatExternalPowerFollowsIsWrittenDownWhenBatteryAloneIsMeant) {
     configure("50-own.conf", "HandleLidSwitch=hibernate\n");
-    switchOff(PMSetScope::battery);
+    begin(PMSetScope::battery);
     EXPECT_EQ(logind->current, (LidSwitchActions{"ignore", "hibernate"}));
 }
 
 TEST_F(LogindSleep, ScopesAreUnited) {
-    switchOff(PMSetScope::battery);
-    switchOff(PMSetScope::ac);
+    begin(PMSetScope::battery);
+    begin(PMSetScope::ac);
     EXPECT_EQ(logind->current, (LidSwitchActions{"ignore", "ignore"}));
-    switchOn(PMSetScope::battery);
+    end(PMSetScope::battery);
     EXPECT_EQ(logind->current, (LidSwitchActions{"suspend", "ignore"}));
-    switchOff(PMSetScope::all);
-    switchOn(PMSetScope::ac);
+    begin(PMSetScope::all);
+    end(PMSetScope::ac);
     EXPECT_EQ(logind->current, (LidSwitchActions{"ignore", "ignore"}));
     EXPECT_TRUE(logind->isLockHeld());
-    switchOn(PMSetScope::all);
+    end(PMSetScope::all);
     EXPECT_EQ(logind->current, (LidSwitchActions{"suspend", ""}));
     EXPECT_FALSE(logind->isLockHeld());
 }
 
 TEST_F(LogindSleep, GoingBackToBatteryAloneStillKnowsWhatExternalPowerFollowed) {
-    switchOff(PMSetScope::all);
-    switchOff(PMSetScope::battery);
-    switchOn(PMSetScope::all);
+    begin(PMSetScope::all);
+    begin(PMSetScope::battery);
+    end(PMSetScope::all);
     EXPECT_EQ(logind->current, (LidSwitchActions{"ignore", "suspend"}));
 }
 
 TEST_F(LogindSleep, FilesOfOthersAreNotTouched) {
     configure("zz-own.conf", "HandleLidSwitch=lock\n");
-    switchOff(PMSetScope::all);
+    begin(PMSetScope::all);
     EXPECT_EQ(logind->current, (LidSwitchActions{"ignore", "ignore"})) << "ours comes last";
-    switchOn(PMSetScope::all);
+    end(PMSetScope::all);
     EXPECT_EQ(readWholeFile(folder.path() / "zz-own.conf"), "[Login]\nHandleLidSwitch=lock\n");
     EXPECT_EQ(fileCount(), 1U);
 }
 
-TEST_F(LogindSleep, AFileThatComesLaterIsFoundOutAndEverythingIsUndone) {
+TEST_F(LogindSleep, AFileThatComesLaterIsFoundOutAndEverythingIsRestored) {
     configure("zzzz.conf", "HandleLidSwitch=suspend\n");
     try {
-        switchOff(PMSetScope::all);
+        begin(PMSetScope::all);
         FAIL() << "nothing was thrown";
     } catch (const WakeControlError& error) {
         EXPECT_THAT(error.description(), HasSubstr("HandleLidSwitch=suspend and HandleLidSwitchExternalPower=ignore"));
@@ -217,21 +233,21 @@ TEST_F(LogindSleep, TheWaitsOfOneRequestShareItsTime) {
     logind->ticksToReread = 100000;
     const TimeBudget::Request request(*budget);
     onPause = [this] { now += std::chrono::milliseconds{20}; };
-    const auto begin = now;
-    EXPECT_THROW(switchOff(PMSetScope::all), WakeControlError);
-    // Each pause is 20 ms by the request's clock: 200 looks for the confirmation, and ten for the undoing.
-    EXPECT_LT(now - begin, std::chrono::milliseconds{4400});
-    now = begin + std::chrono::hours{1};
+    const auto start = now;
+    EXPECT_THROW(begin(PMSetScope::all), WakeControlError);
+    // Each pause is 20 ms by the request's clock: 200 attempts for the confirmation, and ten for the restoration.
+    EXPECT_LT(now - start, std::chrono::milliseconds{4400});
+    now = start + std::chrono::hours{1};
     const auto late = now;
-    EXPECT_THROW(switchOff(PMSetScope::all), WakeControlError);
+    EXPECT_THROW(begin(PMSetScope::all), WakeControlError);
     EXPECT_LT(now - late, std::chrono::milliseconds{400});
     EXPECT_EQ(fileCount(), 0U);
 }
 
 TEST_F(LogindSleep, AScopeThatCannotBeHadLeavesTheOthersInForce) {
     configure("zzzz.conf", "HandleLidSwitch=suspend\n");
-    switchOff(PMSetScope::ac);
-    EXPECT_THROW(switchOff(PMSetScope::battery), WakeControlError);
+    begin(PMSetScope::ac);
+    EXPECT_THROW(begin(PMSetScope::battery), WakeControlError);
     logind->tick();
     logind->tick();
     EXPECT_EQ(logind->current, (LidSwitchActions{"suspend", "ignore"}));
@@ -240,47 +256,47 @@ TEST_F(LogindSleep, AScopeThatCannotBeHadLeavesTheOthersInForce) {
 
 TEST_F(LogindSleep, NothingIsChangedWithoutTheLock) {
     logind->failingCall = "lock";
-    EXPECT_THROW(switchOff(PMSetScope::all), DescribedError);
+    EXPECT_THROW(begin(PMSetScope::all), DescribedError);
     EXPECT_EQ(fileCount(), 0U);
 }
 
-TEST_F(LogindSleep, WhatCouldNotBeTakenBackIsTakenBackLater) {
+TEST_F(LogindSleep, ASettingThatCouldNotBeRestoredIsRestoredLater) {
     logind->failingCall = "reread";
-    EXPECT_THROW(switchOff(PMSetScope::all), DescribedError);
+    EXPECT_THROW(begin(PMSetScope::all), DescribedError);
     EXPECT_THAT(lines, ElementsAre(HasSubstr("reread failed")));
     EXPECT_EQ(fileCount(), 0U);
     logind->failingCall.clear();
     logind->log.clear();
-    switchOn(PMSetScope::all);
+    end(PMSetScope::all);
     EXPECT_THAT(logind->log, ElementsAre("reread"));
 }
 
 TEST_F(LogindSleep, TheLockIsKeptUntilLogindHasBeenTold) {
-    switchOff(PMSetScope::all);
+    begin(PMSetScope::all);
     logind->failingCall = "reread";
-    EXPECT_THROW(switchOn(PMSetScope::all), DescribedError);
+    EXPECT_THROW(end(PMSetScope::all), DescribedError);
     EXPECT_TRUE(logind->isLockHeld());
     logind->failingCall.clear();
-    switchOn(PMSetScope::all);
+    end(PMSetScope::all);
     EXPECT_FALSE(logind->isLockHeld());
     EXPECT_EQ(logind->current, (LidSwitchActions{"suspend", ""}));
 }
 
-TEST_F(LogindSleep, AnEarlierProcessLeavesWhatWasBeforeIt) {
-    switchOff(PMSetScope::battery);
+TEST_F(LogindSleep, AnEarlierProcessLeavesTheActionsFromBeforeIt) {
+    begin(PMSetScope::battery);
     restart();
-    EXPECT_TRUE(controller->hasLeftover());
-    switchOff(PMSetScope::ac);
+    EXPECT_TRUE(setting->hasLeftover());
+    begin(PMSetScope::ac);
     EXPECT_EQ(logind->current, (LidSwitchActions{"suspend", "ignore"}));
-    switchOn(PMSetScope::ac);
+    end(PMSetScope::ac);
     EXPECT_EQ(logind->current, (LidSwitchActions{"suspend", ""}));
-    EXPECT_FALSE(controller->hasLeftover());
+    EXPECT_FALSE(setting->hasLeftover());
 }
 
-TEST_F(LogindSleep, WhatAnEarlierProcessLeftIsUndone) {
-    switchOff(PMSetScope::all);
+TEST_F(LogindSleep, ADropInOfAnEarlierProcessEnds) {
+    begin(PMSetScope::all);
     restart();
-    switchOn(PMSetScope::all);
+    end(PMSetScope::all);
     EXPECT_EQ(logind->current, (LidSwitchActions{"suspend", ""}));
     EXPECT_EQ(fileCount(), 0U);
 }
@@ -289,7 +305,7 @@ TEST_F(LogindSleep, ALeftoverThatSaysNothingIsRemovedAllTheSame) {
     std::ofstream(folder.path() / "zzz-com.vrd.tavo.helper.conf") << "[Login]\nHandleLidSwitch=ignore\n";
     logind->current = logind->merged();
     restart();
-    switchOn(PMSetScope::all);
+    end(PMSetScope::all);
     logind->tick();
     logind->tick();
     EXPECT_EQ(logind->current, (LidSwitchActions{"suspend", ""}));
@@ -300,24 +316,24 @@ TEST_F(LogindSleep, ARereadThatFailedIsOwedThoughTheFileHasGone) {
     logind->current = logind->merged();
     restart();
     logind->failingCall = "reread";
-    EXPECT_THROW(switchOn(PMSetScope::all), DescribedError);
+    EXPECT_THROW(end(PMSetScope::all), DescribedError);
     EXPECT_EQ(fileCount(), 0U);
     logind->failingCall.clear();
-    switchOn(PMSetScope::all);
+    end(PMSetScope::all);
     logind->tick();
     logind->tick();
     EXPECT_EQ(logind->current, (LidSwitchActions{"suspend", ""}));
 }
 
-TEST_F(LogindSleep, SwitchingOnWhatIsOnAsksNobody) {
-    switchOn(PMSetScope::all);
+TEST_F(LogindSleep, EndingWithoutAnOverrideAsksNobody) {
+    end(PMSetScope::all);
     EXPECT_THAT(logind->log, IsEmpty());
 }
 
 TEST_F(LogindSleep, AnotherSettingThatChangedMeanwhileIsNotFoughtOver) {
-    switchOff(PMSetScope::all);
+    begin(PMSetScope::all);
     std::ofstream(folder.path() / "50-own.conf") << "[Login]\nHandleLidSwitch=lock\n";
-    switchOn(PMSetScope::all);
+    end(PMSetScope::all);
     EXPECT_EQ(logind->current, (LidSwitchActions{"lock", ""}));
     EXPECT_THAT(lines, ElementsAre(HasSubstr("has changed")));
     EXPECT_FALSE(logind->isLockHeld());
@@ -325,7 +341,7 @@ TEST_F(LogindSleep, AnotherSettingThatChangedMeanwhileIsNotFoughtOver) {
 
 TEST_F(LogindSleep, TheFileIsReadableByAllWhateverTheMask) {
     const auto before = umask(077);
-    switchOff(PMSetScope::all);
+    begin(PMSetScope::all);
     umask(before);
     using std::filesystem::perms;
     EXPECT_EQ(std::filesystem::status(folder.path() / "zzz-com.vrd.tavo.helper.conf").permissions(),
@@ -344,10 +360,10 @@ class ClosedLid : public LogindSleep {
 protected:
     /// What is asked for when the last override ends.
     std::vector<std::string> afterwards(const LidSituation& lid) {
-        switchOff(PMSetScope::all);
+        begin(PMSetScope::all);
         logind->lid = lid;
         logind->log.clear();
-        switchOn(PMSetScope::all);
+        end(PMSetScope::all);
         auto log = logind->log;
         std::erase(log, "reread");
         return log;
@@ -359,13 +375,13 @@ TEST_F(ClosedLid, TheMachineIsSentToSleepWhenNobodyElseWould) {
 }
 
 TEST_F(ClosedLid, OnlyTheLastOverrideSendsIt) {
-    switchOff(PMSetScope::all);
-    switchOff(PMSetScope::ac);
+    begin(PMSetScope::all);
+    begin(PMSetScope::ac);
     logind->lid = closedOnDesktop();
     logind->log.clear();
-    switchOn(PMSetScope::all);
+    end(PMSetScope::all);
     EXPECT_THAT(logind->log, ElementsAre("reread"));
-    switchOn(PMSetScope::ac);
+    end(PMSetScope::ac);
     EXPECT_THAT(logind->log, ElementsAre("reread", "reread", "sleep by suspend"));
 }
 
@@ -384,12 +400,12 @@ TEST_F(ClosedLid, LogindActsByItselfWhereNobodyHasTakenTheSwitchFromIt) {
 TEST_F(ClosedLid, ALockThatIsJustGoingIsWaitedFor) {
     auto lid = closedOnDesktop();
     lid.isSleepBlocked = true;
-    switchOff(PMSetScope::all);
+    begin(PMSetScope::all);
     logind->lid = lid;
     logind->log.clear();
     int looks = 0;
     onPause = [&] { logind->lid.isSleepBlocked = ++looks < 6; };
-    switchOn(PMSetScope::all);
+    end(PMSetScope::all);
     EXPECT_THAT(logind->log, ElementsAre("reread", "sleep by suspend"));
 }
 
@@ -420,10 +436,10 @@ TEST_F(ClosedLid, ADockedMachineHasItsOwnAction) {
     EXPECT_THAT(afterwards(lid), ElementsAre("sleep by ignore"));
 }
 
-TEST_F(ClosedLid, AFailureToAskIsNoFailureToUndo) {
-    switchOff(PMSetScope::all);
+TEST_F(ClosedLid, AFailureToAskIsNoFailureToEnd) {
+    begin(PMSetScope::all);
     logind->failingCall = "situation";
-    EXPECT_NO_THROW(switchOn(PMSetScope::all));
+    EXPECT_NO_THROW(end(PMSetScope::all));
     EXPECT_THAT(lines, ElementsAre(HasSubstr("situation failed")));
 }
 

@@ -8,8 +8,12 @@
 
 namespace tavo {
 
-/// A log for what others cause: passes a burst of lines on and then one line an interval, and says how many it has left out.
-/// May be written to from any thread, when `log` and `clock` may be called from any.
+/// Goes to the system's log, which knows who wrote it and when, and to standard error for somebody at a terminal. May
+/// be called from any thread.
+void logHelper(const std::string& line) noexcept;
+
+/// A log for lines that others cause: it passes a burst of them on and then one an interval, and says how many it left
+/// out. May be written to from any thread, when `log` and `clock` may be called from any.
 class BoundedLog {
 public:
     using Log = std::function<void(const std::string&)>;

@@ -1,4 +1,4 @@
-#include "TavoPrivilegedHelper/BoundedLog.h"
+#include "TavoPrivilegedHelper/HelperLog.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

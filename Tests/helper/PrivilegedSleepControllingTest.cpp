@@ -1,4 +1,4 @@
-#include "helper/PMSetScope.h"
+#include "helper/PrivilegedSleepControlling.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

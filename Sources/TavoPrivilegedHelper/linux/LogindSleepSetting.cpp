@@ -1,4 +1,4 @@
-#include "TavoPrivilegedHelper/linux/LogindSleepController.h"
+#include "TavoPrivilegedHelper/linux/LogindSleepSetting.h"
 
 #include "base/AtomicFile.h"
 #include "base/WakeControlError.h"
@@ -23,7 +23,7 @@ constexpr mode_t readableByAll = 0644;
 constexpr std::chrono::milliseconds maxWait{2000};
 constexpr std::chrono::milliseconds pollInterval{10};
 
-/// The locks of a Tavo that is just ending, and this one's own, go a moment after they are released.
+/// logind drops the locks of a Tavo that is just exiting, and this one's own, a moment after they are released.
 constexpr std::chrono::milliseconds maxLockWait{1000};
 constexpr std::chrono::milliseconds lockPollInterval{100};
 
@@ -38,48 +38,42 @@ void sleepFor(std::chrono::milliseconds time) {
     std::this_thread::sleep_for(time);
 }
 
-/// Looks at logind until that is in vain. Counts pauses as well as time: a logind that answers slowly must not keep
-/// everybody else waiting.
-class Patience {
+/// Bounds the polling of logind. Counts attempts as well as time: a logind that answers slowly must not keep everybody
+/// else waiting.
+class PollBound {
 public:
-    Patience(std::chrono::milliseconds bound, std::chrono::milliseconds pause)
-        : looks(bound / pause), end(std::chrono::steady_clock::now() + bound) {}
+    PollBound(std::chrono::milliseconds bound, std::chrono::milliseconds pause)
+        : attempts(bound / pause), end(std::chrono::steady_clock::now() + bound) {}
 
-    /// Whether there is time for another look after the one that was just taken.
-    bool allowsAnother() { return --looks > 0 && std::chrono::steady_clock::now() < end; }
+    /// Whether there is time for another attempt after the one that was just made.
+    bool allowsAnother() { return --attempts > 0 && std::chrono::steady_clock::now() < end; }
 
 private:
-    std::int64_t looks;
+    std::int64_t attempts;
     std::chrono::steady_clock::time_point end;
 };
 
 } // namespace
 
-LogindSleepController::LogindSleepController(std::shared_ptr<const LidSwitchManaging> logind,
-                                             std::filesystem::path dropInFolder, Log log, Pause pause,
-                                             std::shared_ptr<const TimeBudget> budget)
+LogindSleepSetting::LogindSleepSetting(std::shared_ptr<const LidSwitchManaging> logind,
+                                       std::filesystem::path dropInFolder, Log log, Pause pause,
+                                       std::shared_ptr<const TimeBudget> budget)
     : logind(std::move(logind)), dropIn(std::move(dropInFolder) / HelperLocations::lidDropInName), log(std::move(log)),
       pause(pause ? std::move(pause) : Pause(sleepFor)), budget(std::move(budget)), before(rememberedActions()) {}
 
-bool LogindSleepController::hasLeftover() const {
+bool LogindSleepSetting::hasLeftover() const {
     return std::filesystem::exists(dropIn);
 }
 
-void LogindSleepController::setSleepDisabled(PMSetScope scope, bool disabled) {
-    auto wanted = scopes;
-    if (disabled) {
-        wanted.insert(scope);
+void LogindSleepSetting::apply(const Scopes& scopes) {
+    if (scopes.empty()) {
+        end();
     } else {
-        wanted.erase(scope);
-    }
-    if (wanted.empty()) {
-        release();
-    } else if (wanted != scopes) {
-        enforce(wanted);
+        enforce(scopes);
     }
 }
 
-void LogindSleepController::enforce(const Scopes& wanted) {
+void LogindSleepSetting::enforce(const Scopes& scopes) {
     if (!before) {
         before = logind->actions();
     }
@@ -89,7 +83,7 @@ void LogindSleepController::enforce(const Scopes& wanted) {
         if (!sleepLock) {
             sleepLock = logind->takeSleepLock();
         }
-        install(wanted);
+        install(scopes);
     } catch (...) {
         restore(contentBefore);
         if (!hadLock) {
@@ -97,14 +91,13 @@ void LogindSleepController::enforce(const Scopes& wanted) {
         }
         throw;
     }
-    scopes = wanted;
 }
 
-void LogindSleepController::install(const Scopes& wanted) {
+void LogindSleepSetting::install(const Scopes& scopes) {
     std::filesystem::create_directories(dropIn.parent_path());
-    replaceFileAtomically(dropIn, dropInContent(wanted), readableByAll);
+    replaceFileAtomically(dropIn, dropInContent(scopes), readableByAll);
     logind->rereadConfiguration();
-    if (waitFor(override(wanted))) {
+    if (waitFor(actionsDuring(scopes))) {
         return;
     }
     const auto reported = logind->actions();
@@ -114,7 +107,7 @@ void LogindSleepController::install(const Scopes& wanted) {
                     reported.onBattery, reported.onExternalPower, dropIn.filename().string()));
 }
 
-void LogindSleepController::restore(const std::optional<std::string>& content) {
+void LogindSleepSetting::restore(const std::optional<std::string>& content) {
     try {
         if (content) {
             replaceFileAtomically(dropIn, *content, readableByAll);
@@ -127,11 +120,11 @@ void LogindSleepController::restore(const std::optional<std::string>& content) {
             before.reset();
         }
     } catch (const std::exception& error) {
-        log(fmt::format("could not take the setting for the lid back: {}", error.what()));
+        log(fmt::format("could not restore the setting for the lid: {}", error.what()));
     }
 }
 
-void LogindSleepController::release() {
+void LogindSleepSetting::end() {
     if (!hasLeftover() && !sleepLock && !before && !isRereadOwed) {
         return;
     }
@@ -140,33 +133,32 @@ void LogindSleepController::release() {
     logind->rereadConfiguration();
     isRereadOwed = false;
     if (before && !waitFor(*before)) {
-        // The file has gone and logind has been told: what it reports now is what somebody else has set meanwhile.
+        // The file has gone and logind has been told: somebody else has set what it reports now.
         log("the setting for the lid is not what it was before; another file of logind.conf.d has changed.");
     }
     before.reset();
-    scopes.clear();
     sleepLock.reset();
     sleepIfNobodyElseWould();
 }
 
-/// On external power logind follows the setting for battery power where there is none of its own, so that one has to be
-/// written down when battery power alone is meant. The setting for docked machines follows neither.
-LidSwitchActions LogindSleepController::override(const Scopes& wanted) const {
+/// On external power logind follows the setting for battery power where it has none of its own, so an override for
+/// battery power alone has to write that one down. The setting for docked machines follows neither.
+LidSwitchActions LogindSleepSetting::actionsDuring(const Scopes& scopes) const {
     auto actions = *before;
-    if (covers(wanted, PMSetScope::battery)) {
+    if (covers(scopes, PMSetScope::battery)) {
         actions.onExternalPower = before->effectiveOnExternalPower();
         actions.onBattery = ignored;
     }
-    if (covers(wanted, PMSetScope::ac)) {
+    if (covers(scopes, PMSetScope::ac)) {
         actions.onExternalPower = ignored;
     }
     return actions;
 }
 
-std::string LogindSleepController::dropInContent(const Scopes& wanted) const {
-    const auto actions = override(wanted);
+std::string LogindSleepSetting::dropInContent(const Scopes& scopes) const {
+    const auto actions = actionsDuring(scopes);
     std::string settings;
-    if (covers(wanted, PMSetScope::battery)) {
+    if (covers(scopes, PMSetScope::battery)) {
         settings += fmt::format("HandleLidSwitch={}\n", actions.onBattery);
     }
     settings += fmt::format("HandleLidSwitchExternalPower={}\n", actions.onExternalPower);
@@ -175,7 +167,7 @@ std::string LogindSleepController::dropInContent(const Scopes& wanted) const {
                        batteryMemo, before->onBattery, externalPowerMemo, before->onExternalPower, settings);
 }
 
-std::optional<LidSwitchActions> LogindSleepController::rememberedActions() const {
+std::optional<LidSwitchActions> LogindSleepSetting::rememberedActions() const {
     if (!hasLeftover()) {
         return std::nullopt;
     }
@@ -195,10 +187,10 @@ std::optional<LidSwitchActions> LogindSleepController::rememberedActions() const
     return remembered;
 }
 
-bool LogindSleepController::waitFor(const LidSwitchActions& expected) const {
-    Patience patience(budget ? budget->boundOf(maxWait) : maxWait, pollInterval);
+bool LogindSleepSetting::waitFor(const LidSwitchActions& expected) const {
+    PollBound polling(budget ? budget->boundOf(maxWait) : maxWait, pollInterval);
     while (logind->actions() != expected) {
-        if (!patience.allowsAnother()) {
+        if (!polling.allowsAnother()) {
             return false;
         }
         pause(pollInterval);
@@ -206,15 +198,15 @@ bool LogindSleepController::waitFor(const LidSwitchActions& expected) const {
     return true;
 }
 
-/// logind acts on a lid that is closed already as soon as it may. A desktop that has taken the switch from it saw the lid
-/// close, was refused, and will not ask again.
-void LogindSleepController::sleepIfNobodyElseWould() const {
+/// logind acts on a lid that is closed already as soon as it may. A desktop that has taken the switch from it saw the
+/// lid close, was refused, and will not ask again.
+void LogindSleepSetting::sleepIfNobodyElseWould() const {
     try {
         // Not cut short by the budget: a lock that goes a moment later would leave a closed laptop awake.
-        Patience patience(maxLockWait, lockPollInterval);
+        PollBound polling(maxLockWait, lockPollInterval);
         auto situation = logind->situation();
         while (situation.isLidClosed && situation.isLidHandledElsewhere && situation.isSleepBlocked &&
-               patience.allowsAnother()) {
+               polling.allowsAnother()) {
             pause(lockPollInterval);
             situation = logind->situation();
         }

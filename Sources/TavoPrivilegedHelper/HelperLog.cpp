@@ -1,4 +1,4 @@
-#include "TavoPrivilegedHelper/BoundedLog.h"
+#include "TavoPrivilegedHelper/HelperLog.h"
 
 #include <fmt/format.h>
 
