@@ -59,8 +59,10 @@ CaffeinateCommandRunner::CaffeinateCommandRunner(std::shared_ptr<CommandRunning>
 std::shared_ptr<RunningCommand> CaffeinateCommandRunner::start(const ShellCommand& command) {
     auto child = runner->start(command);
     const auto token = assertionStatus->open();
-    assertionStatus->record(
-        token, {.service = "caffeinate", .state = AssertionReportState::held, .what = heldBy(command), .notice = {}});
+    assertionStatus->record(token, {.service = AssertionService::caffeinate,
+                                    .state = AssertionReportState::held,
+                                    .what = heldBy(command),
+                                    .notice = {}});
     child->onEnd([assertionStatus = assertionStatus, token] { assertionStatus->close(token); });
     return std::make_shared<PostedCommand>(std::move(child), assertionStatus, token);
 }
