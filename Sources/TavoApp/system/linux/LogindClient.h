@@ -46,9 +46,10 @@ private:
     BusConnection bus;
 };
 
-/// What logind lists.
+/// logind's list of locks.
 class LogindLockList final : public HeldAssertionsProviding {
 public:
+    bool usesPlanWords() const override { return true; }
     std::vector<HeldAssertion> heldAssertions() override { return LogindClient().blockingLocks(); }
 };
 
