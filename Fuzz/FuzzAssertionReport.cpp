@@ -1,5 +1,5 @@
 #include "Require.h"
-#include "runtime/AssertionStatus.h"
+#include "runtime/AssertionReport.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -11,9 +11,9 @@ using tavo::require;
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string_view line(reinterpret_cast<const char*>(data), size);
     if (const auto report = tavo::parseAssertionReport(line)) {
-        auto written = report->service + " " + std::string(rawValue(report->state)) + " " + report->what;
-        const bool hasNotice = written.size() < line.size();
-        written += hasNotice ? "; " + report->notice : "";
+        auto written = assertionReportLine(*report);
+        // A separator without a notice after it is no notice.
+        written += report->notice.empty() && written.size() < line.size() ? "; " : "";
         require(written == line, "a report holds all of its line");
     }
     return 0;

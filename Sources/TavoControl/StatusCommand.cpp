@@ -87,6 +87,7 @@ StatusFacts statusFacts(const TavoStoring& store, const Platform& platform, std:
         auto held = platform.heldAssertions->heldAssertions();
         keepOwn(held, facts.runningProcessID, OwnLocks(platform, facts.now));
         facts.held = std::move(held);
+        facts.isHeldInPlanWords = platform.heldAssertions->usesPlanWords();
     } catch (const std::exception& error) {
         facts.heldError = errorText(error);
     }

@@ -51,21 +51,17 @@ RuntimeStatusCopy StatusReport::currentCopy() const {
 }
 
 std::string StatusReport::plannedWhat() const {
-    if (!isPlanned()) {
-        return {};
-    }
-    return facts.power.source == CurrentPowerSource::ac ? "idle:sleep" : "idle";
+    return isPlanned() ? plannedToHoldOff(facts.power.source) : std::string();
 }
 
 std::vector<std::string> StatusReport::missing() const {
+    if (!facts.isHeldInPlanWords) {
+        return {};
+    }
     std::vector<std::string> held;
     for (const auto& assertion : facts.held.value_or(std::vector<HeldAssertion>())) {
         const auto words = splitWhat(assertion.what);
         held.insert(held.end(), words.begin(), words.end());
-    }
-    // macOS lists assertion types, which cover what they say and are not compared word by word.
-    if (std::any_of(held.begin(), held.end(), [](const auto& word) { return word.starts_with("Prevent"); })) {
-        return {};
     }
     auto lacking = splitWhat(plannedWhat());
     std::erase_if(lacking, [&](const auto& word) { return std::find(held.begin(), held.end(), word) != held.end(); });

@@ -36,6 +36,9 @@ struct StatusFacts {
     /// The system's list for that Tavo or, when none runs, for any Tavo of this user; absent when it cannot be asked.
     std::optional<std::vector<HeldAssertion>> held;
 
+    /// Whether the list's words are those of the plan, see HeldAssertionsProviding::usesPlanWords().
+    bool isHeldInPlanWords = true;
+
     /// Why it cannot be asked.
     std::string heldError;
 
@@ -65,7 +68,7 @@ public:
 private:
     bool isPlanned() const { return facts.runningProcessID && facts.snapshot.isWakeAssertionActive; }
 
-    /// What ought to be held now, in logind's words: "idle" or "idle:sleep"; empty for nothing.
+    /// The kinds of sleep that ought to be held off now, in the wake plan's words; empty for none.
     std::string plannedWhat() const;
 
     /// The part of plannedWhat() that is not held.

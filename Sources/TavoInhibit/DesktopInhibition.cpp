@@ -91,7 +91,7 @@ int DesktopInhibition::onReportTimer(sd_event_source*, std::uint64_t, void* self
 
 void DesktopInhibition::tell() {
     hasTold = true;
-    report.post({InhibitService::desktop, InhibitState::refused, "suspend", nobodyAcceptedNotice()});
+    report.post({AssertionService::desktop, AssertionReportState::refused, "suspend", nobodyAcceptedNotice()});
 }
 
 bool DesktopInhibition::anyIs(DesktopInhibitor::State state) const {

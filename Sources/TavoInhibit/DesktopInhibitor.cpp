@@ -76,7 +76,7 @@ void DesktopInhibitor::ownerIs(const char* newOwner) {
     retry.reset();
     failedAttempts = 0;
     if (current == State::holding || current == State::unconfirmed) {
-        post(InhibitState::lost);
+        post(AssertionReportState::lost);
     }
     owner = newOwner;
     current = owner.empty() ? State::absent : State::present;
@@ -167,11 +167,11 @@ int DesktopInhibitor::onRetry(sd_event_source*, std::uint64_t, void* self) noexc
 void DesktopInhibitor::accept() {
     if (!service.confirmsBySignal) {
         current = State::holding;
-        post(InhibitState::held);
+        post(AssertionReportState::held);
         return;
     }
     current = State::unconfirmed;
-    post(InhibitState::asked);
+    post(AssertionReportState::asked);
     const auto early = earlyResponses.find(token.requestPath);
     if (early != earlyResponses.end()) {
         confirm(early->second);
@@ -200,7 +200,7 @@ int DesktopInhibitor::onResponse(sd_bus_message* signal, void* self, sd_bus_erro
 void DesktopInhibitor::confirm(int response) {
     if (response == 0) {
         current = State::holding;
-        post(InhibitState::held);
+        post(AssertionReportState::held);
     } else if (response == unreadableResponse) {
         refuse("its answer is not understood");
     } else {
@@ -210,7 +210,7 @@ void DesktopInhibitor::confirm(int response) {
 
 void DesktopInhibitor::refuse(const std::string& reason) {
     current = State::refused;
-    post(InhibitState::refused, refusedByDesktopNotice(service, reason));
+    post(AssertionReportState::refused, refusedByDesktopNotice(service, reason));
 }
 
 void DesktopInhibitor::release() {
@@ -235,13 +235,13 @@ void DesktopInhibitor::sendRelease() {
 
 void DesktopInhibitor::busEnded() {
     if (current == State::holding || current == State::unconfirmed) {
-        post(InhibitState::lost);
+        post(AssertionReportState::lost);
     }
     retry.reset();
     current = State::absent;
 }
 
-void DesktopInhibitor::post(InhibitState state, std::string notice) {
+void DesktopInhibitor::post(AssertionReportState state, std::string notice) {
     report.post({service.service, state, "suspend", std::move(notice)});
 }
 

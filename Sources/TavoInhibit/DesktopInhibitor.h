@@ -71,7 +71,7 @@ private:
     void confirm(int response);
     void refuse(const std::string& reason);
     void sendRelease();
-    void post(InhibitState state, std::string notice = {});
+    void post(AssertionReportState state, std::string notice = {});
     static int onOwner(sd_bus_message* reply, void* self, sd_bus_error* ignored) noexcept;
     static int onOwnerChanged(sd_bus_message* signal, void* self, sd_bus_error* ignored) noexcept;
     static int onAnswer(sd_bus_message* reply, void* self, sd_bus_error* ignored) noexcept;

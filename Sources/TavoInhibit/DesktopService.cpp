@@ -70,13 +70,13 @@ int makePortalRelease(sd_bus& bus, const char* owner, const DesktopService&, con
 
 const std::array<DesktopService, 3>& desktopServices() {
     static constexpr std::array<DesktopService, 3> services{{
-        {InhibitService::gnome, "org.gnome.SessionManager", "/org/gnome/SessionManager", "org.gnome.SessionManager",
+        {AssertionService::gnome, "org.gnome.SessionManager", "/org/gnome/SessionManager", "org.gnome.SessionManager",
          false, false, answerMicroseconds, "session manager", appendGnomeRequest, readCookie, makeGnomeRelease},
-        {InhibitService::powerManagement, "org.freedesktop.PowerManagement", "/org/freedesktop/PowerManagement/Inhibit",
-         "org.freedesktop.PowerManagement.Inhibit", false, false, answerMicroseconds, "power manager",
-         appendPowerManagementRequest, readCookie, makePowerManagementRelease},
+        {AssertionService::powerManagement, "org.freedesktop.PowerManagement",
+         "/org/freedesktop/PowerManagement/Inhibit", "org.freedesktop.PowerManagement.Inhibit", false, false,
+         answerMicroseconds, "power manager", appendPowerManagementRequest, readCookie, makePowerManagementRelease},
         // Nothing waits for the portal's answer, which may take minutes; it is a request all the same when it comes.
-        {InhibitService::portal, "org.freedesktop.portal.Desktop", "/org/freedesktop/portal/desktop",
+        {AssertionService::portal, "org.freedesktop.portal.Desktop", "/org/freedesktop/portal/desktop",
          "org.freedesktop.portal.Inhibit", true, true, UINT64_MAX, "portal", appendPortalRequest, readRequestPath,
          makePortalRelease},
     }};

@@ -17,7 +17,7 @@ struct InhibitToken {
 
 /// One of the desktop's interfaces for keeping the computer awake, as data: whom to call, how, and how to end it.
 struct DesktopService {
-    InhibitService service;
+    AssertionService service;
     /// The well-known name; its owner at the time is what is called.
     const char* name;
     const char* path;

@@ -70,7 +70,7 @@ void InhibitProgram::logindAnswered(const LogindLock::Outcome& outcome) {
         finish(EX_UNAVAILABLE);
         return;
     }
-    report.post({InhibitService::logind, InhibitState::held, outcome.held, outcome.text});
+    report.post({AssertionService::logind, AssertionReportState::held, outcome.held, outcome.text});
     if (input->hasEnded()) {
         finish(EX_OK);
         return;

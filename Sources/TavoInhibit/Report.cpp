@@ -8,47 +8,9 @@
 #include <climits>
 
 namespace tavo {
-namespace {
-
-const char* nameOf(InhibitService service) {
-    switch (service) {
-    case InhibitService::logind:
-        return "logind";
-    case InhibitService::gnome:
-        return "gnome";
-    case InhibitService::powerManagement:
-        return "power-management";
-    case InhibitService::portal:
-        return "portal";
-    case InhibitService::desktop:
-        return "desktop";
-    }
-    return "";
-}
-
-const char* nameOf(InhibitState state) {
-    switch (state) {
-    case InhibitState::held:
-        return "held";
-    case InhibitState::asked:
-        return "asked";
-    case InhibitState::refused:
-        return "refused";
-    case InhibitState::lost:
-        return "lost";
-    }
-    return "";
-}
-
-} // namespace
-
-std::string formatted(const ReportLine& line) {
-    std::string text = nameOf(line.service);
-    text.append(" ").append(nameOf(line.state)).append(" ").append(line.what);
-    if (!line.notice.empty()) {
-        text.append("; ").append(withoutControls(line.notice));
-    }
-    return text;
+void Report::post(AssertionReport report) {
+    report.notice = withoutControls(report.notice);
+    postText(assertionReportLine(report));
 }
 
 void Report::postText(std::string text) {

@@ -100,7 +100,7 @@ std::vector<Scene> windowScenes() {
     scenes.push_back({.name = "settings-less-held", .config = enabled(), .after = [](Stage& stage) {
                           stage.assertionStatus->record(
                               stage.assertionStatus->open(),
-                              {.service = "logind",
+                              {.service = AssertionService::logind,
                                .what = "idle",
                                .notice = "sleep was refused, so others may "
                                          "still put the computer to sleep; sudo tavoctl run holds it too."});

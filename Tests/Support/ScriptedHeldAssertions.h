@@ -10,6 +10,7 @@ namespace tavo {
 /// A system that lists what the test says.
 class ScriptedHeldAssertions final : public HeldAssertionsProviding {
 public:
+    bool usesPlanWords() const override { return areInPlanWords; }
     std::vector<HeldAssertion> heldAssertions() override {
         if (failure) {
             std::rethrow_exception(failure);
@@ -18,6 +19,7 @@ public:
     }
 
     std::vector<HeldAssertion> held;
+    bool areInPlanWords = true;
 
     /// Thrown by every call while it is set.
     std::exception_ptr failure;

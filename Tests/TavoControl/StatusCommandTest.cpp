@@ -113,6 +113,16 @@ TEST_F(StatusCommandTest, WhereTheSystemsOwnToolHoldsOnlyTheOneThatWasNotedIsLef
     EXPECT_THAT(heldPIDs(), ::testing::IsEmpty());
 }
 
+TEST_F(StatusCommandTest, AListInOtherWordsThanThePlansIsNotComparedWithIt) {
+    const LockHolder tavo(store->paths().lockURL());
+    saveAwake();
+    processes->processes = {{.pid = 500, .parentPID = tavo.pid()}};
+    held->held = {{.who = "caffeinate", .what = "PreventUserIdleSystemSleep", .pid = 500}};
+    EXPECT_THAT(run(), HasSubstr("less is held than planned"));
+    held->areInPlanWords = false;
+    EXPECT_THAT(run(), HasSubstr("PreventUserIdleSystemSleep (process id 500), as planned"));
+}
+
 TEST_F(StatusCommandTest, JsonSteersNoTerminalAndSaysTheSame) {
     const LockHolder tavo(store->paths().lockURL());
     saveAwake();

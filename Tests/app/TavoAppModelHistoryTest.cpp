@@ -68,8 +68,9 @@ TEST_F(TavoAppModelHistoryTest, AStoppedRunIsToldFromOneThatIsSwitchedOff) {
 
 TEST_F(TavoAppModelHistoryTest, WhatIsHeldIsWrittenWhenTheDesktopAnswersLater) {
     startRecording(enabled());
-    assertionStatus->record(assertionStatus->open(),
-                            {.service = "gnome", .state = AssertionReportState::held, .what = "suspend"});
+    assertionStatus->record(
+        assertionStatus->open(),
+        {.service = AssertionService::gnome, .state = AssertionReportState::held, .what = "suspend"});
     loop->runPosted();
     EXPECT_EQ(entries().back().state.held, "suspend (gnome)");
 }

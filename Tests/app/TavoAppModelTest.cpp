@@ -140,7 +140,8 @@ TEST_F(TavoAppModelTest, OneNotificationSaysAllThatChanged) {
 TEST_F(TavoAppModelTest, ANoticeOfTheAssertionIsAnnounced) {
     startWith(enabled());
     const auto token = assertionStatus->open();
-    assertionStatus->record(token, {.service = "logind", .what = "idle", .notice = "sleep was refused."});
+    assertionStatus->record(token,
+                            {.service = AssertionService::logind, .what = "idle", .notice = "sleep was refused."});
     loop->runPosted();
     EXPECT_EQ(model->assertionNotice(), "sleep was refused.");
     EXPECT_TRUE(has(changes.back(), ModelProperty::assertionNotice));
@@ -149,7 +150,7 @@ TEST_F(TavoAppModelTest, ANoticeOfTheAssertionIsAnnounced) {
 TEST_F(TavoAppModelTest, AnAssertionThatEndedUnaskedIsTakenAgainAfterASecond) {
     startWith(enabled());
     const auto token = assertionStatus->open();
-    assertionStatus->record(token, {.service = "logind", .what = "idle:sleep"});
+    assertionStatus->record(token, {.service = AssertionService::logind, .what = "idle:sleep"});
     loop->advance(std::chrono::seconds{5});
     runner->children.back()->dieFromOutside();
     assertionStatus->close(token);

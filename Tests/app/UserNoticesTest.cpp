@@ -52,7 +52,7 @@ TEST_F(UserNoticesTest, AnEditedFileThatWasKeptAsideIsAWarning) {
 TEST_F(UserNoticesTest, APlannedLockThatIsNotHeldIsAWarning) {
     startWith(enabled());
     assertionStatus->record(assertionStatus->open(),
-                            {.service = "logind", .what = "idle", .notice = "sleep was refused."});
+                            {.service = AssertionService::logind, .what = "idle", .notice = "sleep was refused."});
     EXPECT_THAT(notices().warnings, ElementsAre("sleep was refused."));
     EXPECT_THAT(notices().withHint("no tray.").warnings, ElementsAre("sleep was refused.", "no tray."));
     EXPECT_EQ(notices().withHint(""), notices());

@@ -8,25 +8,6 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
-using State = AssertionReportState;
-
-TEST(AssertionReport, ALineIsReadIntoItsParts) {
-    EXPECT_EQ(parseAssertionReport("logind held idle:sleep"),
-              (AssertionReport{.service = "logind", .state = State::held, .what = "idle:sleep", .notice = ""}));
-    EXPECT_EQ(parseAssertionReport("portal asked suspend"),
-              (AssertionReport{.service = "portal", .state = State::asked, .what = "suspend", .notice = ""}));
-    EXPECT_EQ(parseAssertionReport("gnome refused suspend; it said no; so there"),
-              (AssertionReport{
-                  .service = "gnome", .state = State::refused, .what = "suspend", .notice = "it said no; so there"}));
-    EXPECT_EQ(parseAssertionReport("gnome lost suspend")->state, State::lost);
-}
-
-TEST(AssertionReport, AnythingElseIsNoReport) {
-    for (const auto* line : {"", " ", "logind", "logind held", "logind held ", "logind HELD idle", "logind has idle",
-                             " held idle", "logind held idle sleep", "; notice", "logind held; notice"}) {
-        EXPECT_EQ(parseAssertionReport(line), std::nullopt) << line;
-    }
-}
 
 class AssertionStatusTest : public testing::Test {
 protected:
@@ -99,7 +80,7 @@ TEST_F(AssertionStatusTest, AnEarlierChildIsNotHeardAnyMore) {
     record("logind held idle");
     token = assertionStatus.open();
     EXPECT_THAT(assertionStatus.reports(), IsEmpty());
-    assertionStatus.record(earlier, {.service = "gnome", .what = "suspend"});
+    assertionStatus.record(earlier, {.service = AssertionService::gnome, .what = "suspend"});
     EXPECT_THAT(assertionStatus.reports(), IsEmpty());
     record("logind held idle:sleep");
     assertionStatus.close(earlier);

@@ -29,6 +29,21 @@ TEST(WakePlanBuilder, AnotherProgramMayHoldTheAssertion) {
     EXPECT_EQ(builder.buildPlan({}, {}, false).standardAssertionCommand.executableURL, "/opt/holder");
 }
 
+TEST(WakePlan, ThePlannedKindsOfSleepAreThoseThatItsCommandHoldsOff) {
+    EXPECT_EQ(plannedToHoldOff(CurrentPowerSource::ac), "idle:sleep");
+    EXPECT_EQ(plannedToHoldOff(CurrentPowerSource::battery), "idle");
+    EXPECT_EQ(plannedToHoldOff(CurrentPowerSource::unknown), "idle");
+    for (const auto source : {CurrentPowerSource::ac, CurrentPowerSource::battery, CurrentPowerSource::unknown}) {
+        const auto plan = WakePlanBuilder{}.buildPlan({}, {.source = source}, false);
+        EXPECT_EQ(heldOffBy(plan.standardAssertionCommand.arguments), plannedToHoldOff(source));
+    }
+}
+
+TEST(WakePlan, OnlyTheFlagsOfAnAssertionHoldAnythingOff) {
+    EXPECT_EQ(heldOffBy({"-i", "-s", "-w", "17"}), "idle:sleep");
+    EXPECT_EQ(heldOffBy({}), "");
+}
+
 TEST(PMSetScope, APolicyMapsCaseForCase) {
     EXPECT_EQ(pmsetScope(PowerSourcePolicy::any), PMSetScope::all);
     EXPECT_EQ(pmsetScope(PowerSourcePolicy::acOnly), PMSetScope::ac);

@@ -246,7 +246,7 @@ TEST_F(SettingsViewTest, TheNoticesHaveAnEdge) {
     open(enabled());
     view->resize(378, 350);
     assertionStatus->record(assertionStatus->open(),
-                            {.service = "logind", .what = "idle", .notice = "sleep was refused."});
+                            {.service = AssertionService::logind, .what = "idle", .notice = "sleep was refused."});
     loop->runPosted();
     QApplication::processEvents();
     const auto* const list = partsOf<NoticeList>(*view).back();
@@ -339,7 +339,8 @@ TEST_F(SettingsViewTest, ALongErrorLeavesRoomForTheSettings) {
     for (int word = 0; word < 120; ++word) {
         path += "a word ";
     }
-    assertionStatus->record(assertionStatus->open(), {.service = "logind", .what = "idle", .notice = path});
+    assertionStatus->record(assertionStatus->open(),
+                            {.service = AssertionService::logind, .what = "idle", .notice = path});
     loop->runPosted();
     QApplication::processEvents();
     const auto* list = partsOf<NoticeList>(*view).back();
@@ -458,7 +459,7 @@ TEST_F(SettingsViewTest, AFailureOfAnyLengthLeavesTheWindowItsWidth) {
 TEST_F(SettingsViewTest, ErrorsAndWarningsAreShownAndGoWhenTheyAreResolved) {
     open(enabled());
     assertionStatus->record(assertionStatus->open(),
-                            {.service = "logind", .what = "idle", .notice = "sleep was refused."});
+                            {.service = AssertionService::logind, .what = "idle", .notice = "sleep was refused."});
     loop->runPosted();
     EXPECT_EQ(notice(), "sleep was refused.");
     folder.write("config.json", "{");

@@ -1,19 +1,13 @@
 #include "runtime/AssertionStatus.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <utility>
 
 namespace tavo {
 
 namespace {
-
-/// Takes the text up to the next space off the front of `line`.
-std::string_view takeWord(std::string_view& line) {
-    const auto end = line.find(' ');
-    const auto word = line.substr(0, end);
-    line.remove_prefix(end == std::string_view::npos ? line.size() : end + 1);
-    return word;
-}
 
 void appendListed(std::string& list, std::string_view separator, const std::string& item) {
     if (!list.empty()) {
@@ -23,21 +17,6 @@ void appendListed(std::string& list, std::string_view separator, const std::stri
 }
 
 } // namespace
-
-std::optional<AssertionReport> parseAssertionReport(std::string_view line) {
-    constexpr std::string_view noticeSeparator = "; ";
-    const auto noticeStart = line.find(noticeSeparator);
-    const auto notice =
-        noticeStart == std::string_view::npos ? std::string_view() : line.substr(noticeStart + noticeSeparator.size());
-    auto fields = line.substr(0, noticeStart);
-    const auto service = takeWord(fields);
-    const auto state = fromRawValue<AssertionReportState>(takeWord(fields));
-    if (service.empty() || !state || fields.empty() || fields.find(' ') != std::string_view::npos) {
-        return std::nullopt;
-    }
-    return AssertionReport{
-        .service = std::string(service), .state = *state, .what = std::string(fields), .notice = std::string(notice)};
-}
 
 AssertionStatus::Token AssertionStatus::open() {
     Token token = 0;
@@ -56,14 +35,13 @@ void AssertionStatus::record(Token token, AssertionReport report) {
         if (token != current) {
             return;
         }
-        const bool isOfDesktop = report.service != "logind" && report.service != "desktop";
-        if (isOfDesktop && report.state == AssertionReportState::held) {
+        if (report.isFromDesktopService() && report.state == AssertionReportState::held) {
             // The portal is asked only while no other desktop service holds; its request ends without a word.
-            std::erase_if(latestReports, [](const auto& other) { return other.service == "portal"; });
+            std::erase_if(latestReports, [](const auto& other) { return other.service == AssertionService::portal; });
         }
-        if (isOfDesktop && report.state != AssertionReportState::lost) {
+        if (report.isFromDesktopService() && report.state != AssertionReportState::lost) {
             // That no service took the request is over as soon as one has answered.
-            std::erase_if(latestReports, [](const auto& other) { return other.service == "desktop"; });
+            std::erase_if(latestReports, [](const auto& other) { return other.service == AssertionService::desktop; });
         }
         const auto earlier = std::find_if(latestReports.begin(), latestReports.end(),
                                           [&](const auto& other) { return other.service == report.service; });
@@ -108,9 +86,9 @@ std::string AssertionStatus::summary() const {
     std::string list;
     for (const auto& report : reports()) {
         if (report.state == AssertionReportState::held) {
-            appendListed(list, ", ", report.what + " (" + report.service + ")");
+            appendListed(list, ", ", fmt::format("{} ({})", report.what, rawValue(report.service)));
         } else if (report.state == AssertionReportState::asked) {
-            appendListed(list, ", ", report.what + " (asked of " + report.service + ")");
+            appendListed(list, ", ", fmt::format("{} (asked of {})", report.what, rawValue(report.service)));
         }
     }
     return list;

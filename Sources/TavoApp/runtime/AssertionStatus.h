@@ -1,46 +1,15 @@
 #pragma once
 
-#include "base/RawValues.h"
+#include "runtime/AssertionReport.h"
 
 #include <cstdint>
 #include <functional>
 #include <mutex>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace tavo {
-
-/// What a service answered to the assertion's child.
-enum class AssertionReportState { held, asked, refused, lost };
-
-template <>
-struct RawValues<AssertionReportState> {
-    static constexpr RawValueTable<AssertionReportState, 4> table{{
-        {AssertionReportState::held, "held"},
-        {AssertionReportState::asked, "asked"},
-        {AssertionReportState::refused, "refused"},
-        {AssertionReportState::lost, "lost"},
-    }};
-};
-
-/// One line that the assertion's child printed: "SERVICE STATE WHAT[; NOTICE]", as in "logind held idle:sleep".
-struct AssertionReport {
-    std::string service;
-    AssertionReportState state = AssertionReportState::held;
-
-    /// What is, or was to be, held off: "idle", "idle:sleep", "suspend".
-    std::string what;
-
-    /// What is held less than what was asked for, as a sentence for the user; empty when nothing is.
-    std::string notice;
-
-    bool operator==(const AssertionReport&) const = default;
-};
-
-/// Reads one line of the assertion's child; gives nothing for any other text.
-std::optional<AssertionReport> parseAssertionReport(std::string_view line);
 
 /// The locks of the running assertion's child, in its own words or by its command line. May be called from any thread.
 class AssertionStatus {

@@ -2,6 +2,8 @@
 
 #include "base/WakeControlError.h"
 
+#include <array>
+
 namespace tavo {
 
 namespace {
@@ -16,6 +18,14 @@ std::optional<PMSetScope> closedLidScope(const AppConfig& config, bool supportsC
     return pmsetScope(config.powerSourcePolicy);
 }
 
+struct AssertionFlag {
+    std::string_view flag;
+    std::string_view kind;
+};
+
+/// caffeinate(8), with logind's words for the kinds of sleep.
+constexpr std::array<AssertionFlag, 2> assertionFlags{{{"-i", "idle"}, {"-s", "sleep"}}};
+
 std::vector<std::string> assertionArguments(CurrentPowerSource source) {
     if (source == CurrentPowerSource::ac) {
         return {"-i", "-s"};
@@ -24,6 +34,22 @@ std::vector<std::string> assertionArguments(CurrentPowerSource source) {
 }
 
 } // namespace
+
+std::string heldOffBy(const std::vector<std::string>& arguments) {
+    std::string kinds;
+    for (const auto& argument : arguments) {
+        for (const auto& [flag, kind] : assertionFlags) {
+            if (argument == flag) {
+                kinds.append(kinds.empty() ? "" : ":").append(kind);
+            }
+        }
+    }
+    return kinds;
+}
+
+std::string plannedToHoldOff(CurrentPowerSource source) {
+    return heldOffBy(assertionArguments(source));
+}
 
 PMSetScope pmsetScope(PowerSourcePolicy policy) {
     switch (policy) {

@@ -7,10 +7,12 @@
 
 #include <filesystem>
 #include <optional>
+#include <string>
+#include <vector>
 
 namespace tavo {
 
-/// What has to run for the machine to stay awake.
+/// The processes and settings that keep the machine awake.
 struct WakePlan {
     /// Holds off sleep for as long as it runs.
     ShellCommand standardAssertionCommand;
@@ -23,10 +25,17 @@ struct WakePlan {
     bool operator==(const WakePlan&) const = default;
 };
 
+/// The kinds of sleep that an assertion's command holds off with these arguments, in logind's words: "idle",
+/// "idle:sleep".
+std::string heldOffBy(const std::vector<std::string>& arguments);
+
+/// The kinds of sleep that a plan holds off on this power source, in the same words.
+std::string plannedToHoldOff(CurrentPowerSource source);
+
 /// The scope that a policy asks for, case for case.
 PMSetScope pmsetScope(PowerSourcePolicy policy);
 
-/// Decides what has to run.
+/// Makes plans.
 struct WakePlanBuilder {
     /// The program that holds the assertion: caffeinate(8), or one that takes the same flags.
     std::filesystem::path assertionExecutable = "/usr/bin/caffeinate";

@@ -12,7 +12,7 @@ struct HeldAssertion {
     /// The name by which the holder introduced itself.
     std::string who;
 
-    /// What is held off, in the system's own words: "sleep:idle" on Linux, an assertion's type on macOS.
+    /// The kinds of sleep held off, in the system's own words: "sleep:idle" on Linux, an assertion's type on macOS.
     std::string what;
     std::int32_t pid = 0;
 
@@ -22,9 +22,13 @@ struct HeldAssertion {
     bool operator==(const HeldAssertion&) const = default;
 };
 
-/// Asks the system what is really held, whoever holds it.
+/// The system's own list of everything that holds off sleep, whoever holds it.
 struct HeldAssertionsProviding {
     virtual ~HeldAssertionsProviding() = default;
+
+    /// Whether HeldAssertion::what is in the words of a wake plan ("sleep:idle"), so that the two can be compared word by
+    /// word. The assertion types of a Mac are not, and cover what they say under many names.
+    virtual bool usesPlanWords() const = 0;
 
     /// Only what blocks sleep; what merely delays it is left out.
     /// @throws DescribedError or std::system_error when the system cannot be asked.

@@ -39,12 +39,8 @@ SystemCheck limited(const std::string& finding) {
     return {.subject = "desktop", .verdict = CheckVerdict::limited, .finding = finding, .advice = switchOff};
 }
 
-bool isOfDesktop(const AssertionReport& report) {
-    return report.service != "logind" && report.service != "desktop";
-}
-
 bool isOfDesktop(const AssertionReport& report, AssertionReportState state) {
-    return isOfDesktop(report) && report.state == state;
+    return report.isFromDesktopService() && report.state == state;
 }
 
 /// The first report in this state, or null.

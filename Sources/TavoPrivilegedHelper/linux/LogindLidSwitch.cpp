@@ -1,7 +1,5 @@
 #include "TavoPrivilegedHelper/linux/LogindLidSwitch.h"
 
-#include "system/linux/LogindClient.h"
-
 #include <array>
 #include <string_view>
 #include <utility>
@@ -20,9 +18,30 @@ std::chrono::milliseconds LogindLidSwitch::bound() const {
     return budget ? budget->boundOf(BusConnection::usualBound) : BusConnection::usualBound;
 }
 
+template <typename Reading>
+auto LogindLidSwitch::read(Reading reading) const {
+    const bool isReused = readings.has_value();
+    if (isReused) {
+        readings->limitCalls(bound());
+    } else {
+        readings.emplace(bound());
+    }
+    try {
+        return reading(*readings);
+    } catch (const BusError&) {
+        if (!isReused || readings->isConnected()) {
+            throw;
+        }
+    }
+    readings.reset();
+    readings.emplace(bound());
+    return reading(*readings);
+}
+
 LidSwitchActions LogindLidSwitch::actions() const {
-    const LogindClient logind(bound());
-    return {logind.text("HandleLidSwitch"), logind.text("HandleLidSwitchExternalPower")};
+    return read([](const LogindClient& logind) {
+        return LidSwitchActions{logind.text("HandleLidSwitch"), logind.text("HandleLidSwitchExternalPower")};
+    });
 }
 
 void LogindLidSwitch::rereadConfiguration() const {
@@ -34,14 +53,15 @@ FileDescriptor LogindLidSwitch::takeSleepLock() const {
 }
 
 LidSituation LogindLidSwitch::situation() const {
-    const LogindClient logind(bound());
-    const auto blocked = ":" + logind.text("BlockInhibited") + ":";
-    return {.isLidClosed = logind.flag("LidClosed"),
-            .isOnExternalPower = logind.flag("OnExternalPower"),
-            .isDocked = logind.flag("Docked"),
-            .actionWhenDocked = logind.text("HandleLidSwitchDocked"),
-            .isLidHandledElsewhere = blocked.find(":handle-lid-switch:") != std::string::npos,
-            .isSleepBlocked = blocked.find(":sleep:") != std::string::npos};
+    return read([](const LogindClient& logind) {
+        const auto blocked = ":" + logind.text("BlockInhibited") + ":";
+        return LidSituation{.isLidClosed = logind.flag("LidClosed"),
+                            .isOnExternalPower = logind.flag("OnExternalPower"),
+                            .isDocked = logind.flag("Docked"),
+                            .actionWhenDocked = logind.text("HandleLidSwitchDocked"),
+                            .isLidHandledElsewhere = blocked.find(":handle-lid-switch:") != std::string::npos,
+                            .isSleepBlocked = blocked.find(":sleep:") != std::string::npos};
+    });
 }
 
 void LogindLidSwitch::sleep(const std::string& action) const {

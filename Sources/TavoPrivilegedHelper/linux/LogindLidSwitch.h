@@ -2,9 +2,11 @@
 
 #include "base/FileDescriptor.h"
 #include "helper/TimeBudget.h"
+#include "system/linux/LogindClient.h"
 
 #include <chrono>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -64,8 +66,10 @@ struct LidSwitchManaging {
     virtual void sleep(const std::string& action) const = 0;
 };
 
-/// logind, org.freedesktop.login1(5). Every call opens a connection of its own: the bus may have been restarted between
-/// two.
+/// logind, org.freedesktop.login1(5).
+///
+/// Readings share one connection, because a wait consists of hundreds of them. Another is opened when the bus has been
+/// restarted in between. Whatever changes something has a connection of its own, so that it is never sent twice.
 class LogindLidSwitch final : public LidSwitchManaging {
 public:
     /// @param budget  bounds its calls further, where there is one.
@@ -80,7 +84,11 @@ public:
 private:
     std::chrono::milliseconds bound() const;
 
+    template <typename Reading>
+    auto read(Reading reading) const;
+
     std::shared_ptr<const TimeBudget> budget;
+    mutable std::optional<LogindClient> readings;
 };
 
 } // namespace tavo

@@ -1,6 +1,6 @@
 #include "system/linux/LogindClient.h"
 
-#include "Support/PrivateBus.h"
+#include "Support/SystemBusTest.h"
 #include "TavoInhibit/ScriptedLogind.h"
 
 #include <gmock/gmock.h>
@@ -8,9 +8,6 @@
 
 #include <chrono>
 #include <csignal>
-#include <cstdlib>
-#include <future>
-#include <optional>
 
 namespace tavo {
 namespace {
@@ -41,33 +38,14 @@ ScriptedBusService::Answer withInhibitors(std::vector<Inhibitor> inhibitors) {
     };
 }
 
-/// A system bus of the test's own.
-class LogindClientTest : public ::testing::Test {
+class LogindClientTest : public SystemBusTest {
 protected:
-    LogindClientTest() {
-        if (const char* address = std::getenv(variable)) {
-            addressBefore = address;
-        }
-        bus.start();
-        setenv(variable, bus.address().c_str(), 1);
-    }
-    void TearDown() override {
-        if (addressBefore) {
-            setenv(variable, addressBefore->c_str(), 1);
-        } else {
-            unsetenv(variable);
-        }
-    }
-
-    /// Asks on another thread while the services answer on this one.
     template <typename Question>
     auto ask(Question question) {
-        auto answer = std::async(std::launch::async, [question = std::move(question)] {
-            const LogindClient logind;
+        return answered([question = std::move(question)] {
+            LogindClient logind;
             return question(logind);
         });
-        EXPECT_TRUE(pump.until([&] { return answer.wait_for(std::chrono::seconds(0)) == std::future_status::ready; }));
-        return answer.get();
     }
 
     /// What the question fails with.
@@ -82,20 +60,8 @@ protected:
         return {"", ""};
     }
 
-    ScriptedBusService& startService(const std::string& name = "org.freedesktop.login1") {
-        service.emplace(pump, bus.address());
-        service->own(name);
-        return *service;
-    }
-
     static std::vector<HeldAssertion> listed(const LogindClient& logind) { return logind.blockingLocks(); }
     static FileDescriptor idleLock(const LogindClient& logind) { return logind.takeLock("idle", "trying"); }
-
-    static constexpr const char* variable = "DBUS_SYSTEM_BUS_ADDRESS";
-    std::optional<std::string> addressBefore;
-    PrivateBus bus;
-    BusPump pump;
-    std::optional<ScriptedBusService> service;
 };
 
 TEST_F(LogindClientTest, OnlyBlockLocksThatCoverSleepAreListed) {
@@ -223,10 +189,23 @@ TEST_F(LogindClientTest, ABusThatEndsUnderAnOpenConnectionIsAFailure) {
     startService();
     const LogindClient logind;
     EXPECT_TRUE(logind.isRunning());
+    EXPECT_TRUE(logind.isConnected());
     bus.stop(SIGKILL);
     EXPECT_THROW(logind.blockingLocks(), BusError);
+    EXPECT_FALSE(logind.isConnected());
     EXPECT_THROW(static_cast<void>(logind.isRunning()), BusError);
     EXPECT_THROW(logind.takeLock("idle", "trying"), BusError);
+}
+
+TEST_F(LogindClientTest, ABoundThatIsChangedHoldsForTheNextCall) {
+    startService().answer("ListInhibitors", ScriptedBusService::never());
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_THAT(failureOf([](LogindClient& logind) {
+                    logind.limitCalls(std::chrono::milliseconds(50));
+                    return logind.blockingLocks();
+                }).description(),
+                StartsWith("could not list logind's locks: "));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, BusConnection::usualBound);
 }
 
 TEST_F(LogindClientTest, TheListOfLocksAsksAnewEveryTime) {

@@ -6,6 +6,7 @@
 
 #include <fmt/format.h>
 #include <poll.h>
+#include <sysexits.h>
 #include <unistd.h>
 
 #include <array>
@@ -17,9 +18,6 @@
 namespace tavo {
 
 namespace {
-
-/// The status with which the child ends when the lock could not be held (sysexits.h calls it EX_UNAVAILABLE).
-constexpr std::int32_t lockUnavailableStatus = 69;
 
 /// How long a child that has closed its output may take to end, before its exit status is given up.
 constexpr std::chrono::milliseconds exitGrace{1000};
@@ -130,7 +128,8 @@ private:
                     ? fmt::format("the program that holds off sleep ended with status {} and without a word.", *status)
                     : std::string("the program that holds off sleep said nothing and closed its output.");
     }
-    if (status == lockUnavailableStatus) {
+    // The status with which tavo-inhibit exits when it could not take the lock.
+    if (status == EX_UNAVAILABLE) {
         throw WakeControlError::systemUnavailable(words);
     }
     throw WakeControlError::commandFailed(words);

@@ -1,33 +1,12 @@
 #include "runtime/macos/CaffeinateCommandRunner.h"
 
-#include <array>
-#include <string>
-#include <string_view>
+#include "runtime/WakePlan.h"
+
 #include <utility>
 
 namespace tavo {
 
 namespace {
-
-struct HoldingFlag {
-    std::string_view flag;
-    std::string_view what;
-};
-
-/// caffeinate(8), in the words that are used for a lock on Linux.
-constexpr std::array<HoldingFlag, 2> holdingFlags{{{"-i", "idle"}, {"-s", "sleep"}}};
-
-std::string heldBy(const ShellCommand& command) {
-    std::string held;
-    for (const auto& argument : command.arguments) {
-        for (const auto& [flag, what] : holdingFlags) {
-            if (argument == flag) {
-                held += (held.empty() ? "" : ":") + std::string(what);
-            }
-        }
-    }
-    return held;
-}
 
 /// A child that leaves the assertion status when it is told to end, however long it takes.
 class PostedCommand final : public RunningCommand {
@@ -59,8 +38,10 @@ CaffeinateCommandRunner::CaffeinateCommandRunner(std::shared_ptr<CommandRunning>
 std::shared_ptr<RunningCommand> CaffeinateCommandRunner::start(const ShellCommand& command) {
     auto child = runner->start(command);
     const auto token = assertionStatus->open();
-    assertionStatus->record(
-        token, {.service = "caffeinate", .state = AssertionReportState::held, .what = heldBy(command), .notice = {}});
+    assertionStatus->record(token, {.service = AssertionService::caffeinate,
+                                    .state = AssertionReportState::held,
+                                    .what = heldOffBy(command.arguments),
+                                    .notice = {}});
     child->onEnd([assertionStatus = assertionStatus, token] { assertionStatus->close(token); });
     return std::make_shared<PostedCommand>(std::move(child), assertionStatus, token);
 }

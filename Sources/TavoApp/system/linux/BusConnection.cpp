@@ -56,11 +56,20 @@ void BusConnection::Closer::operator()(sd_bus* bus) const {
 }
 
 BusConnection BusConnection::bounded(sd_bus* bus, std::chrono::microseconds callBound) {
-    BusConnection connection(bus, callBound);
-    // For the calls that sd-bus makes by itself.
-    checkBusResult(sd_bus_set_method_call_timeout(bus, static_cast<std::uint64_t>(callBound.count())),
-                   "could not bound the calls on the message bus");
+    BusConnection connection(bus);
+    connection.limitCalls(callBound);
     return connection;
+}
+
+void BusConnection::limitCalls(std::chrono::microseconds newBound) {
+    callBound = newBound;
+    // For the calls that sd-bus makes by itself.
+    checkBusResult(sd_bus_set_method_call_timeout(bus.get(), static_cast<std::uint64_t>(callBound.count())),
+                   "could not bound the calls on the message bus");
+}
+
+bool BusConnection::isOpen() const {
+    return sd_bus_is_open(bus.get()) > 0;
 }
 
 BusConnection BusConnection::openSystem(std::chrono::milliseconds callBound) {

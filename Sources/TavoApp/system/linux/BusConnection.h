@@ -53,6 +53,12 @@ public:
     static BusConnection openSystem(std::chrono::milliseconds callBound = usualBound);
     static BusConnection openSession();
 
+    /// Bounds each later call anew. @throws BusError
+    void limitCalls(std::chrono::microseconds callBound);
+
+    /// False after a call has found that the bus has ended the connection.
+    bool isOpen() const;
+
     /// Whether somebody owns the name now. @throws BusError.
     bool hasOwner(const std::string& name) const;
 
@@ -75,14 +81,14 @@ private:
     struct Closer {
         void operator()(sd_bus* bus) const;
     };
-    BusConnection(sd_bus* bus, std::chrono::microseconds callBound) : bus(bus), callBound(callBound) {}
+    explicit BusConnection(sd_bus* bus) : bus(bus) {}
     static BusConnection bounded(sd_bus* bus, std::chrono::microseconds callBound);
 
     /// The answer, opened up to the value. @throws BusError, also when the property is of another type.
     BusMessageHandle property(const BusTarget& target, const char* name, const char* type) const;
 
     std::unique_ptr<sd_bus, Closer> bus;
-    std::chrono::microseconds callBound;
+    std::chrono::microseconds callBound{usualBound};
 };
 
 } // namespace tavo

@@ -11,12 +11,18 @@
 
 namespace tavo {
 
-/// Talks to logind, org.freedesktop.login1(5).
+/// A connection to logind, org.freedesktop.login1(5).
 class LogindClient {
 public:
     /// @param callBound  of each call. @throws BusError when there is no system bus.
     explicit LogindClient(std::chrono::milliseconds callBound = BusConnection::usualBound)
         : bus(BusConnection::openSystem(callBound)) {}
+
+    /// Bounds each later call anew. @throws BusError
+    void limitCalls(std::chrono::milliseconds callBound) { bus.limitCalls(callBound); }
+
+    /// False after a call has found that the bus has ended the connection.
+    bool isConnected() const { return bus.isOpen(); }
 
     /// The block locks that cover sleep or idleness. @throws BusError when logind does not answer.
     std::vector<HeldAssertion> blockingLocks() const;
@@ -46,9 +52,10 @@ private:
     BusConnection bus;
 };
 
-/// What logind lists.
+/// logind's list of locks.
 class LogindLockList final : public HeldAssertionsProviding {
 public:
+    bool usesPlanWords() const override { return true; }
     std::vector<HeldAssertion> heldAssertions() override { return LogindClient().blockingLocks(); }
 };
 

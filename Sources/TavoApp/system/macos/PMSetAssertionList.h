@@ -15,6 +15,7 @@ class PMSetAssertionList final : public HeldAssertionsProviding {
 public:
     explicit PMSetAssertionList(std::shared_ptr<CommandRunning> runner) : runner(std::move(runner)) {}
 
+    bool usesPlanWords() const override { return false; }
     std::vector<HeldAssertion> heldAssertions() override;
 
     static std::vector<HeldAssertion> parse(const std::string& output);
