@@ -43,7 +43,7 @@ Json json(StatusFacts facts) {
     return StatusReport(std::move(facts)).json();
 }
 
-TEST(StatusReport, WhatIsHeldAsPlannedIsSaidInFull) {
+TEST(StatusReport, LocksHeldAsPlannedAreShownInFull) {
     EXPECT_THAT(lines(heldAsPlanned()),
                 ElementsAre("keeping computer awake: codex is running", "  tavo       running (process id 4242)",
                             "  watches    codex exec (process id 77)", "  evaluated  12 seconds ago",
@@ -168,7 +168,7 @@ TEST(StatusReport, ALostLockIsNotCalledAwake) {
     EXPECT_EQ(lines(facts).front(), "not awake: the last evaluation wanted this computer awake, but nothing is held");
 }
 
-TEST(StatusReport, WhatTheRunningTavoCouldNotHoldIsNeverAsPlanned) {
+TEST(StatusReport, ALockThatTheRunningTavoCouldNotHoldIsNeverAsPlanned) {
     auto facts = heldAsPlanned();
     facts.assertionNotice = "no service of this desktop has accepted.";
     const auto text = lines(facts);
