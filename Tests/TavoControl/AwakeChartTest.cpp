@@ -42,7 +42,7 @@ TEST_F(AwakeChartTest, ADayIsALineOf96Quarters) {
     EXPECT_EQ(lengthOf(drawn[2]), 96U);
 }
 
-TEST_F(AwakeChartTest, WhatWasNotAskedForIsBlank) {
+TEST_F(AwakeChartTest, TimeOutsideTheRequestedRangeIsBlank) {
     const auto drawn = lines({{at("2026-01-30T00:00:00Z"), at("2026-02-02T00:00:00Z")}}, "2026-01-31T02:00:00Z",
                              "2026-01-31T03:10:00Z");
     EXPECT_EQ(drawn[2], "  " + std::string(12, ' ') + "#####" + std::string(79, ' '));

@@ -106,7 +106,7 @@ TEST(Console, ATerminalGetsADifferentColourForEveryEmphasis) {
     EXPECT_EQ(console.styled("held", Emphasis::none), "held");
 }
 
-TEST(Console, WhatIsPrintedReachesTheTerminalAtOnce) {
+TEST(Console, OutputReachesTheTerminalAtOnce) {
     const NoColour unset(nullptr);
     const PseudoTerminal terminal;
     const Console console(terminal.stream());

@@ -210,7 +210,7 @@ TEST(ControlCommandLine, SettingsAreReadAllOrOne) {
     EXPECT_TRUE(std::get<GetOptions>(invocation({"get", "--json"}).command).json);
 }
 
-TEST(ControlCommandLine, WhatAChangeLacksIsSaid) {
+TEST(ControlCommandLine, AMissingPartOfAChangeIsNamed) {
     EXPECT_THAT(reply({"preset"}).text, HasSubstr("preset needs a name"));
     EXPECT_THAT(reply({"preset", "vim"}).text, HasSubstr("preset takes one of always, codex, claudeCode, cursor"));
     EXPECT_THAT(reply({"match"}).text, HasSubstr("match needs --executable or --command"));

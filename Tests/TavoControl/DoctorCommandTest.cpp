@@ -67,7 +67,7 @@ TEST_F(DoctorCommandTest, WithJsonEveryCheckIsAnObject) {
                                "advice": "run sudo tavoctl run."}])"));
 }
 
-TEST_F(DoctorCommandTest, TheStatusSaysWhatIsAmissMost) {
+TEST_F(DoctorCommandTest, TheStatusIsThatOfTheWorstFinding) {
     EXPECT_EQ(statusFor({fine}), ExitStatus::success);
     EXPECT_EQ(statusFor({fine, limited}), ExitStatus::success);
     EXPECT_EQ(statusFor({broken, fine}), ExitStatus::failure);
@@ -184,7 +184,7 @@ TEST_F(DoctorCommandTest, AFolderThatMayNotBeWrittenIsBroken) {
     }
 }
 
-TEST_F(DoctorCommandTest, AFolderThatCannotBeLookedAtIsBrokenToo) {
+TEST_F(DoctorCommandTest, AFolderBehindAClosedOneIsBrokenToo) {
     const auto outer = folder.path() / "shut";
     std::filesystem::create_directories(outer / "inner");
     using std::filesystem::perms;

@@ -106,7 +106,7 @@ TEST_F(ExecCommand, ADamagedConfigurationRunsNothing) {
     ::testing::internal::GetCapturedStderr();
 }
 
-TEST_F(ExecCommand, WhatThePolicyForbidsLetsTheCommandRunWithoutALock) {
+TEST_F(ExecCommand, APolicyThatForbidsLetsTheCommandRunWithoutALock) {
     overrides.powerSourcePolicy = PowerSourcePolicy::acOnly;
     world.power->status = {.source = CurrentPowerSource::battery, .batteryPercent = 80};
     EXPECT_EQ(run({"/bin/sh", "-c", "exit 4"}), 4);

@@ -62,7 +62,7 @@ TEST_F(ExplainCommandTest, AConfigurationThatCannotBeUsedIsAnErrorAtFirst) {
     EXPECT_THROW(printExplanation({}, *store, platform), ConfigurationError);
 }
 
-TEST_F(ExplainCommandTest, LaterLooksGoOnWithTheLastOneThatCouldBe) {
+TEST_F(ExplainCommandTest, AnInvalidFileLaterLeavesTheLastValidConfiguration) {
     save(TriggerPreset::always);
     ExplanationSource source(*store, platform);
     source.collect();
@@ -70,7 +70,7 @@ TEST_F(ExplainCommandTest, LaterLooksGoOnWithTheLastOneThatCouldBe) {
     EXPECT_TRUE(source.collect().status.config.isEnabled);
 }
 
-TEST_F(ExplainCommandTest, TheSecondLookTellsHowBusyATreeIs) {
+TEST_F(ExplainCommandTest, TheSecondTimeTheCpuUseOfATreeIsKnown) {
     save(TriggerPreset::codex);
     processes->processes = {{.pid = 5, .parentPID = 1, .executableName = "codex", .commandLine = "codex"}};
     ExplanationSource source(*store, platform);
@@ -81,7 +81,7 @@ TEST_F(ExplainCommandTest, TheSecondLookTellsHowBusyATreeIs) {
     EXPECT_EQ(source.collect().trees.front().cpuPercent, 0.0) << "a child that ended takes its time with it";
 }
 
-TEST_F(ExplainCommandTest, OneLookReadsTheProcessTableOnce) {
+TEST_F(ExplainCommandTest, CollectingReadsTheProcessTableOnce) {
     save(TriggerPreset::codex);
     ExplanationSource source(*store, platform);
     const auto before = processes->timesRead;

@@ -73,7 +73,7 @@ TEST_F(ExplanationTest, OfAComputerThatIsKeptAwakeTheTriggerHasDecided) {
     EXPECT_THAT(verdicts(), ElementsAre(passed, passed, passed, decided, passed, passed));
 }
 
-TEST_F(ExplanationTest, WhatComesAfterTheStepThatRefusedWasNotAsked) {
+TEST_F(ExplanationTest, StepsAfterTheOneThatRefusedAreNotReached) {
     facts.status.config.powerSourcePolicy = PowerSourcePolicy::batteryOnly;
     decide(Reason::powerSourceMismatch);
     EXPECT_THAT(explanation().lines(output.console(), std::nullopt),
@@ -117,7 +117,7 @@ TEST_F(ExplanationTest, EveryReasonHasItsStepAndItsSentence) {
     EXPECT_THAT(verdicts(), ElementsAre(passed, notReached, notReached, notReached, notReached, notReached));
 }
 
-TEST_F(ExplanationTest, WhatAnOptionDecidesIsNotChangedByASetting) {
+TEST_F(ExplanationTest, AStepThatAnOptionDecidesIsNotChangedByASetting) {
     facts.overrides.powerSourcePolicy = PowerSourcePolicy::batteryOnly;
     facts.status.config.powerSourcePolicy = PowerSourcePolicy::batteryOnly;
     decide(Reason::powerSourceMismatch);
@@ -153,7 +153,7 @@ TEST_F(ExplanationTest, AStoppedTavoIsContinued) {
     EXPECT_EQ(explanation().change(), "fg, or kill -CONT 100, continues it.");
 }
 
-TEST_F(ExplanationTest, WhereWorkIsAskedForItIsTold) {
+TEST_F(ExplanationTest, WithAWorkRequirementTheVerdictOnEachTreeIsShown) {
     facts.activity.emplace();
     facts.activity->lookedAt = facts.status.now;
     facts.activity->trees = {{.pid = 7, .executableName = "claude", .verdict = WorkVerdict::membersChanged}};

@@ -185,7 +185,7 @@ TEST_F(HelperCommandTest, AHelperThatNeverAnswersIsWaitedForAndReported) {
     EXPECT_EQ(pauses, 49);
 }
 
-TEST_F(HelperCommandTest, UninstallTakesThePermissionBack) {
+TEST_F(HelperCommandTest, UninstallRevokesThePermission) {
     installFiles();
     grant();
     administrator->results = {{}};

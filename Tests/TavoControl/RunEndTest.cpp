@@ -85,7 +85,7 @@ TEST_F(RunEndTest, TheEndOfTheLastProcessEndsIt) {
     EXPECT_THAT(reasons, ElementsAre("the last of 2 processes has ended"));
 }
 
-TEST_F(RunEndTest, WhateverComesFirstEndsItAndTheOtherIsNotSaid) {
+TEST_F(RunEndTest, TheConditionMetFirstEndsItAndTheOtherIsNotMentioned) {
     begin({.length = minutes{5}, .processes = {10}}, {{10, 100}});
     exits->tell();
     loop->advance(minutes{10});
@@ -106,7 +106,7 @@ TEST_F(RunEndTest, WordThatComesLateFindsNobody) {
     EXPECT_THAT(reasons, IsEmpty());
 }
 
-TEST_F(RunEndTest, ItMayGoWhileItTells) {
+TEST_F(RunEndTest, ItMayBeDestroyedByItsOwnCallback) {
     end = std::make_unique<RunEnd>(RunBound{.length = minutes{5}}, std::vector<WatchedProcess>(), loop, exits,
                                    [this](const std::string& why) {
                                        reasons.push_back(why);
@@ -116,7 +116,7 @@ TEST_F(RunEndTest, ItMayGoWhileItTells) {
     EXPECT_EQ(reasons.size(), 1U);
 }
 
-TEST_F(RunEndTest, WhereTheSystemCannotWatchTheProcessesAreLookedAt) {
+TEST_F(RunEndTest, WhereTheSystemCannotWatchTheProcessesAreChecked) {
     exits->failure = std::make_exception_ptr(std::system_error(ENOSYS, std::generic_category()));
     const pid_t child = fork();
     if (child == 0) {

@@ -145,7 +145,7 @@ TEST_F(OverridingStoreTest, AnInvalidFileIsStillRefused) {
     EXPECT_EQ(configText(), "{}");
 }
 
-TEST_F(OverridingStoreTest, AnOverrideThatCannotBeObeyedIsRefused) {
+TEST_F(OverridingStoreTest, AnInvalidOverrideIsRefused) {
     EXPECT_THROW(overriding({.trigger = TriggerRule{.mode = TriggerMode::process}}).loadConfig(), TavoValidationError);
 }
 

@@ -97,7 +97,7 @@ TEST_F(RunReportTest, FurtherProcessesAreCounted) {
     EXPECT_THAT(takeWords(), ElementsAre(::testing::HasSubstr("(process id 4242 and 2 more)")));
 }
 
-TEST_F(RunReportTest, WhatALineDoesNotShowMakesNoSecondLine) {
+TEST_F(RunReportTest, AChangeThatALineDoesNotShowPrintsNoSecondLine) {
     auto line = active();
     auto lines = report();
     lines.update(line, std::nullopt, start);

@@ -103,7 +103,7 @@ TEST_F(SettingsCommandTest, ATriggerIsPutInPlaceAndTheSwitchLeftAlone) {
     EXPECT_THAT(output, HasSubstr("trigger.query: \"\" -> claude\n"));
 }
 
-TEST_F(SettingsCommandTest, WhatIsRefusedLeavesTheFileAsItIs) {
+TEST_F(SettingsCommandTest, ARefusedChangeLeavesTheFileAlone) {
     const std::string text = Json(AppConfig::defaultConfig()).dump();
     folder.write("config.json", text);
     EXPECT_THROW(set("batteryCutoffPercent", "0"), SettingError);
@@ -118,7 +118,7 @@ TEST_F(SettingsCommandTest, ABrokenFileIsNotChanged) {
     EXPECT_EQ(fileContent(store->paths().configURL()), "{");
 }
 
-TEST_F(SettingsCommandTest, WhatIsSetAlreadyIsNotWrittenAgain) {
+TEST_F(SettingsCommandTest, AnUnchangedSettingIsNotWrittenAgain) {
     const std::string text = Json(AppConfig::defaultConfig()).dump();
     folder.write("config.json", text);
     EXPECT_EQ(set("watchMode", "open"), ExitStatus::success);
@@ -208,7 +208,7 @@ TEST_F(SettingsCommandTest, WhileItIsSwitchedOffATriggerSaysHowToSwitchItOn) {
     EXPECT_THAT(output, Not(notice));
 }
 
-TEST_F(SettingsCommandTest, ARunningTavoIsToldAndWhatIsInForceThenIsPrinted) {
+TEST_F(SettingsCommandTest, ARunningTavoIsToldAndItsNewStatusIsPrinted) {
     const auto running = runningTavo();
     EXPECT_EQ(change({.kind = Kind::trigger, .trigger = defaultRule(TriggerPreset::codex)}), ExitStatus::success);
     EXPECT_THAT(output, HasSubstr("waiting for codex: starts when codex runs"));

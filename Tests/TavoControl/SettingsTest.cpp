@@ -42,7 +42,7 @@ TEST(Settings, AreTheKeysOfTheFileSorted) {
                           "trigger.mode", "trigger.preset", "trigger.query", "trigger.requiresActivity", "watchMode"));
 }
 
-TEST(Settings, WhatIsReadCanBeSet) {
+TEST(Settings, AValueThatWasReadCanBeSet) {
     const auto config = unusual();
     for (const auto& setting : settingsOf(config)) {
         if (refusal(config, setting.key, setting.value).empty()) {
@@ -81,7 +81,7 @@ TEST(Settings, ARuleThatIsChangedByHandIsNoLongerThePresets) {
     EXPECT_EQ(withSetting(AppConfig::defaultConfig(), "trigger.query", "make").trigger.mode, TriggerMode::process);
 }
 
-TEST(Settings, WhatIsFixedIsRefusedWithASentence) {
+TEST(Settings, AFixedSettingIsRefusedWithASentence) {
     for (const auto& [key, value] : std::vector<std::pair<std::string, std::string>>{
              {"pollIntervalSeconds", "5"}, {"maxAwakeDuration", "oneHour"}, {"trigger.requiresActivity", "true"}}) {
         EXPECT_THAT(refusal(AppConfig::defaultConfig(), key, value), HasSubstr(key + " is fixed at")) << key;
@@ -93,7 +93,7 @@ TEST(Settings, ThePermissionIsGrantedElsewhere) {
                 HasSubstr("tavoctl helper install"));
 }
 
-TEST(Settings, WhatCannotBeIsRefusedWithWhatCan) {
+TEST(Settings, AnInvalidValueIsRefusedWithTheValidOnes) {
     struct Row {
         std::string key;
         std::string value;

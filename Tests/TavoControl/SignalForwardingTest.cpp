@@ -69,7 +69,7 @@ TEST_F(SignalForwardingTest, OneThatDoesNotAskForTheEndIsNoEndingSignal) {
     EXPECT_EQ(signals.endingSignal(), std::nullopt);
 }
 
-TEST_F(SignalForwardingTest, WhatTheKernelSendsIsNotForwarded) {
+TEST_F(SignalForwardingTest, ASignalFromTheKernelIsNotForwarded) {
     SignalForwarding signals(InheritedConditions::capture(), [this](int signal) { note(signal); });
     // An alarm comes from the kernel, as the signals of a terminal's keys do.
     const itimerval soon{.it_interval = {}, .it_value = {.tv_sec = 0, .tv_usec = 1000}};

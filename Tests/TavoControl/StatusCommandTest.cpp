@@ -62,7 +62,7 @@ TEST_F(StatusCommandTest, ARunningTavoIsFoundByItsLockAndItsChildrensLocksCount)
     EXPECT_THAT(linesOf(run()), Contains("  held       sleep:idle (process id 500), as planned"));
 }
 
-TEST_F(StatusCommandTest, WhatTheRunningTavoTellsInItsLockIsSaid) {
+TEST_F(StatusCommandTest, TheNoticeInTheLockOfTheRunningTavoIsShown) {
     const LockHolder tavo(store->paths().lockURL(), R"({"assertionNotice": "the desktop refused"})");
     saveAwake();
     processes->processes = {{.pid = tavo.pid(), .parentPID = 1}};
@@ -72,7 +72,7 @@ TEST_F(StatusCommandTest, WhatTheRunningTavoTellsInItsLockIsSaid) {
     EXPECT_EQ(text.back(), "  notice     the desktop refused");
 }
 
-TEST_F(StatusCommandTest, OnlyWhatBelongsToTheRunningTavoCounts) {
+TEST_F(StatusCommandTest, OnlyLocksOfTheRunningTavoCount) {
     const LockHolder tavo(store->paths().lockURL());
     saveAwake();
     processes->processes = {
@@ -134,7 +134,7 @@ TEST_F(StatusCommandTest, JsonSteersNoTerminalAndSaysTheSame) {
     EXPECT_EQ(parseJson(text).at("held").at(0).at("what"), what);
 }
 
-TEST_F(StatusCommandTest, WithoutATavoOnlyWhatIsLeftOverCounts) {
+TEST_F(StatusCommandTest, WithoutATavoOnlyLeftoversCount) {
     processes->processes = {{.pid = 600, .parentPID = 599}, {.pid = 700, .parentPID = 1}};
     held->held = {{.who = "tavo", .what = "idle", .pid = 600},
                   {.who = "tavo", .what = "idle", .pid = 700},

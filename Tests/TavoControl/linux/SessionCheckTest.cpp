@@ -20,7 +20,7 @@ TEST(SessionCheck, AnApplicationOfTheUsersServiceManagerIsFineOnceItHasTheLocks)
     EXPECT_THAT(checkSession(place, false).advice, HasSubstr("sudo tavoctl run"));
 }
 
-TEST(SessionCheck, AProcessOfNoSessionAndOneFromAfarAreLimitedWhateverTheyAreGiven) {
+TEST(SessionCheck, AProcessWithoutASessionAndARemoteOneAreLimitedEvenWithTheLocks) {
     for (const auto kind : {Kind::none, Kind::remote}) {
         const auto check = checkSession({.kind = kind}, true);
         EXPECT_EQ(check.verdict, CheckVerdict::limited);
