@@ -2,8 +2,8 @@
 // lines, for which nothing is copied, and over command lines that have to be folded.
 
 #include "SyntheticProcfs.h"
+#include "runtime/ProcessWatcher.h"
 #include "runtime/RuntimeCoordinator.h"
-#include "runtime/TriggerMatcher.h"
 #include "system/OwnProgramFilter.h"
 #include "system/linux/ProcfsProcessSnapshotProvider.h"
 

@@ -1,6 +1,6 @@
 #include "TavoInhibit/InhibitProgram.h"
 
-#include "TavoInhibit/UserDesktop.h"
+#include "TavoInhibit/OwnLocksQuestion.h"
 
 #include <sysexits.h>
 #include <unistd.h>

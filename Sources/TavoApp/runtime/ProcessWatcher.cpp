@@ -1,7 +1,5 @@
 #include "runtime/ProcessWatcher.h"
 
-#include "runtime/TriggerMatcher.h"
-
 #include <algorithm>
 #include <utility>
 

@@ -3,7 +3,7 @@
 #include "base/PowerStatus.h"
 #include "config/AppConfig.h"
 #include "helper/PMSetScope.h"
-#include "system/ShellCommand.h"
+#include "system/CommandRunning.h"
 
 #include <filesystem>
 #include <optional>

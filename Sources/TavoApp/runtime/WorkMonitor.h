@@ -1,6 +1,6 @@
 #pragma once
 
-#include "runtime/ProcessTreeMeasurement.h"
+#include "runtime/ProcessTreeIndex.h"
 #include "runtime/WorkActivity.h"
 
 #include <optional>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/FileDescriptor.h"
-#include "system/ShellCommand.h"
+#include "system/CommandRunning.h"
 
 #include <spawn.h>
 #include <sys/types.h>

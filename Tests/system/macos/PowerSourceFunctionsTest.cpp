@@ -1,7 +1,7 @@
 #include "system/macos/PowerSourceFunctions.h"
 
 #include "system/macos/FakePowerSources.h"
-#include "system/macos/PowerSourceSnapshot.h"
+#include "system/macos/SystemPowerEnvironment.h"
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>

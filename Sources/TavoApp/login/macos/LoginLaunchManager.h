@@ -2,7 +2,6 @@
 
 #include "config/TavoPaths.h"
 #include "login/LaunchAtLoginManaging.h"
-#include "login/LoginLaunchManagerError.h"
 #include "system/CommandRunning.h"
 #include "system/LaunchdJob.h"
 #include "system/macos/PropertyList.h"

@@ -1,6 +1,6 @@
 #include "system/macos/PowerSourceNotifications.h"
 
-#include "system/macos/LoadedFunctions.h"
+#include "system/macos/PowerSourceFunctions.h"
 
 #include <chrono>
 #include <condition_variable>

@@ -1,8 +1,7 @@
-#include "system/macos/PowerSourceSnapshot.h"
+#include "system/macos/SystemPowerEnvironment.h"
 
 #include "base/JsonCoding.h"
 #include "system/macos/FakePowerSources.h"
-#include "system/macos/SystemPowerEnvironment.h"
 
 #include <gtest/gtest.h>
 
