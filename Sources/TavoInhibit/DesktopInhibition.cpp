@@ -1,7 +1,6 @@
 #include "TavoInhibit/DesktopInhibition.h"
 
 #include <algorithm>
-#include <ctime>
 
 namespace tavo {
 
@@ -71,13 +70,12 @@ void DesktopInhibition::considerTelling() {
     tellLater(isUndecided ? patience.whileUndecided : patience.whileNobodyAnswers);
 }
 
-void DesktopInhibition::tellLater(std::uint64_t wait) {
+void DesktopInhibition::tellLater(std::chrono::microseconds wait) {
     if (reportTimer && reportDelay == wait) {
         return;
     }
     reportDelay = wait;
-    if (sd_event_add_time_relative(&event, Receive(reportTimer), CLOCK_MONOTONIC, wait, 1'000, onReportTimer, this) <
-        0) {
+    if (startTimer(event, reportTimer, wait, onReportTimer, this) < 0) {
         tell();
     }
 }

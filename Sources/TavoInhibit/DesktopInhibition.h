@@ -3,6 +3,7 @@
 #include "TavoInhibit/DesktopInhibitor.h"
 #include "TavoInhibit/SessionBusWatch.h"
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -33,7 +34,7 @@ private:
     bool anyAnswerableIs(DesktopInhibitor::State state) const;
     bool anyIs(DesktopInhibitor::State state) const;
     void considerTelling();
-    void tellLater(std::uint64_t wait);
+    void tellLater(std::chrono::microseconds wait);
     void tell();
     static int onReportTimer(sd_event_source* source, std::uint64_t now, void* self) noexcept;
 
@@ -44,7 +45,7 @@ private:
     bool hasTold = false;
     /// When it is to be told, and after how long a wait.
     EventSource reportTimer;
-    std::uint64_t reportDelay = 0;
+    std::chrono::microseconds reportDelay{0};
     std::vector<std::unique_ptr<DesktopInhibitor>> inhibitors;
 };
 

@@ -4,7 +4,9 @@
 #include "TavoInhibit/Report.h"
 
 #include <array>
+#include <chrono>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace tavo {
@@ -26,8 +28,8 @@ struct DesktopService {
     bool confirmsBySignal;
     /// Asked only while none of the others holds.
     bool isLastResort;
-    /// How long to wait for an answer, in microseconds; UINT64_MAX is for ever.
-    std::uint64_t answerMicroseconds;
+    /// The longest wait for an answer; absent where there is no hurry.
+    std::optional<std::chrono::microseconds> answerBound;
     /// How the user's notices call it.
     const char* noun;
 

@@ -9,6 +9,7 @@
 #include <cstdlib>
 
 namespace tavo {
+
 namespace {
 
 EventLoop newEventLoop() {
@@ -19,7 +20,7 @@ EventLoop newEventLoop() {
 
 bool isIgnored(int signal) {
     struct sigaction action {};
-    return ::sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+    return sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
 }
 
 bool endsProgram(int signal) {
@@ -32,13 +33,13 @@ constexpr auto endingSignals = {SIGTERM, SIGINT, SIGHUP};
 
 void InhibitProgram::blockEndingSignals() {
     sigset_t blocked;
-    ::sigemptyset(&blocked);
+    sigemptyset(&blocked);
     for (const auto signal : endingSignals) {
         if (endsProgram(signal)) {
-            ::sigaddset(&blocked, signal);
+            sigaddset(&blocked, signal);
         }
     }
-    ::sigprocmask(SIG_BLOCK, &blocked, nullptr);
+    sigprocmask(SIG_BLOCK, &blocked, nullptr);
 }
 
 InhibitProgram::InhibitProgram(bool sleep) : event(newEventLoop()), report(STDOUT_FILENO), desktop(*event, report) {

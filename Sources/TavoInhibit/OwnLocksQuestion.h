@@ -24,7 +24,7 @@ public:
     OwnLocksQuestion& operator=(const OwnLocksQuestion&) = delete;
 
 private:
-    int ask(sd_event& event);
+    void ask(sd_event& event);
     static int onReply(sd_bus_message* reply, void* self, sd_bus_error* ignored) noexcept;
 
     std::function<void(bool areHeeded)> answered;

@@ -19,11 +19,11 @@ void Report::postText(std::string text) {
     text = shortened(text, PIPE_BUF - 1);
     text += '\n';
     pollfd room{output, POLLOUT, 0};
-    if (::poll(&room, 1, 0) != 1 || (room.revents & POLLOUT) == 0) {
+    if (poll(&room, 1, 0) != 1 || (room.revents & POLLOUT) == 0) {
         return;
     }
     // A closed pipe is no reason to let go: the end of standard input is.
-    [[maybe_unused]] const auto written = ::write(output, text.data(), text.size());
+    [[maybe_unused]] const auto written = write(output, text.data(), text.size());
 }
 
 } // namespace tavo

@@ -3,7 +3,6 @@
 #include "system/BusAddresses.h"
 
 #include <cerrno>
-#include <ctime>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -91,14 +90,17 @@ std::optional<SessionBusAddress> socketAddress(std::string_view entry) {
     return std::nullopt;
 }
 
-// 10 ms, doubled each time: eight attempts spread over two and a half seconds.
-constexpr std::uint64_t firstRetryMicroseconds = 10'000;
-constexpr auto maximumAttempts = 8;
+/// Doubled each time: eight attempts spread over two and a half seconds.
+constexpr std::chrono::milliseconds firstPause{10};
+constexpr int maxAttempts = 8;
 
-int matchLocal(sd_bus& bus, BusSlot& slot, const char* member, sd_bus_message_handler_t handler, void* self) {
-    // Signals that sd-bus makes itself, about the connection: sd_bus_set_connected_signal(3).
-    return sd_bus_match_signal_async(&bus, Receive(slot), "org.freedesktop.DBus.Local", "/org/freedesktop/DBus/Local",
-                                     "org.freedesktop.DBus.Local", member, handler, nullptr, self);
+constexpr auto attempt = "connect to the session bus";
+
+/// For signals that sd-bus makes itself, about the connection: sd_bus_set_connected_signal(3).
+void matchLocal(sd_bus& bus, BusSlot& slot, const char* member, sd_bus_message_handler_t handler, void* self) {
+    checked(sd_bus_match_signal_async(&bus, Receive(slot), "org.freedesktop.DBus.Local", "/org/freedesktop/DBus/Local",
+                                      "org.freedesktop.DBus.Local", member, handler, nullptr, self),
+            attempt);
 }
 
 } // namespace
@@ -141,56 +143,39 @@ void SessionBusWatch::startTrying() {
 void SessionBusWatch::tryConnecting() {
     retry.reset();
     bus.reset();
-    const auto result = open();
-    // Without a socket there is nothing to try until it is there, which is what is watched for.
-    if (result < 0) {
+    try {
+        open();
+    } catch (const std::system_error& error) {
         bus.reset();
-        if (result != -ENOENT) {
+        // Without a socket there is nothing to try; the socket is watched for.
+        if (error.code().value() != ENOENT) {
             tryLater();
         }
     }
 }
 
-int SessionBusWatch::open() {
-    auto result = sd_bus_new(Receive(bus));
-    if (result < 0) {
-        return result;
-    }
-    const auto steps = {
-        +[](SessionBusWatch& watch) { return sd_bus_set_description(watch.bus.get(), "tavo"); },
-        +[](SessionBusWatch& watch) { return sd_bus_set_address(watch.bus.get(), watch.address.address.c_str()); },
-        +[](SessionBusWatch& watch) { return sd_bus_set_bus_client(watch.bus.get(), 1); },
-        +[](SessionBusWatch& watch) { return sd_bus_set_connected_signal(watch.bus.get(), 1); },
-        // The default would flush at exit, and wait for a bus that does not read.
-        +[](SessionBusWatch& watch) { return sd_bus_set_close_on_exit(watch.bus.get(), 0); },
-        +[](SessionBusWatch& watch) {
-            return matchLocal(*watch.bus, watch.connectedSignal, "Connected", onConnected, &watch);
-        },
-        +[](SessionBusWatch& watch) {
-            return matchLocal(*watch.bus, watch.disconnectedSignal, "Disconnected", onDisconnected, &watch);
-        },
-        +[](SessionBusWatch& watch) { return sd_bus_start(watch.bus.get()); },
-        +[](SessionBusWatch& watch) {
-            return sd_bus_attach_event(watch.bus.get(), &watch.event, SD_EVENT_PRIORITY_NORMAL);
-        },
-    };
-    for (const auto step : steps) {
-        result = step(*this);
-        if (result < 0) {
-            return result;
-        }
-    }
-    return 0;
+void SessionBusWatch::open() {
+    checked(sd_bus_new(Receive(bus)), attempt);
+    checked(sd_bus_set_description(bus.get(), inhibitorName), attempt);
+    checked(sd_bus_set_address(bus.get(), address.address.c_str()), attempt);
+    checked(sd_bus_set_bus_client(bus.get(), 1), attempt);
+    checked(sd_bus_set_connected_signal(bus.get(), 1), attempt);
+    // The default would flush at exit, and wait for a bus that does not read.
+    checked(sd_bus_set_close_on_exit(bus.get(), 0), attempt);
+    matchLocal(*bus, connectedSignal, "Connected", onConnected, this);
+    matchLocal(*bus, disconnectedSignal, "Disconnected", onDisconnected, this);
+    checked(sd_bus_start(bus.get()), attempt);
+    checked(sd_bus_attach_event(bus.get(), &event, SD_EVENT_PRIORITY_NORMAL), attempt);
 }
 
 void SessionBusWatch::tryLater() {
-    if (failedAttempts >= maximumAttempts) {
+    if (failedAttempts >= maxAttempts) {
         return;
     }
-    const auto wait = firstRetryMicroseconds << static_cast<unsigned>(failedAttempts);
+    const auto pause = firstPause * (1 << failedAttempts);
     ++failedAttempts;
     // Without a timer the next sign of life is still waited for.
-    sd_event_add_time_relative(&event, Receive(retry), CLOCK_MONOTONIC, wait, 1'000, onRetry, this);
+    startTimer(event, retry, pause, onRetry, this);
 }
 
 int SessionBusWatch::onConnected(sd_bus_message*, void* self, sd_bus_error*) noexcept {

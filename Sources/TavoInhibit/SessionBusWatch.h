@@ -55,7 +55,7 @@ private:
     void startTrying();
     void tryConnecting();
     void tryLater();
-    int open();
+    void open();
     static int onConnected(sd_bus_message* signal, void* self, sd_bus_error* ignored) noexcept;
     static int onDisconnected(sd_bus_message* signal, void* self, sd_bus_error* ignored) noexcept;
     static int onRetry(sd_event_source* source, std::uint64_t now, void* self) noexcept;

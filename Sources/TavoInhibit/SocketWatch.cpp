@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <sys/epoll.h>
 #include <sys/inotify.h>
-#include <unistd.h>
 
 namespace tavo {
 
@@ -13,19 +12,12 @@ SocketWatch::SocketWatch(sd_event& event, std::filesystem::path socket, std::fun
     watchNearestFolder();
 }
 
-SocketWatch::~SocketWatch() {
-    mountSource.reset();
-    if (mountTable >= 0) {
-        ::close(mountTable);
-    }
-}
-
 void SocketWatch::watchMounts() {
     // proc(5), /proc/[pid]/mounts: polling it for EPOLLPRI tells of mounts and unmounts. Where there is no procfs,
     // the folders alone are watched.
-    mountTable = ::open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC);
-    if (mountTable >= 0) {
-        sd_event_add_io(&event, Receive(mountSource), mountTable, EPOLLPRI, onMountsChanged, this);
+    mountTable = FileDescriptor(open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC));
+    if (mountTable) {
+        sd_event_add_io(&event, Receive(mountSource), mountTable.get(), EPOLLPRI, onMountsChanged, this);
     }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "TavoInhibit/BusHandles.h"
+#include "base/FileDescriptor.h"
 
 #include <filesystem>
 #include <functional>
@@ -19,7 +20,6 @@ public:
     SocketWatch(sd_event& event, std::filesystem::path socket, std::function<void()> stirred);
     SocketWatch(const SocketWatch&) = delete;
     SocketWatch& operator=(const SocketWatch&) = delete;
-    ~SocketWatch();
 
 private:
     void watchNearestFolder();
@@ -35,7 +35,7 @@ private:
     /// What is waited for in the watched folder: the socket, or the next folder on the way to it.
     std::string awaitedName;
     EventSource folderSource;
-    int mountTable = -1;
+    FileDescriptor mountTable;
     EventSource mountSource;
 };
 

@@ -24,7 +24,7 @@ constexpr auto nobodyLine = "desktop refused suspend; no service of this desktop
                             "257 ignores a lock when its own user asks to suspend: the desktop may suspend the "
                             "computer by itself, so switch off "
                             "automatic suspend in its power settings";
-constexpr auto forEver = std::uint64_t{3'600'000'000};
+constexpr auto forEver = std::chrono::hours{1};
 
 /// The requests to a desktop whose own suspend logind's lock does not hold back, in this process and with short waits.
 class DesktopAnswerTest : public ::testing::Test {
@@ -83,8 +83,10 @@ protected:
     BusPump pump;
     std::array<int, 2> pipe{-1, -1};
     std::optional<Report> report;
-    DesktopPatience patience{
-        .firstPause = 1'000, .retries = 3, .whileNobodyAnswers = 20'000, .whileUndecided = forEver};
+    DesktopPatience patience{.firstPause = std::chrono::milliseconds{1},
+                             .retries = 3,
+                             .whileNobodyAnswers = std::chrono::milliseconds{20},
+                             .whileUndecided = forEver};
     std::optional<DesktopInhibition> desktop;
     std::optional<SessionBusWatch> watch;
     std::vector<std::string> lines;
@@ -93,12 +95,12 @@ protected:
 
 TEST(DesktopPatience, ServicesAreAskedAgainForHalfAMinuteWithGrowingPauses) {
     const DesktopPatience patience;
-    std::uint64_t total = 0;
-    for (auto attempt = 0; attempt < patience.retries; ++attempt) {
-        total += patience.firstPause << static_cast<unsigned>(attempt);
+    std::chrono::microseconds total{0};
+    for (auto retry = 0; retry < patience.retries; ++retry) {
+        total += patience.pauseBefore(retry);
     }
-    EXPECT_GE(total, 30'000'000U);
-    EXPECT_LE(total, 35'000'000U);
+    EXPECT_GE(total, std::chrono::seconds{30});
+    EXPECT_LE(total, std::chrono::seconds{35});
 }
 
 TEST_F(DesktopAnswerTest, ADesktopWithoutAnyServiceIsSaidToRefuse) {
@@ -144,8 +146,8 @@ TEST_F(DesktopAnswerTest, AServiceThatAcceptsKeepsItSilentUntilItVanishes) {
 
 TEST_F(DesktopAnswerTest, AServiceThatRefusesSaysItForTheDesktop) {
     sessionBus.start();
-    patience.whileNobodyAnswers = 1;
-    patience.whileUndecided = 1;
+    patience.whileNobodyAnswers = std::chrono::microseconds{1};
+    patience.whileUndecided = std::chrono::microseconds{1};
     const auto gnome = makeService(gnomeName, ScriptedBusService::withError("org.example.Error.Refused", "No"));
     startAsking();
     ASSERT_TRUE(waitForLines(1));
@@ -157,7 +159,7 @@ TEST_F(DesktopAnswerTest, AServiceThatRefusesSaysItForTheDesktop) {
 
 TEST_F(DesktopAnswerTest, APortalThatDoesNotAnswerIsNotWaitedForForEver) {
     sessionBus.start();
-    patience.whileUndecided = 20'000;
+    patience.whileUndecided = std::chrono::milliseconds{20};
     patience.whileNobodyAnswers = forEver;
     sd_bus* portalBus = nullptr;
     const auto* const path = "/org/freedesktop/portal/desktop/request/1_42/t";

@@ -1,49 +1,50 @@
-#include "TavoInhibit/CommandLine.h"
+#include "TavoInhibit/InhibitOptions.h"
 
 #include "TavoInhibit/Wording.h"
 
 #include <string_view>
 
 namespace tavo {
+
 namespace {
 
-CommandLine rejected(std::string problem) {
-    CommandLine line;
-    line.problem = std::move(problem).append("; try tavo-inhibit --help");
-    return line;
+InhibitOptions rejected(std::string problem) {
+    InhibitOptions options;
+    options.problem = std::move(problem).append("; try tavo-inhibit --help");
+    return options;
 }
 
-CommandLine showing(CommandLine::Action action) {
-    CommandLine line;
-    line.action = action;
-    return line;
+InhibitOptions showing(InhibitOptions::Action action) {
+    InhibitOptions options;
+    options.action = action;
+    return options;
 }
 
 } // namespace
 
-CommandLine parseCommandLine(int argc, char** argv) {
+InhibitOptions parseInhibitOptions(int argc, char** argv) {
     auto idle = false;
-    CommandLine line;
+    InhibitOptions options;
     for (auto index = 1; index < argc; ++index) {
         const std::string_view argument = argv[index];
         if (argument == "--help") {
-            return showing(CommandLine::Action::showHelp);
+            return showing(InhibitOptions::Action::showHelp);
         }
         if (argument == "--version") {
-            return showing(CommandLine::Action::showVersion);
+            return showing(InhibitOptions::Action::showVersion);
         }
         if (argument.size() < 2 || argument[0] != '-' ||
             argument.find_first_not_of("is", 1) != std::string_view::npos) {
             return rejected("\"" + shortened(withoutControls(argument), 100) + "\" is not understood");
         }
         idle = idle || argument.find('i') != std::string_view::npos;
-        line.sleep = line.sleep || argument.find('s') != std::string_view::npos;
+        options.sleep = options.sleep || argument.find('s') != std::string_view::npos;
     }
     if (!idle) {
-        return rejected(line.sleep ? "-s adds to -i and does not stand alone" : "-i is needed to hold anything");
+        return rejected(options.sleep ? "-s adds to -i and does not stand alone" : "-i is needed to hold anything");
     }
-    line.action = CommandLine::Action::hold;
-    return line;
+    options.action = InhibitOptions::Action::hold;
+    return options;
 }
 
 std::string helpText() {
