@@ -1,47 +1,22 @@
 #include "system/ProcessExits.h"
 
+#include "Support/SleepingChild.h"
 #include "Support/WaitUntil.h"
 #include "system/ProcessStart.h"
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
-#include <csignal>
 #include <filesystem>
 
 namespace tavo {
 namespace {
 
-/// A process of the test's own that lives until it is ended.
-class Sleeper {
-public:
-    Sleeper() : pid(fork()) {
-        if (pid == 0) {
-            pause();
-            _exit(0);
-        }
-    }
-    Sleeper(const Sleeper&) = delete;
-    Sleeper& operator=(const Sleeper&) = delete;
-    ~Sleeper() {
-        kill(pid, SIGKILL);
-        waitpid(pid, nullptr, 0);
-    }
-
-    WatchedProcess watched() const { return {.pid = pid, .startTime = processStart(pid)}; }
-
-    /// Not reaped, so that the number is no other's.
-    void end() const {
-        kill(pid, SIGKILL);
-        siginfo_t info{};
-        waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOWAIT);
-    }
-
-    pid_t pid;
-};
+WatchedProcess watched(const SleepingChild& child) {
+    return {.pid = child.pid, .startTime = processStart(child.pid)};
+}
 
 class ProcessExitsTest : public testing::Test {
 protected:
@@ -62,9 +37,9 @@ protected:
 };
 
 TEST_F(ProcessExitsTest, TheLastEndIsTold) {
-    const Sleeper first;
-    const Sleeper second;
-    const auto watching = watch({first.watched(), second.watched()});
+    const SleepingChild first;
+    const SleepingChild second;
+    const auto watching = watch({watched(first), watched(second)});
     ASSERT_TRUE(watching);
     first.end();
     EXPECT_FALSE(isToldSoon());
@@ -74,11 +49,11 @@ TEST_F(ProcessExitsTest, TheLastEndIsTold) {
 }
 
 TEST_F(ProcessExitsTest, WhatHasEndedAlreadyCountsReapedOrNot) {
-    auto reaped = std::make_unique<Sleeper>();
-    const auto gone = reaped->watched();
+    auto reaped = std::make_unique<SleepingChild>();
+    const auto gone = watched(*reaped);
     reaped.reset();
-    const Sleeper ended;
-    const auto dead = ended.watched();
+    const SleepingChild ended;
+    const auto dead = watched(ended);
     ended.end();
     const auto watching = watch({gone, dead});
     ASSERT_TRUE(watching);
@@ -86,14 +61,14 @@ TEST_F(ProcessExitsTest, WhatHasEndedAlreadyCountsReapedOrNot) {
 }
 
 TEST_F(ProcessExitsTest, AReusedNumberIsNotThatProcess) {
-    const Sleeper sleeper;
+    const SleepingChild sleeper;
     const auto watching = watch({{.pid = sleeper.pid, .startTime = *processStart(sleeper.pid) - 1}});
     ASSERT_TRUE(watching);
     EXPECT_TRUE(isTold());
 }
 
 TEST_F(ProcessExitsTest, AProcessIsWatchedByItsNumberAloneWhereNoMoreIsKnown) {
-    const Sleeper sleeper;
+    const SleepingChild sleeper;
     const auto watching = watch({{.pid = sleeper.pid, .startTime = std::nullopt}});
     ASSERT_TRUE(watching);
     EXPECT_FALSE(isToldSoon());
@@ -102,8 +77,8 @@ TEST_F(ProcessExitsTest, AProcessIsWatchedByItsNumberAloneWhereNoMoreIsKnown) {
 }
 
 TEST_F(ProcessExitsTest, ADestroyedWatchTellsNothing) {
-    const Sleeper sleeper;
-    watch({sleeper.watched()}).reset();
+    const SleepingChild sleeper;
+    watch({watched(sleeper)}).reset();
     sleeper.end();
     EXPECT_FALSE(isToldSoon());
 }
@@ -125,8 +100,8 @@ std::ptrdiff_t openDescriptors() {
 TEST_F(ProcessExitsTest, NoDescriptorIsLeft) {
     const auto before = openDescriptors();
     for (int round = 0; round < 10; ++round) {
-        const Sleeper sleeper;
-        auto watching = watch(std::vector(20, sleeper.watched()));
+        const SleepingChild sleeper;
+        auto watching = watch(std::vector(20, watched(sleeper)));
         ASSERT_TRUE(watching);
         EXPECT_GT(openDescriptors(), before);
         if (round % 2 == 0) {

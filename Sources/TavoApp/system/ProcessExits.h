@@ -30,6 +30,11 @@ struct ProcessExitNotifying {
 
     virtual ~ProcessExitNotifying() = default;
 
+    /// Whether there are processes, and not too many for one watch.
+    static bool isWatchable(const std::vector<WatchedProcess>& processes) {
+        return !processes.empty() && processes.size() <= maxProcesses;
+    }
+
     /// Calls `observer` once, from any thread, when none of these processes runs any more: also when that is so already. One
     /// that has ended and was not reaped yet runs no more, and so does one whose number another has now.
     /// Gives null for no process, for more than maxProcesses, and where so many descriptors cannot be spared.

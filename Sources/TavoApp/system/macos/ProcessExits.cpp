@@ -2,13 +2,13 @@
 
 #include "base/FileDescriptor.h"
 #include "system/ProcessStart.h"
+#include "system/SignalFreeThread.h"
 
 #include <fcntl.h>
 #include <sys/event.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <csignal>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -54,7 +54,7 @@ public:
     KqueueExitWatch(FileDescriptor queue, std::vector<pid_t> processes, std::function<void()> observer)
         : queue(std::move(queue)), processes(std::move(processes)), observer(std::move(observer)) {
         add(this->queue, stopping, EVFILT_USER, 0);
-        thread = std::thread([this] { wait(); });
+        thread = startSignalFreeThread([this] { wait(); });
     }
     KqueueExitWatch(const KqueueExitWatch&) = delete;
     KqueueExitWatch& operator=(const KqueueExitWatch&) = delete;
@@ -69,10 +69,6 @@ private:
     static constexpr uintptr_t stopping = 0;
 
     void wait() {
-        // Signals are the main thread's.
-        sigset_t all;
-        sigfillset(&all);
-        pthread_sigmask(SIG_BLOCK, &all, nullptr);
         while (!processes.empty()) {
             struct kevent event {};
             const int count = kevent(queue.get(), nullptr, 0, &event, 1, nullptr);
@@ -96,7 +92,7 @@ private:
 
 std::unique_ptr<ProcessExitWatch> ProcessExits::watch(const std::vector<WatchedProcess>& processes,
                                                       std::function<void()> observer) {
-    if (processes.empty() || processes.size() > maxProcesses) {
+    if (!isWatchable(processes)) {
         return nullptr;
     }
     auto queue = openQueue();
