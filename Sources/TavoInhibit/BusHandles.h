@@ -11,8 +11,8 @@
 
 namespace tavo {
 
-/// Releases each handle of libsystemd. A bus connection is closed without flushing: flushing waits for the other end, and
-/// nothing here may.
+/// Releases each handle of libsystemd. A bus connection is closed without flushing: flushing waits for the other end,
+/// and nothing here may.
 struct HandleDeleter {
     void operator()(sd_event* event) const { sd_event_unref(event); }
     void operator()(sd_event_source* source) const { sd_event_source_disable_unref(source); }

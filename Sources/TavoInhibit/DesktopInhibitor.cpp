@@ -12,7 +12,7 @@ namespace {
 /// None of the codes of org.freedesktop.portal.Request: 0 accepted, 1 cancelled, 2 ended in another way.
 constexpr auto unreadableResponse = -1;
 
-/// The name has an owner whose object is not there, which is how a service looks that has only just started.
+/// The name has an owner whose object is not there, as of a service that has only just started.
 bool isNotThereYet(const sd_bus_error& error) {
     const auto names = {SD_BUS_ERROR_UNKNOWN_OBJECT, SD_BUS_ERROR_UNKNOWN_METHOD, SD_BUS_ERROR_UNKNOWN_INTERFACE};
     return std::any_of(names.begin(), names.end(),
@@ -71,7 +71,7 @@ void DesktopInhibitor::ownerIs(const char* newOwner) {
     if (owner == newOwner) {
         return;
     }
-    // What the old owner may still answer means nothing any more.
+    // A late answer of the old owner means nothing.
     pendingAnswer.reset();
     retry.reset();
     failedAttempts = 0;

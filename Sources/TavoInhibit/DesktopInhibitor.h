@@ -24,10 +24,10 @@ struct DesktopPatience {
     std::chrono::microseconds pauseBefore(int retry) const { return firstPause * (1 << retry); }
 };
 
-/// One desktop service on one bus connection: follows who owns its name, asks, and lets go.
+/// One desktop service on one bus connection: follows the owner of its name, asks, and releases.
 ///
-/// Never waits: every call is asynchronous, goes to the owner itself, and may not start anybody. A request belongs to the
-/// owner that took it and ends with that owner, so each new owner is a fresh start.
+/// Never waits: every call is asynchronous, goes to the owner itself, and may not start anybody. A request belongs to
+/// the owner that took it and ends with that owner, so each new owner is a fresh start.
 class DesktopInhibitor {
 public:
     enum class State {
@@ -62,7 +62,7 @@ public:
     /// Ends the request. One that has no answer yet is ended when the answer comes.
     void release();
 
-    /// Tells that the connection ended, and with it the request.
+    /// The connection ended, and with it the request.
     void busEnded();
 
 private:

@@ -18,7 +18,7 @@ constexpr auto mayStillSuspend =
     ": the desktop may suspend the computer by itself, so switch off automatic suspend in its power settings";
 
 int appendGnomeRequest(sd_bus_message* call) {
-    // The second argument is a window of ours on X11; there is none.
+    // The second argument is our window on X11; there is none.
     return sd_bus_message_append(call, "susu", inhibitorName, std::uint32_t{0}, requestReason, gnomeSuspend);
 }
 

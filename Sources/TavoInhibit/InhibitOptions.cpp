@@ -57,7 +57,7 @@ USAGE
     tavo-inhibit --version
 
 DESCRIPTION
-    Takes a lock from logind, says on standard output what it got, and holds it
+    Takes a lock from logind, reports it on standard output, and holds it
     until standard input ends or a signal (TERM, INT, HUP) comes. The lock ends
     with the program, however it ends.
 
@@ -69,7 +69,7 @@ DESCRIPTION
     waited for.
 
     tavo and tavoctl start it. To try it by hand: tavo-inhibit -i -s, and
-    Ctrl-D to let go.
+    Ctrl-D to release it.
 
 OPTIONS
     -i          Do not suspend because nobody uses the computer (idle).
@@ -90,7 +90,7 @@ OUTPUT
                 refused  the service answered with an error, or not in time
                 lost     the service or its bus went away
     WHAT        idle or idle:sleep from logind, suspend from the others
-    NOTICE      what is held less than was asked, and what to do about it
+    NOTICE      the part of the request that was refused, and a remedy
 
 EXIT STATUS
     0           Standard input ended, or a signal came.

@@ -50,7 +50,7 @@ InhibitProgram::InhibitProgram(bool sleep) : event(newEventLoop()), report(STDOU
         }
     }
     input.emplace(*event, STDIN_FILENO, [this] {
-        // Before logind's answer nothing is held, and whoever asked still gets to know what can be.
+        // Before logind's answer nothing is held, and the parent still waits for the answer.
         if (logindHasAnswered) {
             finish(EX_OK);
         }
@@ -60,7 +60,7 @@ InhibitProgram::InhibitProgram(bool sleep) : event(newEventLoop()), report(STDOU
 
 int InhibitProgram::run() {
     const auto status = checked(sd_event_loop(event.get()), "run the event loop");
-    desktop.letGo();
+    desktop.release();
     return status;
 }
 
@@ -87,7 +87,7 @@ void InhibitProgram::askDesktop() {
     if (isOrdinaryUserOfDesktop()) {
         ownLocks.emplace(*event, [this](bool areHeeded) {
             if (!areHeeded) {
-                desktop.tellWhenNobodyAccepts();
+                desktop.reportWhenNobodyAccepts();
             }
         });
     }

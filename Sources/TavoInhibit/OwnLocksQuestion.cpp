@@ -15,7 +15,8 @@ namespace {
 constexpr int heededSince = 257;
 constexpr std::chrono::microseconds answerBound = std::chrono::seconds{5};
 
-/// As logind knows it. A program that the user's service manager started belongs to no session, so the user is asked for.
+/// As logind knows it. A program that the user's service manager started belongs to no session, so the user is asked
+/// for.
 bool hasGraphicalSession(uid_t user) {
     char* session = nullptr;
     if (sd_uid_get_display(user, &session) < 0) {
@@ -75,7 +76,7 @@ int OwnLocksQuestion::onReply(sd_bus_message* reply, void* self, sd_bus_error*) 
 }
 
 bool isOrdinaryUserOfDesktop() {
-    // The environment tells of a desktop that was started from a text login, which logind does not know to be graphical.
+    // The environment knows a desktop that was started from a text login, which logind does not know to be graphical.
     return geteuid() != 0 && (namesLocalDisplay(std::getenv("WAYLAND_DISPLAY"), std::getenv("DISPLAY")) ||
                               hasGraphicalSession(geteuid()));
 }

@@ -53,7 +53,7 @@ std::optional<std::string> unescaped(std::string_view text) {
     return result;
 }
 
-/// What characters of a path an address may hold as they are: "Server Addresses" in D-Bus's own documentation.
+/// Whether an address holds this character of a path unescaped: "Server Addresses" in D-Bus's own documentation.
 bool needsNoEscape(char character) {
     return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') ||
            (character >= '0' && character <= '9') || std::string_view("-_/.\\*").find(character) != std::string::npos;

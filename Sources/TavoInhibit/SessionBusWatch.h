@@ -13,7 +13,8 @@ namespace tavo {
 struct SessionBusAddress {
     /// A D-Bus server address, as sd_bus_set_address(3) takes it ("unix:path=/run/user/1000/bus").
     std::string address;
-    /// The bus's socket, when the address names one that can be watched for: an abstract socket, TCP and the like cannot.
+    /// The bus's socket, when the address names one that can be watched for: an abstract socket, TCP and the like
+    /// cannot.
     std::optional<std::filesystem::path> socket;
 
     bool operator==(const SessionBusAddress&) const = default;
@@ -27,7 +28,7 @@ struct SessionBusAddress {
 /// @returns nothing when neither variable says where.
 std::optional<SessionBusAddress> findSessionBus(const char* busAddress, const char* runtimeFolder);
 
-/// Whoever has something to do on the session bus.
+/// A user of the session bus.
 struct SessionBusClient {
     virtual ~SessionBusClient() = default;
 
@@ -38,11 +39,11 @@ struct SessionBusClient {
     virtual void busEnded() = 0;
 };
 
-/// Keeps a connection to the session bus, over and over: a bus that is not there, or that ends, is waited for.
+/// Keeps a connection to the session bus: a bus that is not there, or that ends, is waited for.
 ///
-/// Waiting costs nothing until the bus's socket shows a sign of life. Because a socket exists before its server listens,
-/// and a server before it lets anybody in, a failed connection is tried again a few times, at growing distances, and then
-/// not until the next sign.
+/// Waiting costs nothing until the bus's socket shows a sign of life. Because a socket exists before its server
+/// listens, and a server before it lets anybody in, a failed connection is tried again a few times, at growing
+/// distances, and then not until the next sign.
 class SessionBusWatch {
 public:
     /// Starts at once. `client` outlives the watch.

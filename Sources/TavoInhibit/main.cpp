@@ -11,7 +11,7 @@
 namespace {
 
 int hold(bool sleep) {
-    // A parent that closed our output is told nothing more; it lets go by closing our input.
+    // A parent that closed our output gets no more reports; it ends the lock by closing our input.
     std::signal(SIGPIPE, SIG_IGN);
     tavo::InhibitProgram::blockEndingSignals();
     return tavo::InhibitProgram(sleep).run();

@@ -8,7 +8,7 @@
 
 namespace tavo {
 
-/// Tells of a change of the power supply when the test says so.
+/// Announces a change of the power supply when the test says so.
 class ScriptedPowerChanges final : public PowerChangeNotifying {
 public:
     std::unique_ptr<PowerChangeWatch> watch(std::function<void()> newObserver) override {

@@ -48,9 +48,9 @@ protected:
                       *desktop);
     }
 
-    void startTelling() {
+    void startReporting() {
         startAsking();
-        desktop->tellWhenNobodyAccepts();
+        desktop->reportWhenNobodyAccepts();
     }
 
     std::unique_ptr<ScriptedBusService> makeService(const std::string& name, ScriptedBusService::Answer answer) {
@@ -105,13 +105,13 @@ TEST(DesktopPatience, ServicesAreAskedAgainForHalfAMinuteWithGrowingPauses) {
 
 TEST_F(DesktopAnswerTest, ADesktopWithoutAnyServiceIsSaidToRefuse) {
     sessionBus.start();
-    startTelling();
+    startReporting();
     ASSERT_TRUE(waitForLines(1));
     EXPECT_THAT(lines, ElementsAre(nobodyLine));
 }
 
 TEST_F(DesktopAnswerTest, ASessionWithoutABusIsSaidToRefuse) {
-    startTelling();
+    startReporting();
     ASSERT_TRUE(waitForLines(1));
     EXPECT_THAT(lines, ElementsAre(nobodyLine));
 }
@@ -133,7 +133,7 @@ TEST_F(DesktopAnswerTest, AServiceThatAcceptsKeepsItSilentUntilItVanishes) {
     auto service = makeService(powerManagementName, ScriptedBusService::withCookie(1));
     startAsking();
     ASSERT_TRUE(waitForLines(1));
-    desktop->tellWhenNobodyAccepts();
+    desktop->reportWhenNobodyAccepts();
     service.reset();
     ASSERT_TRUE(waitForLines(3));
     EXPECT_THAT(lines, ElementsAre("power-management held suspend", "power-management lost suspend", nobodyLine));
@@ -141,7 +141,7 @@ TEST_F(DesktopAnswerTest, AServiceThatAcceptsKeepsItSilentUntilItVanishes) {
     ASSERT_TRUE(waitForLines(4));
     service.reset();
     ASSERT_TRUE(waitForLines(6));
-    EXPECT_EQ(lines.back(), nobodyLine) << "it is told again";
+    EXPECT_EQ(lines.back(), nobodyLine) << "it is reported again";
 }
 
 TEST_F(DesktopAnswerTest, AServiceThatRefusesSaysItForTheDesktop) {
@@ -151,7 +151,7 @@ TEST_F(DesktopAnswerTest, AServiceThatRefusesSaysItForTheDesktop) {
     const auto gnome = makeService(gnomeName, ScriptedBusService::withError("org.example.Error.Refused", "No"));
     startAsking();
     ASSERT_TRUE(waitForLines(1));
-    desktop->tellWhenNobodyAccepts();
+    desktop->reportWhenNobodyAccepts();
     const auto other = makeService(powerManagementName, ScriptedBusService::withCookie(1));
     ASSERT_TRUE(waitForLines(2));
     EXPECT_THAT(lines, ElementsAre(StartsWith("gnome refused suspend; "), "power-management held suspend"));
@@ -167,7 +167,7 @@ TEST_F(DesktopAnswerTest, APortalThatDoesNotAnswerIsNotWaitedForForEver) {
         portalBus = sd_bus_message_get_bus(call);
         return sd_bus_reply_method_return(call, "o", path);
     });
-    startTelling();
+    startReporting();
     ASSERT_TRUE(waitForLines(2));
     EXPECT_THAT(lines, ElementsAre("portal asked suspend", nobodyLine));
     checked(sd_bus_emit_signal(portalBus, path, "org.freedesktop.portal.Request", "Response", "ua{sv}", 0U, 0),

@@ -18,7 +18,7 @@ protected:
         return runner.run({.executableURL = TAVO_TEST_CHILD, .arguments = std::move(arguments)});
     }
 
-    /// Runs a script that notes its process id, after what `prepared` does, and interrupts it then. Gives the process id.
+    /// Runs `prepared` and a script that writes its process id down, and interrupts it then. Returns the process id.
     pid_t interruptScript(const std::string& script, const std::string& prepared = ":") {
         const auto note = folder.path() / "note";
         std::thread other([&] {

@@ -21,31 +21,31 @@ WatchedProcess watched(const SleepingChild& child) {
 class ProcessExitsTest : public testing::Test {
 protected:
     std::unique_ptr<ProcessExitWatch> watch(const std::vector<WatchedProcess>& processes) {
-        return exits.watch(processes, [this] { ++told; });
+        return exits.watch(processes, [this] { ++notified; });
     }
 
     /// The end of a living process is never reported; this long is enough to see that it is not at once.
-    bool isToldSoon() {
-        return waitUntil([this] { return told > 0; }, std::chrono::milliseconds{100});
+    bool isNotifiedSoon() {
+        return waitUntil([this] { return notified > 0; }, std::chrono::milliseconds{100});
     }
-    bool isTold() {
-        return waitUntil([this] { return told > 0; });
+    bool isNotified() {
+        return waitUntil([this] { return notified > 0; });
     }
 
     ProcessExits exits;
-    std::atomic<int> told = 0;
+    std::atomic<int> notified = 0;
 };
 
-TEST_F(ProcessExitsTest, TheLastEndIsTold) {
+TEST_F(ProcessExitsTest, TheLastEndIsNotified) {
     const SleepingChild first;
     const SleepingChild second;
     const auto watching = watch({watched(first), watched(second)});
     ASSERT_TRUE(watching);
     first.end();
-    EXPECT_FALSE(isToldSoon());
+    EXPECT_FALSE(isNotifiedSoon());
     second.end();
-    EXPECT_TRUE(isTold());
-    EXPECT_EQ(told, 1);
+    EXPECT_TRUE(isNotified());
+    EXPECT_EQ(notified, 1);
 }
 
 TEST_F(ProcessExitsTest, WhatHasEndedAlreadyCountsReapedOrNot) {
@@ -57,30 +57,30 @@ TEST_F(ProcessExitsTest, WhatHasEndedAlreadyCountsReapedOrNot) {
     ended.end();
     const auto watching = watch({gone, dead});
     ASSERT_TRUE(watching);
-    EXPECT_TRUE(isTold());
+    EXPECT_TRUE(isNotified());
 }
 
 TEST_F(ProcessExitsTest, AReusedNumberIsNotThatProcess) {
     const SleepingChild sleeper;
     const auto watching = watch({{.pid = sleeper.pid, .startTime = *processStart(sleeper.pid) - 1}});
     ASSERT_TRUE(watching);
-    EXPECT_TRUE(isTold());
+    EXPECT_TRUE(isNotified());
 }
 
 TEST_F(ProcessExitsTest, AProcessIsWatchedByItsNumberAloneWhereNoMoreIsKnown) {
     const SleepingChild sleeper;
     const auto watching = watch({{.pid = sleeper.pid, .startTime = std::nullopt}});
     ASSERT_TRUE(watching);
-    EXPECT_FALSE(isToldSoon());
+    EXPECT_FALSE(isNotifiedSoon());
     sleeper.end();
-    EXPECT_TRUE(isTold());
+    EXPECT_TRUE(isNotified());
 }
 
-TEST_F(ProcessExitsTest, ADestroyedWatchTellsNothing) {
+TEST_F(ProcessExitsTest, ADestroyedWatchNotifiesNobody) {
     const SleepingChild sleeper;
     watch({watched(sleeper)}).reset();
     sleeper.end();
-    EXPECT_FALSE(isToldSoon());
+    EXPECT_FALSE(isNotifiedSoon());
 }
 
 TEST_F(ProcessExitsTest, SixtyFourAreWatchedAndNoMore) {
@@ -106,8 +106,8 @@ TEST_F(ProcessExitsTest, NoDescriptorIsLeft) {
         EXPECT_GT(openDescriptors(), before);
         if (round % 2 == 0) {
             sleeper.end();
-            EXPECT_TRUE(isTold());
-            told = 0;
+            EXPECT_TRUE(isNotified());
+            notified = 0;
         }
         watching.reset();
         EXPECT_EQ(openDescriptors(), before);

@@ -19,7 +19,7 @@ public:
         unusablePath,          ///< the program's path cannot be written down
     };
 
-    /// @param message  shown as it stands.
+    /// @param message  shown unchanged.
     static LoginLaunchManagerError bootstrapFailed(const std::string& message) {
         return {Kind::bootstrapFailed, message};
     }
@@ -51,10 +51,11 @@ private:
 struct LaunchAtLoginManaging {
     virtual ~LaunchAtLoginManaging() = default;
 
-    /// The rest of a change, which may take seconds and throws as the change itself does. Empty when nothing is left to do.
+    /// The rest of a change, which may take seconds and throws as the change itself does. Empty when nothing is left to
+    /// do.
     using Remainder = std::function<void()>;
 
-    /// Gives what the system has no time for yet. Whoever must not block calls that on another thread.
+    /// Returns the part that has to wait for the system, to be called on another thread by callers that must not block.
     /// @param executablePath  of the desktop app.
     /// @param options  to start it with, for a system whose launch at login carries them.
     /// @throws LoginLaunchManagerError, std::system_error and the errors of running commands.

@@ -15,8 +15,8 @@ class ProcessTreeIndex {
 public:
     explicit ProcessTreeIndex(const std::vector<ProcessSample>& processes);
 
-    /// The process and everything below it, level by level. A process is visited once, also when parent links form a loop;
-    /// a root that is not in the snapshot has no sample of its own.
+    /// The process and everything below it, level by level. A process is visited once, also when parent links form a
+    /// loop; a root that is not in the snapshot has no sample of its own.
     std::vector<const ProcessSample*> collectProcessTree(std::int32_t rootPID) const;
 
     /// The given processes and all their descendants, also those of the given ones that are not in the snapshot.

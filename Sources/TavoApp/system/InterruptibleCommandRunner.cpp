@@ -33,7 +33,7 @@ bool isReadable(int descriptor, std::chrono::milliseconds bound) {
 /// How long an interrupted child may take to end: less than a quitting program may.
 constexpr std::chrono::milliseconds patience{500};
 
-/// How often a child is looked at that has closed its streams and runs on.
+/// For a child that has closed its streams and runs on.
 constexpr std::chrono::milliseconds pollInterval{100};
 
 struct Stream {

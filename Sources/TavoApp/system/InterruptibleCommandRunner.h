@@ -9,14 +9,14 @@
 
 namespace tavo {
 
-/// Work that waited for something was called off.
+/// Work that waited for something was interrupted.
 class Interrupted final : public DescribedError {
 public:
     Interrupted() : DescribedError("this was called off before it was done.") {}
 };
 
-/// Calls off work that may wait for long, as for an administrator's password, because the program is quitting. For good:
-/// whoever waits afterwards is interrupted at once. Every member may be called from any thread.
+/// Interrupts work that may wait for long, as for an administrator's password, because the program is quitting. For
+/// good: later waits are interrupted at once. Every member may be called from any thread.
 class Interruption {
 public:
     /// @throws std::system_error when no pipe can be made.
@@ -46,8 +46,8 @@ public:
 
     bool supportsPrivilegedCommands() const override;
 
-    /// Blocks until the child has exited and its streams have ended. When it is interrupted, the child is asked to end and
-    /// given a moment; one that cannot be ended, such as a script that runs as root by then, goes on alone.
+    /// Blocks until the child has exited and its streams have ended. When it is interrupted, the child is asked to end
+    /// and given a moment; one that cannot be ended, such as a script that runs as root by then, goes on alone.
     /// @throws Interrupted, std::system_error when launching fails.
     ShellCommandResult run(const ShellCommand& command) override;
 

@@ -23,7 +23,7 @@ protected:
     std::shared_ptr<AssertionStatus> assertionStatus = std::make_shared<AssertionStatus>();
 };
 
-TEST_F(CaffeinateRunner, ItsFlagsAreOnTheBoardWhileItRuns) {
+TEST_F(CaffeinateRunner, ItsFlagsAreReportedWhileItRuns) {
     const auto onBattery = start({"-i"});
     EXPECT_EQ(assertionStatus->summary(), "idle (caffeinate)");
     onBattery->stop();
@@ -33,7 +33,7 @@ TEST_F(CaffeinateRunner, ItsFlagsAreOnTheBoardWhileItRuns) {
     EXPECT_EQ(assertionStatus->notice(), std::nullopt);
 }
 
-TEST_F(CaffeinateRunner, AChildThatEndsUnaskedLeavesTheBoardEmpty) {
+TEST_F(CaffeinateRunner, AChildThatEndsUnaskedLeavesNoReport) {
     const auto child = start({"-i"});
     inner->children.back()->dieFromOutside();
     EXPECT_FALSE(child->isRunning());

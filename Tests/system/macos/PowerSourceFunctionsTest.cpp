@@ -9,7 +9,7 @@
 namespace tavo {
 namespace {
 
-/// What the library at `path` tells about.
+/// The sources of the library at `path`.
 FakePowerSources& sourcesOf(const char* path) {
     void* const library = dlopen(path, RTLD_LAZY | RTLD_LOCAL);
     EXPECT_NE(library, nullptr) << dlerror();

@@ -25,8 +25,8 @@ std::string_view trimmed(std::string_view text) {
                                            : text.substr(start, text.find_last_not_of(blanks) - start + 1);
 }
 
-/// One argument in quotes. A backslash inside them stands before what is special there, and is doubled because all of it
-/// stands in a string.
+/// One argument in quotes. A backslash inside them stands before what is special there, and is doubled because all of
+/// it stands in a string.
 std::string quotedArgument(std::string_view text) {
     std::string argument = "\"";
     for (const char character : text) {

@@ -11,8 +11,8 @@
 
 namespace tavo {
 
-/// Starts the system's own tool on a Mac, which says nothing: what it holds, by its flags, goes to an AssertionStatus for as long as it
-/// runs.
+/// Starts the system's own tool on a Mac, which reports nothing: the locks that its flags ask for are on the
+/// AssertionStatus for as long as it runs.
 class CaffeinateCommandRunner final : public CommandRunning {
 public:
     /// @param runner  runs the programs.
@@ -27,8 +27,8 @@ private:
     std::shared_ptr<AssertionStatus> assertionStatus;
 };
 
-/// Starts the system's own tool on a Mac so that it ends with a process, however that ends: caffeinate(8), "-w". For runs that
-/// leave no note for a later one to find.
+/// Starts the system's own tool on a Mac so that it ends with a process, however that ends: caffeinate(8), "-w". For
+/// runs that leave no note for a later one to find.
 class TiedCaffeinateRunner final : public CommandRunning {
 public:
     TiedCaffeinateRunner(std::shared_ptr<CommandRunning> runner, pid_t process)

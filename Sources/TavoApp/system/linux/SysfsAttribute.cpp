@@ -13,7 +13,7 @@
 namespace tavo {
 
 std::optional<std::string> readAttribute(const std::filesystem::path& file) {
-    // Non-blocking, so that whatever else bears the name (a FIFO) cannot hold the caller up.
+    // Non-blocking, so that anything else with this name (a FIFO) cannot block the caller.
     const FileDescriptor descriptor(open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (!descriptor) {
         return std::nullopt;

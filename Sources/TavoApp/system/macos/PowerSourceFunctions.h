@@ -24,11 +24,11 @@ private:
     void* library;
 };
 
-/// Any object of CoreFoundation (CFTypeRef and its kin); never looked into.
+/// Any object of CoreFoundation (CFTypeRef and the like), opaque here.
 struct CoreFoundationObject;
 using CoreFoundationRef = const CoreFoundationObject*;
 
-/// The C functions through which macOS tells about its power sources, by their interfaces in IOKit/ps/IOPowerSources.h
+/// The C functions that describe the power sources of a Mac, by their interfaces in IOKit/ps/IOPowerSources.h
 /// and CoreFoundation. A function with "Copy" or "Create" in its name gives an object that the caller releases.
 struct PowerSourceFunctions {
     /// CFIndex, CFTypeID, CFStringEncoding, CFNumberType and Boolean, at their widths in the C interface.

@@ -44,7 +44,8 @@ bool add(const FileDescriptor& queue, uintptr_t ident, std::int16_t filter, std:
 
 /// Gives false when that process has ended.
 bool addWatched(const FileDescriptor& queue, const WatchedProcess& process) {
-    // The start is asked for when the kernel watches: if the process lives after that, the number was its own all the while.
+    // The start is asked for when the kernel watches: if the process lives after that, the number was its own all the
+    // while.
     return add(queue, static_cast<uintptr_t>(process.pid), EVFILT_PROC, NOTE_EXIT) &&
            (process.startTime ? processStart(process.pid) == process.startTime : processStart(process.pid).has_value());
 }

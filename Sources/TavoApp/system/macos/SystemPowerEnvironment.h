@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-/// What macOS says about its power sources, in a fixed layout and without ownership. All zero: nothing is known.
+/// The power sources of a Mac, in a fixed layout and without ownership. All zero: nothing is known.
 struct TavoPowerSourceSnapshot {
     /// 0 unknown, 1 AC power, 2 battery power.
     std::int32_t sourceKind = 0;
@@ -23,7 +23,7 @@ struct TavoPowerSourceSnapshot {
     bool operator==(const TavoPowerSourceSnapshot&) const = default;
 };
 
-/// Asks IOKit anew. Never fails: what cannot be read stays zero. May be called from any thread.
+/// Asks IOKit at every call. Never fails: what cannot be read stays zero. May be called from any thread.
 TavoPowerSourceSnapshot TavoCopyPowerSourceSnapshot();
 
 /// The same over the given functions.
@@ -40,7 +40,7 @@ namespace tavo {
 struct SystemPowerEnvironment final : PowerEnvironmentProviding {
     PowerStatus currentStatus() const override;
 
-    /// What a snapshot means.
+    /// A snapshot as a status.
     static PowerStatus status(const TavoPowerSourceSnapshot& snapshot);
 };
 
