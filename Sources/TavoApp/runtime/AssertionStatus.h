@@ -1,6 +1,6 @@
 #pragma once
 
-#include "runtime/AssertionReport.h"
+#include "system/AssertionReport.h"
 
 #include <cstdint>
 #include <functional>
