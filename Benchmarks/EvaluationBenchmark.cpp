@@ -1,9 +1,9 @@
-// What one evaluation costs over a table of 5,000 processes, and what matching costs of it: an ASCII query over ASCII command
-// lines, for which nothing is copied, and over command lines that have to be folded.
+// The cost of one evaluation over a table of 5,000 processes, and the share of matching in it: an ASCII query over
+// ASCII command lines, for which nothing is copied, and over command lines that have to be folded.
 
 #include "SyntheticProcfs.h"
+#include "runtime/ProcessWatcher.h"
 #include "runtime/RuntimeCoordinator.h"
-#include "runtime/TriggerMatcher.h"
 #include "system/OwnProgramFilter.h"
 #include "system/linux/ProcfsProcessSnapshotProvider.h"
 
@@ -32,7 +32,7 @@ AppConfig watching(const std::string& query) {
     return config;
 }
 
-/// Nothing matches, so that every process is looked at to its end and nothing is started.
+/// Nothing matches, so every process is examined to its end and nothing is started.
 void wholeEvaluation(benchmark::State& state) {
     const SyntheticProcfs procfs(tableSize);
     const auto table =

@@ -53,8 +53,8 @@ private:
 
 } // namespace
 
-/// Tells how long the window does not answer at worst while Tavo looks through 5,000 processes, beside how long it does not
-/// answer when nothing is looked at.
+/// Measures the longest time for which the window does not answer while Tavo examines 5,000 processes, and while it
+/// does nothing.
 int main(int count, char** values) {
     const Crowd crowd;
     QApplication application(count, values);
@@ -76,13 +76,13 @@ int main(int count, char** values) {
         QElapsedTimer clock;
         clock.start();
         qint64 last = clock.nsecsElapsed();
-        qint64 longest = 0;
+        qint64 maxStall = 0;
         int left = evaluations;
         QTimer heartbeat;
         QTimer work;
         QObject::connect(&heartbeat, &QTimer::timeout, [&] {
             const auto now = clock.nsecsElapsed();
-            longest = std::max(longest, now - last);
+            maxStall = std::max(maxStall, now - last);
             last = now;
         });
         QObject::connect(&work, &QTimer::timeout, [&] {
@@ -96,7 +96,7 @@ int main(int count, char** values) {
         heartbeat.start(1);
         work.start(50);
         QCoreApplication::exec();
-        return static_cast<double>(longest) / 1e6;
+        return static_cast<double>(maxStall) / 1e6;
     };
     const double idle = maxGap(false);
     const double evaluating = maxGap(true);

@@ -1,5 +1,5 @@
-// What one snapshot of the process table costs, read from procfs and by running ps. "perProcess" is the wall-clock time
-// for one process of the table.
+// The cost of one snapshot of the process table, read from procfs and by running ps. "perProcess" is the wall-clock
+// time for one process of the table.
 
 #include "SyntheticProcfs.h"
 #include "base/Text.h"
@@ -34,8 +34,8 @@ void snapshot(benchmark::State& state, const std::filesystem::path& root) {
     countProcesses(state, processes);
 }
 
-/// What macOS's ps is asked for, in the words of procps: its option -c belongs to other columns, and a list of columns
-/// ends at the first one that is renamed.
+/// The columns that macOS's ps is asked for, in the words of procps: its option -c belongs to other columns, and a list
+/// of columns ends at the first one that is renamed.
 std::string runPS() {
     const std::string command = "/bin/ps -axww -o pid=PID -o ppid=PPID -o time=TIME -o comm=" +
                                 std::string(PSProcessSnapshotProvider::executableColumnHeader) + " -o args=ARGS";

@@ -1,5 +1,5 @@
 #include "Require.h"
-#include "runtime/AssertionReport.h"
+#include "system/AssertionReport.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,5 +1,5 @@
-// Feeds arbitrary bytes to whatever reads the helper's messages: nothing but a DecodingError may come out, and what was
-// understood must survive being written and read again.
+// Feeds arbitrary bytes to the code that reads the helper's messages: nothing but a DecodingError may come out, and
+// what was understood must survive being written and read again.
 
 #include "base/JsonCoding.h"
 #include "helper/PrivilegedHelperCommandDispatcher.h"

@@ -8,7 +8,7 @@
 
 using tavo::require;
 
-/// Whatever is a line has a line of its own, of a bounded length, that reads back the same.
+/// Every line that parses is written as a line of bounded length that parses to the same entry.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string_view text(reinterpret_cast<const char*>(data), size);
     try {

@@ -1,5 +1,5 @@
-// Feeds arbitrary bytes to what reads the helper's journal: nothing but a DecodingError may come out, and no process may be
-// named that cannot exist.
+// Feeds arbitrary bytes to the code that reads the helper's journal: nothing but a DecodingError may come out, and no
+// process may be named that cannot exist.
 
 #include "Require.h"
 #include "base/JsonCoding.h"

@@ -30,7 +30,7 @@ void checkSample(const ProcessSample& sample) {
     require(repairUTF8(sample.commandLine) == sample.commandLine, "a command line is valid");
 }
 
-/// What is thrown for a line that is known to be part of the text.
+/// The error for a line that is known to be part of the text.
 std::optional<ProcessWatcherError> parseLineByLine(std::string_view text, std::size_t& processes) {
     bool isHeader = true;
     for (const auto line : splitLines(text)) {

@@ -1,5 +1,6 @@
-// Feeds arbitrary bytes, in pieces of arbitrary sizes, to what reads the helper's socket: nothing but a SocketFramingError
-// may come out, the sizes of the pieces must not count, and a reply must survive being written and read again.
+// Feeds arbitrary bytes, in pieces of arbitrary sizes, to the code that reads the helper's socket: nothing but a
+// SocketFramingError may come out, the sizes of the pieces must not count, and a reply must survive being written and
+// read again.
 
 #include "Require.h"
 #include "helper/linux/SocketFraming.h"

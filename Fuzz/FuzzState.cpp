@@ -8,7 +8,7 @@
 
 using tavo::require;
 
-/// Whatever decodes has one text of its own that decodes to the same again.
+/// Every value that decodes has one text that decodes to the same value again.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string_view text(reinterpret_cast<const char*>(data), size);
     try {

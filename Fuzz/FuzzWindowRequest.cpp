@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string_view>
 
-/// Whatever is taken for a request can be sent as one.
+/// Every text that parses as a request can be sent as one.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const auto request = tavo::WindowRequest::decoded({reinterpret_cast<const char*>(data), size});
     if (request) {

@@ -9,7 +9,6 @@
 #include "app/views/WindowRequests.h"
 #include "base/ErrorText.h"
 #include "base/JsonCoding.h"
-#include "base/PrintError.h"
 #include "base/Text.h"
 #include "base/TrustedPath.h"
 #include "config/InstanceLock.h"

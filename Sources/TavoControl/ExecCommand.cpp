@@ -8,7 +8,7 @@
 #include "app/AsioMainLoop.h"
 #include "app/ProcessSignals.h"
 #include "app/TavoAppModel.h"
-#include "base/PrintError.h"
+#include "base/ErrorText.h"
 #include "base/Text.h"
 
 #include <fmt/format.h>

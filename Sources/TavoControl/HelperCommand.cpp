@@ -7,7 +7,6 @@
 #include "base/AtomicFile.h"
 #include "base/ErrorText.h"
 #include "base/JsonCoding.h"
-#include "base/PrintError.h"
 #include "base/Text.h"
 
 #include <fmt/format.h>

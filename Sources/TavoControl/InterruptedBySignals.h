@@ -1,6 +1,6 @@
 #pragma once
 
-#include "system/Interruption.h"
+#include "system/InterruptibleCommandRunner.h"
 
 #include <chrono>
 #include <memory>

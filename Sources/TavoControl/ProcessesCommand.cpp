@@ -6,7 +6,7 @@
 #include "base/JsonCoding.h"
 #include "base/Text.h"
 #include "runtime/ProcessTreeIndex.h"
-#include "runtime/TriggerMatcher.h"
+#include "runtime/ProcessWatcher.h"
 #include "runtime/WorkMonitor.h"
 
 #include <fmt/format.h>

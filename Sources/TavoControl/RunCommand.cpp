@@ -11,7 +11,6 @@
 #include "app/TavoAppModel.h"
 #include "base/ErrorText.h"
 #include "base/JsonCoding.h"
-#include "base/PrintError.h"
 #include "base/Text.h"
 #include "config/InstanceLock.h"
 

@@ -8,9 +8,9 @@
 #include "TavoControl/StatusReport.h"
 #include "app/LoginOptionsFile.h"
 #include "base/AtomicFile.h"
+#include "base/ErrorText.h"
 #include "base/FileDescriptor.h"
 #include "base/JsonCoding.h"
-#include "base/PrintError.h"
 #include "base/Text.h"
 #include "system/ProcessStart.h"
 

@@ -166,7 +166,7 @@ private:
             tree.cpuPercent.reset();
         }
         if (facts.activity) {
-            facts.activity->lookedAt = {};
+            facts.activity->measuredAt = {};
             facts.activity->lastWorkAt.reset();
             for (auto& tree : facts.activity->trees) {
                 tree.cpuPercent.reset();

@@ -13,7 +13,6 @@
 #include "TavoControl/SystemChecks.h"
 #include "TavoControl/WatchCommand.h"
 #include "base/ErrorText.h"
-#include "base/PrintError.h"
 #include "base/Text.h"
 #include "base/TrustedPath.h"
 #include "system/BusAddresses.h"

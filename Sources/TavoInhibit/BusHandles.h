@@ -3,13 +3,16 @@
 #include <systemd/sd-bus.h>
 #include <systemd/sd-event.h>
 
+#include <chrono>
+#include <cstdint>
+#include <ctime>
 #include <memory>
 #include <system_error>
 
 namespace tavo {
 
-/// How each handle of libsystemd is given back. A bus connection is closed without flushing: flushing waits for the
-/// other end, and nothing here may.
+/// Releases each handle of libsystemd. A bus connection is closed without flushing: flushing waits for the other end,
+/// and nothing here may.
 struct HandleDeleter {
     void operator()(sd_event* event) const { sd_event_unref(event); }
     void operator()(sd_event_source* source) const { sd_event_source_disable_unref(source); }
@@ -41,12 +44,35 @@ private:
     T* made = nullptr;
 };
 
-/// Passes a result of libsystemd on. @throws std::system_error when it is a negative error number.
+/// Returns a result of libsystemd. @throws std::system_error when it is a negative error number.
 inline int checked(int result, const char* attempted) {
     if (result < 0) {
         throw std::system_error(-result, std::generic_category(), attempted);
     }
     return result;
+}
+
+/// The name of every connection and lock, in busctl(1) and in logind's list.
+constexpr const char* inhibitorName = "tavo";
+
+/// A connection to the system bus that the event loop serves. @throws std::system_error
+inline Bus openSystemBus(sd_event& event) {
+    constexpr auto attempt = "open the system bus";
+    Bus bus;
+    checked(sd_bus_open_system_with_description(Receive(bus), inhibitorName), attempt);
+    // The default would flush at exit, and wait for a bus that does not read.
+    checked(sd_bus_set_close_on_exit(bus.get(), 0), attempt);
+    checked(sd_bus_attach_event(bus.get(), &event, SD_EVENT_PRIORITY_NORMAL), attempt);
+    return bus;
+}
+
+/// Calls `handler` once after this time, unless `timer` is reset before. @returns a negative errno when it cannot.
+inline int startTimer(sd_event& event, EventSource& timer, std::chrono::microseconds time,
+                      sd_event_time_handler_t handler, void* self) {
+    // sd-event's own choice would be 250 ms.
+    constexpr std::uint64_t accuracyMicroseconds = 1'000;
+    return sd_event_add_time_relative(&event, Receive(timer), CLOCK_MONOTONIC, static_cast<std::uint64_t>(time.count()),
+                                      accuracyMicroseconds, handler, self);
 }
 
 } // namespace tavo

@@ -1,7 +1,6 @@
 #include "TavoInhibit/DesktopInhibition.h"
 
 #include <algorithm>
-#include <ctime>
 
 namespace tavo {
 
@@ -14,7 +13,7 @@ void DesktopInhibition::busConnected(sd_bus& bus) {
     } catch (const std::system_error&) {
         // Only a connection that is ending refuses to send; busEnded() is on its way.
     }
-    considerTelling();
+    updateReportTimer();
 }
 
 void DesktopInhibition::busEnded() {
@@ -22,10 +21,10 @@ void DesktopInhibition::busEnded() {
         inhibitor->busEnded();
     }
     inhibitors.clear();
-    considerTelling();
+    updateReportTimer();
 }
 
-void DesktopInhibition::letGo() {
+void DesktopInhibition::release() {
     for (const auto& inhibitor : inhibitors) {
         inhibitor->release();
     }
@@ -48,49 +47,48 @@ void DesktopInhibition::settle() {
             inhibitor->ask();
         }
     }
-    considerTelling();
+    updateReportTimer();
 }
 
-void DesktopInhibition::tellWhenNobodyAccepts() {
-    mustTell = true;
-    considerTelling();
+void DesktopInhibition::reportWhenNobodyAccepts() {
+    isReportWanted = true;
+    updateReportTimer();
 }
 
-void DesktopInhibition::considerTelling() {
+void DesktopInhibition::updateReportTimer() {
     using State = DesktopInhibitor::State;
     // The line of a service that answered stands for the desktop, and replaces ours.
     const auto hasAnswer = anyIs(State::holding) || anyIs(State::refused);
     if (hasAnswer || anyIs(State::unconfirmed)) {
-        hasTold = false;
+        hasReported = false;
     }
-    if (!mustTell || hasAnswer || hasTold) {
+    if (!isReportWanted || hasAnswer || hasReported) {
         reportTimer.reset();
         return;
     }
     const auto isUndecided = anyIs(State::pending) || anyIs(State::unconfirmed);
-    tellLater(isUndecided ? patience.whileUndecided : patience.whileNobodyAnswers);
+    startReportTimer(isUndecided ? patience.whileUndecided : patience.whileNobodyAnswers);
 }
 
-void DesktopInhibition::tellLater(std::uint64_t wait) {
-    if (reportTimer && reportDelay == wait) {
+void DesktopInhibition::startReportTimer(std::chrono::microseconds wait) {
+    if (reportTimer && reportWait == wait) {
         return;
     }
-    reportDelay = wait;
-    if (sd_event_add_time_relative(&event, Receive(reportTimer), CLOCK_MONOTONIC, wait, 1'000, onReportTimer, this) <
-        0) {
-        tell();
+    reportWait = wait;
+    if (startTimer(event, reportTimer, wait, onReportTimer, this) < 0) {
+        reportRefusal();
     }
 }
 
 int DesktopInhibition::onReportTimer(sd_event_source*, std::uint64_t, void* self) noexcept {
     auto& inhibition = *static_cast<DesktopInhibition*>(self);
     inhibition.reportTimer.reset();
-    inhibition.tell();
+    inhibition.reportRefusal();
     return 0;
 }
 
-void DesktopInhibition::tell() {
-    hasTold = true;
+void DesktopInhibition::reportRefusal() {
+    hasReported = true;
     report.post({AssertionService::desktop, AssertionReportState::refused, "suspend", nobodyAcceptedNotice()});
 }
 

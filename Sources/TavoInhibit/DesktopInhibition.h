@@ -3,16 +3,17 @@
 #include "TavoInhibit/DesktopInhibitor.h"
 #include "TavoInhibit/SessionBusWatch.h"
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <vector>
 
 namespace tavo {
 
-/// Has the desktop keep the computer awake, through whichever of its services are there.
+/// Makes the desktop keep the computer awake, through those of its services that are there.
 ///
 /// Every service that answers for what it holds is asked; the last resort only while none of those holds or is still to
-/// answer, and it is let go once one of them holds.
+/// answer, and it is released once one of them holds.
 class DesktopInhibition final : public SessionBusClient {
 public:
     explicit DesktopInhibition(sd_event& event, Report& report, const DesktopPatience& patience = {})
@@ -21,30 +22,30 @@ public:
     void busConnected(sd_bus& bus) override;
     void busEnded() override;
 
-    /// From now on tells when no service accepts, also when there is none or no bus: logind's lock alone does not hold this
-    /// desktop back.
-    void tellWhenNobodyAccepts();
+    /// From now on reports when no service accepts, also when there is none or no bus: logind's lock alone does not
+    /// hold this desktop back.
+    void reportWhenNobodyAccepts();
 
-    /// Ends every request. Does not wait for anybody: what cannot be said at once, the end of the connection says.
-    void letGo();
+    /// Ends every request. Does not wait: a request that cannot be withdrawn at once ends with the connection.
+    void release();
 
 private:
     void settle();
     bool anyAnswerableIs(DesktopInhibitor::State state) const;
     bool anyIs(DesktopInhibitor::State state) const;
-    void considerTelling();
-    void tellLater(std::uint64_t wait);
-    void tell();
+    void updateReportTimer();
+    void startReportTimer(std::chrono::microseconds wait);
+    void reportRefusal();
     static int onReportTimer(sd_event_source* source, std::uint64_t now, void* self) noexcept;
 
     sd_event& event;
     Report& report;
     DesktopPatience patience;
-    bool mustTell = false;
-    bool hasTold = false;
-    /// When it is to be told, and after how long a wait.
+    bool isReportWanted = false;
+    bool hasReported = false;
+    /// Until the report, and its wait.
     EventSource reportTimer;
-    std::uint64_t reportDelay = 0;
+    std::chrono::microseconds reportWait{0};
     std::vector<std::unique_ptr<DesktopInhibitor>> inhibitors;
 };
 

@@ -4,15 +4,15 @@
 
 #include <algorithm>
 #include <cstring>
-#include <ctime>
 
 namespace tavo {
+
 namespace {
 
-// Outside of what org.freedesktop.portal.Request may answer: 0 accepted, 1 cancelled, 2 ended in another way.
+/// None of the codes of org.freedesktop.portal.Request: 0 accepted, 1 cancelled, 2 ended in another way.
 constexpr auto unreadableResponse = -1;
 
-/// The name has an owner whose object is not there, which is how a service looks that has only just started.
+/// The name has an owner whose object is not there, as of a service that has only just started.
 bool isNotThereYet(const sd_bus_error& error) {
     const auto names = {SD_BUS_ERROR_UNKNOWN_OBJECT, SD_BUS_ERROR_UNKNOWN_METHOD, SD_BUS_ERROR_UNKNOWN_INTERFACE};
     return std::any_of(names.begin(), names.end(),
@@ -71,7 +71,7 @@ void DesktopInhibitor::ownerIs(const char* newOwner) {
     if (owner == newOwner) {
         return;
     }
-    // What the old owner may still answer means nothing any more.
+    // A late answer of the old owner means nothing.
     pendingAnswer.reset();
     retry.reset();
     failedAttempts = 0;
@@ -90,28 +90,24 @@ void DesktopInhibitor::ask() {
     }
     current = State::pending;
     earlyResponses.clear();
-    const auto result = sendRequest();
-    if (result < 0) {
-        refuse(quotedError(-result));
+    try {
+        sendRequest();
+    } catch (const std::system_error& error) {
+        refuse(quotedError(error.code().value()));
     }
 }
 
-int DesktopInhibitor::sendRequest() {
+void DesktopInhibitor::sendRequest() {
+    constexpr auto attempt = "ask a desktop service";
     BusMessage call;
-    auto result =
-        sd_bus_message_new_method_call(&bus, Receive(call), owner.c_str(), service.path, service.interface, "Inhibit");
-    if (result >= 0) {
-        result = service.appendRequest(call.get());
-    }
-    if (result >= 0) {
-        // A unique name starts nobody as it is; the flag makes sure that no service acts on our behalf either.
-        result = sd_bus_message_set_auto_start(call.get(), 0);
-    }
-    if (result >= 0) {
-        result =
-            sd_bus_call_async(&bus, Receive(pendingAnswer), call.get(), onAnswer, this, service.answerMicroseconds);
-    }
-    return result;
+    checked(
+        sd_bus_message_new_method_call(&bus, Receive(call), owner.c_str(), service.path, service.interface, "Inhibit"),
+        attempt);
+    checked(service.appendRequest(call.get()), attempt);
+    // A unique name starts nobody as it is; the flag makes sure that no service acts on our behalf either.
+    checked(sd_bus_message_set_auto_start(call.get(), 0), attempt);
+    const auto bound = service.answerBound ? static_cast<std::uint64_t>(service.answerBound->count()) : UINT64_MAX;
+    checked(sd_bus_call_async(&bus, Receive(pendingAnswer), call.get(), onAnswer, this, bound), attempt);
 }
 
 int DesktopInhibitor::onAnswer(sd_bus_message* reply, void* self, sd_bus_error*) noexcept {
@@ -150,10 +146,9 @@ bool DesktopInhibitor::askLater() {
     if (failedAttempts >= patience.retries) {
         return false;
     }
-    const auto pause = patience.firstPause << static_cast<unsigned>(failedAttempts);
+    const auto pause = patience.pauseBefore(failedAttempts);
     ++failedAttempts;
-    return sd_event_add_time_relative(sd_bus_get_event(&bus), Receive(retry), CLOCK_MONOTONIC, pause, 1'000, onRetry,
-                                      this) >= 0;
+    return startTimer(*sd_bus_get_event(&bus), retry, pause, onRetry, this) >= 0;
 }
 
 int DesktopInhibitor::onRetry(sd_event_source*, std::uint64_t, void* self) noexcept {

@@ -2,28 +2,32 @@
 
 #include "TavoInhibit/DesktopService.h"
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <map>
 
 namespace tavo {
 
-/// How long the desktop is waited for, in microseconds.
+/// The waits for the desktop.
 struct DesktopPatience {
     /// Before a service that owns its name without having its object yet is asked again; doubled each time. With seven
     /// times, the last is half a minute after the first.
-    std::uint64_t firstPause = 250'000;
+    std::chrono::microseconds firstPause = std::chrono::milliseconds{250};
     int retries = 7;
     /// Before it counts that no service accepted: one that is only just found must not make a notice flash up.
-    std::uint64_t whileNobodyAnswers = 1'000'000;
+    std::chrono::microseconds whileNobodyAnswers = std::chrono::seconds{1};
     /// The same while one of them has yet to answer.
-    std::uint64_t whileUndecided = 30'000'000;
+    std::chrono::microseconds whileUndecided = std::chrono::seconds{30};
+
+    /// Before the retry of this number, from 0.
+    std::chrono::microseconds pauseBefore(int retry) const { return firstPause * (1 << retry); }
 };
 
-/// One desktop service on one bus connection: follows who owns its name, asks, and lets go.
+/// One desktop service on one bus connection: follows the owner of its name, asks, and releases.
 ///
-/// Never waits: every call is asynchronous, goes to the owner itself, and may not start anybody. A request belongs to the
-/// owner that took it and ends with that owner, so each new owner is a fresh start.
+/// Never waits: every call is asynchronous, goes to the owner itself, and may not start anybody. A request belongs to
+/// the owner that took it and ends with that owner, so each new owner is a fresh start.
 class DesktopInhibitor {
 public:
     enum class State {
@@ -58,13 +62,13 @@ public:
     /// Ends the request. One that has no answer yet is ended when the answer comes.
     void release();
 
-    /// Tells that the connection ended, and with it the request.
+    /// The connection ended, and with it the request.
     void busEnded();
 
 private:
     void follow();
     void ownerIs(const char* newOwner);
-    int sendRequest();
+    void sendRequest();
     void answer(sd_bus_message& reply);
     bool askLater();
     void accept();

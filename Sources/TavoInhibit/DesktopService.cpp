@@ -1,29 +1,29 @@
 #include "TavoInhibit/DesktopService.h"
 
 namespace tavo {
+
 namespace {
 
-constexpr auto applicationName = "tavo";
 constexpr auto requestReason = "Keeping the computer awake as you asked";
 
-// gnome-session: 4 inhibits suspending; 8, marking the session idle, would keep the screen lit as well.
+/// gnome-session: 4 inhibits suspending; 8, marking the session idle, would keep the screen lit as well.
 constexpr std::uint32_t gnomeSuspend = 4;
-// org.freedesktop.portal.Inhibit: 1 logout, 2 user switch, 4 suspend, 8 idle.
+/// org.freedesktop.portal.Inhibit: 1 logout, 2 user switch, 4 suspend, 8 idle.
 constexpr std::uint32_t portalSuspend = 4;
 
-// A desktop that is still starting may take its time; after this long the portal is worth asking.
-constexpr std::uint64_t answerMicroseconds = 25'000'000;
+/// A desktop that is still starting may take its time; after this long the portal is worth asking.
+constexpr std::chrono::microseconds answerBound = std::chrono::seconds{25};
 
 constexpr auto mayStillSuspend =
     ": the desktop may suspend the computer by itself, so switch off automatic suspend in its power settings";
 
 int appendGnomeRequest(sd_bus_message* call) {
-    // The second argument is a window of ours on X11; there is none.
-    return sd_bus_message_append(call, "susu", applicationName, std::uint32_t{0}, requestReason, gnomeSuspend);
+    // The second argument is our window on X11; there is none.
+    return sd_bus_message_append(call, "susu", inhibitorName, std::uint32_t{0}, requestReason, gnomeSuspend);
 }
 
 int appendPowerManagementRequest(sd_bus_message* call) {
-    return sd_bus_message_append(call, "ss", applicationName, requestReason);
+    return sd_bus_message_append(call, "ss", inhibitorName, requestReason);
 }
 
 int appendPortalRequest(sd_bus_message* call) {
@@ -71,13 +71,13 @@ int makePortalRelease(sd_bus& bus, const char* owner, const DesktopService&, con
 const std::array<DesktopService, 3>& desktopServices() {
     static constexpr std::array<DesktopService, 3> services{{
         {AssertionService::gnome, "org.gnome.SessionManager", "/org/gnome/SessionManager", "org.gnome.SessionManager",
-         false, false, answerMicroseconds, "session manager", appendGnomeRequest, readCookie, makeGnomeRelease},
+         false, false, answerBound, "session manager", appendGnomeRequest, readCookie, makeGnomeRelease},
         {AssertionService::powerManagement, "org.freedesktop.PowerManagement",
          "/org/freedesktop/PowerManagement/Inhibit", "org.freedesktop.PowerManagement.Inhibit", false, false,
-         answerMicroseconds, "power manager", appendPowerManagementRequest, readCookie, makePowerManagementRelease},
+         answerBound, "power manager", appendPowerManagementRequest, readCookie, makePowerManagementRelease},
         // Nothing waits for the portal's answer, which may take minutes; it is a request all the same when it comes.
         {AssertionService::portal, "org.freedesktop.portal.Desktop", "/org/freedesktop/portal/desktop",
-         "org.freedesktop.portal.Inhibit", true, true, UINT64_MAX, "portal", appendPortalRequest, readRequestPath,
+         "org.freedesktop.portal.Inhibit", true, true, std::nullopt, "portal", appendPortalRequest, readRequestPath,
          makePortalRelease},
     }};
     return services;

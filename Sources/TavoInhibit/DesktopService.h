@@ -4,12 +4,14 @@
 #include "TavoInhibit/Report.h"
 
 #include <array>
+#include <chrono>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace tavo {
 
-/// What a service gave for a request: what it wants back to end it.
+/// A service's answer to a request, which it needs to end it.
 struct InhibitToken {
     std::uint32_t cookie = 0;
     std::string requestPath;
@@ -22,12 +24,13 @@ struct DesktopService {
     const char* name;
     const char* path;
     const char* interface;
-    /// Whether its reply only takes the request, and a signal says later whether it is honoured (the portal's Response).
+    /// Whether its reply only takes the request, and a signal says later whether it is honoured (the portal's
+    /// Response).
     bool confirmsBySignal;
     /// Asked only while none of the others holds.
     bool isLastResort;
-    /// How long to wait for an answer, in microseconds; UINT64_MAX is for ever.
-    std::uint64_t answerMicroseconds;
+    /// The longest wait for an answer; absent where there is no hurry.
+    std::optional<std::chrono::microseconds> answerBound;
     /// How the user's notices call it.
     const char* noun;
 
@@ -44,8 +47,8 @@ struct DesktopService {
 /// differs between desktops, and to hold with the other as well costs nothing.
 const std::array<DesktopService, 3>& desktopServices();
 
-/// What the user is told when `service` refused.
-/// @param reason its own words, or the system's, fit to stand in brackets.
+/// The sentence for the user when `service` refused.
+/// @param reason  its own words, or the system's, fit to stand in brackets.
 std::string refusedByDesktopNotice(const DesktopService& service, const std::string& reason);
 
 /// The sentence for the user when logind's lock does not hold the desktop back and none of its services does either.

@@ -1,6 +1,6 @@
 #include "TavoInhibit/InhibitProgram.h"
 
-#include "TavoInhibit/UserDesktop.h"
+#include "TavoInhibit/OwnLocksQuestion.h"
 
 #include <sysexits.h>
 #include <unistd.h>
@@ -9,6 +9,7 @@
 #include <cstdlib>
 
 namespace tavo {
+
 namespace {
 
 EventLoop newEventLoop() {
@@ -19,7 +20,7 @@ EventLoop newEventLoop() {
 
 bool isIgnored(int signal) {
     struct sigaction action {};
-    return ::sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+    return sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
 }
 
 bool endsProgram(int signal) {
@@ -32,13 +33,13 @@ constexpr auto endingSignals = {SIGTERM, SIGINT, SIGHUP};
 
 void InhibitProgram::blockEndingSignals() {
     sigset_t blocked;
-    ::sigemptyset(&blocked);
+    sigemptyset(&blocked);
     for (const auto signal : endingSignals) {
         if (endsProgram(signal)) {
-            ::sigaddset(&blocked, signal);
+            sigaddset(&blocked, signal);
         }
     }
-    ::sigprocmask(SIG_BLOCK, &blocked, nullptr);
+    sigprocmask(SIG_BLOCK, &blocked, nullptr);
 }
 
 InhibitProgram::InhibitProgram(bool sleep) : event(newEventLoop()), report(STDOUT_FILENO), desktop(*event, report) {
@@ -49,7 +50,7 @@ InhibitProgram::InhibitProgram(bool sleep) : event(newEventLoop()), report(STDOU
         }
     }
     input.emplace(*event, STDIN_FILENO, [this] {
-        // Before logind's answer nothing is held, and whoever asked still gets to know what can be.
+        // Before logind's answer nothing is held, and the parent still waits for the answer.
         if (logindHasAnswered) {
             finish(EX_OK);
         }
@@ -59,7 +60,7 @@ InhibitProgram::InhibitProgram(bool sleep) : event(newEventLoop()), report(STDOU
 
 int InhibitProgram::run() {
     const auto status = checked(sd_event_loop(event.get()), "run the event loop");
-    desktop.letGo();
+    desktop.release();
     return status;
 }
 
@@ -86,7 +87,7 @@ void InhibitProgram::askDesktop() {
     if (isOrdinaryUserOfDesktop()) {
         ownLocks.emplace(*event, [this](bool areHeeded) {
             if (!areHeeded) {
-                desktop.tellWhenNobodyAccepts();
+                desktop.reportWhenNobodyAccepts();
             }
         });
     }

@@ -9,7 +9,7 @@
 
 namespace tavo {
 
-/// The program's life: logind's lock first and told, then the desktop, until the end of input or a signal.
+/// The program's life: first logind's lock, which is reported, then the desktop, until the end of input or a signal.
 class InhibitProgram {
 public:
     /// The signals that end it must be blocked already (blockEndingSignals()).

@@ -1,69 +1,98 @@
 #include "TavoInhibit/LogindLock.h"
 
-#include "TavoInhibit/LogindWording.h"
+#include "TavoInhibit/Wording.h"
 
 #include <fcntl.h>
-#include <unistd.h>
 
 #include <cerrno>
-#include <ctime>
+#include <cstring>
+#include <string_view>
 
 namespace tavo {
+
 namespace {
 
 constexpr auto serviceName = "org.freedesktop.login1";
 constexpr auto managerPath = "/org/freedesktop/login1";
 constexpr auto managerInterface = "org.freedesktop.login1.Manager";
 
-// The parent takes 2 seconds of silence for a failure; our own words must be there before.
-constexpr std::uint64_t answerMicroseconds = 1'500'000;
-// sd-event's own choice would be 250 ms.
-constexpr std::uint64_t accuracyMicroseconds = 1'000;
+/// The parent takes 2 seconds of silence for a failure; our own words must be there before.
+constexpr std::chrono::milliseconds answerBound{1500};
+
+constexpr std::string_view advice = "; tavoctl doctor says what to do";
+
+/// The bus knows no logind, or could not start one: the errors of D-Bus activation, and systemd's own for units.
+bool meansNoLogind(const sd_bus_error& error) {
+    const std::string_view name = error.name;
+    return name == SD_BUS_ERROR_SERVICE_UNKNOWN || name == SD_BUS_ERROR_NAME_HAS_NO_OWNER ||
+           name.starts_with("org.freedesktop.DBus.Error.Spawn.") || name.starts_with("org.freedesktop.systemd1.");
+}
+
+std::string messageOf(const sd_bus_error& error) {
+    return quotedMessage(error.message != nullptr && std::strlen(error.message) > 0 ? error.message : error.name);
+}
+
+bool isAccessDenied(const sd_bus_error& error) {
+    return sd_bus_error_has_name(&error, SD_BUS_ERROR_ACCESS_DENIED) != 0 ||
+           sd_bus_error_has_name(&error, SD_BUS_ERROR_INTERACTIVE_AUTHORIZATION_REQUIRED) != 0;
+}
+
+std::string sleepRefusedNotice() {
+    return "sleep was refused (access denied): another session, such as the login screen, may still put the computer "
+           "to "
+           "sleep; run sudo tavoctl run to hold it too";
+}
+
+std::string refusalSentence(const sd_bus_error& error) {
+    if (isAccessDenied(error)) {
+        return "logind refused the lock (access denied): without polkit only root may hold locks, so run "
+               "sudo tavoctl run";
+    }
+    if (meansNoLogind(error)) {
+        return "no logind is running (" + messageOf(error) + "), and without it nothing can keep this computer awake" +
+               std::string(advice);
+    }
+    return "logind refused the lock (" + messageOf(error) + ")" + std::string(advice);
+}
+
+std::string unreachableSystemBusSentence(int error) {
+    return "the system bus cannot be reached (" + quotedError(error) +
+           "), and without it and logind nothing can keep this computer awake" + std::string(advice);
+}
+
+std::string lostSystemBusSentence() {
+    return "the system bus ended the connection before logind had answered" + std::string(advice);
+}
+
+std::string silentLogindSentence() {
+    return "logind gave no answer in time, so the computer is not kept awake" + std::string(advice);
+}
 
 } // namespace
 
 LogindLock::LogindLock(sd_event& event, bool sleep, std::function<void(const Outcome&)> answered)
-    : answered(std::move(answered)), asksForSleep(sleep) {
-    checked(sd_event_add_time_relative(&event, Receive(deadline), CLOCK_MONOTONIC, answerMicroseconds,
-                                       accuracyMicroseconds, onDeadline, this),
-            "set the deadline for logind");
+    : event(event), answered(std::move(answered)), asksForSleep(sleep) {
+    checked(startTimer(event, deadline, answerBound, onDeadline, this), "set the deadline for logind");
     // From the event loop even when there is no bus at all, so that the caller is always ready for the answer.
     checked(sd_event_add_defer(&event, Receive(start), onStart, this), "schedule the call to logind");
 }
 
-LogindLock::~LogindLock() {
-    if (lock >= 0) {
-        ::close(lock);
+void LogindLock::ask() {
+    try {
+        if (!bus) {
+            bus = openSystemBus(event);
+        }
+        checked(sd_bus_call_method_async(bus.get(), Receive(pendingReply), serviceName, managerPath, managerInterface,
+                                         "Inhibit", onReply, this, "ssss", asksForSleep ? "idle:sleep" : "idle",
+                                         inhibitorName, "keeping the computer awake as the user asked", "block"),
+                "ask logind");
+    } catch (const std::system_error& error) {
+        finish({}, unreachableSystemBusSentence(error.code().value()));
     }
 }
 
-int LogindLock::connect(sd_event& event) {
-    auto result = sd_bus_open_system_with_description(Receive(bus), "tavo");
-    if (result >= 0) {
-        // The default would flush at exit, and wait for a bus that does not read.
-        result = sd_bus_set_close_on_exit(bus.get(), 0);
-    }
-    if (result >= 0) {
-        result = sd_bus_attach_event(bus.get(), &event, SD_EVENT_PRIORITY_NORMAL);
-    }
-    return result;
-}
-
-int LogindLock::ask() {
-    return sd_bus_call_method_async(bus.get(), Receive(pendingReply), serviceName, managerPath, managerInterface,
-                                    "Inhibit", onReply, this, "ssss", asksForSleep ? "idle:sleep" : "idle", "tavo",
-                                    "keeping the computer awake as the user asked", "block");
-}
-
-int LogindLock::onStart(sd_event_source* source, void* self) noexcept {
-    auto& asker = *static_cast<LogindLock*>(self);
-    auto result = asker.connect(*sd_event_source_get_event(source));
-    if (result >= 0) {
-        result = asker.ask();
-    }
-    if (result < 0) {
-        asker.finish({}, unreachableSystemBusSentence(-result));
-    }
+int LogindLock::onStart(sd_event_source*, void* self) noexcept {
+    static_cast<LogindLock*>(self)->ask();
     return 0;
 }
 
@@ -81,10 +110,7 @@ int LogindLock::onReply(sd_bus_message* reply, void* self, sd_bus_error*) noexce
     if (asker.asksForSleep && isAccessDenied(*error)) {
         asker.asksForSleep = false;
         asker.sleepWasRefused = true;
-        const auto result = asker.ask();
-        if (result < 0) {
-            asker.finish({}, unreachableSystemBusSentence(-result));
-        }
+        asker.ask();
         return 0;
     }
     asker.finish({}, refusalSentence(*error));
@@ -96,8 +122,8 @@ void LogindLock::takeLock(sd_bus_message& reply) {
     auto result = sd_bus_message_read(&reply, "h", &descriptor);
     if (result >= 0) {
         // The message keeps its own.
-        lock = ::fcntl(descriptor, F_DUPFD_CLOEXEC, 3);
-        result = lock < 0 ? -errno : 0;
+        lock = FileDescriptor(fcntl(descriptor, F_DUPFD_CLOEXEC, 3));
+        result = lock ? 0 : -errno;
     }
     if (result < 0) {
         sd_bus_error error{};

@@ -1,13 +1,35 @@
 #include "TavoInhibit/OwnLocksQuestion.h"
 
+#include <systemd/sd-login.h>
+#include <unistd.h>
+
 #include <charconv>
 #include <cstdint>
+#include <cstdlib>
+#include <string_view>
 
 namespace tavo {
+
 namespace {
 
 constexpr int heededSince = 257;
-constexpr std::uint64_t answerMicroseconds = 5'000'000;
+constexpr std::chrono::microseconds answerBound = std::chrono::seconds{5};
+
+/// As logind knows it. A program that the user's service manager started belongs to no session, so the user is asked
+/// for.
+bool hasGraphicalSession(uid_t user) {
+    char* session = nullptr;
+    if (sd_uid_get_display(user, &session) < 0) {
+        return false;
+    }
+    char* type = nullptr;
+    const auto result = sd_session_get_type(session, &type);
+    const std::string_view name = result >= 0 ? type : "";
+    const auto isGraphical = name == "x11" || name == "wayland" || name == "mir";
+    std::free(type);    // NOLINT(cppcoreguidelines-no-malloc): sd-login gives it from malloc
+    std::free(session); // NOLINT(cppcoreguidelines-no-malloc): likewise
+    return isGraphical;
+}
 
 } // namespace
 
@@ -19,35 +41,25 @@ bool heedsOwnLocks(std::string_view systemdVersion) {
 
 OwnLocksQuestion::OwnLocksQuestion(sd_event& event, std::function<void(bool areHeeded)> answered)
     : answered(std::move(answered)) {
-    if (ask(event) < 0) {
+    try {
+        ask(event);
+    } catch (const std::system_error&) {
         this->answered(false);
     }
 }
 
-int OwnLocksQuestion::ask(sd_event& event) {
+void OwnLocksQuestion::ask(sd_event& event) {
+    constexpr auto attempt = "ask for systemd's version";
+    bus = openSystemBus(event);
     BusMessage call;
-    auto result = sd_bus_open_system_with_description(Receive(bus), "tavo");
-    if (result >= 0) {
-        // The default would flush at exit, and wait for a bus that does not read.
-        result = sd_bus_set_close_on_exit(bus.get(), 0);
-    }
-    if (result >= 0) {
-        result = sd_bus_attach_event(bus.get(), &event, SD_EVENT_PRIORITY_NORMAL);
-    }
-    if (result >= 0) {
-        result = sd_bus_message_new_method_call(bus.get(), Receive(call), "org.freedesktop.systemd1",
-                                                "/org/freedesktop/systemd1", "org.freedesktop.DBus.Properties", "Get");
-    }
-    if (result >= 0) {
-        result = sd_bus_message_append(call.get(), "ss", "org.freedesktop.systemd1.Manager", "Version");
-    }
-    if (result >= 0) {
-        result = sd_bus_message_set_auto_start(call.get(), 0);
-    }
-    if (result >= 0) {
-        result = sd_bus_call_async(bus.get(), Receive(pendingReply), call.get(), onReply, this, answerMicroseconds);
-    }
-    return result;
+    checked(sd_bus_message_new_method_call(bus.get(), Receive(call), "org.freedesktop.systemd1",
+                                           "/org/freedesktop/systemd1", "org.freedesktop.DBus.Properties", "Get"),
+            attempt);
+    checked(sd_bus_message_append(call.get(), "ss", "org.freedesktop.systemd1.Manager", "Version"), attempt);
+    checked(sd_bus_message_set_auto_start(call.get(), 0), attempt);
+    checked(sd_bus_call_async(bus.get(), Receive(pendingReply), call.get(), onReply, this,
+                              static_cast<std::uint64_t>(answerBound.count())),
+            attempt);
 }
 
 int OwnLocksQuestion::onReply(sd_bus_message* reply, void* self, sd_bus_error*) noexcept {
@@ -61,6 +73,21 @@ int OwnLocksQuestion::onReply(sd_bus_message* reply, void* self, sd_bus_error*) 
     question.bus.reset();
     question.answered(areHeeded);
     return 0;
+}
+
+bool isOrdinaryUserOfDesktop() {
+    // The environment knows a desktop that was started from a text login, which logind does not know to be graphical.
+    return geteuid() != 0 && (namesLocalDisplay(std::getenv("WAYLAND_DISPLAY"), std::getenv("DISPLAY")) ||
+                              hasGraphicalSession(geteuid()));
+}
+
+bool namesLocalDisplay(const char* wayland, const char* x11) {
+    if (wayland != nullptr && *wayland != '\0') {
+        return true;
+    }
+    // X(7): without a host, or with the host "unix", it is this computer's; ssh's forwarding says "localhost:10".
+    const std::string_view display = x11 == nullptr ? "" : x11;
+    return display.starts_with(":") || display.starts_with("unix:");
 }
 
 } // namespace tavo

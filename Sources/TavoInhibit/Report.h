@@ -1,6 +1,6 @@
 #pragma once
 
-#include "runtime/AssertionReport.h"
+#include "system/AssertionReport.h"
 
 #include <string>
 
@@ -8,11 +8,11 @@ namespace tavo {
 
 /// Writes lines to a descriptor that somebody may have stopped reading, or closed.
 ///
-/// Never blocks and never fails: a line that finds no room, or no reader, is dropped, because holding the computer
-/// awake matters more than telling about it.
+/// Never blocks and never fails: a line that does not fit, or has no reader, is dropped, because holding the computer
+/// awake matters more than reporting it.
 class Report {
 public:
-    /// @param output stays the caller's.
+    /// @param output  is not closed.
     explicit Report(int output) : output(output) {}
 
     /// Posts a report, its notice without control characters.

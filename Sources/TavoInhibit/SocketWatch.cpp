@@ -3,29 +3,21 @@
 #include <fcntl.h>
 #include <sys/epoll.h>
 #include <sys/inotify.h>
-#include <unistd.h>
 
 namespace tavo {
 
-SocketWatch::SocketWatch(sd_event& event, std::filesystem::path socket, std::function<void()> stirred)
-    : event(event), socket(std::move(socket)), stirred(std::move(stirred)) {
+SocketWatch::SocketWatch(sd_event& event, std::filesystem::path socket, std::function<void()> changed)
+    : event(event), socket(std::move(socket)), changed(std::move(changed)) {
     watchMounts();
     watchNearestFolder();
 }
 
-SocketWatch::~SocketWatch() {
-    mountSource.reset();
-    if (mountTable >= 0) {
-        ::close(mountTable);
-    }
-}
-
 void SocketWatch::watchMounts() {
-    // proc(5), /proc/[pid]/mounts: polling it for EPOLLPRI tells of mounts and unmounts. Where there is no procfs,
+    // proc(5), /proc/[pid]/mounts: polling it for EPOLLPRI reports mounts and unmounts. Where there is no procfs,
     // the folders alone are watched.
-    mountTable = ::open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC);
-    if (mountTable >= 0) {
-        sd_event_add_io(&event, Receive(mountSource), mountTable, EPOLLPRI, onMountsChanged, this);
+    mountTable = FileDescriptor(open("/proc/self/mountinfo", O_RDONLY | O_CLOEXEC));
+    if (mountTable) {
+        sd_event_add_io(&event, Receive(mountSource), mountTable.get(), EPOLLPRI, onMountsChanged, this);
     }
 }
 
@@ -34,7 +26,7 @@ void SocketWatch::watchNearestFolder() {
     while (awaited.has_relative_path() && !watch(awaited.parent_path())) {
         awaited = awaited.parent_path();
     }
-    // What appeared on the way before the watch was there brings no event: look further down until nothing did.
+    // A folder that appeared before its watch was there brings no event: go down as far as folders exist.
     std::error_code ignored;
     while (awaited != socket && std::filesystem::is_directory(awaited, ignored) && watch(awaited)) {
         const auto rest = socket.lexically_relative(awaited);
@@ -56,23 +48,23 @@ bool SocketWatch::watch(const std::filesystem::path& folder) {
 
 int SocketWatch::onFolderEvent(sd_event_source*, const struct inotify_event* change, void* self) noexcept {
     auto& watch = *static_cast<SocketWatch*>(self);
-    // A nameless event is about the watched folder itself, or tells that events were missed.
+    // A nameless event is about the watched folder itself, or reports missed events.
     if (change->len == 0 || watch.awaitedName == change->name) {
-        watch.lookAgain();
+        watch.refresh();
     }
     return 0;
 }
 
 int SocketWatch::onMountsChanged(sd_event_source*, int, unsigned, void* self) noexcept {
-    static_cast<SocketWatch*>(self)->lookAgain();
+    static_cast<SocketWatch*>(self)->refresh();
     return 0;
 }
 
-void SocketWatch::lookAgain() {
+void SocketWatch::refresh() {
     watchNearestFolder();
     // Last, and from a copy, because it may destroy this watch.
-    const auto tell = stirred;
-    tell();
+    const auto notify = changed;
+    notify();
 }
 
 } // namespace tavo

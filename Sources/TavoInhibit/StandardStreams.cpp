@@ -12,8 +12,8 @@ namespace tavo {
 void occupyStandardDescriptors() {
     // open() gives the lowest free number: going up, each gap is filled by its own.
     for (const auto descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-        if (::fcntl(descriptor, F_GETFD) < 0) {
-            ::open("/dev/null", O_RDWR);
+        if (fcntl(descriptor, F_GETFD) < 0) {
+            open("/dev/null", O_RDWR);
         }
     }
 }
@@ -30,7 +30,7 @@ EndOfInput::EndOfInput(sd_event& event, int input, std::function<void()> ended) 
 int EndOfInput::onReadable(sd_event_source*, int descriptor, unsigned, void* self) noexcept {
     auto& input = *static_cast<EndOfInput*>(self);
     std::array<char, 4096> ignored{};
-    const auto count = ::read(descriptor, ignored.data(), ignored.size());
+    const auto count = read(descriptor, ignored.data(), ignored.size());
     if (count > 0 || (count < 0 && (errno == EAGAIN || errno == EINTR))) {
         return 0;
     }

@@ -6,14 +6,15 @@
 
 namespace tavo {
 
-/// Fills the standard descriptors that the parent left closed with /dev/null, so that no socket of ours lands on one.
+/// Fills the standard descriptors that the parent left closed with /dev/null, so that no socket becomes one of them.
 /// To be called before anything is opened.
 void occupyStandardDescriptors();
 
-/// Reads standard input for the only thing that matters about it: its end. What it holds is thrown away.
+/// Waits for the end of standard input. Its content is thrown away.
 class EndOfInput {
 public:
-    /// @param ended is called once, from the event loop, at the end of input; not when the end was there from the start.
+    /// @param ended  is called once, from the event loop, at the end of input; not when the end was there from the
+    ///        start.
     /// @throws std::system_error
     EndOfInput(sd_event& event, int input, std::function<void()> ended);
 

@@ -3,6 +3,7 @@
 #include <system_error>
 
 namespace tavo {
+
 namespace {
 
 constexpr std::size_t quotedLength = 300;

@@ -13,7 +13,7 @@ std::string withoutControls(std::string_view text);
 /// At most `limit` bytes of UTF-8 text, cut between characters, with "..." where something was cut off.
 std::string shortened(std::string_view text, std::size_t limit);
 
-/// Another program's message made fit to stand in brackets inside a sentence of ours: harmless, short, without its full
+/// Another program's message made fit to stand in brackets inside another sentence: harmless, short, without its full
 /// stop, and in lower case at the start unless that begins a name in capitals.
 std::string quotedMessage(std::string_view message);
 

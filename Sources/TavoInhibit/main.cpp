@@ -1,4 +1,4 @@
-#include "TavoInhibit/CommandLine.h"
+#include "TavoInhibit/InhibitOptions.h"
 #include "TavoInhibit/InhibitProgram.h"
 #include "TavoInhibit/Wording.h"
 #include "system/BusAddresses.h"
@@ -11,7 +11,7 @@
 namespace {
 
 int hold(bool sleep) {
-    // A parent that closed our output is told nothing more; it lets go by closing our input.
+    // A parent that closed our output gets no more reports; it ends the lock by closing our input.
     std::signal(SIGPIPE, SIG_IGN);
     tavo::InhibitProgram::blockEndingSignals();
     return tavo::InhibitProgram(sleep).run();
@@ -20,10 +20,10 @@ int hold(bool sleep) {
 } // namespace
 
 int main(int argc, char** argv) {
-    using Action = tavo::CommandLine::Action;
+    using Action = tavo::InhibitOptions::Action;
     tavo::occupyStandardDescriptors();
-    const auto line = tavo::parseCommandLine(argc, argv);
-    switch (line.action) {
+    const auto options = tavo::parseInhibitOptions(argc, argv);
+    switch (options.action) {
     case Action::showHelp:
         std::cout << tavo::helpText();
         return EX_OK;
@@ -31,14 +31,14 @@ int main(int argc, char** argv) {
         std::cout << tavo::versionText();
         return EX_OK;
     case Action::rejectUsage:
-        std::cerr << line.problem << '\n';
+        std::cerr << options.problem << '\n';
         return EX_USAGE;
     case Action::hold:
         break;
     }
     tavo::restrictBusAddresses();
     try {
-        return hold(line.sleep);
+        return hold(options.sleep);
     } catch (const std::system_error& error) {
         std::cerr << "the computer is not kept awake: " << tavo::quotedMessage(error.what()) << '\n';
         return EX_SOFTWARE;

@@ -5,7 +5,7 @@
 namespace tavo {
 
 bool BusPump::until(const std::function<bool()>& happened) {
-    // How often to look for what brings no event here, such as a program's end.
+    // For conditions that bring no event here, such as a program's end.
     constexpr std::uint64_t lookEveryMicroseconds = 5'000;
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
     while (!happened()) {

@@ -5,7 +5,7 @@
 
 namespace tavo {
 
-/// What several scripted collaborators were asked, in one order.
+/// The calls of several scripted collaborators, in one order.
 using EventLog = std::vector<std::string>;
 
 } // namespace tavo

@@ -8,9 +8,10 @@
 
 namespace tavo {
 
-/// A message bus of the test's own (a dbus-daemon in a temporary folder), which can die and come back on the same socket.
+/// A message bus of the test's own (a dbus-daemon in a temporary folder), which can die and come back on the same
+/// socket.
 ///
-/// Serves as a session bus or stands in for the system bus: whoever gets to its folder may own any name.
+/// Serves as a session bus or stands in for the system bus: every client that reaches its folder may own any name.
 class PrivateBus {
 public:
     /// Makes the folder; the bus itself is not started. @throws std::system_error
@@ -31,11 +32,11 @@ public:
     /// As the bus itself prints it, with the id of the last start.
     std::string addressWithId() const { return printedAddress; }
 
-    /// Everything of the bus: its folder `run`, which holds the socket and nothing else, and room for a test's files.
+    /// Everything of the bus: its folder `run`, which holds the socket and nothing else, and place for a test's files.
     const std::filesystem::path& folder() const { return root; }
     std::filesystem::path socket() const { return root / "run" / "bus"; }
 
-    /// Makes a name activatable: whoever calls it without an owner has the bus create `marker`. Before start().
+    /// Makes a name activatable: a call without an owner makes the bus create `marker`. Before start().
     void makeActivatable(const std::string& name, const std::filesystem::path& marker) const;
 
 private:

@@ -9,7 +9,7 @@
 
 namespace tavo {
 
-/// A program that records what the model asks of it, and shows nothing.
+/// A program that records the model's requests, and shows nothing.
 class ScriptedApplication final : public ApplicationControlling {
 public:
     void orderOutKeyWindow() override { asked.emplace_back("order out the key window"); }

@@ -36,10 +36,10 @@ public:
     void own(const std::string& name, bool letOthersTakeIt = false);
     void disown(const std::string& name);
 
-    /// What to do when a method of this name is called, whatever its path and interface.
+    /// The answer to every call of a method of this name, at any path and interface.
     void answer(const std::string& member, Answer answer) { answers[member] = std::move(answer); }
 
-    /// What was called so far, in order.
+    /// The calls so far, in order.
     const std::vector<Call>& calls() const { return recorded; }
 
     /// Ready answers.

@@ -91,10 +91,10 @@ public:
     /// Thrown by every call while it is set.
     std::exception_ptr failure;
 
-    /// What happens while a child is being started.
+    /// Called while a child is being started.
     std::function<void()> onStart;
 
-    /// What every command that is run brings about.
+    /// Called by every command that is run.
     std::function<void()> onRun;
 };
 

@@ -37,7 +37,7 @@ public:
     std::deque<Answer> answers;
     Answer otherwise = PrivilegedHelperResponse::pong();
 
-    /// What every command brings about.
+    /// Called by every command.
     std::function<void(const PrivilegedHelperCommand&)> onSend;
 };
 

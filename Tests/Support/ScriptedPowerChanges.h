@@ -1,6 +1,6 @@
 #pragma once
 
-#include "system/PowerChangeNotifying.h"
+#include "system/PowerEnvironmentProviding.h"
 
 #include <exception>
 #include <functional>

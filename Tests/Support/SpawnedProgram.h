@@ -21,7 +21,7 @@ public:
         /// The whole environment, as "NAME=value".
         std::vector<std::string> environment;
         Input input = Input::pipe;
-        /// Gives the standard output as little room as the system allows, so that it is full with one unread line.
+        /// Makes the standard output as small as the system allows, so that one unread line fills it.
         bool smallOutput = false;
         /// Has a test that runs as root start the program as "nobody": a bus turns users away whom it does not know.
         bool asOrdinaryUser = false;
@@ -42,7 +42,7 @@ public:
     /// Sends a signal, if the program was not waited for yet.
     void signal(int number) const;
 
-    /// What was written so far; reads what is there without waiting.
+    /// The output so far; reads without waiting.
     const std::string& outputSoFar();
     const std::string& errorsSoFar();
     /// The complete lines of the output so far.

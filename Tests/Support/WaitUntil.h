@@ -5,8 +5,8 @@
 
 namespace tavo {
 
-/// Asks again and again until `condition` holds. Gives false when it does not within the bound, which is generous: a machine
-/// under load must not fail a test.
+/// Asks again and again until `condition` holds. Gives false when it does not within the bound, which is generous: a
+/// machine under load must not fail a test.
 template <typename Condition>
 bool waitUntil(Condition condition, std::chrono::milliseconds bound = std::chrono::seconds{20}) {
     const auto deadline = std::chrono::steady_clock::now() + bound;

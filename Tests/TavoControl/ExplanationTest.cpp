@@ -155,7 +155,7 @@ TEST_F(ExplanationTest, AStoppedTavoIsContinued) {
 
 TEST_F(ExplanationTest, WithAWorkRequirementTheVerdictOnEachTreeIsShown) {
     facts.activity.emplace();
-    facts.activity->lookedAt = facts.status.now;
+    facts.activity->measuredAt = facts.status.now;
     facts.activity->trees = {{.pid = 7, .executableName = "claude", .verdict = WorkVerdict::membersChanged}};
     EXPECT_THAT(explanation().steps()[3].text, HasSubstr("5.8% of a core, works: its processes changed)"));
     facts.activity->trees.front().verdict = WorkVerdict::idle;

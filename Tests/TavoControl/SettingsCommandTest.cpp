@@ -9,7 +9,7 @@
 #include "TavoControl/Settings.h"
 #include "base/JsonCoding.h"
 #include "helper/macos/LaunchDaemonSetup.h"
-#include "login/LoginLaunchManagerError.h"
+#include "login/LaunchAtLoginManaging.h"
 #include "system/ProcessStart.h"
 
 namespace tavo {

@@ -238,7 +238,7 @@ TEST(StatusReport, ControlCharactersFromOutsideAreVisible) {
 TEST(StatusReport, SaysOfEachProgramWhetherItWorksAndWhenSleepingIsAllowed) {
     auto facts = heldAsPlanned();
     facts.activity = WorkActivity{.requirement = {},
-                                  .lookedAt = facts.now,
+                                  .measuredAt = facts.now,
                                   .trees = {{.pid = 77,
                                              .executableName = "codex",
                                              .cpuPercent = 0.21,

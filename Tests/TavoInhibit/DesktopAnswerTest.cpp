@@ -24,7 +24,7 @@ constexpr auto nobodyLine = "desktop refused suspend; no service of this desktop
                             "257 ignores a lock when its own user asks to suspend: the desktop may suspend the "
                             "computer by itself, so switch off "
                             "automatic suspend in its power settings";
-constexpr auto forEver = std::uint64_t{3'600'000'000};
+constexpr auto forEver = std::chrono::hours{1};
 
 /// The requests to a desktop whose own suspend logind's lock does not hold back, in this process and with short waits.
 class DesktopAnswerTest : public ::testing::Test {
@@ -48,9 +48,9 @@ protected:
                       *desktop);
     }
 
-    void startTelling() {
+    void startReporting() {
         startAsking();
-        desktop->tellWhenNobodyAccepts();
+        desktop->reportWhenNobodyAccepts();
     }
 
     std::unique_ptr<ScriptedBusService> makeService(const std::string& name, ScriptedBusService::Answer answer) {
@@ -83,8 +83,10 @@ protected:
     BusPump pump;
     std::array<int, 2> pipe{-1, -1};
     std::optional<Report> report;
-    DesktopPatience patience{
-        .firstPause = 1'000, .retries = 3, .whileNobodyAnswers = 20'000, .whileUndecided = forEver};
+    DesktopPatience patience{.firstPause = std::chrono::milliseconds{1},
+                             .retries = 3,
+                             .whileNobodyAnswers = std::chrono::milliseconds{20},
+                             .whileUndecided = forEver};
     std::optional<DesktopInhibition> desktop;
     std::optional<SessionBusWatch> watch;
     std::vector<std::string> lines;
@@ -93,23 +95,23 @@ protected:
 
 TEST(DesktopPatience, ServicesAreAskedAgainForHalfAMinuteWithGrowingPauses) {
     const DesktopPatience patience;
-    std::uint64_t total = 0;
-    for (auto attempt = 0; attempt < patience.retries; ++attempt) {
-        total += patience.firstPause << static_cast<unsigned>(attempt);
+    std::chrono::microseconds total{0};
+    for (auto retry = 0; retry < patience.retries; ++retry) {
+        total += patience.pauseBefore(retry);
     }
-    EXPECT_GE(total, 30'000'000U);
-    EXPECT_LE(total, 35'000'000U);
+    EXPECT_GE(total, std::chrono::seconds{30});
+    EXPECT_LE(total, std::chrono::seconds{35});
 }
 
 TEST_F(DesktopAnswerTest, ADesktopWithoutAnyServiceIsSaidToRefuse) {
     sessionBus.start();
-    startTelling();
+    startReporting();
     ASSERT_TRUE(waitForLines(1));
     EXPECT_THAT(lines, ElementsAre(nobodyLine));
 }
 
 TEST_F(DesktopAnswerTest, ASessionWithoutABusIsSaidToRefuse) {
-    startTelling();
+    startReporting();
     ASSERT_TRUE(waitForLines(1));
     EXPECT_THAT(lines, ElementsAre(nobodyLine));
 }
@@ -131,7 +133,7 @@ TEST_F(DesktopAnswerTest, AServiceThatAcceptsKeepsItSilentUntilItVanishes) {
     auto service = makeService(powerManagementName, ScriptedBusService::withCookie(1));
     startAsking();
     ASSERT_TRUE(waitForLines(1));
-    desktop->tellWhenNobodyAccepts();
+    desktop->reportWhenNobodyAccepts();
     service.reset();
     ASSERT_TRUE(waitForLines(3));
     EXPECT_THAT(lines, ElementsAre("power-management held suspend", "power-management lost suspend", nobodyLine));
@@ -139,17 +141,17 @@ TEST_F(DesktopAnswerTest, AServiceThatAcceptsKeepsItSilentUntilItVanishes) {
     ASSERT_TRUE(waitForLines(4));
     service.reset();
     ASSERT_TRUE(waitForLines(6));
-    EXPECT_EQ(lines.back(), nobodyLine) << "it is told again";
+    EXPECT_EQ(lines.back(), nobodyLine) << "it is reported again";
 }
 
 TEST_F(DesktopAnswerTest, AServiceThatRefusesSaysItForTheDesktop) {
     sessionBus.start();
-    patience.whileNobodyAnswers = 1;
-    patience.whileUndecided = 1;
+    patience.whileNobodyAnswers = std::chrono::microseconds{1};
+    patience.whileUndecided = std::chrono::microseconds{1};
     const auto gnome = makeService(gnomeName, ScriptedBusService::withError("org.example.Error.Refused", "No"));
     startAsking();
     ASSERT_TRUE(waitForLines(1));
-    desktop->tellWhenNobodyAccepts();
+    desktop->reportWhenNobodyAccepts();
     const auto other = makeService(powerManagementName, ScriptedBusService::withCookie(1));
     ASSERT_TRUE(waitForLines(2));
     EXPECT_THAT(lines, ElementsAre(StartsWith("gnome refused suspend; "), "power-management held suspend"));
@@ -157,7 +159,7 @@ TEST_F(DesktopAnswerTest, AServiceThatRefusesSaysItForTheDesktop) {
 
 TEST_F(DesktopAnswerTest, APortalThatDoesNotAnswerIsNotWaitedForForEver) {
     sessionBus.start();
-    patience.whileUndecided = 20'000;
+    patience.whileUndecided = std::chrono::milliseconds{20};
     patience.whileNobodyAnswers = forEver;
     sd_bus* portalBus = nullptr;
     const auto* const path = "/org/freedesktop/portal/desktop/request/1_42/t";
@@ -165,7 +167,7 @@ TEST_F(DesktopAnswerTest, APortalThatDoesNotAnswerIsNotWaitedForForEver) {
         portalBus = sd_bus_message_get_bus(call);
         return sd_bus_reply_method_return(call, "o", path);
     });
-    startTelling();
+    startReporting();
     ASSERT_TRUE(waitForLines(2));
     EXPECT_THAT(lines, ElementsAre("portal asked suspend", nobodyLine));
     checked(sd_bus_emit_signal(portalBus, path, "org.freedesktop.portal.Request", "Response", "ua{sv}", 0U, 0),

@@ -18,7 +18,7 @@ using ::testing::HasSubstr;
 class InhibitProgramTest : public InhibitTest {
 protected:
     /// How the program would be woken by time alone: its armed timers, and a wait that has an end.
-    /// Empty when nothing but an event wakes it; nothing when this kernel does not tell.
+    /// Empty when nothing but an event wakes it; nothing when this kernel does not say.
     std::optional<std::string> timedWakeUps() const {
         const auto process = "/proc/" + std::to_string(program->pid());
         std::ifstream call(process + "/syscall");

@@ -72,7 +72,7 @@ protected:
         return gnome;
     }
 
-    /// Ends the input and expects the program to let go.
+    /// Ends the input and expects the program to release its lock.
     void expectReleaseAtEndOfInput() {
         program->closeInput();
         EXPECT_EQ(waitForExit(), 0);

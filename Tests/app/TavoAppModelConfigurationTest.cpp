@@ -1,5 +1,5 @@
 #include "app/TavoAppModelTesting.h"
-#include "login/LoginLaunchManagerError.h"
+#include "login/LaunchAtLoginManaging.h"
 
 namespace tavo {
 namespace {

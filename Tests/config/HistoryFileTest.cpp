@@ -80,7 +80,7 @@ TEST_F(HistoryFileTest, ForeignAndHugeLinesAreSkippedAndCounted) {
 
 TEST_F(HistoryFileTest, OfAFileThatIsFarTooLargeOnlyTheEndIsRead) {
     folder.write("Tavo/history.jsonl", entry(1).line() + "\n");
-    std::filesystem::resize_file(path, std::uintmax_t{1} << 33U); // a hole takes no room on the disk
+    std::filesystem::resize_file(path, std::uintmax_t{1} << 33U); // a hole takes no space on the disk
     const auto content = file.read();
     EXPECT_THAT(content.entries, IsEmpty());
     EXPECT_EQ(content.skippedLines, 1U);
@@ -98,7 +98,7 @@ TEST_F(HistoryFileTest, AFullFileIsKeptAndTheOneBeforeItIsNot) {
 }
 
 TEST_F(HistoryFileTest, TwoWritersLoseNothingWhenAFileIsTurnedOver) {
-    // Two hundred lines of two processes, and room for 150 in each of the two files.
+    // Two hundred lines of two processes, and space for 150 in each of the two files.
     const HistoryFile shared(path, 150 * (entry(100).line().size() + 1));
     const auto writeHundred = [&](int first) {
         for (int number = first; number < first + 100; ++number) {

@@ -15,7 +15,7 @@ namespace {
 /// A child that takes the lock, says so, and holds it until it is killed.
 class HoldingChild {
 public:
-    /// @param laterNote  what it puts in the place of the first note before it says so.
+    /// @param laterNote  replaces the first note before it says so.
     explicit HoldingChild(const std::filesystem::path& path, const std::string& note = {},
                           const std::optional<std::string>& laterNote = {}) {
         std::array<int, 2> ends{};

@@ -17,7 +17,7 @@ struct ActivityFileTest : testing::Test {
     TavoPaths paths{folder.path()};
     ActivityFile file{paths};
     WorkActivity activity{.requirement = {},
-                          .lookedAt = *parseISO8601("2026-01-31T09:00:00Z"),
+                          .measuredAt = *parseISO8601("2026-01-31T09:00:00Z"),
                           .trees = {{.pid = 7, .executableName = "claude", .cpuPercent = {}}},
                           .lastWorkAt = *parseISO8601("2026-01-31T09:00:00Z")};
 

@@ -23,7 +23,7 @@ TreeActivity tree(WorkVerdict verdict) {
 }
 
 WorkActivity idleSinceNine() {
-    return {.requirement = {}, .lookedAt = nine + minutes{3}, .trees = {tree(WorkVerdict::idle)}, .lastWorkAt = nine};
+    return {.requirement = {}, .measuredAt = nine + minutes{3}, .trees = {tree(WorkVerdict::idle)}, .lastWorkAt = nine};
 }
 
 TEST(WorkActivity, OneTreeThatWorksIsEnough) {
@@ -94,7 +94,7 @@ TEST(WorkActivity, GoesThroughJson) {
     auto activity = idleSinceNine();
     activity.trees.push_back({.pid = 8, .executableName = "node", .cpuPercent = {}});
     EXPECT_EQ(WorkActivity::fromJson(Json(activity)), activity);
-    activity = {.requirement = {}, .lookedAt = nine, .trees = {}, .lastWorkAt = {}};
+    activity = {.requirement = {}, .measuredAt = nine, .trees = {}, .lastWorkAt = {}};
     EXPECT_EQ(WorkActivity::fromJson(Json(activity)), activity);
 }
 

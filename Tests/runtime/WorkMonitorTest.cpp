@@ -13,7 +13,7 @@ using std::chrono::seconds;
 using testing::DoubleNear;
 using testing::Optional;
 
-/// Looks at trees whose CPU time the test sets, on a clock that the test moves.
+/// Measures trees whose CPU time the test sets, on a clock that the test moves.
 struct WorkMonitorTest : testing::Test {
     WorkMonitor monitor{WorkRequirement{}};
     TimePoint now = *parseISO8601("2026-01-31T09:00:00Z");

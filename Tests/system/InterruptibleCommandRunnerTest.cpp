@@ -18,7 +18,7 @@ protected:
         return runner.run({.executableURL = TAVO_TEST_CHILD, .arguments = std::move(arguments)});
     }
 
-    /// Runs a script that notes its process id, after what `prepared` does, and interrupts it then. Gives the process id.
+    /// Runs `prepared` and a script that writes its process id down, and interrupts it then. Returns the process id.
     pid_t interruptScript(const std::string& script, const std::string& prepared = ":") {
         const auto note = folder.path() / "note";
         std::thread other([&] {
@@ -72,6 +72,31 @@ TEST_F(InterruptibleCommandRunnerTest, NothingIsRunAfterwards) {
     interruption->interrupt();
     EXPECT_THROW(run({"exit", "0"}), Interrupted);
     EXPECT_THROW(runner.run({.executableURL = "/missing/program", .arguments = {}}), Interrupted);
+}
+
+TEST(Interruption, ASleepLastsAsLongAsItShould) {
+    const Interruption interruption;
+    const auto before = std::chrono::steady_clock::now();
+    interruption.sleep(std::chrono::milliseconds{20});
+    EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::milliseconds{20});
+    EXPECT_FALSE(interruption.isInterrupted());
+}
+
+TEST(Interruption, EndsASleepThatHasBegun) {
+    Interruption interruption;
+    std::thread other([&] { interruption.interrupt(); });
+    EXPECT_THROW(interruption.sleep(std::chrono::hours{1}), Interrupted);
+    other.join();
+}
+
+TEST(Interruption, IsForGoodAndMayBeCalledForAnyNumberOfTimes) {
+    Interruption interruption;
+    for (int time = 0; time < 100000; ++time) {
+        interruption.interrupt();
+    }
+    EXPECT_TRUE(interruption.isInterrupted());
+    EXPECT_THROW(interruption.sleep(std::chrono::microseconds{0}), Interrupted);
+    EXPECT_THROW(interruption.sleep(std::chrono::hours{1}), Interrupted);
 }
 
 } // namespace

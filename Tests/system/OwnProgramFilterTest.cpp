@@ -23,7 +23,8 @@ struct FixedTable final : ProcessSnapshotProviding {
     }
 };
 
-/// Filters the processes, checks that nothing but names and command lines changed, and gives the ids of the blanked ones.
+/// Filters the processes, checks that nothing but names and command lines changed, and gives the ids of the blanked
+/// ones.
 std::vector<std::int32_t> blanked(const std::vector<ProcessSample>& processes, std::int32_t ownPID = noOwnPID) {
     const TimePoint moment(std::chrono::seconds(77));
     OwnProgramFilter filter(std::make_shared<FixedTable>(ProcessSnapshot{.capturedAt = {}, .processes = processes}),

@@ -1,111 +1,86 @@
 #include "system/ProcessExits.h"
 
+#include "Support/SleepingChild.h"
 #include "Support/WaitUntil.h"
 #include "system/ProcessStart.h"
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
-#include <csignal>
 #include <filesystem>
 
 namespace tavo {
 namespace {
 
-/// A process of the test's own that lives until it is ended.
-class Sleeper {
-public:
-    Sleeper() : pid(fork()) {
-        if (pid == 0) {
-            pause();
-            _exit(0);
-        }
-    }
-    Sleeper(const Sleeper&) = delete;
-    Sleeper& operator=(const Sleeper&) = delete;
-    ~Sleeper() {
-        kill(pid, SIGKILL);
-        waitpid(pid, nullptr, 0);
-    }
-
-    WatchedProcess watched() const { return {.pid = pid, .startTime = processStart(pid)}; }
-
-    /// Not reaped, so that the number is no other's.
-    void end() const {
-        kill(pid, SIGKILL);
-        siginfo_t info{};
-        waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOWAIT);
-    }
-
-    pid_t pid;
-};
+WatchedProcess watched(const SleepingChild& child) {
+    return {.pid = child.pid, .startTime = processStart(child.pid)};
+}
 
 class ProcessExitsTest : public testing::Test {
 protected:
     std::unique_ptr<ProcessExitWatch> watch(const std::vector<WatchedProcess>& processes) {
-        return exits.watch(processes, [this] { ++told; });
+        return exits.watch(processes, [this] { ++notified; });
     }
 
     /// The end of a living process is never reported; this long is enough to see that it is not at once.
-    bool isToldSoon() {
-        return waitUntil([this] { return told > 0; }, std::chrono::milliseconds{100});
+    bool isNotifiedSoon() {
+        return waitUntil([this] { return notified > 0; }, std::chrono::milliseconds{100});
     }
-    bool isTold() {
-        return waitUntil([this] { return told > 0; });
+    bool isNotified() {
+        return waitUntil([this] { return notified > 0; });
     }
 
     ProcessExits exits;
-    std::atomic<int> told = 0;
+    std::atomic<int> notified = 0;
 };
 
-TEST_F(ProcessExitsTest, TheLastEndIsTold) {
-    const Sleeper first;
-    const Sleeper second;
-    const auto watching = watch({first.watched(), second.watched()});
+TEST_F(ProcessExitsTest, TheLastEndIsNotified) {
+    const SleepingChild first;
+    const SleepingChild second;
+    const auto watching = watch({watched(first), watched(second)});
     ASSERT_TRUE(watching);
     first.end();
-    EXPECT_FALSE(isToldSoon());
+    EXPECT_FALSE(isNotifiedSoon());
     second.end();
-    EXPECT_TRUE(isTold());
-    EXPECT_EQ(told, 1);
+    EXPECT_TRUE(isNotified());
+    EXPECT_EQ(notified, 1);
 }
 
 TEST_F(ProcessExitsTest, WhatHasEndedAlreadyCountsReapedOrNot) {
-    auto reaped = std::make_unique<Sleeper>();
-    const auto gone = reaped->watched();
+    auto reaped = std::make_unique<SleepingChild>();
+    const auto gone = watched(*reaped);
     reaped.reset();
-    const Sleeper ended;
-    const auto dead = ended.watched();
+    const SleepingChild ended;
+    const auto dead = watched(ended);
     ended.end();
     const auto watching = watch({gone, dead});
     ASSERT_TRUE(watching);
-    EXPECT_TRUE(isTold());
+    EXPECT_TRUE(isNotified());
 }
 
 TEST_F(ProcessExitsTest, AReusedNumberIsNotThatProcess) {
-    const Sleeper sleeper;
+    const SleepingChild sleeper;
     const auto watching = watch({{.pid = sleeper.pid, .startTime = *processStart(sleeper.pid) - 1}});
     ASSERT_TRUE(watching);
-    EXPECT_TRUE(isTold());
+    EXPECT_TRUE(isNotified());
 }
 
 TEST_F(ProcessExitsTest, AProcessIsWatchedByItsNumberAloneWhereNoMoreIsKnown) {
-    const Sleeper sleeper;
+    const SleepingChild sleeper;
     const auto watching = watch({{.pid = sleeper.pid, .startTime = std::nullopt}});
     ASSERT_TRUE(watching);
-    EXPECT_FALSE(isToldSoon());
+    EXPECT_FALSE(isNotifiedSoon());
     sleeper.end();
-    EXPECT_TRUE(isTold());
+    EXPECT_TRUE(isNotified());
 }
 
-TEST_F(ProcessExitsTest, ADestroyedWatchTellsNothing) {
-    const Sleeper sleeper;
-    watch({sleeper.watched()}).reset();
+TEST_F(ProcessExitsTest, ADestroyedWatchNotifiesNobody) {
+    const SleepingChild sleeper;
+    watch({watched(sleeper)}).reset();
     sleeper.end();
-    EXPECT_FALSE(isToldSoon());
+    EXPECT_FALSE(isNotifiedSoon());
 }
 
 TEST_F(ProcessExitsTest, SixtyFourAreWatchedAndNoMore) {
@@ -125,14 +100,14 @@ std::ptrdiff_t openDescriptors() {
 TEST_F(ProcessExitsTest, NoDescriptorIsLeft) {
     const auto before = openDescriptors();
     for (int round = 0; round < 10; ++round) {
-        const Sleeper sleeper;
-        auto watching = watch(std::vector(20, sleeper.watched()));
+        const SleepingChild sleeper;
+        auto watching = watch(std::vector(20, watched(sleeper)));
         ASSERT_TRUE(watching);
         EXPECT_GT(openDescriptors(), before);
         if (round % 2 == 0) {
             sleeper.end();
-            EXPECT_TRUE(isTold());
-            told = 0;
+            EXPECT_TRUE(isNotified());
+            notified = 0;
         }
         watching.reset();
         EXPECT_EQ(openDescriptors(), before);

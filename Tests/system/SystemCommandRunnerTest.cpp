@@ -31,7 +31,7 @@ bool isChild(pid_t pid) {
     return waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOHANG | WNOWAIT) == 0;
 }
 
-/// Waits until the handle has told of its child's end.
+/// Waits until the handle has announced its child's end.
 bool isEndTold(RunningCommand& child) {
     const auto ended = std::make_shared<std::promise<void>>();
     child.onEnd([ended] { ended->set_value(); });
@@ -99,7 +99,7 @@ TEST_F(SystemCommandRunnerTest, AFileThatIsNoProgramThrowsTheSystemsError) {
 }
 
 TEST_F(SystemCommandRunnerTest, AChildHasTheThreeStandardDescriptorsAndNoOther) {
-    // One that closes on exec and one that does not, beside whatever the test program holds.
+    // One that closes on exec and one that does not, beside those of the test program.
     const FileDescriptor closing(open("/dev/null", O_RDONLY | O_CLOEXEC));
     const FileDescriptor leaking(open("/dev/null", O_RDONLY));
     const auto held = start({"wait"});
@@ -203,18 +203,18 @@ TEST_F(SystemCommandRunnerTest, TheEndOfAChildIsToldOnceHoweverItEnds) {
         } else {
             kill(child->pid(), SIGKILL);
         }
-        auto told = wasRunning->get_future();
-        ASSERT_EQ(told.wait_for(std::chrono::seconds{20}), std::future_status::ready);
-        EXPECT_FALSE(told.get());
+        auto wasRunningAtEnd = wasRunning->get_future();
+        ASSERT_EQ(wasRunningAtEnd.wait_for(std::chrono::seconds{20}), std::future_status::ready);
+        EXPECT_FALSE(wasRunningAtEnd.get());
     }
 }
 
 TEST_F(SystemCommandRunnerTest, TheEndOfAChildThatHasEndedIsToldAtOnce) {
     const auto child = start({"exit", "0"});
     ASSERT_TRUE(isEndTold(*child));
-    bool isTold = false;
-    child->onEnd([&] { isTold = true; });
-    EXPECT_TRUE(isTold);
+    bool isNotified = false;
+    child->onEnd([&] { isNotified = true; });
+    EXPECT_TRUE(isNotified);
 }
 
 TEST_F(SystemCommandRunnerTest, TheEndIsToldAlsoWhenTheHandleIsGone) {

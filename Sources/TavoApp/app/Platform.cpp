@@ -1,7 +1,7 @@
 #include "app/Platform.h"
 
 #include "app/LoginOptionsFile.h"
-#include "login/LoginLaunchManagerError.h"
+#include "login/LaunchAtLoginManaging.h"
 #include "system/OwnProgramFilter.h"
 #include "system/ProcessStart.h"
 #include "system/ProgramLocation.h"

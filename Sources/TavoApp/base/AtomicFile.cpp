@@ -62,7 +62,7 @@ void flushFolder(const std::filesystem::path& folder) {
 
 /// A folder is not made where somebody's link leads: to a disk that is not mounted, as likely as not.
 void refuseDanglingLink(const std::filesystem::path& directory) {
-    std::error_code ignored; // what cannot be looked at is refused by the system itself
+    std::error_code ignored; // a path that cannot be examined is refused by the system itself
     for (auto folder = directory; folder.has_relative_path(); folder = folder.parent_path()) {
         if (std::filesystem::is_symlink(folder, ignored) && !std::filesystem::exists(folder, ignored) && !ignored) {
             throw std::system_error(ENOENT, std::generic_category(),
@@ -73,7 +73,7 @@ void refuseDanglingLink(const std::filesystem::path& directory) {
 }
 
 void makeDirectories(const std::filesystem::path& directory) {
-    std::error_code ignored; // what stat cannot tell, mkdir does
+    std::error_code ignored; // mkdir reports what stat cannot
     if (directory.empty() || std::filesystem::is_directory(directory, ignored)) {
         return;
     }

@@ -12,14 +12,13 @@
 namespace tavo {
 
 /// Reads a whole file.
-/// @throws std::system_error naming the path, also when it is no regular file,
-/// and (file_too_large) as soon as there are
-///         more than `limit` bytes.
+/// @throws std::system_error naming the path, also when it is no regular file, and (file_too_large) as soon as there
+///         are more than `limit` bytes.
 std::string readWholeFile(const std::filesystem::path& path,
                           std::size_t limit = std::numeric_limits<std::size_t>::max());
 
-/// The new content of a file, written and flushed to the disk beside it. Takes
-/// the file's place when it is told to, and vanishes otherwise.
+/// The new content of a file, written and flushed to the disk beside it. Takes the file's place when asked to, and
+/// vanishes otherwise.
 class StagedFile {
 public:
     /// See replaceFileAtomically(). Nothing has happened to the file itself yet.
@@ -43,26 +42,20 @@ private:
     bool isMoved = false;
 };
 
-/// Replaces a file's content, or makes the file: a temporary file in the same
-/// folder is written, flushed to the disk and renamed over it, so that at every
-/// moment the path holds either the old content or the new one, whole. A
-/// symbolic link stays one: the file that it leads to is replaced. Root leaves
-/// the file to its owner, and uses only folders and links that are root's own,
-/// see trustedFile().
+/// Replaces a file's content, or makes the file: a temporary file in the same folder is written, flushed to the disk
+/// and renamed over it, so that at every moment the path holds either the old content or the new one, whole. A symbolic
+/// link stays one: the file that it leads to is replaced. Root leaves the file to its owner, and uses only folders and
+/// links that are root's own, see trustedFile().
 /// @param mode  of the new file; the process's mask does not count.
-/// @throws std::system_error naming the path, and UntrustedPathError; the old
-/// file is whole then, and no temporary file is
-///         left.
+/// @throws std::system_error naming the path, and UntrustedPathError; the old file is whole then, and no temporary file
+///         is left.
 void replaceFileAtomically(const std::filesystem::path& path, std::string_view content, mode_t mode = 0600);
 
-/// Makes a file for its owner alone. Gives false when there is something under
-/// that name already.
-/// @throws std::system_error naming the path, and UntrustedPathError; no file
-/// is left then.
+/// Makes a file for its owner alone. Gives false when there is something under that name already.
+/// @throws std::system_error naming the path, and UntrustedPathError; no file is left then.
 bool createFile(const std::filesystem::path& path, std::string_view content);
 
-/// Makes a folder and the missing ones above it, each with mode 0700; leaves
-/// one that exists as it is.
+/// Makes a folder and the missing ones above it, each with mode 0700; leaves one that exists as it is.
 /// @throws std::system_error naming the path, and UntrustedPathError.
 void ensureDirectoryExists(const std::filesystem::path& directory);
 

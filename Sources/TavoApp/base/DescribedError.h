@@ -5,7 +5,7 @@
 
 namespace tavo {
 
-/// A failure with a text that is shown to the user as it stands: a lower-case sentence.
+/// A failure with a text that is shown to the user unchanged: a lower-case sentence.
 class DescribedError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;

@@ -13,7 +13,7 @@ std::string describeFailure(const std::string& path, const std::string& debugDes
     return path.empty() ? debugDescription : fmt::format("{}: {}", path, debugDescription);
 }
 
-/// The files and messages here go three levels deep; a parser that follows whatever comes runs out of memory.
+/// The files and messages here go three levels deep; a parser without a limit runs out of memory.
 constexpr int deepestNesting = 64;
 
 /// @param depth  how many objects and arrays surround what has been parsed.
@@ -42,7 +42,7 @@ DecodingError::DecodingError(Kind kind, std::string path, std::string debugDescr
       debugText(std::move(debugDescription)) {}
 
 Json parseJson(std::string_view text) {
-    // The library takes this byte for the end of the text and would not look at what follows.
+    // The library takes this byte for the end of the text and would ignore everything after it.
     const auto terminator = text.find('\0');
     if (terminator != std::string_view::npos) {
         throwUnexpectedInput(text, terminator);

@@ -28,7 +28,7 @@ public:
     Kind kind() const { return failureKind; }
     const std::string& path() const { return keyPath; }
 
-    /// What went wrong, without the path.
+    /// The problem, without the path.
     const std::string& debugDescription() const { return debugText; }
 
 private:
@@ -41,7 +41,8 @@ private:
 /// @throws DecodingError (dataCorrupted) that says at which line and column the text stops being JSON.
 Json parseJson(std::string_view text);
 
-/// Writes pretty-printed JSON with sorted keys and a newline at the end. Malformed UTF-8 in strings is written as U+FFFD.
+/// Writes pretty-printed JSON with sorted keys and a newline at the end. Malformed UTF-8 in strings is written as
+/// U+FFFD.
 std::string prettyJson(const Json& value);
 
 /// Reads the fields of a JSON object. Every failure is a DecodingError that names the field.

@@ -9,7 +9,7 @@
 
 namespace tavo {
 
-/// What the machine draws its power from.
+/// The source of the machine's power.
 enum class CurrentPowerSource { ac, battery, unknown };
 
 template <>

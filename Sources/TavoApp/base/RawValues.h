@@ -11,8 +11,8 @@ namespace tavo {
 template <typename Enumeration, std::size_t count>
 using RawValueTable = std::array<std::pair<Enumeration, std::string_view>, count>;
 
-/// An enumeration that persists specialises this with a `static constexpr` RawValueTable named `table`; printing, parsing
-/// and listing all come from that table.
+/// An enumeration that persists specialises this with a `static constexpr` RawValueTable named `table`; printing,
+/// parsing and listing all come from that table.
 template <typename Enumeration>
 struct RawValues;
 

@@ -47,7 +47,7 @@ struct MatchedProcessSnapshot {
     /// Absent when the command line could not be read.
     std::optional<std::string> commandLine;
 
-    /// Of the process in the sample, so that its number can be told from a later one's; never written.
+    /// Of the process in the sample, to distinguish it from a later process with its number; never written.
     std::optional<std::uint64_t> startTime = {};
 
     bool operator==(const MatchedProcessSnapshot&) const = default;
@@ -69,12 +69,12 @@ struct RuntimeSnapshot {
     /// In the order in which the process watcher returned them.
     std::vector<MatchedProcessSnapshot> matchedProcesses;
 
-    /// What the user was told of the last failure.
+    /// The message that the user got about the last failure.
     std::optional<std::string> lastError;
 
     bool operator==(const RuntimeSnapshot&) const = default;
 
-    /// What holds before anything was evaluated; also what the store gives when there is no state file.
+    /// The state before the first evaluation; also the store's answer when there is no state file.
     static RuntimeSnapshot idle() { return {}; }
 
     /// @throws DecodingError naming the key.

@@ -24,8 +24,8 @@ std::string_view trimWhitespace(std::string_view text);
 /// Splits at every newline character; empty lines are left out. The views point into `text`, which is UTF-8.
 std::vector<std::string_view> splitLines(std::string_view text);
 
-/// The length in bytes of the first `count` characters (extended grapheme clusters, Unicode Standard Annex 29) of `text`,
-/// or of the whole text when it has fewer.
+/// The length in bytes of the first `count` characters (extended grapheme clusters, Unicode Standard Annex 29) of
+/// `text`, or of the whole text when it has fewer.
 std::size_t prefixLength(std::string_view text, std::size_t count);
 
 /// The text in lower case, letter by letter (Unicode's simple case mapping, the same in every language).
@@ -44,7 +44,8 @@ std::string escapedControlsInJson(std::string_view json);
 /// letter (accents, vowel points). Marks that make another letter (nukta, virama, kana voicing) stay.
 std::string foldedForComparison(std::string_view text);
 
-/// Compares texts with one query many times. The query is folded once, and ASCII text is compared without folding a copy.
+/// Compares texts with one query many times. The query is folded once, and ASCII text is compared without folding a
+/// copy.
 class FoldedQuery {
 public:
     explicit FoldedQuery(std::string_view query);

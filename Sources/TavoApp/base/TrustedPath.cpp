@@ -21,7 +21,7 @@ bool isOpenToOthers(const struct stat& status) {
     return (status.st_mode & S_IWOTH) != 0 || ((status.st_mode & S_IWGRP) != 0 && status.st_gid != rootsGroup);
 }
 
-/// Follows a path step by step, as the kernel does, with a look at the owner of each step.
+/// Follows a path step by step, as the kernel does, checking the owner at each step.
 class RootsWay {
 public:
     explicit RootsWay(const std::filesystem::path& path) : asked(path) {

@@ -73,7 +73,7 @@ struct AppConfig {
 
     bool operator==(const AppConfig&) const = default;
 
-    /// What holds as long as nothing was configured.
+    /// The configuration until something was configured.
     static AppConfig defaultConfig() { return {}; }
 
     /// The configuration as the engine obeys it. The poll interval and the session limit are fixed in this version, so
@@ -90,8 +90,8 @@ struct AppConfig {
     /// enabledWithoutProcessTrigger(), with a power-source policy that allows the current source.
     AppConfig enabledForCurrentPowerSource(const PowerStatus& status) const;
 
-    /// A missing cutoff is the default one, a null cutoff is none; a missing or null `closedLidPermissionGranted` is true
-    /// (files from before that key count as granted). Every other key must be there.
+    /// A missing cutoff is the default one, a null cutoff is none; a missing or null `closedLidPermissionGranted` is
+    /// true (files from before that key count as granted). Every other key must be there.
     /// @throws DecodingError naming the key.
     static AppConfig fromJson(const Json& value, const std::string& path = {});
 };

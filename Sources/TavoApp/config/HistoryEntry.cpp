@@ -52,7 +52,8 @@ HistoryState stateOf(const JsonObjectReader& reader) {
             .held = reader.required<std::string>("held")};
 }
 
-/// Nobody has written a history before or after these: such times come from a damaged file, and would not bear reckoning with.
+/// Nobody has written a history before or after these: such times come from a damaged file, and arithmetic with them
+/// would overflow.
 TimePoint plausible(TimePoint time, const std::string& path) {
     constexpr std::chrono::sys_days earliest = std::chrono::year{2000} / 1 / 1;
     constexpr std::chrono::sys_days latest = std::chrono::year{2200} / 1 / 1;
@@ -62,7 +63,7 @@ TimePoint plausible(TimePoint time, const std::string& path) {
     return time;
 }
 
-/// Of the writer as much as a reader needs on every line: the line that told of its start may have been turned over.
+/// Of the writer as much as a reader needs on every line: the line about its start may have been rotated out.
 HistoryWriter writerOf(const JsonObjectReader& reader) {
     return {.program = reader.required<std::string>("program"),
             .processID = reader.required<std::int32_t>("pid"),

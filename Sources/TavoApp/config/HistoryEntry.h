@@ -85,7 +85,7 @@ struct HistoryEntry {
     std::optional<TimePoint> suspendedFrom = {};
     std::int64_t suspendedSeconds = 0;
 
-    /// Of an end: why, as a clause; empty for a program that was told to end.
+    /// Of an end: why, as a clause; empty for a program that was asked to end.
     std::string why = {};
 
     bool operator==(const HistoryEntry&) const = default;

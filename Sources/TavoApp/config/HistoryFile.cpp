@@ -24,7 +24,8 @@ namespace {
     throw std::system_error(error, std::generic_category(), what + " " + path.string());
 }
 
-/// Where the file lies when its folder is root's alone, see trustedFolder(). A link in the file's own place is not followed.
+/// Where the file lies when its folder is root's alone, see trustedFolder(). A link in the file's own place is not
+/// followed.
 std::filesystem::path placeOf(const std::filesystem::path& path) {
     return trustedFolder(path.parent_path()) / path.filename();
 }
@@ -173,7 +174,7 @@ std::optional<std::string> HistoryFile::problem() const {
     try {
         const auto file = openOwn(path, O_RDWR | O_APPEND, "could not append to");
         const auto folder = trustedFolder(path.parent_path());
-        std::error_code ignored; // a folder that cannot be looked at cannot be written either
+        std::error_code ignored; // a folder that cannot be examined cannot be written either
         if (!file && std::filesystem::exists(folder, ignored) && access(folder.c_str(), W_OK | X_OK) != 0) {
             throwErrno(errno, "could not write in", folder);
         }

@@ -21,20 +21,21 @@ struct HistoryContent {
 
 /// A file of lines to which several processes append.
 ///
-/// Each line is one write(2) at the end of the file, so that lines of two writers do not mix. The file is the user's alone;
-/// a link, a pipe and a file of another user's are refused. A full file is renamed, and takes the place of the one that was
-/// full before it.
+/// Each line is one write(2) at the end of the file, so that lines of two writers do not mix. The file is the user's
+/// alone; a link, a pipe and a file of another user's are refused. A full file is renamed, and replaces the one that
+/// was full before it.
 class HistoryFile {
 public:
     /// @param turnOverAt  in bytes: a file of this size is full.
     explicit HistoryFile(std::filesystem::path path, std::size_t turnOverAt = std::size_t{1} << 20U)
         : path(std::move(path)), turnOverAt(turnOverAt) {}
 
-    /// Makes the folder and the file when they are missing. @throws std::system_error naming the path, UntrustedPathError.
+    /// Makes the folder and the file when they are missing. @throws std::system_error naming the path,
+    /// UntrustedPathError.
     void append(const HistoryEntry& entry) const;
 
-    /// The old file and the present one; nothing when there is none. Reads no more than the last part of a file that is far
-    /// larger than it should be. @throws std::system_error naming the path, UntrustedPathError.
+    /// The old file and the present one; nothing when there is none. Reads no more than the last part of a file that is
+    /// far larger than it should be. @throws std::system_error naming the path, UntrustedPathError.
     HistoryContent read() const;
 
     /// Why a line could not be appended now, as a clause; nothing when it seems that it could. Writes nothing.

@@ -64,7 +64,8 @@ std::optional<pid_t> InstanceLock::holder(const std::filesystem::path& path) {
 }
 
 std::string InstanceLock::noteOfHolder(const std::filesystem::path& path) {
-    // A lock that changes hands in between has a new process id: the note of another holder is not passed off as this one's.
+    // A lock that changes hands in between has a new process id: the note of another holder is not passed off as this
+    // one's.
     const auto before = holder(path);
     if (!before) {
         return {};

@@ -12,12 +12,13 @@ namespace tavo {
 
 /// The lock of the one Tavo of a user: a file that holds the process id, and is locked for the life of the process.
 ///
-/// The lock is a record lock of fcntl(2): it goes with its process however that ends, no child inherits it, and the kernel
-/// tells who holds it, so that the number in the file, which a killed process leaves behind, is never believed.
+/// The lock is a record lock of fcntl(2): it goes with its process however that ends, no child inherits it, and the
+/// kernel names its holder, so that the number in the file, which a killed process leaves behind, is never believed.
 class InstanceLock {
 public:
-    /// Takes the lock and writes the process id into the first line of the file, whose folder is made when it is missing.
-    /// @param note  what the holder has to tell about itself; goes into the lines below.
+    /// Takes the lock and writes the process id into the first line of the file, whose folder is made when it is
+    /// missing.
+    /// @param note  about the holder; goes into the lines below.
     /// @return nothing when another process holds the lock. Within one process only one may be made.
     /// @throws std::system_error naming the path, and UntrustedPathError.
     static std::optional<InstanceLock> acquire(const std::filesystem::path& path, const std::string& note = {});
@@ -34,11 +35,11 @@ public:
     /// The file's path.
     const std::filesystem::path& location() const { return path; }
 
-    /// Puts another note in the place of the one that was given before. @throws std::system_error naming the path.
+    /// Replaces the note. @throws std::system_error naming the path.
     void replaceNote(const std::string& note) const;
 
-    /// The process that holds the lock now; nothing when nobody does, or when the file cannot be read. Not for the process
-    /// that holds it: a record lock ends as soon as its process closes any descriptor of the file.
+    /// The process that holds the lock now; nothing when nobody does, or when the file cannot be read. Not for the
+    /// process that holds it: a record lock ends as soon as its process closes any descriptor of the file.
     static std::optional<pid_t> holder(const std::filesystem::path& path);
 
     /// The note of the process that holds the lock now; empty when nobody does. The same restriction as for holder().

@@ -58,7 +58,7 @@ bool KeptAside::keepAs(const std::filesystem::path& candidate) {
 }
 
 bool KeptAside::moveTo(const std::filesystem::path& candidate) {
-    std::error_code ignored; // what cannot be looked at cannot be moved either
+    std::error_code ignored; // a file that cannot be examined cannot be moved either
     if (std::filesystem::is_directory(file, ignored)) {
         throwErrno(EISDIR, candidate);
     }

@@ -6,12 +6,12 @@
 
 namespace tavo {
 
-/// A file that is about to be replaced, kept under another name as well. Forgotten again unless it is confirmed, so that an
-/// attempt that fails leaves everything as it was.
+/// A file that is about to be replaced, kept under another name as well. Forgotten again unless it is confirmed, so
+/// that an attempt that fails leaves everything as it was.
 class KeptAside {
 public:
-    /// Keeps it as a second name of the same file where the system allows that, else as a copy, and when it cannot be read
-    /// under its new name alone.
+    /// Keeps it as a second name of the same file where the system allows that, else as a copy, and when it cannot be
+    /// read under its new name alone.
     /// @param file   where the file really lies.
     /// @param aside  the new name; with ".2", ".3" and so on when there is something under that name already.
     /// @throws std::system_error naming both; nothing has changed then.

@@ -21,13 +21,11 @@ private:
     using DescribedError::DescribedError;
 };
 
-/// Finds the user's folders. Stands behind an interface so that a test can take
-/// them away.
+/// Finds the user's folders. Stands behind an interface so that a test can take them away.
 struct UserDirectoriesProviding {
     virtual ~UserDirectoriesProviding() = default;
 
-    /// The folders for the files of applications, the preferred one first; empty
-    /// when there is none.
+    /// The folders for the files of applications, the preferred one first; empty when there is none.
     virtual std::vector<std::filesystem::path> applicationSupportDirectories() const = 0;
 
     /// Empty when the system knows none.
@@ -36,12 +34,10 @@ struct UserDirectoriesProviding {
 
 /// The folders as this system has them.
 ///
-/// Linux: `$XDG_CONFIG_HOME` when it is an absolute path, else ".config" in the
-/// home directory (the XDG base directories of freedesktop.org). macOS:
-/// "Library/Application Support" in the home directory. The home directory is
-/// `$HOME` when it is an absolute path, else the user database's, getpwuid(3).
-/// Root's are those of root's account, whatever the environment says: sudo and
-/// su may leave another user's there, and root has no business in that user's
+/// Linux: `$XDG_CONFIG_HOME` when it is an absolute path, else ".config" in the home directory (the XDG base
+/// directories of freedesktop.org). macOS: "Library/Application Support" in the home directory. The home directory is
+/// `$HOME` when it is an absolute path, else the user database's, getpwuid(3). Root's are those of root's account,
+/// whatever the environment says: sudo and su may leave another user's there, and root has no business in that user's
 /// folders.
 class SystemUserDirectories final : public UserDirectoriesProviding {
 public:
@@ -62,8 +58,7 @@ struct TavoPaths {
 
     bool operator==(const TavoPaths&) const = default;
 
-    /// The folder "Tavo" among the user's application support files. It is not
-    /// created here.
+    /// The folder "Tavo" among the user's application support files. It is not created here.
     /// @throws CocoaPathsError when the system knows no such folder.
     static TavoPaths defaultPaths(const UserDirectoriesProviding& directories = SystemUserDirectories());
 

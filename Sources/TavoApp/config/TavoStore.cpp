@@ -13,15 +13,13 @@ namespace tavo {
 
 namespace {
 
-/// A file that may be missing. What cannot be looked at counts as being there,
-/// so that reading it says why.
+/// A file that may be missing. One that cannot be examined counts as being there, so that reading it says why.
 bool isMissing(const std::filesystem::path& path) {
     std::error_code error;
     return std::filesystem::status(path, error).type() == std::filesystem::file_type::not_found;
 }
 
-/// Far more than any configuration needs; a file that is a mistake is not worth
-/// the memory.
+/// Far more than any configuration needs; a file that is a mistake is not worth the memory.
 constexpr std::size_t largestConfig = std::size_t{1} << 20U;
 
 std::string readConfigFile(const std::filesystem::path& path) {
@@ -69,7 +67,7 @@ bool TavoStore::canBeLoaded() const {
         loadConfig();
         return true;
     } catch (const std::exception&) {
-        // What is wrong with it has been said where it was loaded.
+        // The problem has been reported where it was loaded.
         return false;
     }
 }

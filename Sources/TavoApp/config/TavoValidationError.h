@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 
 namespace tavo {
 
@@ -12,12 +13,22 @@ class TavoValidationError final : public DescribedError {
 public:
     enum class Kind { invalidBatteryCutoffPercent, invalidPollIntervalSeconds, emptyTriggerQuery };
 
-    static TavoValidationError invalidBatteryCutoffPercent(std::int64_t received);
+    static TavoValidationError invalidBatteryCutoffPercent(std::int64_t received) {
+        return {Kind::invalidBatteryCutoffPercent,
+                "battery cutoff percent must be between 1 and 100. received " + std::to_string(received) + ".",
+                received};
+    }
 
-    /// Nothing raises this while the poll interval is fixed: validation overwrites what was asked for.
-    static TavoValidationError invalidPollIntervalSeconds(std::int64_t received);
+    /// Never thrown while validation fixes the poll interval.
+    static TavoValidationError invalidPollIntervalSeconds(std::int64_t received) {
+        return {Kind::invalidPollIntervalSeconds,
+                "poll interval must be between 5 and 3600 seconds. received " + std::to_string(received) + ".",
+                received};
+    }
 
-    static TavoValidationError emptyTriggerQuery();
+    static TavoValidationError emptyTriggerQuery() {
+        return {Kind::emptyTriggerQuery, "trigger query must not be empty."};
+    }
 
     Kind kind() const { return errorKind; }
 

@@ -43,7 +43,7 @@ struct RawValues<TriggerPreset> {
     }};
 };
 
-/// What starts keeping awake.
+/// The condition under which the machine is kept awake.
 struct TriggerRule {
     TriggerMode mode = TriggerMode::always;
 
@@ -59,7 +59,7 @@ struct TriggerRule {
 
     bool operator==(const TriggerRule&) const = default;
 
-    /// The preset's default rule. Takes the place of a constructor; the field `preset` keeps its short name.
+    /// The preset's default rule. Not a constructor, so that the field `preset` keeps its short name.
     static TriggerRule fromPreset(TriggerPreset preset);
 
     /// The rule as the engine obeys it: the always rule in its one form, or a process rule with its query trimmed. The

@@ -3,7 +3,6 @@
 #include "config/TavoPaths.h"
 #include "system/CommandRunning.h"
 #include "system/LaunchdJob.h"
-#include "system/ShellCommand.h"
 
 #include <cstdint>
 #include <filesystem>

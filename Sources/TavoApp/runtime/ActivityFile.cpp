@@ -51,7 +51,7 @@ std::optional<WorkActivity> ActivityFile::readOfRunningTavo() const noexcept {
         }
         return WorkActivity::fromJson(json);
     } catch (const std::exception&) {
-        // It tells more about what runs; nothing depends on it.
+        // Nothing depends on it: it is there for the user to read.
         return std::nullopt;
     }
 }

@@ -40,7 +40,7 @@ void AssertionStatus::record(Token token, AssertionReport report) {
             std::erase_if(latestReports, [](const auto& other) { return other.service == AssertionService::portal; });
         }
         if (report.isFromDesktopService() && report.state != AssertionReportState::lost) {
-            // That no service took the request is over as soon as one has answered.
+            // A service that answers ends the report that none took the request.
             std::erase_if(latestReports, [](const auto& other) { return other.service == AssertionService::desktop; });
         }
         const auto earlier = std::find_if(latestReports.begin(), latestReports.end(),
@@ -60,7 +60,7 @@ void AssertionStatus::close(Token token) {
         if (token != current) {
             return;
         }
-        // The child's last words may still be on their way.
+        // The child's last reports may still be on their way.
         ++current;
         latestReports.clear();
     }

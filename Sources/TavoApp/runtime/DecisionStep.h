@@ -9,8 +9,8 @@
 
 namespace tavo {
 
-/// The steps of an evaluation, in the order in which the coordinator takes them. The first that speaks against keeping awake
-/// decides; where none does, the trigger has decided for it, and the rest is carried out.
+/// The steps of an evaluation, in the order in which the coordinator takes them. The first that speaks against keeping
+/// awake decides; where none does, the trigger has decided for it, and the rest is carried out.
 enum class DecisionStep {
     masterSwitch,
     powerSource,

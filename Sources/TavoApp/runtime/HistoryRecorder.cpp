@@ -27,7 +27,7 @@ void HistoryRecorder::begin(TimePoint at, std::optional<TimePoint> lastSeen) {
 void HistoryRecorder::record(const HistoryState& state, TimePoint at) {
     noteSuspend(at);
     auto shown = state;
-    // Which of them are told first makes no difference, and those that find no room on the line make none either.
+    // Their order makes no difference, and neither do those that do not fit on the line.
     std::sort(shown.processes.begin(), shown.processes.end(),
               [](const auto& left, const auto& right) { return left.processID < right.processID; });
     shown.processes.resize(std::min(shown.processes.size(), HistoryEntry::maxProcesses));

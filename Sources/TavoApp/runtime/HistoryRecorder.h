@@ -18,20 +18,20 @@ public:
     /// See suspendedTime().
     using SuspendedTime = std::function<std::chrono::seconds()>;
 
-    /// Told once, in words for the user, that the history cannot be written.
+    /// Called once, with a sentence for the user, when the history cannot be written.
     using FailureNotice = std::function<void(const std::string& text)>;
 
     HistoryRecorder(HistoryFile file, HistoryWriter writer, SuspendedTime suspendedTime, FailureNotice onFailure);
 
     /// The first line of this program.
-    /// @param lastSeen  when an earlier program was last seen at work: of one that was killed, nothing else tells.
+    /// @param lastSeen  when an earlier program was last seen at work; the only trace of one that was killed.
     void begin(TimePoint at, std::optional<TimePoint> lastSeen = std::nullopt);
 
-    /// To be called after every evaluation and every change. Writes a line when the state is not the last one, and one when
-    /// the computer has been suspended in spite of what was held.
+    /// To be called after every evaluation and every change. Writes a line when the state is not the last one, and one
+    /// when the computer has been suspended in spite of what was held.
     void record(const HistoryState& state, TimePoint at);
 
-    /// The last line of this program. @param why  as a clause; empty when it was told to end.
+    /// The last line of this program. @param why  as a clause; empty when it was asked to end.
     void end(TimePoint at, const std::string& why = {});
 
 private:

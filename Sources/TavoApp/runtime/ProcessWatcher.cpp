@@ -1,7 +1,5 @@
 #include "runtime/ProcessWatcher.h"
 
-#include "runtime/TriggerMatcher.h"
-
 #include <algorithm>
 #include <utility>
 
@@ -38,8 +36,8 @@ ProcessWatchResult ProcessWatcher::evaluate(const TriggerRule& rule, TimePoint a
         }
         const auto found = previousBaselines.find(root.pid);
         const auto* previous = found == previousBaselines.end() ? nullptr : &found->second;
-        // A child that ended takes its CPU time with it, so a tree's total may shrink; growth is never negative. The first
-        // sighting counts with its whole total.
+        // A child that ended takes its CPU time with it, so a tree's total may shrink; growth is never negative. The
+        // first sighting counts with its whole total.
         const double delta = std::max(0.0, current.totalCPUTime - (previous == nullptr ? 0.0 : previous->totalCPUTime));
         result.totalCPUTimeDelta += delta;
         if (isMonitored) {

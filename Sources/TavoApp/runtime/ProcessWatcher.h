@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/RuntimeRecords.h"
+#include "base/Text.h"
 #include "config/TriggerRule.h"
 #include "runtime/ProcessTreeIndex.h"
 #include "runtime/WorkMonitor.h"
@@ -15,7 +16,23 @@
 
 namespace tavo {
 
-/// What one rule found at one moment.
+/// Whether a rule matches a process: its query is somewhere in the command line, or is the executable's name, without
+/// regard to case and diacritics. The query is used unchanged; an empty one matches nothing.
+class TriggerMatcher {
+public:
+    explicit TriggerMatcher(const TriggerRule& rule) : strategy(rule.matchStrategy), query(rule.query) {}
+
+    bool matches(const ProcessSample& sample) const {
+        return strategy == TriggerMatchStrategy::executableName ? query.equals(sample.executableName)
+                                                                : query.isContainedIn(sample.commandLine);
+    }
+
+private:
+    TriggerMatchStrategy strategy;
+    FoldedQuery query;
+};
+
+/// The findings of one rule at one moment.
 struct ProcessWatchResult {
     /// One per matching process, in the order of the snapshot. Each has its command line.
     std::vector<MatchedProcessSnapshot> matchedProcesses;
@@ -30,7 +47,7 @@ struct ProcessWatchResult {
     /// Whether the lock is to be kept though no matched process is active; only ever true with a WorkMonitor.
     bool isWithinGrace = false;
 
-    /// In seconds: when the next evaluation can tell something new, where that is sooner than its usual time.
+    /// In seconds: when the next evaluation can have a different outcome, where that is sooner than its usual time.
     std::optional<double> secondsUntilNews;
 
     bool isMatchFound() const { return !matchedProcesses.empty(); }
@@ -39,21 +56,23 @@ struct ProcessWatchResult {
     bool operator==(const ProcessWatchResult&) const = default;
 };
 
-/// Finds the processes that a rule watches, and tells which of them are busy. Used by one thread at a time.
+/// Finds the processes that a rule watches, and decides which of them are busy. Used by one thread at a time.
 class ProcessWatcher {
 public:
     /// In seconds of CPU time.
     static constexpr double defaultActivityThreshold = 0.1;
 
-    /// @param activityThreshold  in seconds of CPU time; a tree is active that has used more than this since the last time.
+    /// @param activityThreshold  in seconds of CPU time; a tree is active that has used more than this since the last
+    ///        time.
     /// @param ignoredPIDs  processes whose whole trees are never matched.
-    /// @param workMonitor  decides what is active, instead of the threshold, for rules that require activity; it may be null.
+    /// @param workMonitor  decides what is active, instead of the threshold, for rules that require activity; it may be
+    ///        null.
     explicit ProcessWatcher(std::shared_ptr<ProcessSnapshotProviding> snapshotProvider,
                             double activityThreshold = defaultActivityThreshold,
                             std::unordered_set<std::int32_t> ignoredPIDs = {},
                             std::shared_ptr<WorkMonitor> workMonitor = nullptr);
 
-    /// Takes a snapshot and measures. The mode of the rule is not looked at: a watcher always matches.
+    /// Takes a snapshot and measures. The mode of the rule is ignored: a watcher always matches.
     /// @throws whatever the snapshot throws; nothing is remembered or forgotten then.
     ProcessWatchResult evaluate(const TriggerRule& rule, TimePoint at);
 

@@ -12,9 +12,9 @@
 
 namespace tavo {
 
-/// Decides at every evaluation whether the machine has to be kept awake, and has it done.
+/// Decides at every evaluation whether the machine has to be kept awake, and acts on it.
 ///
-/// Used by one caller at a time; every call runs the whole decision. Destroying it does not let go of anything: the owner
+/// Used by one caller at a time; every call runs the whole decision. Destroying it releases nothing: the owner
 /// calls stop() first.
 class RuntimeCoordinator {
 public:
@@ -24,12 +24,13 @@ public:
                        std::shared_ptr<const TavoStoring> store);
 
     /// One evaluation of the validated form of `config`: master switch, power-source policy, battery cutoff, trigger.
-    /// @throws TavoValidationError before anything else happens; errors of the process table, the wake controller and the
-    ///         store. The snapshot is written last: after a failed write the wake state has changed and the file has not.
+    /// @throws TavoValidationError before anything else happens; errors of the process table, the wake controller and
+    ///         the store. The snapshot is written last: after a failed write the wake state has changed and the file
+    ///         has not.
     RuntimeEvaluation evaluate(const AppConfig& config, TimePoint at);
 
-    /// evaluate() without validation: obeys the session limit and the activity requirement, which validation switches off
-    /// in this version.
+    /// evaluate() without validation: obeys the session limit and the activity requirement, which validation switches
+    /// off in this version.
     RuntimeEvaluation evaluateAsGiven(const AppConfig& config, TimePoint at);
 
     /// Lets go of everything. @throws errors of the wake controller and the store.

@@ -3,7 +3,7 @@
 #include "base/PowerStatus.h"
 #include "config/AppConfig.h"
 #include "helper/PrivilegedSleepControlling.h"
-#include "system/ShellCommand.h"
+#include "system/CommandRunning.h"
 
 #include <filesystem>
 #include <optional>
@@ -40,8 +40,8 @@ struct WakePlanBuilder {
     /// The program that holds the assertion: caffeinate(8), or one that takes the same flags.
     std::filesystem::path assertionExecutable = "/usr/bin/caffeinate";
 
-    /// "-i" holds off idle sleep; "-s" holds off all of system sleep and is given on AC power only, where it has an effect.
-    /// No time-out is given: the assertion lasts until the child is stopped.
+    /// "-i" holds off idle sleep; "-s" holds off all of system sleep and is given on AC power only, where it has an
+    /// effect. No time-out is given: the assertion lasts until the child is stopped.
     /// @throws WakeControlError (closedLidRequiresPrivilege) when the lid is to be covered and cannot be.
     WakePlan buildPlan(const AppConfig& config, const PowerStatus& powerStatus, bool supportsClosedLidOverride) const;
 };

@@ -67,7 +67,7 @@ TreeActivity TreeActivity::fromJson(const Json& value, const std::string& path) 
 WorkActivity WorkActivity::fromJson(const Json& value, const std::string& path) {
     const JsonObjectReader reader(value, path);
     return {.requirement = WorkRequirement::fromJson(value, path),
-            .lookedAt = reader.required<TimePoint>("lookedAt"),
+            .measuredAt = reader.required<TimePoint>("lookedAt"),
             .trees = reader.required<std::vector<TreeActivity>>("trees"),
             .lastWorkAt = reader.optional<TimePoint>("lastWorkAt")};
 }
@@ -123,7 +123,7 @@ void to_json(Json& json, const TreeActivity& tree) {
 
 void to_json(Json& json, const WorkActivity& activity) {
     json = activity.requirement;
-    json["lookedAt"] = formatISO8601(activity.lookedAt);
+    json["lookedAt"] = formatISO8601(activity.measuredAt);
     json["trees"] = activity.trees;
     json["isWorking"] = activity.isWorking();
     if (activity.lastWorkAt) {

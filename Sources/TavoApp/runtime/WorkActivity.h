@@ -36,14 +36,17 @@ struct TreeActivity {
     std::int32_t pid = 0;
     std::string executableName;
 
-    /// In percent of one core, over the time between the two looks that were compared last; absent before there are two.
+    /// In percent of one core, over the time between the two measurements that were compared last; absent before there
+    /// are two.
     std::optional<double> cpuPercent;
 
-    /// Whether processes of the tree started or ended between these two looks. Also true where the tree is busy anyway.
+    /// Whether processes of the tree started or ended between these two measurements. Also true where the tree is busy
+    /// anyway.
     bool haveMembersChanged = false;
     WorkVerdict verdict = WorkVerdict::firstSighting;
 
-    /// "works, 5.8% of a core", "works, its processes changed", "idle, 0.2% of a core", "works until it has been measured".
+    /// "works, 5.8% of a core", "works, its processes changed", "idle, 0.2% of a core", "works until it has been
+    /// measured".
     std::string text() const;
 
     bool isWorking() const { return verdict != WorkVerdict::idle; }
@@ -54,19 +57,19 @@ struct TreeActivity {
     static TreeActivity fromJson(const Json& value, const std::string& path = {});
 };
 
-/// Whether the matched programs work or wait, as of one look.
+/// Whether the matched programs work or wait, as of one measurement.
 struct WorkActivity {
     /// The requirement that decides what counts as work.
     WorkRequirement requirement;
 
-    /// The evaluation that this is of. Evaluations that never come to the processes, as on the wrong power source, make no
-    /// look, so this may be older than the last evaluation.
-    TimePoint lookedAt;
+    /// The evaluation that this is of. Evaluations that never come to the processes, as on the wrong power source,
+    /// measure nothing, so this may be older than the last evaluation.
+    TimePoint measuredAt;
 
     /// One per matched process, in the order of the process table; empty when none matches.
     std::vector<TreeActivity> trees;
 
-    /// The last look at which a tree was working; absent when none was since a process matched.
+    /// The last measurement at which a tree was working; absent when none was since a process matched.
     std::optional<TimePoint> lastWorkAt;
 
     bool operator==(const WorkActivity&) const = default;
@@ -82,7 +85,8 @@ struct WorkActivity {
     /// Within the grace "idle for 3 minutes, sleeping allowed in 7"; otherwise empty. Lower case, without a full stop.
     std::string graceText(TimePoint at) const;
 
-    /// The same, or which tree works and why, without numbers that change at every look; empty when nothing works any more.
+    /// The same, or which tree works and why, without numbers that change at every measurement; empty when nothing
+    /// works.
     std::string text(TimePoint at) const;
 
     /// @throws DecodingError naming the key.

@@ -32,7 +32,7 @@ void WorkMonitor::look(const std::vector<ProcessTreeMeasurement>& trees, TimePoi
     const bool isMeasuredAfresh = hasClockJumped(at);
     auto lastWorkAt = current ? current->lastWorkAt : std::nullopt;
     if (isMeasuredAfresh && lastWorkAt) {
-        *lastWorkAt += at - current->lookedAt;
+        *lastWorkAt += at - current->measuredAt;
     }
     std::unordered_map<std::int32_t, Watched> next;
     std::vector<TreeActivity> activities;
@@ -60,11 +60,11 @@ void WorkMonitor::look(const std::vector<ProcessTreeMeasurement>& trees, TimePoi
     if (watched.empty()) {
         lastWorkAt.reset();
     }
-    current = {.requirement = required, .lookedAt = at, .trees = std::move(activities), .lastWorkAt = lastWorkAt};
+    current = {.requirement = required, .measuredAt = at, .trees = std::move(activities), .lastWorkAt = lastWorkAt};
 }
 
 bool WorkMonitor::hasClockJumped(TimePoint at) const {
-    return current && (at < current->lookedAt || at - current->lookedAt > maxInterval);
+    return current && (at < current->measuredAt || at - current->measuredAt > maxInterval);
 }
 
 WorkMonitor::Watched WorkMonitor::firstSightingOf(const ProcessTreeMeasurement& tree, TimePoint at) {
@@ -80,7 +80,7 @@ std::optional<double> WorkMonitor::secondsUntilNews() const {
     }
     std::optional<double> soonest;
     const auto consider = [&](TimePoint moment) {
-        const double seconds = secondsOf(moment - current->lookedAt);
+        const double seconds = secondsOf(moment - current->measuredAt);
         soonest = std::min(soonest.value_or(seconds), seconds);
     };
     for (const auto& [pid, tree] : watched) {
@@ -88,7 +88,7 @@ std::optional<double> WorkMonitor::secondsUntilNews() const {
             consider(tree.measuredAt + minInterval);
         }
     }
-    if (current->isWithinGrace(current->lookedAt)) {
+    if (current->isWithinGrace(current->measuredAt)) {
         consider(*current->graceEndsAt());
     }
     return soonest;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "runtime/ProcessTreeMeasurement.h"
+#include "runtime/ProcessTreeIndex.h"
 #include "runtime/WorkActivity.h"
 
 #include <optional>
@@ -14,14 +14,16 @@ namespace tavo {
 TreeActivity compareTrees(const ProcessTreeMeasurement& before, const ProcessTreeMeasurement& now, double seconds,
                           double busyPercent);
 
-/// Tells programs that work from programs that wait, over many looks at their process trees.
+/// Distinguishes programs that work from programs that wait, by measuring their process trees again and again.
 ///
-/// A tree works when it has used more than its share of a core since the look that it is compared with, or when processes of it
-/// have started or ended. Looks that are compared lie at least minInterval apart, since a percentage over a moment says
-/// nothing; a look before that leaves the last verdict standing. A tree that is seen for the first time counts as working.
+/// A tree works when it has used more than its share of a core since the measurement that it is compared with, or when
+/// processes of it have started or ended. Measurements that are compared lie at least minInterval apart, since a
+/// percentage over a moment says nothing; one before that leaves the last verdict as it was. A tree that is seen for
+/// the first time counts as working.
 ///
-/// The clock may be set while this runs, and the computer may sleep. Time that goes backwards, or that jumps further than looks
-/// ever lie apart, says nothing about work: it counts as no time at all, and trees are measured afresh from there.
+/// The clock may be set while this runs, and the computer may sleep. Time that goes backwards, or that jumps further
+/// than measurements ever lie apart, says nothing about work: it counts as no time at all, and measuring starts over
+/// from there.
 class WorkMonitor {
 public:
     static constexpr std::chrono::seconds minInterval{30};
@@ -31,15 +33,15 @@ public:
 
     const WorkRequirement& requirement() const { return required; }
 
-    /// Takes in the trees of every process that matches now. Trees that no longer match are forgotten; with none left, so is
-    /// the last work.
+    /// Takes in the trees of every process that matches now. Trees that no longer match are forgotten; with none left,
+    /// so is the last work.
     void look(const std::vector<ProcessTreeMeasurement>& trees, TimePoint at);
 
-    /// As of the last look; nothing before the first.
+    /// As of the last measurement; nothing before the first.
     const std::optional<WorkActivity>& activity() const { return current; }
 
-    /// How long after the last look the next one can tell something new: a first verdict, or the end of the grace. Nothing when
-    /// the ordinary rhythm will do.
+    /// The time after the last measurement at which the next one can have a new result: a first verdict, or the end of
+    /// the grace. Nothing when the ordinary rhythm will do.
     std::optional<double> secondsUntilNews() const;
 
     /// Forgets everything, so that all that is seen next is seen for the first time.

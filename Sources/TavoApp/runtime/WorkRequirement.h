@@ -10,8 +10,8 @@
 
 namespace tavo {
 
-/// How much work of a matched program keeps awake, and for how long after the last of it. An option of one run of a program,
-/// no part of the configuration.
+/// How much work of a matched program keeps awake, and for how long after the last of it. An option of one run of a
+/// program, no part of the configuration.
 struct WorkRequirement {
     /// An agent at its prompt stays below 0.4, one at work above 2.
     static constexpr double defaultBusyPercent = 1;
@@ -24,7 +24,7 @@ struct WorkRequirement {
 
     static constexpr std::chrono::seconds defaultGrace = std::chrono::minutes{10};
 
-    /// In percent of one core: a process tree works that has used more than this since the last look.
+    /// In percent of one core: a process tree works that has used more than this since the last measurement.
     double busyPercent = defaultBusyPercent;
 
     /// For how long to stay awake after the last work; zero for not at all.
@@ -36,7 +36,8 @@ struct WorkRequirement {
     /// @throws WorkRequirementError
     static WorkRequirement fromOptions(const std::string& busy, const std::string& grace);
 
-    /// The options that make this requirement: "--while-working", then "--busy" and "--grace" where they are not the default.
+    /// The options that make this requirement: "--while-working", then "--busy" and "--grace" where they are not the
+    /// default.
     std::vector<std::string> arguments() const;
 
     /// Reads what to_json() writes. @throws DecodingError naming the key, also for values that fromOptions() refuses.

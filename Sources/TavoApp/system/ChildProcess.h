@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/FileDescriptor.h"
-#include "system/ShellCommand.h"
+#include "system/CommandRunning.h"
 
 #include <spawn.h>
 #include <sys/types.h>
@@ -18,7 +18,7 @@
 
 namespace tavo {
 
-/// What becomes of a child's standard input. Output and error are always pipes.
+/// A child's standard input. Output and error are always pipes.
 enum class ChildInput { inherited, pipe };
 
 /// A child that was just launched, with the parent's ends of its pipes (close-on-exec).
@@ -34,12 +34,12 @@ struct SpawnedChild {
 /// @throws std::system_error naming the program, with the system's own code.
 SpawnedChild spawnChild(const ShellCommand& command, ChildInput input);
 
-/// The command, to be started in a process group of its own, as every long-lived child is: Ctrl-C and Ctrl-Z at a terminal
-/// reach this process alone, which decides what becomes of the child.
+/// The command, to be started in a process group of its own, as every long-lived child is: Ctrl-C and Ctrl-Z at a
+/// terminal reach this process alone, which decides what becomes of the child.
 ShellCommand inOwnProcessGroup(ShellCommand command);
 
 /// Waits for a child and reaps it. Gives its exit status, or the number of the signal that ended it.
-/// @throws std::system_error when it is no child of this process (any more).
+/// @throws std::system_error when it is no child of this process, or was reaped already.
 std::int32_t waitForExit(pid_t pid);
 
 /// Makes a pipe whose ends close on exec; each system has its own means. Gives false and sets errno on failure.
@@ -48,8 +48,8 @@ bool makeClosingPipe(std::array<int, 2>& ends);
 /// Has the spawned child start without the parent's descriptors from 3 up; each system has its own means.
 void closeOtherDescriptors(posix_spawn_file_actions_t& actions, posix_spawnattr_t& attributes);
 
-/// A child that a thread of its own waits for and reaps, so that it never stays a zombie, whoever still holds this object.
-/// Every member may be called from any thread.
+/// A child that a thread of its own waits for and reaps, so that it never stays a zombie, even while this object is
+/// held. Every member may be called from any thread.
 class ReapedChild {
 public:
     /// Takes over a child. @throws std::system_error when no thread can be started; the child is ended and reaped then.
@@ -67,8 +67,8 @@ public:
     /// Waits until the child has ended, at most `bound`. Gives what waitForExit() gives, or nothing when it still runs.
     std::optional<std::int32_t> waitForExit(std::chrono::milliseconds bound) const;
 
-    /// Has `work` called once the child has been reaped: on the thread that reaps it, or at once when that has happened. It
-    /// must not throw.
+    /// Has `work` called once the child has been reaped: on the thread that reaps it, or at once when that has
+    /// happened. It must not throw.
     void onEnd(std::function<void()> work);
 
     pid_t pid() const { return processID; }

@@ -16,7 +16,7 @@ struct HeldAssertion {
     std::string what;
     std::int32_t pid = 0;
 
-    /// The holder's user; absent where the system does not tell.
+    /// The holder's user; absent where the system does not say.
     std::optional<std::uint32_t> uid = std::nullopt;
 
     bool operator==(const HeldAssertion&) const = default;
@@ -26,8 +26,8 @@ struct HeldAssertion {
 struct HeldAssertionsProviding {
     virtual ~HeldAssertionsProviding() = default;
 
-    /// Whether HeldAssertion::what is in the words of a wake plan ("sleep:idle"), so that the two can be compared word by
-    /// word. The assertion types of a Mac are not, and cover what they say under many names.
+    /// Whether HeldAssertion::what is in the words of a wake plan ("sleep:idle"), so that the two can be compared word
+    /// by word. The assertion types of a Mac are not, and cover what they say under many names.
     virtual bool usesPlanWords() const = 0;
 
     /// Only what blocks sleep; what merely delays it is left out.

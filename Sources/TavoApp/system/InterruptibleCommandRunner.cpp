@@ -4,22 +4,36 @@
 #include "system/ChildProcess.h"
 #include "system/SystemCommandRunner.h"
 
+#include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <string>
+#include <system_error>
 #include <utility>
 
 namespace tavo {
 
 namespace {
 
+bool isReadable(int descriptor, std::chrono::milliseconds bound) {
+    pollfd waited{.fd = descriptor, .events = POLLIN, .revents = 0};
+    const auto deadline = std::chrono::steady_clock::now() + bound;
+    int count = 0;
+    do {
+        const auto left =
+            std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now()).count();
+        count = poll(&waited, 1, static_cast<int>(left > 0 ? left : 0));
+    } while (count < 0 && errno == EINTR);
+    return count > 0;
+}
+
 /// How long an interrupted child may take to end: less than a quitting program may.
 constexpr std::chrono::milliseconds patience{500};
 
-/// How often a child is looked at that has closed its streams and runs on.
+/// For a child that has closed its streams and runs on.
 constexpr std::chrono::milliseconds pollInterval{100};
 
 struct Stream {
@@ -72,6 +86,33 @@ std::optional<std::int32_t> waitForExit(const ReapedChild& process, const Interr
 }
 
 } // namespace
+
+Interruption::Interruption() {
+    std::array<int, 2> ends{};
+    if (!makeClosingPipe(ends)) {
+        throw std::system_error(errno, std::generic_category(), "could not make a pipe");
+    }
+    reading = FileDescriptor(ends[0]);
+    writing = FileDescriptor(ends[1]);
+    // However often it is called for: a full pipe must not block.
+    fcntl(writing.get(), F_SETFL, O_NONBLOCK);
+}
+
+void Interruption::interrupt() noexcept {
+    constexpr char anything = 0;
+    while (write(writing.get(), &anything, 1) < 0 && errno == EINTR) {
+    }
+}
+
+bool Interruption::isInterrupted() const noexcept {
+    return isReadable(reading.get(), std::chrono::milliseconds{0});
+}
+
+void Interruption::sleep(std::chrono::microseconds time) const {
+    if (isReadable(reading.get(), std::chrono::ceil<std::chrono::milliseconds>(time))) {
+        throw Interrupted();
+    }
+}
 
 InterruptibleCommandRunner::InterruptibleCommandRunner(std::shared_ptr<Interruption> interruption)
     : interruption(std::move(interruption)) {}

@@ -18,8 +18,8 @@ Sleeper threadSleeper();
 /// Input/output error". It does so while an earlier job of the same label is still ending.
 inline constexpr std::int32_t launchdRefusedToLoad = 5;
 
-/// Whether this is what `launchctl bootstrap` says when launchd refused to load a job, by itself or quoted by osascript(1),
-/// whose own exit status says nothing of it.
+/// Whether this is what `launchctl bootstrap` says when launchd refused to load a job, by itself or quoted by
+/// osascript(1), whose own exit status says nothing of it.
 bool saysThatLaunchdRefusedToLoad(const std::string& standardError);
 
 /// Waits until launchd no longer knows a job, 10 seconds at most: `launchctl bootout` returns before the job is gone.

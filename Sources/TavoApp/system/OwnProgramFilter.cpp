@@ -16,8 +16,8 @@ namespace {
 
 constexpr std::array<std::string_view, 4> ownPrograms{"tavo", "tavoctl", "tavo-inhibit", "TavoPrivilegedHelper"};
 
-/// Programs that they run on macOS. The table that ps prints has ps itself in it, with its own arguments ("time", "EXECUTABLE") on its
-/// line; and a lock that is held because its holder runs would never be released.
+/// Programs that they run on macOS. The table that ps prints has ps itself in it, with its own arguments ("time",
+/// "EXECUTABLE") on its line; and a lock that is held because its holder runs would never be released.
 constexpr std::array<std::string_view, 2> ownTools{"caffeinate", "ps"};
 
 /// Programs that run another one whose name and arguments stand on their own command line.

@@ -11,7 +11,7 @@
 
 namespace tavo {
 
-/// Which process is meant. With its start, see processStart(), it is that process and no later one with its number.
+/// A process to watch. With its start, see processStart(), it is that process and no later one with its number.
 struct WatchedProcess {
     pid_t pid = 0;
     std::optional<std::uint64_t> startTime;
@@ -19,7 +19,8 @@ struct WatchedProcess {
     bool operator==(const WatchedProcess&) const = default;
 };
 
-/// Ends a watch when it is destroyed, and waits for an observer that is being told. Not to be destroyed by the observer.
+/// Ends a watch when it is destroyed, and waits for an observer that is being called. Not to be destroyed by the
+/// observer.
 struct ProcessExitWatch {
     virtual ~ProcessExitWatch() = default;
 };
@@ -30,15 +31,20 @@ struct ProcessExitNotifying {
 
     virtual ~ProcessExitNotifying() = default;
 
-    /// Calls `observer` once, from any thread, when none of these processes runs any more: also when that is so already. One
-    /// that has ended and was not reaped yet runs no more, and so does one whose number another has now.
-    /// Gives null for no process, for more than maxProcesses, and where so many descriptors cannot be spared.
+    /// Whether there are processes, and not too many for one watch.
+    static bool isWatchable(const std::vector<WatchedProcess>& processes) {
+        return !processes.empty() && processes.size() <= maxProcesses;
+    }
+
+    /// Calls `observer` once, from any thread, when all of these processes have ended, also when they already have. One
+    /// that was not reaped yet has ended, and so has one whose number another process has now. Gives null for no
+    /// process, for more than maxProcesses, and where so many descriptors cannot be spared.
     /// @throws std::system_error when the system cannot watch them.
     virtual std::unique_ptr<ProcessExitWatch> watch(const std::vector<WatchedProcess>& processes,
                                                     std::function<void()> observer) = 0;
 };
 
-/// Has the kernel tell, which costs nothing while nothing ends.
+/// The kernel's own notification, which costs nothing until a process ends.
 class ProcessExits final : public ProcessExitNotifying {
 public:
     std::unique_ptr<ProcessExitWatch> watch(const std::vector<WatchedProcess>& processes,

@@ -11,7 +11,7 @@ std::optional<std::filesystem::path> findCompanionProgram(const std::filesystem:
 
 std::optional<std::filesystem::path> findProgram(const std::filesystem::path& programPath, std::string_view name,
                                                  std::initializer_list<std::string_view> folders) {
-    std::error_code ignored; // what cannot be looked at cannot be run either
+    std::error_code ignored; // a file that cannot be examined cannot be run either
     for (const auto folder : folders) {
         auto program = (programPath.parent_path() / folder / name).lexically_normal();
         if (std::filesystem::is_regular_file(program, ignored)) {

@@ -7,7 +7,7 @@
 
 namespace tavo {
 
-/// The running program's file, dyld(3) and proc(5); as it was called where the system does not tell.
+/// The running program's file, dyld(3) and proc(5); as it was called where the system does not know.
 std::filesystem::path runningProgram(const char* calledAs);
 
 /// The file of a program that comes with the running one: the first that exists of `name` in the running program's own

@@ -74,7 +74,7 @@ ShellCommandResult SystemCommandRunner::run(const ShellCommand& command) {
 }
 
 /// The reading thread owns the descriptor, and the future does not wait for it when it is dropped. A process that the
-/// child left behind may keep the pipe open for hours after the child was ended, and nobody would be told of the failure.
+/// child left behind may keep the pipe open for hours after the child was ended, and nobody would learn of the failure.
 std::future<std::string> SystemCommandRunner::readInBackground(FileDescriptor descriptor) const {
     // std::function wants what can be copied, and a task cannot.
     const auto task =

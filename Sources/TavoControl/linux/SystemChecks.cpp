@@ -3,7 +3,6 @@
 #include "TavoControl/linux/DesktopCheck.h"
 #include "TavoControl/linux/SessionCheck.h"
 #include "TavoInhibit/OwnLocksQuestion.h"
-#include "TavoInhibit/UserDesktop.h"
 #include "system/linux/LogindClient.h"
 
 #include <fmt/format.h>

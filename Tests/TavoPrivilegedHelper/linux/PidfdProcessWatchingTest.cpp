@@ -1,59 +1,24 @@
 #include "TavoPrivilegedHelper/linux/PidfdProcessWatching.h"
 
+#include "Support/SleepingChild.h"
+
 #include <asio/local/connect_pair.hpp>
 #include <asio/local/stream_protocol.hpp>
 #include <asio/write.hpp>
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
-#include <csignal>
-#include <cstdlib>
 #include <limits>
 
 namespace tavo {
 namespace {
 
-/// A process of the test's own that lives until it is ended.
-class Sleeper {
-public:
-    Sleeper() : pid(fork()) {
-        if (pid == 0) {
-            pause();
-            _exit(0);
-        }
-    }
-    Sleeper(const Sleeper&) = delete;
-    Sleeper& operator=(const Sleeper&) = delete;
-    ~Sleeper() {
-        end();
-        reap();
-    }
-
-    void end() const {
-        if (!isReaped) {
-            kill(pid, SIGKILL);
-        }
-    }
-
-    void reap() {
-        if (!std::exchange(isReaped, true)) {
-            waitpid(pid, nullptr, 0);
-        }
-    }
-
-    pid_t pid;
-
-private:
-    bool isReaped = false;
-};
-
 class PidfdWatching : public testing::Test {
 protected:
     asio::io_context loop;
     PidfdProcessWatching processes{loop};
-    Sleeper sleeper;
+    SleepingChild sleeper;
 };
 
 TEST_F(PidfdWatching, NamesAProcessByItsNumberAndStart) {
@@ -105,8 +70,6 @@ TEST_F(PidfdWatching, AProcessThatHasEndedOrIsAnotherCannotBeWatched) {
     const auto identity = *processes.identify(sleeper.pid);
     EXPECT_FALSE(processes.watchExit({identity.pid, identity.startTime + 1}, [] {}));
     sleeper.end();
-    siginfo_t info{};
-    ASSERT_EQ(waitid(P_PID, static_cast<id_t>(sleeper.pid), &info, WEXITED | WNOWAIT), 0);
     EXPECT_FALSE(processes.watchExit(identity, [] {})) << "ended, not reaped";
     sleeper.reap();
     EXPECT_FALSE(processes.watchExit(identity, [] {})) << "reaped";

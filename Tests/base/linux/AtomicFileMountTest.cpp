@@ -1,4 +1,4 @@
-// What a file system refuses: needs mounts of the test's own, and so root.
+// Changes that a file system refuses. They need mounts of the test's own, and so root.
 
 #include "Support/TemporaryDirectory.h"
 #include "base/AtomicFile.h"

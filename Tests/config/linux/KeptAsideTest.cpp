@@ -41,7 +41,7 @@ protected:
         ASSERT_EQ(chown(root.c_str(), user, user), 0);
     }
 
-    /// A file of root's in the folder of a user, as an older sudo may have left it.
+    /// Root's file in the folder of a user, as an older sudo may have left it.
     void writeAsRoot(const std::string& content, mode_t mode) const {
         folder.write("Tavo/config.json", content);
         ASSERT_EQ(chmod((root / "config.json").c_str(), mode), 0);

@@ -4,7 +4,7 @@
 #include "base/AtomicFile.h"
 #include "helper/PrivilegedHelperInstaller.h"
 #include "helper/linux/FileDigest.h"
-#include "system/ShellQuoting.h"
+#include "system/CommandRunning.h"
 #include "system/SystemCommandRunner.h"
 
 #include <gmock/gmock.h>

@@ -17,7 +17,7 @@ namespace {
 
 using testing::HasSubstr;
 
-/// A child that does what a shell script says, in the place of tavo-inhibit.
+/// A shell script instead of tavo-inhibit.
 class InhibitorCommandRunnerTest : public testing::Test {
 protected:
     TemporaryDirectory folder;

@@ -23,7 +23,7 @@ protected:
     std::shared_ptr<AssertionStatus> assertionStatus = std::make_shared<AssertionStatus>();
 };
 
-TEST_F(CaffeinateRunner, ItsFlagsAreOnTheBoardWhileItRuns) {
+TEST_F(CaffeinateRunner, ItsFlagsAreReportedWhileItRuns) {
     const auto onBattery = start({"-i"});
     EXPECT_EQ(assertionStatus->summary(), "idle (caffeinate)");
     onBattery->stop();
@@ -33,7 +33,7 @@ TEST_F(CaffeinateRunner, ItsFlagsAreOnTheBoardWhileItRuns) {
     EXPECT_EQ(assertionStatus->notice(), std::nullopt);
 }
 
-TEST_F(CaffeinateRunner, AChildThatEndsUnaskedLeavesTheBoardEmpty) {
+TEST_F(CaffeinateRunner, AChildThatEndsUnaskedLeavesNoReport) {
     const auto child = start({"-i"});
     inner->children.back()->dieFromOutside();
     EXPECT_FALSE(child->isRunning());
@@ -68,6 +68,22 @@ TEST_F(CaffeinateRunner, OtherCommandsGoToTheOrdinaryRunner) {
     CaffeinateCommandRunner runner(inner, assertionStatus);
     EXPECT_EQ(runner.run({.executableURL = "/bin/true"}).exitCode, 4);
     EXPECT_EQ(runner.supportsPrivilegedCommands(), inner->supportsPrivilegedCommands());
+}
+
+TEST(TiedCaffeinateRunner, NamesTheProcessThatTheToolEndsWith) {
+    const auto inner = std::make_shared<ScriptedCommandRunner>();
+    TiedCaffeinateRunner runner(inner, 4711);
+    const auto child = runner.start({.executableURL = "/usr/bin/caffeinate", .arguments = {"-i", "-s"}});
+    EXPECT_EQ(ScriptedCommandRunner::line(inner->commands.at(0)), "/usr/bin/caffeinate -i -s -w 4711");
+    EXPECT_TRUE(child->isRunning());
+}
+
+TEST(TiedCaffeinateRunner, LeavesOtherCommandsAsTheyAre) {
+    const auto inner = std::make_shared<ScriptedCommandRunner>();
+    TiedCaffeinateRunner runner(inner, 4711);
+    runner.run({.executableURL = "/usr/bin/pmset", .arguments = {"-g"}});
+    EXPECT_EQ(ScriptedCommandRunner::line(inner->commands.at(0)), "/usr/bin/pmset -g");
+    EXPECT_FALSE(runner.supportsPrivilegedCommands());
 }
 
 } // namespace

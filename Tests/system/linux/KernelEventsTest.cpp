@@ -72,55 +72,55 @@ bool isEverythingRead() {
 
 TEST(KernelPowerChanges, TellsOfWhatTheKernelSaysOfAPowerSupply) {
     inOwnNetwork([] {
-        std::atomic<int> told = 0;
-        const auto watch = KernelPowerChanges().watch([&] { ++told; });
+        std::atomic<int> notified = 0;
+        const auto watch = KernelPowerChanges().watch([&] { ++notified; });
         const KernelEventSender sender;
         sender.sendThroughKernel(KernelEventSender::powerSupplyChange());
-        EXPECT_TRUE(waitUntil([&] { return told == 1; }));
+        EXPECT_TRUE(waitUntil([&] { return notified == 1; }));
         sender.sendThroughKernel(KernelEventSender::powerSupplyChange());
-        EXPECT_TRUE(waitUntil([&] { return told == 2; }));
+        EXPECT_TRUE(waitUntil([&] { return notified == 2; }));
     });
 }
 
 TEST(KernelPowerChanges, IgnoresOtherDevicesAndOtherSenders) {
     inOwnNetwork([] {
-        std::atomic<int> told = 0;
-        auto watch = KernelPowerChanges().watch([&] { ++told; });
+        std::atomic<int> notified = 0;
+        auto watch = KernelPowerChanges().watch([&] { ++notified; });
         const KernelEventSender sender;
         sender.sendToGroup(KernelEventSender::powerSupplyChange());
         sender.sendThroughKernel("change@/devices/x\0ACTION=change\0DEVPATH=/devices/x\0SUBSYSTEM=block\0"s);
         EXPECT_TRUE(waitUntil(isEverythingRead));
-        // What has been read is told of before the watch ends.
+        // An event that has been read is announced before the watch ends.
         watch.reset();
-        EXPECT_EQ(told, 0);
+        EXPECT_EQ(notified, 0);
     });
 }
 
 TEST(KernelPowerChanges, EventsThatWereLostMayHaveBeenAboutAPowerSupply) {
     inOwnNetwork([] {
         std::atomic<bool> mayGoOn = false;
-        std::atomic<int> told = 0;
+        std::atomic<int> notified = 0;
         const auto watch = KernelPowerChanges().watch([&] {
-            ++told;
+            ++notified;
             waitUntil([&] { return mayGoOn.load(); });
         });
         const KernelEventSender sender;
         sender.sendThroughKernel(KernelEventSender::powerSupplyChange());
-        ASSERT_TRUE(waitUntil([&] { return told == 1; }));
+        ASSERT_TRUE(waitUntil([&] { return notified == 1; }));
         // While nobody reads, more comes in than the socket can hold.
         const auto filler = "change@/devices/x\0ACTION=change\0DEVPATH=/devices/x\0SUBSYSTEM=block\0"s;
         for (int count = 0; count < 5000; ++count) {
             sender.sendThroughKernel(filler);
         }
         mayGoOn = true;
-        EXPECT_TRUE(waitUntil([&] { return told == 2; }));
+        EXPECT_TRUE(waitUntil([&] { return notified == 2; }));
     });
 }
 
 TEST(KernelPowerChanges, AWatchEndsAtOnce) {
-    std::atomic<int> told = 0;
-    KernelPowerChanges().watch([&] { ++told; }).reset();
-    EXPECT_EQ(told, 0);
+    std::atomic<int> notified = 0;
+    KernelPowerChanges().watch([&] { ++notified; }).reset();
+    EXPECT_EQ(notified, 0);
 }
 
 } // namespace

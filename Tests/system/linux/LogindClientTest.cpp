@@ -48,7 +48,7 @@ protected:
         });
     }
 
-    /// What the question fails with.
+    /// The error of the question.
     template <typename Question>
     BusError failureOf(Question question) {
         try {

@@ -11,7 +11,7 @@
 
 namespace tavo {
 
-/// Power sources to order, with the C functions that tell about them and a count of what was copied and released.
+/// Power sources to order, with the C functions that describe them and a count of what was copied and released.
 /// One object of it lives in the test program, and one in each stand-in library.
 struct FakePowerSources {
     struct Unconvertible {}; ///< a number that does not fit in 32 bits
@@ -34,7 +34,7 @@ struct FakePowerSources {
     /// The functions of this program or library.
     static PowerSourceFunctions functions();
 
-    /// What they tell about.
+    /// The sources that they describe.
     static FakePowerSources& current();
 };
 

@@ -7,7 +7,7 @@ namespace tavo {
 
 namespace {
 
-// Objects are told apart by their addresses; what is behind them is nobody's business but this file's.
+// Objects are compared by their addresses; only this file knows their content.
 std::array<char, 64> modeText{};
 char theRunLoop = 0;
 char theSource = 0;

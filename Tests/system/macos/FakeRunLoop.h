@@ -8,14 +8,14 @@
 
 namespace tavo {
 
-/// One run loop with one source, which fires when the test says so. It runs until it is stopped, and like the real one it
-/// forgets a request to stop that came before it ran.
+/// One run loop with one source, which fires when the test says so. It runs until it is stopped, and like the real one
+/// it forgets a request to stop that came before it ran.
 class FakeRunLoop {
 public:
     /// The functions of this program or library.
     static PowerNotificationFunctions functions();
 
-    /// What they run.
+    /// The run loop behind them.
     static FakeRunLoop& current();
 
     /// Has the source fire, on the thread that runs the loop.

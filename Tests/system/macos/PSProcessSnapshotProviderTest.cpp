@@ -159,7 +159,7 @@ TEST(PSOutput, IsReadInItsOwnOrderWithoutTheFirstLine) {
 
 TEST(PSOutput, IsWholeOrAnError) {
     const auto error = errorOf([] { Provider::parse("header\n1 0 0:01 init\n  junk here\n2 1 0:0x z", someMoment); });
-    EXPECT_EQ(error.payload(), "  junk here") << "the first offending line, as it stands";
+    EXPECT_EQ(error.payload(), "  junk here") << "the first offending line, unchanged";
 }
 
 struct ScriptedPS final : CommandRunning {

@@ -1,7 +1,7 @@
 #include "system/macos/PowerSourceFunctions.h"
 
 #include "system/macos/FakePowerSources.h"
-#include "system/macos/PowerSourceSnapshot.h"
+#include "system/macos/SystemPowerEnvironment.h"
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
@@ -9,7 +9,7 @@
 namespace tavo {
 namespace {
 
-/// What the library at `path` tells about.
+/// The sources of the library at `path`.
 FakePowerSources& sourcesOf(const char* path) {
     void* const library = dlopen(path, RTLD_LAZY | RTLD_LOCAL);
     EXPECT_NE(library, nullptr) << dlerror();

@@ -15,19 +15,19 @@ TEST(PowerSourceNotifications, TheRunLoopOfAThreadOfItsOwnTells) {
     auto& loop = FakeRunLoop::current();
     const int endsBefore = loop.ends;
     const int releasedBefore = loop.released;
-    std::atomic<int> told = 0;
+    std::atomic<int> notified = 0;
     std::atomic<bool> isOnAnotherThread = false;
     PowerSourceNotifications notifications(FakeRunLoop::functions());
     const auto here = std::this_thread::get_id();
     auto watch = notifications.watch([&] {
         isOnAnotherThread = std::this_thread::get_id() != here;
-        ++told;
+        ++notified;
     });
     EXPECT_EQ(loop.mode, "kCFRunLoopDefaultMode");
     loop.fire();
-    EXPECT_TRUE(waitUntil([&] { return told == 1; }));
+    EXPECT_TRUE(waitUntil([&] { return notified == 1; }));
     loop.fire();
-    EXPECT_TRUE(waitUntil([&] { return told == 2; }));
+    EXPECT_TRUE(waitUntil([&] { return notified == 2; }));
     EXPECT_TRUE(isOnAnotherThread);
     watch.reset();
     EXPECT_EQ(loop.ends, endsBefore + 1) << "the thread has ended";
@@ -49,11 +49,11 @@ TEST(PowerSourceNotifications, AreCalledThroughALibraryThatIsLoadedAtRunTime) {
     ASSERT_NE(library, nullptr) << dlerror();
     auto& loop = *reinterpret_cast<FakeRunLoop* (*)()>(dlsym(library, "standInRunLoop"))();
     ASSERT_NE(&loop, &FakeRunLoop::current());
-    std::atomic<int> told = 0;
+    std::atomic<int> notified = 0;
     PowerSourceNotifications notifications(PowerNotificationFunctions::load(TAVO_STAND_IN_IOKIT));
-    const auto watch = notifications.watch([&] { ++told; });
+    const auto watch = notifications.watch([&] { ++notified; });
     loop.fire();
-    EXPECT_TRUE(waitUntil([&] { return told == 1; }));
+    EXPECT_TRUE(waitUntil([&] { return notified == 1; }));
 }
 
 TEST(PowerSourceNotifications, WithoutAllOfTheFunctionsThereAreNone) {

@@ -6,7 +6,6 @@
 #include "login/macos/LoginLaunchManager.h"
 #include "runtime/macos/CaffeinateCommandRunner.h"
 #include "runtime/macos/NotingCommandRunner.h"
-#include "runtime/macos/TiedCaffeinateRunner.h"
 #include "system/InterruptibleCommandRunner.h"
 #include "system/ProcessStart.h"
 #include "system/ProgramLocation.h"

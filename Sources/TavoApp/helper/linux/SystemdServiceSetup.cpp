@@ -3,7 +3,7 @@
 #include "HelperUnit.h"
 #include "helper/PrivilegedHelperInstaller.h"
 #include "helper/linux/FileDigest.h"
-#include "system/ShellQuoting.h"
+#include "system/CommandRunning.h"
 
 #include <fmt/format.h>
 #include <unistd.h>

@@ -1,6 +1,6 @@
 #include "helper/macos/AdministratorCommandRunner.h"
 
-#include "system/ShellQuoting.h"
+#include "system/CommandRunning.h"
 
 namespace tavo {
 

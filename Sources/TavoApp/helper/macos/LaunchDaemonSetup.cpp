@@ -3,7 +3,7 @@
 #include "base/AtomicFile.h"
 #include "helper/PrivilegedHelperMessages.h"
 #include "helper/macos/InstalledFilesCheck.h"
-#include "system/ShellQuoting.h"
+#include "system/CommandRunning.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>

@@ -1,14 +1,54 @@
 #include "login/linux/AutostartLoginManager.h"
 
 #include "base/AtomicFile.h"
+#include "base/Text.h"
 #include "config/TavoPaths.h"
-#include "login/linux/DesktopEntry.h"
 
 #include <fmt/format.h>
+
+#include <algorithm>
 
 namespace tavo {
 
 namespace {
+
+bool isControl(char character) {
+    const auto byte = static_cast<unsigned char>(character);
+    return byte < 0x20 || byte == 0x7F;
+}
+
+/// Trimmed of blanks and tabs, which may stand around a key, its "=" and its value.
+std::string_view trimmed(std::string_view text) {
+    constexpr std::string_view blanks = " \t\r";
+    const auto start = text.find_first_not_of(blanks);
+    return start == std::string_view::npos ? std::string_view()
+                                           : text.substr(start, text.find_last_not_of(blanks) - start + 1);
+}
+
+/// One argument in quotes. A backslash inside them stands before what is special there, and is doubled because all of
+/// it stands in a string.
+std::string quotedArgument(std::string_view text) {
+    std::string argument = "\"";
+    for (const char character : text) {
+        switch (character) {
+        case '"':
+        case '`':
+        case '$':
+            argument += "\\\\";
+            argument += character;
+            break;
+        case '\\':
+            argument += "\\\\\\\\";
+            break;
+        case '%':
+            argument += "%%";
+            break;
+        default:
+            argument += character;
+        }
+    }
+    return argument + '"';
+}
 
 std::filesystem::path userAutostartFolder() {
     const auto folders = SystemUserDirectories().applicationSupportDirectories();
@@ -19,6 +59,38 @@ std::filesystem::path userAutostartFolder() {
 }
 
 } // namespace
+
+std::optional<std::string> desktopExecValue(const std::filesystem::path& program,
+                                            const std::vector<std::string>& arguments) {
+    const auto path = program.string();
+    if (path.empty() || std::any_of(path.begin(), path.end(), isControl)) {
+        return std::nullopt;
+    }
+    // The first word may hold no equals sign, and desktops look for its file before they make one percent sign of two.
+    const bool needsAnotherFirstWord = path.find_first_of("%=") != std::string::npos;
+    auto value = needsAnotherFirstWord ? "/bin/sh -c " + quotedArgument("exec \"$0\" \"$@\"") + " " : std::string();
+    value += quotedArgument(path);
+    for (const auto& argument : arguments) {
+        value += " " + quotedArgument(argument);
+    }
+    return value;
+}
+
+std::optional<std::string> desktopEntryValue(std::string_view text, std::string_view key) {
+    bool isInGroup = false;
+    for (const auto line : splitLines(text)) {
+        const auto content = trimmed(line);
+        if (content.starts_with('[')) {
+            isInGroup = content == "[Desktop Entry]";
+            continue;
+        }
+        const auto equals = content.find('=');
+        if (isInGroup && equals != std::string_view::npos && trimmed(content.substr(0, equals)) == key) {
+            return std::string(trimmed(content.substr(equals + 1)));
+        }
+    }
+    return std::nullopt;
+}
 
 std::filesystem::path AutostartLoginManager::entry() const {
     return (folder ? *folder : userAutostartFolder()) / "com.vrd.tavo.desktop";

@@ -2,7 +2,6 @@
 
 #include "config/TavoPaths.h"
 #include "login/LaunchAtLoginManaging.h"
-#include "login/LoginLaunchManagerError.h"
 #include "system/CommandRunning.h"
 #include "system/LaunchdJob.h"
 #include "system/macos/PropertyList.h"
@@ -14,7 +13,7 @@
 
 namespace tavo {
 
-/// What launchd is told about the app.
+/// The app's job, as launchd gets it.
 struct LaunchAgentDefinition {
     static constexpr std::string_view label = "com.vrd.tavo";
 
@@ -26,22 +25,23 @@ struct LaunchAgentDefinition {
     PropertyListValue propertyList() const;
 };
 
-/// Launch at login by an agent of launchd's in the user's GUI domain, launchctl(1).
+/// Launch at login by a launchd agent in the user's GUI domain, launchctl(1).
 ///
-/// The agent's file is the state: what launchd has loaded is not asked.
+/// The agent's file is the state: launchd is not asked what it has loaded.
 class LoginLaunchManager final : public LaunchAtLoginManaging {
 public:
-    /// @param sleeper  sleeps between two looks at an earlier copy that is still being unloaded.
+    /// @param sleeper  sleeps between polls while an earlier copy is being unloaded.
     LoginLaunchManager(std::filesystem::path launchAgent, std::shared_ptr<CommandRunning> runner,
                        Sleeper sleeper = threadSleeper())
         : launchAgent(std::move(launchAgent)), runner(std::move(runner)), sleeper(std::move(sleeper)) {}
 
-    /// With the user's own agent file. @throws CocoaPathsError
+    /// With the user's own agent file.
     explicit LoginLaunchManager(std::shared_ptr<CommandRunning> runner)
         : LoginLaunchManager(TavoPaths::launchAgentURL(), std::move(runner)) {}
 
-    /// Writes the agent and loads it, which starts the app at once. An earlier copy is unloaded first; when launchd refuses to
-    /// load the new one because it has not finished that, the remainder waits for it, 10 seconds at most, and tries again.
+    /// Writes the agent and loads it, which starts the app at once. An earlier copy is unloaded first; when launchd
+    /// refuses to load the new one because it has not finished that, the remainder waits for it, 10 seconds at most,
+    /// and tries again.
     /// @throws LoginLaunchManagerError when launchd does not load it; the file stays then.
     [[nodiscard]] Remainder enable(const std::filesystem::path& executablePath,
                                    const std::vector<std::string>& options) override;

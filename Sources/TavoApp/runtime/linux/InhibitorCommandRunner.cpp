@@ -57,7 +57,7 @@ public:
         return line;
     }
 
-    /// What the child wrote to its standard error so far.
+    /// The child's standard error so far.
     std::string errorSentence() const { return std::string(trimWhitespaceAndNewlines(repairUTF8(errorText))); }
 
 private:

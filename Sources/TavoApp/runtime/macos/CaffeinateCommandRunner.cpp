@@ -8,11 +8,11 @@ namespace tavo {
 
 namespace {
 
-/// A child that leaves the assertion status when it is told to end, however long it takes.
-class PostedCommand final : public RunningCommand {
+/// A child whose report is gone as soon as it is asked to end, however long it takes.
+class ReportedCommand final : public RunningCommand {
 public:
-    PostedCommand(std::shared_ptr<RunningCommand> child, std::shared_ptr<AssertionStatus> assertionStatus,
-                  AssertionStatus::Token token)
+    ReportedCommand(std::shared_ptr<RunningCommand> child, std::shared_ptr<AssertionStatus> assertionStatus,
+                    AssertionStatus::Token token)
         : child(std::move(child)), assertionStatus(std::move(assertionStatus)), token(token) {}
 
     bool isRunning() const override { return child->isRunning(); }
@@ -43,7 +43,7 @@ std::shared_ptr<RunningCommand> CaffeinateCommandRunner::start(const ShellComman
                                     .what = heldOffBy(command.arguments),
                                     .notice = {}});
     child->onEnd([assertionStatus = assertionStatus, token] { assertionStatus->close(token); });
-    return std::make_shared<PostedCommand>(std::move(child), assertionStatus, token);
+    return std::make_shared<ReportedCommand>(std::move(child), assertionStatus, token);
 }
 
 } // namespace tavo

@@ -17,9 +17,9 @@ void removeNote(const std::filesystem::path& note) noexcept {
 }
 
 /// A child whose note goes with it.
-class NotedCommand final : public RunningCommand {
+class RecordedCommand final : public RunningCommand {
 public:
-    NotedCommand(std::shared_ptr<RunningCommand> child, std::filesystem::path note)
+    RecordedCommand(std::shared_ptr<RunningCommand> child, std::filesystem::path note)
         : child(std::move(child)), note(std::move(note)) {}
 
     bool isRunning() const override { return child->isRunning(); }
@@ -46,7 +46,7 @@ std::shared_ptr<RunningCommand> NotingCommandRunner::start(const ShellCommand& c
     if (const auto pid = child->processID()) {
         write(*pid);
     }
-    return std::make_shared<NotedCommand>(std::move(child), note);
+    return std::make_shared<RecordedCommand>(std::move(child), note);
 }
 
 void NotingCommandRunner::write(pid_t pid) const {
@@ -62,8 +62,8 @@ void NotingCommandRunner::write(pid_t pid) const {
 
 std::optional<pid_t> NotingCommandRunner::orphan() const {
     try {
-        const auto noted = parseJson(readWholeFile(note));
-        const JsonObjectReader reader(noted);
+        const auto record = parseJson(readWholeFile(note));
+        const JsonObjectReader reader(record);
         const auto pid = reader.required<std::int32_t>("pid");
         if (pid > 1 && startTime(pid) == static_cast<std::uint64_t>(reader.required<std::int64_t>("startTime"))) {
             return pid;

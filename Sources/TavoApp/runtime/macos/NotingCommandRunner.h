@@ -10,8 +10,9 @@
 
 namespace tavo {
 
-/// Notes the child that it has started in a file, for as long as that is to run: a child that does not notice the end of its
-/// parent, as the system's own tool on a Mac does not, outlives a Tavo that was killed. The next start then ends it.
+/// Records the child that it has started in a file, for as long as that is to run: a child that does not notice the end
+/// of its parent, as the system's own tool on a Mac does not, outlives a Tavo that was killed. The next start then ends
+/// it.
 class NotingCommandRunner final : public CommandRunning {
 public:
     /// When a process started, see processStart().
@@ -26,10 +27,11 @@ public:
     /// The note is best effort: a child without one is held as well as any other.
     std::shared_ptr<RunningCommand> start(const ShellCommand& command) override;
 
-    /// The child that an earlier process has noted, if the process with its number is still that one.
+    /// The child that an earlier process has recorded, if the process with its number is still that one.
     std::optional<pid_t> orphan() const;
 
-    /// Ends the child that an earlier process has noted (SIGTERM), and removes the note. To be called by the one Tavo of the user alone.
+    /// Ends the child that an earlier process has recorded (SIGTERM), and removes the note. To be called only by the
+    /// one Tavo of the user.
     void endOrphan() const;
 
 private:

@@ -7,7 +7,7 @@
 
 namespace tavo {
 
-/// What one battery's folder in sysfs says about how full it is.
+/// The charge of one battery, from its folder in sysfs.
 struct BatteryLevel {
     /// How much is in it, and how much would be if it were full.
     struct Amount {

@@ -53,7 +53,7 @@ public:
     static BusConnection openSystem(std::chrono::milliseconds callBound = usualBound);
     static BusConnection openSession();
 
-    /// Bounds each later call anew. @throws BusError
+    /// Sets the bound of each later call. @throws BusError
     void limitCalls(std::chrono::microseconds callBound);
 
     /// False after a call has found that the bus has ended the connection.

@@ -1,6 +1,7 @@
 #include "system/linux/KernelEvents.h"
 
 #include "base/FileDescriptor.h"
+#include "system/SignalFreeThread.h"
 
 #include <linux/netlink.h>
 #include <poll.h>
@@ -10,7 +11,6 @@
 
 #include <array>
 #include <cerrno>
-#include <csignal>
 #include <cstdint>
 #include <system_error>
 #include <thread>
@@ -74,7 +74,7 @@ public:
         if (!stopping) {
             throwErrno("could not watch the kernel's device events");
         }
-        thread = std::thread([this] { listen(); });
+        thread = startSignalFreeThread([this] { listen(); });
     }
     KernelEventWatch(const KernelEventWatch&) = delete;
     KernelEventWatch& operator=(const KernelEventWatch&) = delete;
@@ -87,10 +87,6 @@ public:
 
 private:
     void listen() const {
-        // Signals are the main thread's.
-        sigset_t all;
-        sigfillset(&all);
-        pthread_sigmask(SIG_BLOCK, &all, nullptr);
         std::array<pollfd, 2> waited{pollfd{events.get(), POLLIN, 0}, pollfd{stopping.get(), POLLIN, 0}};
         while (true) {
             const int count = poll(waited.data(), waited.size(), -1);

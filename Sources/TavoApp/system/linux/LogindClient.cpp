@@ -85,7 +85,8 @@ void LogindClient::rereadConfiguration() const {
         return;
     }
     const auto process = openProcess(*pid);
-    // Between the bus's answer and the descriptor the number may have gone to a process that knows nothing of this signal.
+    // Between the bus's answer and the descriptor the number may have gone to a process that knows nothing of this
+    // signal.
     if (process && bus.processOf(logindManager.service) == pid) {
         signalProcess(process, SIGHUP);
     }

@@ -18,7 +18,7 @@ public:
     explicit LogindClient(std::chrono::milliseconds callBound = BusConnection::usualBound)
         : bus(BusConnection::openSystem(callBound)) {}
 
-    /// Bounds each later call anew. @throws BusError
+    /// Sets the bound of each later call. @throws BusError
     void limitCalls(std::chrono::milliseconds callBound) { bus.limitCalls(callBound); }
 
     /// False after a call has found that the bus has ended the connection.

@@ -1,5 +1,6 @@
 #include "system/ProcessExits.h"
 
+#include "system/SignalFreeThread.h"
 #include "system/linux/ProcessDescriptor.h"
 
 #include <poll.h>
@@ -8,7 +9,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <csignal>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -42,7 +42,7 @@ public:
         if (!stopping) {
             throw std::system_error(errno, std::generic_category(), "could not watch processes");
         }
-        thread = std::thread([this] { wait(); });
+        thread = startSignalFreeThread([this] { wait(); });
     }
     PidfdExitWatch(const PidfdExitWatch&) = delete;
     PidfdExitWatch& operator=(const PidfdExitWatch&) = delete;
@@ -55,10 +55,6 @@ public:
 
 private:
     void wait() {
-        // Signals are the main thread's.
-        sigset_t all;
-        sigfillset(&all);
-        pthread_sigmask(SIG_BLOCK, &all, nullptr);
         while (!processes.empty()) {
             std::vector<pollfd> waited{{.fd = stopping.get(), .events = POLLIN, .revents = 0}};
             for (const auto& process : processes) {
@@ -83,7 +79,7 @@ private:
 
 std::unique_ptr<ProcessExitWatch> ProcessExits::watch(const std::vector<WatchedProcess>& processes,
                                                       std::function<void()> observer) {
-    if (processes.empty() || processes.size() > maxProcesses) {
+    if (!isWatchable(processes)) {
         return nullptr;
     }
     std::vector<FileDescriptor> living;

@@ -1,5 +1,6 @@
 #include "system/linux/ProcfsProcessSnapshotProvider.h"
 
+#include "base/FileDescriptor.h"
 #include "system/linux/ProcfsText.h"
 
 #include <dirent.h>
@@ -24,22 +25,6 @@ struct CloseFolder {
     void operator()(DIR* folder) const { closedir(folder); }
 };
 using Folder = std::unique_ptr<DIR, CloseFolder>;
-
-class Descriptor {
-public:
-    explicit Descriptor(int number) : number(number) {}
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    ~Descriptor() {
-        if (number >= 0) {
-            close(number);
-        }
-    }
-    int get() const { return number; }
-
-private:
-    int number;
-};
 
 [[noreturn]] void throwSystemError(int error, const std::string& what) {
     throw std::system_error(error, std::generic_category(), what);
@@ -133,8 +118,8 @@ private:
     /// The length of the whole file; nothing when it cannot be read, and why in lastError.
     std::optional<std::size_t> readFile(std::string_view process, std::string_view file, std::string& buffer) {
         path.assign(process).append(file);
-        const Descriptor descriptor(openat(dirfd(folder.get()), path.c_str(), O_RDONLY | O_CLOEXEC));
-        if (descriptor.get() < 0) {
+        const FileDescriptor descriptor(openat(dirfd(folder.get()), path.c_str(), O_RDONLY | O_CLOEXEC));
+        if (!descriptor) {
             return fail(errno);
         }
         std::size_t length = 0;

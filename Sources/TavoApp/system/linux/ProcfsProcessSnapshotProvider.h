@@ -10,8 +10,8 @@ namespace tavo {
 ///
 /// Costs two small reads a process (about 15 µs each pair) and no child process. A process that ends while the table is
 /// being read is left out, and so is one whose `stat` the system hides (the mount option "hidepid") or that cannot be
-/// understood. A process whose arguments alone are hidden has its name as its command line. See ProcfsText.h for what the
-/// name and the command line are.
+/// understood. A process whose arguments alone are hidden has its name as its command line. See ProcfsText.h for what
+/// the name and the command line are.
 class ProcfsProcessSnapshotProvider final : public ProcessSnapshotProviding {
 public:
     explicit ProcfsProcessSnapshotProvider(std::filesystem::path root = "/proc");

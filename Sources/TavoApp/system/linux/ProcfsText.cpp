@@ -43,7 +43,7 @@ void skipFields(std::string_view& text, int count) {
     }
 }
 
-/// What follows the name. The name may itself hold ')' and spaces, so the fixed fields start after the last one.
+/// The fields after the name. The name may itself hold ')' and spaces, so the fixed fields start after the last one.
 std::optional<std::string_view> fieldsAfterName(std::string_view text) {
     const auto nameStart = text.find(" (");
     const auto nameEnd = text.rfind(") ");

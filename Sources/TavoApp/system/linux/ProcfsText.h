@@ -7,7 +7,7 @@
 
 namespace tavo {
 
-/// What counts here of `/proc/PID/stat`: proc(5), "/proc/[pid]/stat".
+/// The fields of `/proc/PID/stat` that are needed here: proc(5), "/proc/[pid]/stat".
 struct ProcfsStat {
     std::int32_t pid = 0;
     std::int32_t parentPID = 0;
@@ -22,14 +22,14 @@ struct ProcfsStat {
     std::uint64_t userTicks = 0;
     std::uint64_t systemTicks = 0;
 
-    /// Raw bytes, at most 15 of them for an ordinary process: longer names are cut, in the middle of a character too. Any
-    /// byte but NUL may occur. Points into the parsed text.
+    /// Raw bytes, at most 15 of them for an ordinary process: longer names are cut, in the middle of a character too.
+    /// Any byte but NUL may occur. Points into the parsed text.
     std::string_view name;
 
     bool operator==(const ProcfsStat&) const = default;
 
-    /// Whether nothing runs of it any more, though its parent has not reaped it yet. A process whose first thread alone has
-    /// exited shows the state of a zombie too, and lives as long as its other threads do.
+    /// Whether all of its threads have ended, though its parent has not reaped it yet. A process whose first thread
+    /// alone has exited shows the state of a zombie too, and lives as long as its other threads do.
     bool hasEnded() const { return state == 'X' || (isLeaderGone() && threadCount <= 1); }
     bool isLeaderGone() const { return state == 'Z'; }
 };
@@ -37,20 +37,20 @@ struct ProcfsStat {
 /// Gives nothing for a text that is cut short or is no stat line.
 std::optional<ProcfsStat> parseProcfsStat(std::string_view text);
 
-/// When the process of such a line started, in clock ticks since the machine's start. With the process id it names a process
-/// for as long as the machine runs. Absent for a text that is cut short or is no stat line.
+/// When the process of such a line started, in clock ticks since the machine's start. With the process id it names a
+/// process for as long as the machine runs. Absent for a text that is cut short or is no stat line.
 std::optional<std::uint64_t> procfsStartTicks(std::string_view text);
 
-/// The command line that `/proc/PID/cmdline` holds, its arguments joined by single spaces, trimmed, in valid UTF-8. Empty
-/// for a process without arguments (kernel threads, zombies).
+/// The command line that `/proc/PID/cmdline` holds, its arguments joined by single spaces, trimmed, in valid UTF-8.
+/// Empty for a process without arguments (kernel threads, zombies).
 std::string procfsCommandLine(std::string_view cmdline);
 
 /// The executable's name in valid UTF-8, trimmed.
 ///
 /// A name of 15 bytes may have been cut and is completed from the first argument when the base name of that begins with
-/// it. A process may overwrite its arguments with one text ("long-program-name --flag /x/y"): where there is one argument
-/// only, the name therefore ends at its first space after the 15 known bytes. A name that was changed by the process (a
-/// thread's name, a script's interpreter) matches no argument and stays.
+/// it. A process may overwrite its arguments with one text ("long-program-name --flag /x/y"): where there is one
+/// argument only, the name therefore ends at its first space after the 15 known bytes. A name that was changed by the
+/// process (a thread's name, a script's interpreter) matches no argument and stays.
 std::string procfsExecutableName(std::string_view name, std::string_view cmdline);
 
 } // namespace tavo

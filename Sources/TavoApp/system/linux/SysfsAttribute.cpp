@@ -1,5 +1,6 @@
 #include "system/linux/SysfsAttribute.h"
 
+#include "base/FileDescriptor.h"
 #include "base/Text.h"
 
 #include <fcntl.h>
@@ -12,17 +13,16 @@
 namespace tavo {
 
 std::optional<std::string> readAttribute(const std::filesystem::path& file) {
-    // Non-blocking, so that whatever else bears the name (a FIFO) cannot hold the caller up.
-    const int descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (descriptor < 0) {
+    // Non-blocking, so that anything else with this name (a FIFO) cannot block the caller.
+    const FileDescriptor descriptor(open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    if (!descriptor) {
         return std::nullopt;
     }
     std::array<char, 4097> buffer{};
     ssize_t length = 0;
     do {
-        length = read(descriptor, buffer.data(), buffer.size());
+        length = read(descriptor.get(), buffer.data(), buffer.size());
     } while (length < 0 && errno == EINTR);
-    close(descriptor);
     if (length <= 0 || static_cast<std::size_t>(length) == buffer.size()) {
         return std::nullopt;
     }

@@ -15,7 +15,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// What all supplies together say.
+/// The findings of all supplies together.
 struct Findings {
     bool hasBattery = false;
     bool isExternalPowerOnline = false;
@@ -53,8 +53,8 @@ std::vector<fs::path> portFolders(const fs::path& folder) {
     return ports;
 }
 
-/// Whether a USB supply is a port that gives power away. The role stands with the supply or its device (a port itself), or
-/// with the ports of that device. A device with several ports does not say which of them the supply belongs to: then
+/// Whether a USB supply is a port that gives power away. The role stands with the supply or its device (a port itself),
+/// or with the ports of that device. A device with several ports does not say which of them the supply belongs to: then
 /// `online` is believed unless every port gives power.
 bool isPowerSourceForOthers(const fs::path& supply) {
     const auto device = supply / "device";

@@ -21,7 +21,8 @@ constexpr std::array otherCategories{Category{LC_COLLATE, "LC_COLLATE"}, Categor
                                      Category{LC_MONETARY, "LC_MONETARY"}, Category{LC_NUMERIC, "LC_NUMERIC"},
                                      Category{LC_TIME, "LC_TIME"}};
 
-/// The locale that the environment chooses for a category; empty where it chooses none. An empty variable counts as unset.
+/// The locale that the environment chooses for a category; empty where it chooses none. An empty variable counts as
+/// unset.
 std::string chosenLocale(const char* category) {
     for (const auto* variable : {"LC_ALL", category, "LANG"}) {
         if (const char* value = std::getenv(variable); value != nullptr && *value != '\0') {

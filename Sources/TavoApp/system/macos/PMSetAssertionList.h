@@ -9,8 +9,8 @@ namespace tavo {
 
 /// Lists power assertions through "/usr/bin/pmset -g assertions", pmset(1).
 ///
-/// Under "Listed by owning process:" it prints a line for each, "pid 4242(caffeinate): [0x...] 00:01:02 TYPE named: ...";
-/// continuation lines start otherwise. Types that let the machine sleep are left out.
+/// Under "Listed by owning process:" it prints a line for each, "pid 4242(caffeinate): [0x...] 00:01:02 TYPE named:
+/// ..."; continuation lines start otherwise. Types that let the machine sleep are left out.
 class PMSetAssertionList final : public HeldAssertionsProviding {
 public:
     explicit PMSetAssertionList(std::shared_ptr<CommandRunning> runner) : runner(std::move(runner)) {}

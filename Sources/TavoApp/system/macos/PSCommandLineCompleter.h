@@ -18,14 +18,15 @@ namespace tavo {
 ///
 /// - command lines that begin after their last slash: "proj" for "node /opt/homebrew/bin/codex -C /Users/me/proj". A
 ///   second run without -c has them whole.
-/// - processes that have ended and were not reaped yet, as "(name)". They are left out, as on Linux; their state is told by
-///   the second run too.
-/// - columns padded by bytes, where the provider counts characters: a name beyond ASCII then carries the beginning of the
-///   arguments. It is cut at the column's end in bytes.
+/// - processes that have ended and were not reaped yet, as "(name)". They are left out, as on Linux; their state is
+///   told by the second run too.
+/// - columns padded by bytes, where the provider counts characters: a name beyond ASCII then carries the beginning of
+///   the arguments. It is cut at the column's end in bytes.
 ///
-/// Where the second run fails, or does not have a process, the text of the first one stays: a command line that may be cut
-/// is better than no table. A process of which there is nothing but "(name)" then counts as ended. A second run that hung is
-/// left out for a while: whatever it hung on is likely to be there still, and everything else waits for the table meanwhile.
+/// Where the second run fails, or does not have a process, the text of the first one stays: a command line that may be
+/// cut is better than no table. A process of which there is nothing but "(name)" then counts as ended. A second run
+/// that hung is left out for a while: the cause is likely to be there still, and everything else waits for the table
+/// meanwhile.
 class PSCommandLineCompleter final : public ProcessSnapshotProviding {
 public:
     static constexpr std::chrono::minutes pauseAfterHanging{5};

@@ -56,8 +56,8 @@ std::vector<std::string_view> splitOmittingEmpty(std::string_view text, char sep
     return pieces;
 }
 
-/// The days and the clock of "dd-hh:mm:ss". Days are absent unless something stands on both sides of the first hyphen that
-/// has something before it.
+/// The days and the clock of "dd-hh:mm:ss". Days are absent unless something stands on both sides of the first hyphen
+/// that has something before it.
 std::pair<std::optional<std::string_view>, std::string_view> splitDays(std::string_view value) {
     const auto start = value.find_first_not_of('-');
     const auto hyphen = value.find('-', start == std::string_view::npos ? value.size() : start);

@@ -11,8 +11,8 @@ namespace tavo {
 
 /// Reads the process table by running ps once and parsing its text.
 ///
-/// ps makes a column at least as wide as its header. The long header of the name column therefore puts the arguments at a
-/// fixed distance from the start of the name, which keeps names with spaces apart from what follows (ps(1), "-o").
+/// ps makes a column at least as wide as its header. The long header of the name column therefore puts the arguments at
+/// a fixed distance from the start of the name, which keeps names with spaces apart from what follows (ps(1), "-o").
 class PSProcessSnapshotProvider final : public ProcessSnapshotProviding {
 public:
     static constexpr std::string_view executableColumnHeader =
@@ -26,8 +26,8 @@ public:
     /// The exit status of ps does not count. @throws what the runner throws, and what parse() throws.
     ProcessSnapshot snapshot(TimePoint at) override;
 
-    /// Parses the whole output, whose first line is the header. @throws ProcessWatcherError at the first line that is not
-    /// understood: a snapshot is whole or none.
+    /// Parses the whole output, whose first line is the header. @throws ProcessWatcherError at the first line that is
+    /// not understood: a snapshot is whole or none.
     static ProcessSnapshot parse(std::string_view output, TimePoint capturedAt);
 
     /// Parses one line: process id, parent's id, time, then the name and arguments columns.

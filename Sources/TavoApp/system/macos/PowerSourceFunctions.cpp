@@ -1,7 +1,5 @@
 #include "system/macos/PowerSourceFunctions.h"
 
-#include "system/macos/LoadedFunctions.h"
-
 namespace tavo {
 
 std::optional<PowerSourceFunctions> PowerSourceFunctions::load(const char* path) {

@@ -1,15 +1,34 @@
 #pragma once
 
+#include <dlfcn.h>
+
 #include <cstdint>
 #include <optional>
+#include <type_traits>
 
 namespace tavo {
 
-/// Any object of CoreFoundation (CFTypeRef and its kin); never looked into.
+/// A library that is loaded at run time, dlopen(3), and stays loaded.
+class LoadedFunctions {
+public:
+    explicit LoadedFunctions(const char* path) : library(dlopen(path, RTLD_LAZY | RTLD_LOCAL)) {}
+
+    /// Looks a function up. False when the library or the function is missing.
+    template <typename Function>
+    bool find(Function*& function, const char* name) const {
+        function = library == nullptr ? nullptr : reinterpret_cast<Function*>(dlsym(library, name));
+        return function != nullptr;
+    }
+
+private:
+    void* library;
+};
+
+/// Any object of CoreFoundation (CFTypeRef and the like), opaque here.
 struct CoreFoundationObject;
 using CoreFoundationRef = const CoreFoundationObject*;
 
-/// The C functions through which macOS tells about its power sources, by their interfaces in IOKit/ps/IOPowerSources.h
+/// The C functions that describe the power sources of a Mac, by their interfaces in IOKit/ps/IOPowerSources.h
 /// and CoreFoundation. A function with "Copy" or "Create" in its name gives an object that the caller releases.
 struct PowerSourceFunctions {
     /// CFIndex, CFTypeID, CFStringEncoding, CFNumberType and Boolean, at their widths in the C interface.

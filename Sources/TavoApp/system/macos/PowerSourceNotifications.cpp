@@ -1,6 +1,6 @@
 #include "system/macos/PowerSourceNotifications.h"
 
-#include "system/macos/LoadedFunctions.h"
+#include "system/macos/PowerSourceFunctions.h"
 
 #include <chrono>
 #include <condition_variable>
@@ -12,7 +12,7 @@ namespace tavo {
 
 namespace {
 
-/// The value of kCFRunLoopDefaultMode. Modes are told apart by their text.
+/// The value of kCFRunLoopDefaultMode. Modes are compared by their text.
 constexpr const char* defaultMode = "kCFRunLoopDefaultMode";
 
 /// Between two requests to stop: the first comes to nothing when the run loop is only just about to run.

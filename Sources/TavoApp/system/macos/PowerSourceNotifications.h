@@ -1,6 +1,6 @@
 #pragma once
 
-#include "system/PowerChangeNotifying.h"
+#include "system/PowerEnvironmentProviding.h"
 #include "system/macos/PowerSourceFunctions.h"
 
 #include <memory>
@@ -9,7 +9,7 @@
 
 namespace tavo {
 
-/// The C functions through which macOS tells of changes of its power sources, by their interfaces in
+/// The C functions that notify of changes of a Mac's power sources, by their interfaces in
 /// IOKit/ps/IOPowerSources.h, CoreFoundation/CFRunLoop.h and CoreFoundation/CFString.h.
 struct PowerNotificationFunctions {
     using Callback = void (*)(void* context);

@@ -2,13 +2,13 @@
 
 #include "base/FileDescriptor.h"
 #include "system/ProcessStart.h"
+#include "system/SignalFreeThread.h"
 
 #include <fcntl.h>
 #include <sys/event.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <csignal>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -44,7 +44,8 @@ bool add(const FileDescriptor& queue, uintptr_t ident, std::int16_t filter, std:
 
 /// Gives false when that process has ended.
 bool addWatched(const FileDescriptor& queue, const WatchedProcess& process) {
-    // The start is asked for when the kernel watches: if the process lives after that, the number was its own all the while.
+    // The start is asked for when the kernel watches: if the process lives after that, the number was its own all the
+    // while.
     return add(queue, static_cast<uintptr_t>(process.pid), EVFILT_PROC, NOTE_EXIT) &&
            (process.startTime ? processStart(process.pid) == process.startTime : processStart(process.pid).has_value());
 }
@@ -54,7 +55,7 @@ public:
     KqueueExitWatch(FileDescriptor queue, std::vector<pid_t> processes, std::function<void()> observer)
         : queue(std::move(queue)), processes(std::move(processes)), observer(std::move(observer)) {
         add(this->queue, stopping, EVFILT_USER, 0);
-        thread = std::thread([this] { wait(); });
+        thread = startSignalFreeThread([this] { wait(); });
     }
     KqueueExitWatch(const KqueueExitWatch&) = delete;
     KqueueExitWatch& operator=(const KqueueExitWatch&) = delete;
@@ -69,10 +70,6 @@ private:
     static constexpr uintptr_t stopping = 0;
 
     void wait() {
-        // Signals are the main thread's.
-        sigset_t all;
-        sigfillset(&all);
-        pthread_sigmask(SIG_BLOCK, &all, nullptr);
         while (!processes.empty()) {
             struct kevent event {};
             const int count = kevent(queue.get(), nullptr, 0, &event, 1, nullptr);
@@ -96,7 +93,7 @@ private:
 
 std::unique_ptr<ProcessExitWatch> ProcessExits::watch(const std::vector<WatchedProcess>& processes,
                                                       std::function<void()> observer) {
-    if (processes.empty() || processes.size() > maxProcesses) {
+    if (!isWatchable(processes)) {
         return nullptr;
     }
     auto queue = openQueue();

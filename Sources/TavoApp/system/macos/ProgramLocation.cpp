@@ -7,7 +7,7 @@
 namespace tavo {
 
 std::filesystem::path runningProgram(const char* calledAs) {
-    // dyld(3): the first call tells how long the path is.
+    // dyld(3): the first call gives the length of the path.
     std::uint32_t length = 0;
     _NSGetExecutablePath(nullptr, &length);
     std::string path(length, '\0');

@@ -73,7 +73,7 @@ bool readToEnd(Stream& output, Stream& error, Clock::time_point deadline) {
     return true;
 }
 
-/// Kills a child that nobody waits for any more.
+/// Kills a child that was given up.
 class ChildGuard {
 public:
     explicit ChildGuard(std::shared_ptr<ReapedChild> child) : child(std::move(child)) {}

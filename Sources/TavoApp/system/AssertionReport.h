@@ -57,9 +57,9 @@ struct RawValues<AssertionReportState> {
 ///             / "suspend"                 for the others
 ///     notice  = a lower-case sentence for the user, in UTF-8: the planned locks that could not be taken, and a remedy
 ///
-/// `desktop` is only ever `refused`: logind's lock does not hold this user's desktop back, and no service of it took the
-/// request. Neither `what` nor `notice` holds a newline or another control character, and no line is longer than 4095
-/// bytes with its newline.
+/// `desktop` is only ever `refused`: logind's lock does not hold this user's desktop back, and no service of it took
+/// the request. Neither `what` nor `notice` holds a newline or another control character, and no line is longer than
+/// 4095 bytes with its newline.
 ///
 /// The first line is logind's, always `held`, and the only one of logind's. Each later line replaces what was known
 /// about its service. The portal is asked only while no other desktop service holds: `held` by one of them ends the

@@ -1,49 +1,50 @@
-#include "TavoInhibit/CommandLine.h"
+#include "TavoInhibit/InhibitOptions.h"
 
 #include "TavoInhibit/Wording.h"
 
 #include <string_view>
 
 namespace tavo {
+
 namespace {
 
-CommandLine rejected(std::string problem) {
-    CommandLine line;
-    line.problem = std::move(problem).append("; try tavo-inhibit --help");
-    return line;
+InhibitOptions rejected(std::string problem) {
+    InhibitOptions options;
+    options.problem = std::move(problem).append("; try tavo-inhibit --help");
+    return options;
 }
 
-CommandLine showing(CommandLine::Action action) {
-    CommandLine line;
-    line.action = action;
-    return line;
+InhibitOptions showing(InhibitOptions::Action action) {
+    InhibitOptions options;
+    options.action = action;
+    return options;
 }
 
 } // namespace
 
-CommandLine parseCommandLine(int argc, char** argv) {
+InhibitOptions parseInhibitOptions(int argc, char** argv) {
     auto idle = false;
-    CommandLine line;
+    InhibitOptions options;
     for (auto index = 1; index < argc; ++index) {
         const std::string_view argument = argv[index];
         if (argument == "--help") {
-            return showing(CommandLine::Action::showHelp);
+            return showing(InhibitOptions::Action::showHelp);
         }
         if (argument == "--version") {
-            return showing(CommandLine::Action::showVersion);
+            return showing(InhibitOptions::Action::showVersion);
         }
         if (argument.size() < 2 || argument[0] != '-' ||
             argument.find_first_not_of("is", 1) != std::string_view::npos) {
             return rejected("\"" + shortened(withoutControls(argument), 100) + "\" is not understood");
         }
         idle = idle || argument.find('i') != std::string_view::npos;
-        line.sleep = line.sleep || argument.find('s') != std::string_view::npos;
+        options.sleep = options.sleep || argument.find('s') != std::string_view::npos;
     }
     if (!idle) {
-        return rejected(line.sleep ? "-s adds to -i and does not stand alone" : "-i is needed to hold anything");
+        return rejected(options.sleep ? "-s adds to -i and does not stand alone" : "-i is needed to hold anything");
     }
-    line.action = CommandLine::Action::hold;
-    return line;
+    options.action = InhibitOptions::Action::hold;
+    return options;
 }
 
 std::string helpText() {
@@ -56,7 +57,7 @@ USAGE
     tavo-inhibit --version
 
 DESCRIPTION
-    Takes a lock from logind, says on standard output what it got, and holds it
+    Takes a lock from logind, reports it on standard output, and holds it
     until standard input ends or a signal (TERM, INT, HUP) comes. The lock ends
     with the program, however it ends.
 
@@ -68,7 +69,7 @@ DESCRIPTION
     waited for.
 
     tavo and tavoctl start it. To try it by hand: tavo-inhibit -i -s, and
-    Ctrl-D to let go.
+    Ctrl-D to release it.
 
 OPTIONS
     -i          Do not suspend because nobody uses the computer (idle).
@@ -89,7 +90,7 @@ OUTPUT
                 refused  the service answered with an error, or not in time
                 lost     the service or its bus went away
     WHAT        idle or idle:sleep from logind, suspend from the others
-    NOTICE      what is held less than was asked, and what to do about it
+    NOTICE      the part of the request that was refused, and a remedy
 
 EXIT STATUS
     0           Standard input ended, or a signal came.

@@ -1,8 +1,7 @@
-#include "system/macos/PowerSourceSnapshot.h"
+#include "system/macos/SystemPowerEnvironment.h"
 
 #include "base/JsonCoding.h"
 #include "system/macos/FakePowerSources.h"
-#include "system/macos/SystemPowerEnvironment.h"
 
 #include <gtest/gtest.h>
 
@@ -37,7 +36,7 @@ struct PowerSourceSnapshot : testing::Test {
         return snapshot();
     }
 
-    /// Whatever a test asked for, all that was copied must have been released, once.
+    /// After every test, all that was copied must have been released, once.
     void TearDown() override {
         EXPECT_EQ(fake.copied, fake.released);
         EXPECT_EQ(fake.releasedTwice, 0);

@@ -1,4 +1,4 @@
-#include "system/ShellQuoting.h"
+#include "system/CommandRunning.h"
 
 namespace tavo {
 

@@ -4,8 +4,8 @@
 
 namespace tavo {
 
-/// What the command line asks for.
-struct CommandLine {
+/// The options of the command line.
+struct InhibitOptions {
     enum class Action { hold, showHelp, showVersion, rejectUsage };
 
     Action action = Action::rejectUsage;
@@ -16,7 +16,7 @@ struct CommandLine {
 };
 
 /// Understands `-i [-s]`, also written together, `--help` and `--version`. The last two win over a lock.
-CommandLine parseCommandLine(int argc, char** argv);
+InhibitOptions parseInhibitOptions(int argc, char** argv);
 
 /// The text of `--help`, ending in a newline.
 std::string helpText();

@@ -1,4 +1,4 @@
-#include "TavoInhibit/CommandLine.h"
+#include "TavoInhibit/InhibitOptions.h"
 
 #include <gtest/gtest.h>
 
@@ -7,19 +7,19 @@
 namespace tavo {
 namespace {
 
-using Action = CommandLine::Action;
+using Action = InhibitOptions::Action;
 
-CommandLine parse(std::vector<std::string> arguments) {
+InhibitOptions parse(std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), "tavo-inhibit");
     std::vector<char*> pointers;
     pointers.reserve(arguments.size());
     for (auto& argument : arguments) {
         pointers.push_back(argument.data());
     }
-    return parseCommandLine(static_cast<int>(pointers.size()), pointers.data());
+    return parseInhibitOptions(static_cast<int>(pointers.size()), pointers.data());
 }
 
-TEST(CommandLine, TheTwoFlagsMayStandApartOrTogetherAndInAnyOrder) {
+TEST(InhibitOptions, TheTwoFlagsMayStandApartOrTogetherAndInAnyOrder) {
     EXPECT_EQ(parse({"-i"}).action, Action::hold);
     EXPECT_FALSE(parse({"-i"}).sleep);
     for (const auto& arguments : std::vector<std::vector<std::string>>{{"-i", "-s"}, {"-s", "-i"}, {"-is"}, {"-si"}}) {
@@ -28,12 +28,12 @@ TEST(CommandLine, TheTwoFlagsMayStandApartOrTogetherAndInAnyOrder) {
     }
 }
 
-TEST(CommandLine, HelpAndVersionWinOverALock) {
+TEST(InhibitOptions, HelpAndVersionWinOverALock) {
     EXPECT_EQ(parse({"-i", "--help"}).action, Action::showHelp);
     EXPECT_EQ(parse({"--version"}).action, Action::showVersion);
 }
 
-TEST(CommandLine, WhatIsNotUnderstoodIsRejectedWithASentence) {
+TEST(InhibitOptions, WhatIsNotUnderstoodIsRejectedWithASentence) {
     for (const auto& arguments : std::vector<std::vector<std::string>>{
              {}, {"-s"}, {"-d"}, {"-i", "-t", "60"}, {"-i", "sleep"}, {"-"}, {"--"}, {"--idle"}, {"-ix"}, {""}}) {
         const auto line = parse(arguments);
@@ -43,7 +43,7 @@ TEST(CommandLine, WhatIsNotUnderstoodIsRejectedWithASentence) {
     EXPECT_EQ(parse({"-\033[2J"}).problem, "\"- [2J\" is not understood; try tavo-inhibit --help");
 }
 
-TEST(CommandLine, TheHelpFitsATerminal) {
+TEST(InhibitOptions, TheHelpFitsATerminal) {
     const auto text = helpText();
     std::size_t start = 0;
     for (auto end = text.find('\n'); end != std::string::npos; end = text.find('\n', start)) {

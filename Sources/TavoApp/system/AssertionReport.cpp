@@ -1,4 +1,4 @@
-#include "runtime/AssertionReport.h"
+#include "system/AssertionReport.h"
 
 namespace tavo {
 

@@ -1,5 +1,6 @@
-#include "Support/TemporaryDirectory.h"
 #include "system/BusAddresses.h"
+
+#include "Support/TemporaryDirectory.h"
 #include "system/linux/BusConnection.h"
 
 #include <gtest/gtest.h>

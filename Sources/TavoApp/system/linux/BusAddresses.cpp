@@ -6,7 +6,8 @@ namespace tavo {
 
 namespace {
 
-/// No transport has this name, so connecting fails; without any address the libraries would look for a bus of their own accord.
+/// No transport has this name, so connecting fails; without any address the libraries would look for a bus by
+/// themselves.
 constexpr const char* noBus = "disabled:";
 
 constexpr auto sessionVariable = "DBUS_SESSION_BUS_ADDRESS";
