@@ -43,7 +43,7 @@ expectContains "$refusal" "message the privileged helper does not serve this use
 expectNothingInForce
 expectContains "$(runWithoutSession mallory "$TAVO_BIN/tavoctl" helper status)" "does not answer" "status for mallory"
 
-# alice's override ends with her process.
+# Alice's override ends with her process.
 cat >/run/stay.bash <<'STAY'
 exec "$TAVO_BIN/tavoctl" run --always --lid closed
 STAY

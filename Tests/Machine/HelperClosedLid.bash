@@ -53,8 +53,7 @@ for situation in closed=false docked=true blocked=sleep:handle-lid-switch blocke
     expectNeverWithin 1 hasAsked Suspend
 done
 
-# An override that ends and begins again at once, as when Tavo's plan changes: with the lid closed nothing happens in
-# between.
+# Ended and begun again at once, as by a Tavo whose plan changes: with the lid closed nothing happens in between.
 lidIs
 rm -f "$state.calls"
 exec {plans}> >(exec "$TAVO_BIN/helper-client" plans >/run/stand-in/plans.out)

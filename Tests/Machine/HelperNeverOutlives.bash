@@ -1,4 +1,4 @@
-# An override ends with the process that asked for it, whether Tavo, the helper or both are killed.
+# An override ends with the process that began it, whatever happens to Tavo, the helper or the system's services.
 . "$(dirname "$0")/machine.bash"
 . "$(dirname "$0")/helper.bash"
 

@@ -1,4 +1,4 @@
-# The helper always serves root, and its user only while logged in or lingering; the user's overrides end at the logout.
+# The helper serves root always, and its user only while logged in or lingering; a user's override ends with that.
 . "$(dirname "$0")/machine.bash"
 . "$(dirname "$0")/helper.bash"
 

@@ -16,25 +16,25 @@ struct WakeControllerStatus {
     bool operator==(const WakeControllerStatus&) const = default;
 };
 
-/// Makes what runs match what has to run: the assertion's child, and the closed-lid override.
+/// Brings a wake plan into force: the assertion's child, and the closed-lid override.
 ///
-/// Used by one thread at a time. Destroying it does not deactivate: the owner does, before letting go of it.
+/// Used by one thread at a time. Destroying it does not deactivate: the owner does, before it destroys the controller.
 class WakeController {
 public:
-    /// @param privilegedSleepController  null when this process cannot have the closed lid covered.
+    /// @param privilegedSleepController  null when this process cannot begin an override for the closed lid.
     WakeController(std::shared_ptr<CommandRunning> runner,
                    std::shared_ptr<PrivilegedSleepControlling> privilegedSleepController, WakePlanBuilder builder = {});
 
     /// Brings the plan for `config` and `powerStatus` into force; does nothing when it is in force already. Blocks while
     /// the assertion is taken and while the sleep controller works.
-    /// @throws WakeControlError, std::system_error and the sleep controller's errors. When the plan cannot be made, what
-    ///         ran before still runs; after any other failure nothing is held, save an override that could not be ended.
+    /// @throws WakeControlError, std::system_error and the sleep controller's errors. When the plan cannot be made, the
+    ///         earlier one stays in force; after any other failure nothing is held but an override that could not end.
     void activate(const AppConfig& config, const PowerStatus& powerStatus);
 
-    /// Lets go of everything. @throws the sleep controller's error; the next call tries the same scope again.
+    /// Stops the assertion and ends the override. @throws the sleep controller's error; the next call tries again.
     void deactivate();
 
-    /// Asks again for an override that is in force: a helper that was replaced meanwhile has given it back.
+    /// Begins the current override once more: a helper that was replaced meanwhile has ended it.
     /// @throws the sleep controller's error.
     void reassertOverride();
 

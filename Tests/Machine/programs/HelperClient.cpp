@@ -1,8 +1,8 @@
 // Talks to the privileged helper in the ways that a test needs:
 //
-//   helper-client send JSON...  sends each text as a request of its own, and prints the replies
-//   helper-client hold SCOPE    asks for an override, prints the response, and lives until its standard input ends
-//   helper-client plans         asks for overrides as a Tavo does whose plan changes, and lives on like hold
+//   helper-client send JSON...  sends each text as a request of its own, and prints what comes back
+//   helper-client hold SCOPE    begins an override, prints the response, and lives until its standard input ends
+//   helper-client plans         begins overrides as a Tavo does whose plan changes, and lives on like hold
 //   helper-client raw HEX       sends bytes as they are, and prints the reply
 //   helper-client flood COUNT   opens this many connections at once, half of them silent, and pings the helper meanwhile
 //   helper-client noise COUNT   sends this many random bodies, and pings the helper now and then
