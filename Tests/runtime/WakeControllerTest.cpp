@@ -29,7 +29,7 @@ protected:
 
     WakeControllerTest() { closedLid.watchMode = WatchMode::closed; }
 
-    /// What happened since the last call.
+    /// The events since the last call.
     EventLog events() {
         EventLog since;
         std::swap(since, *log);

@@ -38,6 +38,6 @@ struct PowerStatus {
 };
 
 /// An object with "source", and "batteryPercent" and "isCharging" where they are known.
-void to_json(Json& json, const PowerStatus& status); // NOLINT(readability-identifier-naming): the library looks it up
+void to_json(Json& json, const PowerStatus& status);
 
 } // namespace tavo

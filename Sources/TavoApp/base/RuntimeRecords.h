@@ -91,9 +91,7 @@ struct RuntimeEvaluation {
     bool operator==(const RuntimeEvaluation&) const = default;
 };
 
-// NOLINTBEGIN(readability-identifier-naming): the JSON library looks these names up
 void to_json(Json& json, const MatchedProcessSnapshot& process);
 void to_json(Json& json, const RuntimeSnapshot& snapshot);
-// NOLINTEND(readability-identifier-naming)
 
 } // namespace tavo

@@ -97,6 +97,6 @@ struct AppConfig {
 };
 
 /// All nine keys; an absent cutoff is an explicit null, since a missing key would read as the default cutoff.
-void to_json(Json& json, const AppConfig& config); // NOLINT(readability-identifier-naming): the library looks it up
+void to_json(Json& json, const AppConfig& config);
 
 } // namespace tavo

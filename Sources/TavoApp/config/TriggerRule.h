@@ -84,6 +84,6 @@ struct JsonDecoder<TriggerPreset> {
     static TriggerPreset decode(const Json& value, const std::string& path);
 };
 
-void to_json(Json& json, const TriggerRule& rule); // NOLINT(readability-identifier-naming): the library looks it up
+void to_json(Json& json, const TriggerRule& rule);
 
 } // namespace tavo

@@ -93,12 +93,10 @@ struct WorkActivity {
     static WorkActivity fromJson(const Json& value, const std::string& path = {});
 };
 
-// NOLINTBEGIN(readability-identifier-naming): the JSON library looks these names up
 /// "cpuPercent" is rounded to two decimals.
 void to_json(Json& json, const TreeActivity& tree);
 
 /// Dates in ISO 8601 with whole seconds. "isWorking" and "graceEndsAt" are written for readers and not read.
 void to_json(Json& json, const WorkActivity& activity);
-// NOLINTEND(readability-identifier-naming)
 
 } // namespace tavo

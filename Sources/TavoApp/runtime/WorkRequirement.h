@@ -60,7 +60,6 @@ std::chrono::seconds parseGrace(const std::string& text);
 std::string busyPercentText(double percent);
 
 /// The keys "busyPercent" and "graceSeconds".
-void to_json(Json& json,
-             const WorkRequirement& requirement); // NOLINT(readability-identifier-naming): the library looks it up
+void to_json(Json& json, const WorkRequirement& requirement);
 
 } // namespace tavo

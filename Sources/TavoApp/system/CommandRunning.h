@@ -61,7 +61,7 @@ struct RunningCommand {
 
     /// Has `work` called once when the child has ended for any reason, at once when it already has. It is called on any
     /// thread, and must not throw. Never called by a handle that has no child of its own to wait for.
-    virtual void onEnd(std::function<void()> work) { static_cast<void>(work); }
+    virtual void onEnd(std::function<void()> /*work*/) {}
 
     /// The child's process id; absent where there is no child of this process.
     virtual std::optional<pid_t> processID() const { return std::nullopt; }

@@ -96,7 +96,7 @@ protected:
         }
     }
 
-    /// What the helper says to these bytes, sent in one piece.
+    /// The helper's answer to these bytes, sent in one piece.
     PrivilegedHelperReply replyTo(const std::string& bytes) const {
         const auto connection = connectTo();
         send(connection.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL);

@@ -358,7 +358,7 @@ constexpr LidSituation closedOnDesktop() {
 
 class ClosedLid : public LogindSleep {
 protected:
-    /// What is asked for when the last override ends.
+    /// The action requested when the last override ends.
     std::vector<std::string> afterwards(const LidSituation& lid) {
         begin(PMSetScope::all);
         logind->lid = lid;
