@@ -1,60 +1,14 @@
 #include "TavoPrivilegedHelper/OverrideKeeper.h"
 
-#include "Support/ManualHelperTimers.h"
-#include "Support/ScriptedProcessWatching.h"
-#include "Support/ScriptedSleepSetting.h"
-#include "Support/TemporaryDirectory.h"
+#include "TavoPrivilegedHelper/KeeperFixture.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <fstream>
 
 namespace tavo {
 namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-constexpr ProcessIdentity tavoProcess{100, 5000};
-constexpr ProcessIdentity controlProcess{200, 6000};
-
-class Keeper : public testing::Test {
-protected:
-    void SetUp() override {
-        processes->start(tavoProcess);
-        processes->start(controlProcess);
-        restart();
-    }
-
-    /// A new helper over what the last one has left.
-    void restart() {
-        keeper.reset();
-        timers = std::make_shared<ManualHelperTimers>();
-        keeper = std::make_unique<OverrideKeeper>(
-            setting, journal,
-            OverrideKeeper::Surroundings{.processes = processes,
-                                         .timers = timers,
-                                         .isLidClosed = [this] { return isLidClosed; },
-                                         .log = [this](const std::string& line) { lines.push_back(line); }});
-    }
-
-    void begin(const ProcessIdentity& owner, PMSetScope scope) { keeper->begin(owner, scope); }
-    void beginFor(uid_t user, const ProcessIdentity& owner, PMSetScope scope) { keeper->begin(owner, scope, user); }
-    void end(const ProcessIdentity& owner, PMSetScope scope) { keeper->end(owner, scope); }
-
-    EventLog applied() { return std::exchange(setting->log, {}); }
-
-    TemporaryDirectory folder;
-    std::filesystem::path file = folder.path() / "overrides.json";
-    SleepOverrideJournal journal{file};
-    std::shared_ptr<ScriptedSleepSetting> setting = std::make_shared<ScriptedSleepSetting>();
-    std::shared_ptr<ScriptedProcessWatching> processes = std::make_shared<ScriptedProcessWatching>();
-    std::shared_ptr<ManualHelperTimers> timers;
-    bool isLidClosed = false;
-    std::vector<std::string> lines;
-    std::unique_ptr<OverrideKeeper> keeper;
-};
 
 TEST_F(Keeper, BeginsAnOverrideAndEndsIt) {
     begin(tavoProcess, PMSetScope::ac);
@@ -151,27 +105,6 @@ TEST_F(Keeper, AScopeThatCannotBeHadLeavesTheOthersAlone) {
     EXPECT_TRUE(processes->isWatched(tavoProcess));
 }
 
-TEST_F(Keeper, AScopeThatCannotBeHadAnyMoreKeepsNoneInForceThatNobodyWants) {
-    journal.save({{{tavoProcess, {PMSetScope::ac}}}, {PMSetScope::ac, PMSetScope::all}});
-    setting->unavailable = PMSetScope::ac;
-    keeper->takeOver();
-    EXPECT_THAT(applied(), ElementsAre("apply ac", "apply none"));
-    EXPECT_TRUE(keeper->hasUnfinishedWork());
-}
-
-TEST_F(Keeper, AScopeThatCannotBeHadDoesNotCostTheOthersTheirs) {
-    journal.save({{{tavoProcess, {PMSetScope::ac}}, {controlProcess, {PMSetScope::battery}}},
-                  {PMSetScope::ac, PMSetScope::battery}});
-    setting->unavailable = PMSetScope::battery;
-    keeper->takeOver();
-    EXPECT_THAT(applied(), ElementsAre("apply ac battery", "apply ac"));
-    EXPECT_TRUE(keeper->hasUnfinishedWork());
-    setting->unavailable.reset();
-    keeper->retry();
-    EXPECT_THAT(applied(), ElementsAre("apply ac battery"));
-    EXPECT_FALSE(keeper->hasUnfinishedWork());
-}
-
 TEST_F(Keeper, ASettingThatDoesNotAnswerLosesNoOverrideThatIsWanted) {
     begin(tavoProcess, PMSetScope::ac);
     applied();
@@ -192,15 +125,6 @@ TEST_F(Keeper, AScopeThatMayHaveEndedAfterAllIsAppliedWhenItBeginsAgain) {
     EXPECT_THAT(applied(), ElementsAre("apply ac"));
     timers->advance(OverrideKeeper::retryPause);
     EXPECT_THAT(applied(), IsEmpty());
-}
-
-TEST_F(Keeper, AProcessThatCannotBeWatchedIsNotTakenOverAndTheOthersAre) {
-    journal.save({{{tavoProcess, {PMSetScope::ac}}, {controlProcess, {PMSetScope::battery}}},
-                  {PMSetScope::ac, PMSetScope::battery}});
-    processes->unwatchable = tavoProcess;
-    keeper->takeOver();
-    EXPECT_THAT(applied(), ElementsAre("apply battery"));
-    EXPECT_FALSE(keeper->hasUnfinishedWork());
 }
 
 TEST_F(Keeper, ServesOnlySoManyProcesses) {
@@ -243,55 +167,6 @@ TEST_F(Keeper, ANewScopeReplacesOneThatCouldNotEnd) {
     applied();
     begin(tavoProcess, PMSetScope::all);
     EXPECT_THAT(applied(), ElementsAre("apply all"));
-}
-
-TEST_F(Keeper, ARestartTakesOverTheOverridesOfLivingProcesses) {
-    begin(tavoProcess, PMSetScope::ac);
-    begin(controlProcess, PMSetScope::battery);
-    restart();
-    processes->end(controlProcess);
-    applied();
-    keeper->takeOver();
-    EXPECT_THAT(applied(), ElementsAre("apply ac"));
-    processes->end(tavoProcess);
-    EXPECT_THAT(applied(), ElementsAre("apply none"));
-    EXPECT_FALSE(std::filesystem::exists(file));
-}
-
-TEST_F(Keeper, ANumberThatBelongsToAnotherProcessNowIsNotTakenOver) {
-    begin(tavoProcess, PMSetScope::ac);
-    keeper.reset();
-    processes->end(tavoProcess);
-    processes->start({tavoProcess.pid, tavoProcess.startTime + 1});
-    restart();
-    applied();
-    keeper->takeOver();
-    EXPECT_THAT(applied(), ElementsAre("apply none"));
-}
-
-TEST_F(Keeper, AScopeThatTheSettingReportsEndsAlsoWithoutAJournal) {
-    keeper->takeOver({PMSetScope::battery});
-    EXPECT_THAT(applied(), ElementsAre("apply none"));
-}
-
-TEST_F(Keeper, AJournalThatCannotBeReadEndsEverything) {
-    std::ofstream(file) << "{\"overrides\":";
-    keeper->takeOver();
-    EXPECT_THAT(applied(), ElementsAre("apply none"));
-    EXPECT_FALSE(std::filesystem::exists(file));
-}
-
-TEST_F(Keeper, ATakeOverThatFailsIsTriedAgain) {
-    begin(tavoProcess, PMSetScope::ac);
-    restart();
-    setting->failure = "logind is away.";
-    keeper->takeOver();
-    EXPECT_TRUE(keeper->hasUnfinishedWork());
-    setting->failure.reset();
-    applied();
-    keeper->retry();
-    EXPECT_THAT(applied(), ElementsAre("apply ac"));
-    EXPECT_FALSE(keeper->hasUnfinishedWork());
 }
 
 TEST_F(Keeper, EndsEverythingWhenItIsToldTo) {
@@ -380,15 +255,6 @@ TEST_F(KeeperWithLidClosed, AStopIsNotWaitedFor) {
     EXPECT_THAT(applied(), ElementsAre("apply none"));
 }
 
-TEST_F(KeeperWithLidClosed, AHelperThatIsKilledMeanwhileLeavesNothingToTakeOver) {
-    begin(tavoProcess, PMSetScope::all);
-    end(tavoProcess, PMSetScope::all);
-    restart();
-    applied();
-    keeper->takeOver();
-    EXPECT_THAT(applied(), ElementsAre("apply none"));
-}
-
 TEST_F(KeeperWithLidClosed, AScopeThatNeverBeganIsNotKept) {
     end(tavoProcess, PMSetScope::all);
     begin(tavoProcess, PMSetScope::ac);
@@ -411,15 +277,6 @@ TEST_F(Keeper, AUserWhoIsNotServedAnyMoreLosesOverridesThoughTheProcessLives) {
     ASSERT_EQ(record.overrides.size(), 1U);
     EXPECT_EQ(record.overrides[0].owner, controlProcess);
     EXPECT_THAT(lines, testing::Contains("user 1000 is not served any more, so the override of process 100 ends."));
-}
-
-TEST_F(Keeper, TheNextHelperKnowsTheUserOfAnOverride) {
-    beginFor(1000, tavoProcess, PMSetScope::ac);
-    restart();
-    keeper->takeOver();
-    applied();
-    keeper->endUnserved([](uid_t) { return false; });
-    EXPECT_THAT(applied(), ElementsAre("apply none"));
 }
 
 TEST_F(Keeper, AnOwnerWhoseUserIsNotKnownKeepsItsOverride) {
