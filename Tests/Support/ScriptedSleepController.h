@@ -20,7 +20,7 @@ public:
     bool isAvailable() const override { return available; }
 
     void setSleepDisabled(PMSetScope scope, bool disabled) override {
-        log->push_back(std::string(disabled ? "sleep off " : "sleep on ") + std::string(rawValue(scope)));
+        log->push_back(std::string(disabled ? "begin " : "end ") + std::string(rawValue(scope)));
         if (onCall) {
             onCall();
         }

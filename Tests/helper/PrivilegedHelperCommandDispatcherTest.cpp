@@ -35,7 +35,7 @@ TEST_F(PrivilegedHelperCommandDispatcherTest, SleepIsSwitched) {
               PrivilegedHelperResponse::ok());
     EXPECT_EQ(dispatcher.handle(PrivilegedHelperCommand::setSleepDisabled(PMSetScope::battery, false)),
               PrivilegedHelperResponse::ok());
-    EXPECT_THAT(*sleep->log, ElementsAre("sleep off ac", "sleep on battery"));
+    EXPECT_THAT(*sleep->log, ElementsAre("begin ac", "end battery"));
 }
 
 TEST_F(PrivilegedHelperCommandDispatcherTest, AFailureToSwitchIsAResponse) {
@@ -57,7 +57,7 @@ TEST_F(PrivilegedHelperCommandDispatcherTest, AnUnavailableControllerIsStillAske
     sleep->available = false;
     EXPECT_EQ(dispatcher.handle(PrivilegedHelperCommand::setSleepDisabled(PMSetScope::ac, true)),
               PrivilegedHelperResponse::ok());
-    EXPECT_THAT(*sleep->log, ElementsAre("sleep off ac"));
+    EXPECT_THAT(*sleep->log, ElementsAre("begin ac"));
 }
 
 TEST_F(PrivilegedHelperCommandDispatcherTest, AResetIsHandedOn) {
@@ -82,7 +82,7 @@ TEST_F(PrivilegedHelperCommandDispatcherTest, AnEncodedCommandGetsAnEncodedRespo
     EXPECT_EQ(dispatcher.reply(R"({"ping":{}})"), (PrivilegedHelperReply{.data = R"({"pong":{}})"}));
     EXPECT_EQ(dispatcher.reply(R"({"setSleepDisabled":{"scope":"all","disabled":true}})"),
               (PrivilegedHelperReply{.data = R"({"ok":{}})"}));
-    EXPECT_THAT(*sleep->log, ElementsAre("sleep off all"));
+    EXPECT_THAT(*sleep->log, ElementsAre("begin all"));
 }
 
 TEST_F(PrivilegedHelperCommandDispatcherTest, WhatIsNoCommandGetsAMessageAndDoesNothing) {

@@ -64,7 +64,7 @@ TEST_F(WakeControllerTest, TheChildIsStartedBeforeTheOverrideAndStoppedBeforeIt)
     controller.activate(closedLid, onAC);
     EXPECT_EQ(controller.status(), (WakeControllerStatus{.isActive = true, .usesClosedLidOverride = true}));
     controller.deactivate();
-    EXPECT_THAT(events(), ElementsAre(startOnAC, "sleep off all", "stop", "sleep on all"));
+    EXPECT_THAT(events(), ElementsAre(startOnAC, "begin all", "stop", "end all"));
     EXPECT_EQ(controller.status(), WakeControllerStatus{});
 }
 
@@ -80,7 +80,7 @@ TEST_F(WakeControllerTest, AnotherPolicyEndsTheOldScopeBeforeTheNewOneBegins) {
     events();
     closedLid.powerSourcePolicy = PowerSourcePolicy::acOnly;
     controller.activate(closedLid, onAC);
-    EXPECT_THAT(events(), ElementsAre("stop", "sleep on all", startOnAC, "sleep off ac"));
+    EXPECT_THAT(events(), ElementsAre("stop", "end all", startOnAC, "begin ac"));
 }
 
 TEST_F(WakeControllerTest, WithoutASleepControllerTheClosedLidIsRefusedAndNothingIsTouched) {
@@ -112,7 +112,7 @@ TEST_F(WakeControllerTest, AFailedOverrideStopsTheFreshChild) {
         EXPECT_EQ(error, WakeControlError::commandFailed("pmset returned 1."));
         EXPECT_EQ(error.description(), "pmset returned 1.");
     }
-    EXPECT_THAT(events(), ElementsAre(startOnAC, "sleep off all", "stop"));
+    EXPECT_THAT(events(), ElementsAre(startOnAC, "begin all", "stop"));
     EXPECT_EQ(controller.status(), WakeControllerStatus{});
     controller.deactivate();
     EXPECT_THAT(events(), IsEmpty());
@@ -134,15 +134,15 @@ TEST_F(WakeControllerTest, AnOverrideThatCannotBeEndedIsTriedAgainWithTheSameSco
     events();
     sleep->failure = "no answer.";
     EXPECT_THROW(controller.deactivate(), WakeControlError);
-    EXPECT_THAT(events(), ElementsAre("stop", "sleep on battery"));
+    EXPECT_THAT(events(), ElementsAre("stop", "end battery"));
     EXPECT_EQ(controller.status(), (WakeControllerStatus{.isActive = true, .usesClosedLidOverride = true}));
 
     EXPECT_THROW(controller.activate(openLid, onBattery), WakeControlError);
-    EXPECT_THAT(events(), ElementsAre("sleep on battery"));
+    EXPECT_THAT(events(), ElementsAre("end battery"));
 
     sleep->failure.reset();
     controller.deactivate();
-    EXPECT_THAT(events(), ElementsAre("sleep on battery"));
+    EXPECT_THAT(events(), ElementsAre("end battery"));
     EXPECT_EQ(controller.status(), WakeControllerStatus{});
 }
 
@@ -153,7 +153,7 @@ TEST_F(WakeControllerTest, AStuckOverrideIsEndedBeforeANewPlanBegins) {
     sleep->failure.reset();
     events();
     controller.activate(closedLid, onAC);
-    EXPECT_THAT(events(), ElementsAre("sleep on all", startOnAC, "sleep off all"));
+    EXPECT_THAT(events(), ElementsAre("end all", startOnAC, "begin all"));
 }
 
 TEST_F(WakeControllerTest, DeactivatingAFreshControllerCallsNothing) {

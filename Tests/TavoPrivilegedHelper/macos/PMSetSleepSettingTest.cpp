@@ -21,7 +21,7 @@ TEST_F(PMSetSetting, IsWrittenOnceForTheScopesTogetherAndEndsForAll) {
     setting.apply({PMSetScope::ac, PMSetScope::battery});
     setting.apply({PMSetScope::battery});
     setting.apply({});
-    EXPECT_THAT(*controller->log, ElementsAre("sleep off ac", "sleep off all", "sleep off battery", "sleep on all"));
+    EXPECT_THAT(*controller->log, ElementsAre("begin ac", "begin all", "begin battery", "end all"));
 }
 
 TEST_F(PMSetSetting, AFailureIsThrownUnchanged) {
