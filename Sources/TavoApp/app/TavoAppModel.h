@@ -179,7 +179,7 @@ private:
 
     void reloadPersistedConfigIfSafe();
     void adoptEditedFile();
-    void finishSaveAfter(LaunchAtLoginManaging::Remainder work);
+    void finishSaveAfter(LaunchAtLoginManaging::Remainder rest);
     void finishSave(const ErrorText& failure);
     void saveBeforeQuit();
     void persistConfigAndReschedule();

@@ -58,13 +58,13 @@ void TavoAppModel::saveDraft() {
 }
 
 /// launchd may take seconds, and the windows must not freeze meanwhile.
-void TavoAppModel::finishSaveAfter(LaunchAtLoginManaging::Remainder work) {
+void TavoAppModel::finishSaveAfter(LaunchAtLoginManaging::Remainder rest) {
     clearError();
     const auto failure = std::make_shared<ErrorText>();
     mainLoop->runInBackground(
-        [work = std::move(work), failure] {
+        [rest = std::move(rest), failure] {
             try {
-                work();
+                rest();
             } catch (const std::exception& error) {
                 *failure = errorText(error);
             }
