@@ -60,18 +60,18 @@ void TavoAppModel::saveDraft() {
 /// launchd may take seconds, and the windows must not freeze meanwhile.
 void TavoAppModel::finishSaveAfter(LaunchAtLoginManaging::Remainder rest) {
     clearError();
-    const auto failure = std::make_shared<ErrorText>();
+    const auto problem = std::make_shared<ErrorText>();
     mainLoop->runInBackground(
-        [rest = std::move(rest), failure] {
+        [rest = std::move(rest), problem] {
             try {
                 rest();
             } catch (const std::exception& error) {
-                *failure = errorText(error);
+                *problem = errorText(error);
             }
         },
-        [weakModel = weak_from_this(), failure] {
+        [weakModel = weak_from_this(), problem] {
             if (const auto model = weakModel.lock()) {
-                model->perform([&] { model->finishSave(*failure); });
+                model->perform([&] { model->finishSave(*problem); });
             }
         });
 }
