@@ -26,7 +26,7 @@ std::function<void()> onMainThread(std::weak_ptr<MainLoop> mainLoop, std::weak_p
 /// Counts a step for as long as it is under way, also when it is left by an exception.
 class StepCount {
 public:
-    explicit StepCount(int& count) : count(count) { ++count; }
+    explicit StepCount(int& steps) : count(steps) { ++count; }
     StepCount(const StepCount&) = delete;
     StepCount& operator=(const StepCount&) = delete;
     ~StepCount() { --count; }

@@ -180,7 +180,7 @@ private:
     void reloadPersistedConfigIfSafe();
     void adoptEditedFile();
     void finishSaveAfter(LaunchAtLoginManaging::Remainder rest);
-    void finishSave(const ErrorText& failure);
+    void finishSave(const ErrorText& problem);
     void saveBeforeQuit();
     void persistConfigAndReschedule();
 
@@ -188,7 +188,7 @@ private:
     void reassertOverride(bool restartIfEnabled);
     void publishHelperState(PrivilegedHelperInstallState state);
     void updateClosedLidPermissionGranted(bool granted, bool restartIfEnabled);
-    void beginHelperWork(std::function<HelperOutcome()> work, void (TavoAppModel::*finish)(const HelperOutcome&));
+    void beginHelperWork(std::function<HelperOutcome()> operation, void (TavoAppModel::*finish)(const HelperOutcome&));
     void finishInstall(const HelperOutcome& outcome);
     void finishReset(const HelperOutcome& outcome);
 

@@ -76,10 +76,10 @@ void TavoAppModel::finishSaveAfter(LaunchAtLoginManaging::Remainder rest) {
         });
 }
 
-void TavoAppModel::finishSave(const ErrorText& failure) {
-    if (failure) {
+void TavoAppModel::finishSave(const ErrorText& problem) {
+    if (problem) {
         configuration.cancelDeferredSave();
-        fail(*failure);
+        fail(*problem);
         return;
     }
     configuration.applyDeferredSave();

@@ -101,12 +101,12 @@ void TavoAppModel::finishReset(const HelperOutcome& outcome) {
     publish(ModelProperty::isInstallingHelper, isHelperWorkRunning, false);
 }
 
-void TavoAppModel::beginHelperWork(std::function<HelperOutcome()> work,
+void TavoAppModel::beginHelperWork(std::function<HelperOutcome()> operation,
                                    void (TavoAppModel::*finish)(const HelperOutcome&)) {
     publish(ModelProperty::isInstallingHelper, isHelperWorkRunning, true);
     clearError();
     const auto outcome = std::make_shared<HelperOutcome>();
-    mainLoop->runInBackground([work = std::move(work), outcome] { *outcome = work(); },
+    mainLoop->runInBackground([operation = std::move(operation), outcome] { *outcome = operation(); },
                               [weakModel = weak_from_this(), outcome, finish] {
                                   if (const auto model = weakModel.lock()) {
                                       model->perform([&] { ((*model).*finish)(*outcome); });
