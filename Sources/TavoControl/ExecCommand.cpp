@@ -84,10 +84,10 @@ private:
         try {
             command.emplace(words, conditions);
         } catch (const std::system_error& error) {
-            const int status = statusOfUnstartable(error.code().value());
+            const int failure = statusOfUnstartable(error.code().value());
             printError("tavoctl: {}: {}\n", visibleControls(words.front()),
-                       status == 127 ? "command not found" : visibleControls(error.code().message()));
-            end(status);
+                       failure == 127 ? "command not found" : visibleControls(error.code().message()));
+            end(failure);
             return;
         }
         bound.emplace(requestedBound, std::vector<WatchedProcess>(), loop, nullptr,

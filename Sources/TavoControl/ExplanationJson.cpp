@@ -6,18 +6,6 @@ namespace tavo {
 
 namespace {
 
-const char* helperName(PrivilegedHelperInstallState state) {
-    switch (state) {
-    case PrivilegedHelperInstallState::notInstalled:
-        return "notInstalled";
-    case PrivilegedHelperInstallState::installedUnreachable:
-        return "installedUnreachable";
-    case PrivilegedHelperInstallState::ready:
-        break;
-    }
-    return "ready";
-}
-
 template <typename Value>
 Json orNull(const std::optional<Value>& value) {
     return value ? Json(*value) : Json(nullptr);
@@ -63,7 +51,7 @@ Json Explanation::valuesOf(DecisionStep step) const {
         return triggerValues();
     case DecisionStep::closedLid:
         return {{"watchMode", rawValue(config().watchMode)},
-                {"helper", facts.helper ? Json(helperName(*facts.helper)) : Json(nullptr)}};
+                {"helper", facts.helper ? Json(rawValue(*facts.helper)) : Json(nullptr)}};
     case DecisionStep::assertion:
         break;
     }

@@ -19,18 +19,6 @@ namespace tavo {
 
 namespace {
 
-std::string_view nameOf(PrivilegedHelperInstallState state) {
-    switch (state) {
-    case PrivilegedHelperInstallState::notInstalled:
-        return "notInstalled";
-    case PrivilegedHelperInstallState::installedUnreachable:
-        return "installedUnreachable";
-    case PrivilegedHelperInstallState::ready:
-        return "ready";
-    }
-    return "";
-}
-
 std::string inWords(PrivilegedHelperInstallState state) {
     switch (state) {
     case PrivilegedHelperInstallState::notInstalled:
@@ -125,7 +113,7 @@ Json helperReportJson(const HelperFacts& facts) {
     for (const auto& each : facts.overrides) {
         overrides.push_back({{"pid", each.owner.pid}, {"scopes", namesOf(each.scopes)}});
     }
-    return {{"state", nameOf(facts.state)},
+    return {{"state", rawValue(facts.state)},
             {"buildVersion", facts.buildVersion},
             {"installedVersion", facts.installedVersion ? Json(*facts.installedVersion) : Json()},
             {"matchesThisBuild", facts.matchesThisBuild && !facts.otherDefinition},

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/DescribedError.h"
+#include "base/RawValues.h"
 #include "config/TavoPaths.h"
 #include "helper/HelperServiceSetup.h"
 #include "helper/PrivilegedHelperClient.h"
@@ -21,6 +22,15 @@ enum class PrivilegedHelperInstallState {
     notInstalled,         ///< one of its two files is missing
     installedUnreachable, ///< both are there, and it does not answer a ping with a pong
     ready,
+};
+
+template <>
+struct RawValues<PrivilegedHelperInstallState> {
+    static constexpr RawValueTable<PrivilegedHelperInstallState, 3> table{{
+        {PrivilegedHelperInstallState::notInstalled, "notInstalled"},
+        {PrivilegedHelperInstallState::installedUnreachable, "installedUnreachable"},
+        {PrivilegedHelperInstallState::ready, "ready"},
+    }};
 };
 
 constexpr bool isInstalled(PrivilegedHelperInstallState state) {
