@@ -20,6 +20,15 @@ trap 'rm -rf "$work"' EXIT
 # Nobody's name is asked of whoever runs the tests.
 export GIT_AUTHOR_NAME=Rehearsal GIT_AUTHOR_EMAIL=rehearsal@localhost GIT_COMMITTER_NAME=Rehearsal
 export GIT_COMMITTER_EMAIL=rehearsal@localhost GIT_CONFIG_COUNT=1 GIT_CONFIG_KEY_0=safe.directory GIT_CONFIG_VALUE_0='*'
+if [ ! -e "$project/.git" ]; then
+    # An export of the sources, without their history.
+    mkdir "$work/history"
+    tar -C "$project" --exclude=./build -cf - . | tar -C "$work/history" -xf -
+    project=$work/history
+    git init --quiet "$project"
+    git -C "$project" add --all
+    git -C "$project" commit --quiet --message "The sources"
+fi
 git clone --quiet "$project" "$work/a clone in another folder"
 cd "$work/a clone in another folder"
 version=$(sed -nE 's/^project\(Tavo VERSION ([0-9.]+) .*/\1/p' CMakeLists.txt)
