@@ -29,7 +29,7 @@ expected() {
 }
 expected "$terminal" /usr/bin/tavoctl /usr/libexec/tavo/tavo-inhibit /usr/libexec/tavo/TavoPrivilegedHelper \
     /usr/lib/systemd/system/com.vrd.tavo.helper.service /usr/lib/systemd/system/com.vrd.tavo.helper.socket \
-    /usr/lib/systemd/user/tavo.service /usr/share/polkit-1/actions/com.vrd.tavo.helper.policy \
+    /usr/lib/systemd/user/tavo.service /usr/share/polkit-1/actions/com.vrd.tavo.policy \
     /usr/share/man/man1/tavoctl.1.gz /usr/share/man/man5/tavo-config.5.gz /usr/share/man/man8/TavoPrivilegedHelper.8.gz \
     /usr/share/bash-completion/completions/tavoctl /usr/share/zsh/vendor-completions/_tavoctl \
     /usr/share/fish/vendor_completions.d/tavoctl.fish
