@@ -56,6 +56,7 @@ SOURCE_DATE_EPOCH=$(git log -1 --format=%ct)
 scripts/package "$work/first" >"$work/first.log" 2>&1 || fail "$(tail -n 30 "$work/first.log")"
 # The flags that a build folder was configured with, without its own paths.
 flags() {
+    [ -e "$1/CMakeCache.txt" ] || return 0
     sed -nE -e "s/-ffile-prefix-map=[^=]*=//g" -e 's/^CMAKE_(BUILD_TYPE|CXX_FLAGS_RELEASE|CXX_FLAGS|EXE_LINKER_FLAGS):[A-Z]+=/\1 /p' \
         "$1/CMakeCache.txt" | sort
 }
