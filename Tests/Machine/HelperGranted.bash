@@ -62,6 +62,12 @@ expectContains "$(runWithoutSession mallory /usr/bin/tavoctl helper status)" \
 isIdle || fail "mallory has started the helper"
 expectEqual "$before" "$(invocation)" "the last start of the helper"
 
+# alice herself, only while logged in. logind forgets a user a moment after the last session.
+aliceIsGone() { [[ $(loginctl show-user alice --property=State --value 2>/dev/null) == "" ]]; }
+expectWithin 30 aliceIsGone
+expectContains "$(runWithoutSession alice "$TAVO_BIN/helper-client" send '{"ping":{}}')" \
+    "message the privileged helper serves this user (user id $alice) only while logged in" "alice without a session"
+
 # alice's override, for as long as her process lives; then nothing of root's.
 cat >/run/stay.bash <<'STAY'
 exec /usr/bin/tavoctl run --always --lid closed
@@ -127,8 +133,14 @@ for file in "$packagedHelper" "/usr/lib/systemd/system/$socketUnit" "/usr/lib/sy
 done
 expectStatus 1 packaged helper reset 2>/dev/null
 
-# Revoked through the other action.
+# A grant that comes while a reset is about to begin wins.
 SUDO_UID=$alice packaged helper install
+expectEqual 'data {"ok":{}}' "$(client send '{"resetSupport":{}}')" "answer to a reset"
+SUDO_UID=$alice packaged helper install
+expectNeverWithin 3 isRevoked
+packagedStateIs ready || fail "the grant has lost"
+
+# Revoked through the other action.
 beginHold all
 approve com.vrd.tavo.helper.revoke alice
 revoked() { asAlice /usr/bin/tavoctl helper uninstall >/run/uninstall.out 2>&1; }

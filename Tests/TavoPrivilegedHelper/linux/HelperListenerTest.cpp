@@ -1,29 +1,14 @@
 #include "TavoPrivilegedHelper/linux/HelperListener.h"
 
-#include "Support/ManualHelperTimers.h"
-#include "Support/ScriptedProcessWatching.h"
-#include "Support/ScriptedSleepSetting.h"
-#include "Support/TemporaryDirectory.h"
 #include "Support/WaitUntil.h"
 #include "TavoPrivilegedHelper/linux/ListenerFixture.h"
-#include "base/FileDescriptor.h"
-#include "helper/linux/SocketFraming.h"
-#include "helper/linux/SocketPrivilegedHelperClient.h"
 
-#include <asio/executor_work_guard.hpp>
-#include <asio/post.hpp>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 
-#include <array>
-#include <atomic>
-#include <cerrno>
 #include <future>
-#include <system_error>
-#include <thread>
 #include <vector>
 
 namespace tavo {

@@ -3,6 +3,7 @@
 #include "Support/TemporaryDirectory.h"
 #include "TavoPrivilegedHelper/HelperMain.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/un.h>

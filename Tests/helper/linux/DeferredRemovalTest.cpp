@@ -14,7 +14,7 @@ namespace {
 using testing::HasSubstr;
 
 /// Over a service manager of the test's own.
-class Removal : public testing::Test {
+class DeferredRemovalTest : public testing::Test {
 protected:
     void standIn(const std::string& program, const std::string& body) const {
         const auto file = folder.write("programs/" + program, "#!/bin/sh\n" + body + "\n");
@@ -33,7 +33,7 @@ protected:
     TemporaryDirectory folder;
 };
 
-TEST_F(Removal, HandsTheScriptToAUnitOfItsOwn) {
+TEST_F(DeferredRemovalTest, HandsTheScriptToAUnitOfItsOwn) {
     standIn("systemctl", "exit 3");
     standIn("systemd-run", "for word; do echo \"<$word>\"; done");
     const auto result = run("sleep 1\nremove 'it all'");
@@ -43,7 +43,7 @@ TEST_F(Removal, HandsTheScriptToAUnitOfItsOwn) {
                                                          "<-->\n</bin/sh>\n<-c>\n<sleep 1\nremove 'it all'>"));
 }
 
-TEST_F(Removal, DoesNothingWhileAnEarlierOneIsUnderWay) {
+TEST_F(DeferredRemovalTest, DoesNothingWhileAnEarlierOneIsUnderWay) {
     standIn("systemctl", "[ \"$*\" = 'is-active --quiet com.vrd.tavo.helper-removal.service' ]");
     standIn("systemd-run", "echo started");
     const auto result = run("remove");
@@ -51,7 +51,7 @@ TEST_F(Removal, DoesNothingWhileAnEarlierOneIsUnderWay) {
     EXPECT_EQ(result.standardOutput, "");
 }
 
-TEST_F(Removal, ItsFailureIsTheCommands) {
+TEST_F(DeferredRemovalTest, ItsFailureIsTheCommands) {
     standIn("systemctl", "exit 3");
     standIn("systemd-run", "echo no manager >&2; exit 1");
     const auto result = run("remove");
