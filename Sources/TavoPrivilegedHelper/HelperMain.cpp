@@ -52,12 +52,16 @@ HelperOptions HelperOptions::parse(std::span<const char* const> arguments) {
 std::string HelperOptions::help() {
     return "Usage: TavoPrivilegedHelper [--user ID] [--after-stop] [--version] [--help]\n"
            "\n"
-           "Lets Tavo keep this computer awake with its lid closed. It is started by the system as a service, as "
-           "root;\n"
-           "see tavoctl helper.\n"
+           "Lets Tavo keep this computer awake with its lid closed. The system starts it\n"
+           "as a service, as root; see tavoctl helper.\n"
            "\n"
            "  --user ID     serve this user too, beside root\n"
-           "  --after-stop  end the overrides that an earlier helper has left, of processes that have ended too\n";
+           "  --after-stop  end the overrides that an earlier helper has left, those of\n"
+           "                processes that have ended too\n"
+           "  --version     print the version\n"
+           "  --help        print this help\n"
+           "\n"
+           "Example: TavoPrivilegedHelper --version\n";
 }
 
 int runHelper(std::span<const char* const> arguments, const std::function<void(const HelperOptions&)>& serve,
