@@ -75,16 +75,21 @@ std::string HelperOptions::help() {
     return "Usage: TavoPrivilegedHelper [--user ID | --activated] [--after-stop]\n"
            "       TavoPrivilegedHelper --grant | --revoke | --version | --help\n"
            "\n"
-           "Lets Tavo keep this computer awake with its lid closed. It is started by the system as a service, as "
-           "root;\n"
-           "see tavoctl helper.\n"
+           "Lets Tavo keep this computer awake with its lid closed. The system starts it\n"
+           "as a service, as root; see tavoctl helper.\n"
            "\n"
            "  --user ID     serve this user too, beside root\n"
-           "  --activated   serve the owner of the socket that systemd passes, and exit when there is nothing to do\n"
-           "  --after-stop  end the overrides that an earlier helper has left, of processes that have ended too\n"
-           "  --grant       let the user who asks use this helper, which a package has brought; tavoctl helper "
-           "install\n"
-           "  --revoke      end that again, with every override; tavoctl helper uninstall\n";
+           "  --activated   serve the owner of the socket that systemd passes, and exit when\n"
+           "                there is nothing to do\n"
+           "  --after-stop  end the overrides that an earlier helper has left, those of\n"
+           "                processes that have ended too\n"
+           "  --grant       let the user who asks use this helper, which a package has\n"
+           "                brought; see tavoctl helper install\n"
+           "  --revoke      end that again, with every override; see tavoctl helper uninstall\n"
+           "  --version     print the version\n"
+           "  --help        print this help\n"
+           "\n"
+           "Example: TavoPrivilegedHelper --version\n";
 }
 
 int runHelper(std::span<const char* const> arguments, const std::function<void(const HelperOptions&)>& serve,
