@@ -110,7 +110,7 @@ expectWithin "$soon" nothingInForce
 [ ! -e "${grant%/*}" ] || fail "the grant is left"
 expectWithin 10 isGone "$bobsRun"
 [ -e "/proc/$owner" ] && [ -e "/proc/$app" ] || fail "the removal has ended a running Tavo: $(cat /run/stay.out)"
-kill "$(inhibitorOf "$owner")"
+kill "$(pgrep --parent "$owner" --exact tavo-inhibit)"
 expectWithin 10 grep -q "tavo-inhibit" /run/stay.out
 expectContains "$(cat /run/stay.out)" "/usr/libexec/tavo/tavo-inhibit" "what the run says without its programs"
 kill -s TERM "$owner" "$app"
