@@ -13,7 +13,7 @@ function(tavo_helper_unit output)
         set(helperRestart on-failure)
         # The folder is the socket's as well.
         set(helperFolderPreserve yes)
-        set(unitInstallation "# Enabled is the socket.")
+        set(unitInstallation "# com.vrd.tavo.helper.socket is what is enabled.")
     else()
         set(unitNote "Installed and removed by tavoctl helper and by the settings window.")
         set(unitRequirement "# It makes its socket itself.")

@@ -1,10 +1,8 @@
 #include "TavoControl/HelperCommand.h"
 
-#include "Support/ScriptedCommandRunner.h"
-#include "Support/ScriptedHelperClient.h"
 #include "Support/StandInPrompt.h"
 #include "Support/WaitUntil.h"
-#include "TavoControl/CommandTest.h"
+#include "TavoControl/HelperCommandFixture.h"
 #include "Version.h"
 #include "base/JsonCoding.h"
 #include "helper/PrivilegedHelperInstaller.h"
@@ -22,89 +20,6 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using Action = HelperCommandOptions::Action;
-
-/// An installation in the test's own folder.
-class FolderSetup final : public ScriptServiceSetup {
-public:
-    explicit FolderSetup(std::filesystem::path folder) : folder(std::move(folder)) {}
-
-    std::filesystem::path helperExecutable() const override { return folder / "helper"; }
-    std::filesystem::path serviceDefinition() const override { return folder / "service"; }
-    std::filesystem::path makeStagingDirectory(const TavoPaths& paths) const override {
-        std::filesystem::create_directories(paths.rootDirectory / "staging");
-        return paths.rootDirectory / "staging";
-    }
-    std::filesystem::path overrideJournal() const override { return folder / "overrides.json"; }
-    bool isPackaged() const override { return packaged; }
-    std::string serviceDefinitionContent() const override { return "definition"; }
-    std::optional<uid_t> servedUser(const std::string&) const override { return user; }
-    std::string installScript(const std::filesystem::path& source, const std::filesystem::path&) const override {
-        return "install " + source.string();
-    }
-    std::string uninstallScript() const override { return "uninstall"; }
-    ShellCommand deferredUninstallCommand(std::int64_t) const override { return {}; }
-
-    bool packaged = false;
-    std::optional<uid_t> user;
-
-private:
-    std::filesystem::path folder;
-};
-
-class HelperCommandTest : public CommandTest {
-protected:
-    HelperCommandTest() {
-        unsetenv("SUDO_UID");
-        platform.commandRunner = runner;
-        platform.administratorRunner = administrator;
-        platform.helperClient = client;
-        platform.helperSetup = setup;
-        platform.findHelperSource = [this] { return source; };
-        platform.sleeper = [this](std::chrono::microseconds) {
-            ++pauses;
-            onPause();
-        };
-    }
-
-    void installFiles(const std::string& content = "program") {
-        folder.write("system/helper", content);
-        folder.write("system/service", "definition");
-    }
-
-    void removeFiles() const { std::filesystem::remove_all(folder.path() / "system"); }
-
-    ExitStatus carryOut(Action action, bool json = false) {
-        auto status = ExitStatus::wrongUsage;
-        ::testing::internal::CaptureStderr();
-        try {
-            output =
-                printed([&] { status = HelperCommand(platform, *store).carryOut({.action = action, .json = json}); });
-        } catch (...) {
-            errors = ::testing::internal::GetCapturedStderr();
-            throw;
-        }
-        errors = ::testing::internal::GetCapturedStderr();
-        return status;
-    }
-
-    bool isGranted() const { return store->loadConfig().closedLidPermissionGranted; }
-
-    void grant() const {
-        auto config = store->loadConfig();
-        config.closedLidPermissionGranted = true;
-        store->saveConfig(config);
-    }
-
-    std::shared_ptr<FolderSetup> setup = std::make_shared<FolderSetup>(folder.path() / "system");
-    std::shared_ptr<ScriptedCommandRunner> runner = std::make_shared<ScriptedCommandRunner>();
-    std::shared_ptr<ScriptedCommandRunner> administrator = std::make_shared<ScriptedCommandRunner>();
-    std::shared_ptr<ScriptedHelperClient> client = std::make_shared<ScriptedHelperClient>();
-    std::string output;
-    std::string errors;
-    std::optional<std::filesystem::path> source = folder.write("build/helper", "program");
-    int pauses = 0;
-    std::function<void()> onPause = [] {};
-};
 
 TEST_F(HelperCommandTest, StatusOfNoneNamesTheCommandThatInstallsIt) {
     EXPECT_EQ(carryOut(Action::status), ExitStatus::success);
@@ -154,54 +69,6 @@ TEST_F(HelperCommandTest, StatusAsJson) {
             std::string(tavoVersion) +
             R"json(", "installedVersion": null, "matchesThisBuild": false,
                                              "overrides": [{"pid": 42, "scopes": ["all"]}], "overridesError": null})json"));
-}
-
-TEST_F(HelperCommandTest, APackagesHelperIsGrantedAndNotInstalled) {
-    setup->packaged = true;
-    carryOut(Action::status);
-    EXPECT_EQ(linesOf(output).front(),
-              "helper       not granted; tavoctl helper install grants staying awake with the lid closed");
-    EXPECT_EQ(carryOut(Action::uninstall), ExitStatus::success);
-    EXPECT_EQ(output, "the helper is not granted.\n");
-    EXPECT_EQ(carryOut(Action::reset), ExitStatus::failure);
-    EXPECT_THAT(errors, HasSubstr("is not granted, so there is nothing to reset"));
-    installFiles();
-    EXPECT_EQ(carryOut(Action::install), ExitStatus::success);
-    EXPECT_EQ(output, "the helper is granted and answers; tavo may now keep awake with the lid closed.\n");
-    administrator->results = {{}};
-    removeFiles();
-    folder.write("system/service", "definition");
-    administrator->onRun = [this] { removeFiles(); };
-    EXPECT_EQ(carryOut(Action::uninstall), ExitStatus::success);
-    EXPECT_EQ(output, "the helper's grant is revoked; tavo no longer keeps awake with the lid closed.\n");
-}
-
-TEST_F(HelperCommandTest, StatusSaysToWhomAPackagesHelperIsGranted) {
-    installFiles();
-    setup->packaged = true;
-    setup->user = geteuid();
-    carryOut(Action::status);
-    EXPECT_THAT(linesOf(output), ::testing::Contains("granted to   user " + std::to_string(geteuid())));
-    carryOut(Action::status, true);
-    EXPECT_EQ(parseJson(output).at("packaged"), true);
-    EXPECT_EQ(parseJson(output).at("servedUser"), geteuid());
-    folder.write("system/service", "no grant");
-    carryOut(Action::status);
-    EXPECT_THAT(output, HasSubstr("does not name one user; tavoctl helper install writes it again"));
-}
-
-TEST_F(HelperCommandTest, AHelperGrantedToSomebodyElseIsTold) {
-    HelperFacts facts{.state = PrivilegedHelperInstallState::installedUnreachable,
-                      .isPackaged = true,
-                      .servedUser = 1001,
-                      .user = 1000};
-    EXPECT_EQ(helperReportLines(facts).front(),
-              "helper       granted to another user (user id 1001); tavoctl helper install grants it to you instead");
-    for (const uid_t user : {1001U, 0U}) {
-        facts.user = user;
-        EXPECT_EQ(helperReportLines(facts).front(),
-                  "helper       granted, but does not answer; tavoctl helper install grants it again");
-    }
 }
 
 TEST_F(HelperCommandTest, AJournalThatCannotBeReadIsSaid) {

@@ -35,7 +35,7 @@ struct HelperServiceSetup {
         return {helperExecutable(), serviceDefinition()};
     }
 
-    /// The content of that file. @throws DescribedError when it cannot be expressed.
+    /// The content of serviceDefinition(). @throws DescribedError when it cannot be expressed.
     virtual std::string serviceDefinitionContent() const = 0;
 
     /// Whether an installed service definition is one that this build installs, for whichever user.
@@ -47,7 +47,7 @@ struct HelperServiceSetup {
         return std::nullopt;
     }
 
-    /// Makes an empty folder of the caller's own for a copy of that file, which root's script reads there. Gives an
+    /// Makes an empty folder of the caller's own for a copy of that file, from which root reads it. Gives an
     /// empty path where root needs no copy.
     /// @param paths  of the user who installs.
     /// @throws std::system_error
