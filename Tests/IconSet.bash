@@ -29,10 +29,6 @@ done
 desktop-file-validate "$resources/Linux/com.vrd.tavo.desktop"
 # By this an X11 desktop knows whose windows they are: Qt names their class after the program.
 grep -qx StartupWMClass=tavo "$resources/Linux/com.vrd.tavo.desktop"
-for page in tavo tavoctl; do
-    [ -z "$(LC_ALL=C.UTF-8 man --warnings -E UTF-8 -l -Tutf8 -Z "$resources/Linux/$page.1" 2>&1 >/dev/null)" ] ||
-        fail "the manual page of $page has warnings"
-done
 
 # Every state is drawn, in both colours, and no two pictures of a state are alike.
 folder=$(mktemp -d)
