@@ -265,6 +265,19 @@ TEST_F(SettingsCommandTest, SettingsArePrintedAsTheyAreInTheFile) {
     EXPECT_THROW(get("nothing"), SettingError);
 }
 
+TEST_F(SettingsCommandTest, WithJsonOneSettingIsAJsonText) {
+    set("batteryCutoffPercent", "none");
+    EXPECT_EQ(get("watchMode", true), "\"open\"\n");
+    EXPECT_EQ(get("isEnabled", true), "false\n");
+    EXPECT_EQ(get("batteryCutoffPercent", true), "null\n");
+    EXPECT_EQ(get("trigger.query", true), "\"\"\n");
+    EXPECT_EQ(parseJson(get("trigger", true))["preset"], "always");
+    set("trigger.query", "npm test");
+    EXPECT_EQ(get("trigger.preset", true), "null\n");
+    EXPECT_THROW(get("trigger.", true), SettingError);
+    EXPECT_THROW(get("", true), SettingError);
+}
+
 TEST_F(SettingsCommandTest, AnEditMadeWhileTheLoginIsBeingSetUpIsKept) {
     login->onChange = [this] {
         auto edited = saved();
