@@ -1,5 +1,6 @@
 #include "TavoControl/HelperCommand.h"
 
+#include "Support/DescribedJson.h"
 #include "Support/ScriptedCommandRunner.h"
 #include "Support/ScriptedHelperClient.h"
 #include "Support/StandInPrompt.h"
@@ -131,7 +132,7 @@ TEST_F(HelperCommandTest, StatusTellsOfAServiceDefinitionThatIsNotThisBuilds) {
                                   " is another file than this build's, and may start another program; tavoctl helper "
                                   "install replaces it\n"));
     carryOut(Action::status, true);
-    EXPECT_EQ(parseJson(output).at("matchesThisBuild"), false) << "though the program does";
+    EXPECT_EQ(describedJson("helper-status", output).at("matchesThisBuild"), false) << "though the program does";
 }
 
 TEST_F(HelperCommandTest, StatusAsJson) {
@@ -142,7 +143,7 @@ TEST_F(HelperCommandTest, StatusAsJson) {
     SleepOverrideJournal(setup->overrideJournal()).save(record);
     client->otherwise = PrivilegedHelperResponse::ok();
     carryOut(Action::status, true);
-    EXPECT_EQ(parseJson(output),
+    EXPECT_EQ(describedJson("helper-status", output),
               Json::parse(R"json({"state": "installedUnreachable", "buildVersion": ")json" + std::string(tavoVersion) +
                           R"json(", "installedVersion": null, "matchesThisBuild": false,
                                              "overrides": [{"pid": 42, "scopes": ["all"]}], "overridesError": null})json"));
