@@ -201,6 +201,7 @@ echo 'TAVO_TESTS:BOOL=ON' >"$mac/build/release/CMakeCache.txt"
 expectCalls "$app"$'\ntavo' scripts/run
 expectCalls "$built"$'\nctest --test-dir build/release --output-on-failure -j2 -R form' scripts/test -R form
 expectCalls "$built"$'\n'"tavo-screenshots $folder/pictures" scripts/screenshots "$folder/pictures"
+expectCalls "$built"$'\n'"tavo-screenshots --pictures $mac/docs/pictures" scripts/screenshots --pictures
 inCI=(CI=true)
 expectCalls $'cmake --preset release -DTAVO_WARNINGS_AS_ERRORS=ON\ncmake --build --preset release' scripts/build
 inCI=()

@@ -177,17 +177,22 @@ std::vector<Setting> settingsOf(const AppConfig& config) {
     return settings;
 }
 
+Json settingJson(const AppConfig& config, std::string_view key) {
+    constexpr std::string_view triggerPrefix = "trigger.";
+    const bool isOfTrigger = key.starts_with(triggerPrefix);
+    const Json object = isOfTrigger ? Json(config.trigger) : Json(config);
+    const auto found = object.find(isOfTrigger ? key.substr(triggerPrefix.size()) : key);
+    if (found != object.end()) {
+        return *found;
+    }
+    if (key == presetKey) {
+        return nullptr;
+    }
+    refuseKey(key);
+}
+
 std::string settingValue(const AppConfig& config, std::string_view key) {
-    if (key == "trigger") {
-        return textOf(config.trigger);
-    }
-    const auto settings = settingsOf(config);
-    const auto found =
-        std::find_if(settings.begin(), settings.end(), [&](const Setting& setting) { return setting.key == key; });
-    if (found == settings.end()) {
-        refuseKey(key);
-    }
-    return found->value;
+    return textOf(settingJson(config, key));
 }
 
 AppConfig withSetting(const AppConfig& config, std::string_view key, const std::string& value) {

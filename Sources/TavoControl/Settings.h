@@ -28,7 +28,10 @@ struct Setting {
 /// All settings, sorted by key. A trigger that came from no preset has a null "trigger.preset".
 std::vector<Setting> settingsOf(const AppConfig& config);
 
-/// One of them, or with the key "trigger" the whole rule as JSON. @throws SettingError for an unknown key.
+/// The value of one of them, or with the key "trigger" the whole rule. @throws SettingError for an unknown key.
+Json settingJson(const AppConfig& config, std::string_view key);
+
+/// The same as a text. @throws SettingError for an unknown key.
 std::string settingValue(const AppConfig& config, std::string_view key);
 
 /// The configuration with one setting changed, validated.

@@ -81,7 +81,8 @@ ExitStatus SettingsCommand::print(const GetOptions& options) const {
     const auto config = loadConfigOrExplain(store);
     const Console console(stdout);
     if (options.key) {
-        console.print(visibleControls(settingValue(config, *options.key)));
+        console.print(options.json ? shownJson(settingJson(config, *options.key))
+                                   : visibleControls(settingValue(config, *options.key)));
         return ExitStatus::success;
     }
     if (options.json) {

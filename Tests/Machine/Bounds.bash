@@ -13,7 +13,7 @@ expectEnd() {
     expectContains "$(tail -n 1 "$root.out")" "  ended: $1" "the last line printed"
     expectEqual '' "$(cat "$root.err")" "standard error"
     expectWithin "$soon" stateSays "$root" disabled
-    expectContains "$("$TAVO_BIN/tavoctl" --root "$root" history --json)" "\"text\": \"$1\"" "the end in the history"
+    expectContains "$(printedJson history --root "$root")" "\"text\": \"$1\"" "the end in the history"
 }
 
 beginRun "$root" --always --for 8s
@@ -51,6 +51,7 @@ expectNeverWithin 1 hasEnded "$run"
 kill -s KILL "$stopped"
 expectWithin 20 hasEnded "$run"
 wait "$run"
+checkJson run --lines <"$root.out"
 expectContains "$(tail -n 1 "$root.out")" "\"ended\":\"process $stopped has ended\"" "the last object printed"
 expectHeld ''
 

@@ -45,6 +45,6 @@ expectHeld 'sleep:idle block'
 endRun TERM
 expectEqual "$before" "$(cat "$config")" "config.json after a run with overrides"
 expectContains "$(head -n 1 "$root.out")" '"decision":"active"' "the object printed"
-not grep -vE '^\{.*\}$' "$root.out" || fail "a line that is no JSON object"
+checkJson run --lines <"$root.out"
 
 expectStatus 64 "$TAVO_BIN/tavoctl" run --always --preset codex 2>/dev/null

@@ -49,7 +49,7 @@ expectContains "$(control helper status --json)" '"matchesThisBuild": true' "sta
 { cat "$helperFile" && printf x; } >/run/differing
 install -m 755 /run/differing "$helperFile"
 expectContains "$(control helper status)" "another file than this build's" "status"
-expectContains "$(control helper status --json)" '"matchesThisBuild": false' "status"
+expectContains "$(printedJson helper status)" '"matchesThisBuild": false' "status"
 refusal=$(control helper reset 2>&1) && fail "another file was reset: $refusal"
 expectContains "$refusal" "tavoctl helper uninstall" "the refusal"
 helperStateIs ready || fail "the helper has gone"

@@ -2,7 +2,7 @@
 . "$(dirname "$0")/machine.bash"
 
 root=$(mktemp -d)/tavo
-history() { "$TAVO_BIN/tavoctl" --root "$root" history --json; }
+history() { printedJson history --root "$root"; }
 # endings: the endings of all periods, the oldest first.
 endings() { history | grep -o '"ending": "[a-zA-Z]*"' | cut -d'"' -f4 | paste -sd' '; }
 endingsAre() { [ "$(endings)" = "$1" ]; }
@@ -20,6 +20,7 @@ kill -s TERM "$run"
 wait "$run"
 expectEqual quit "$(endings)" "endings after a proper end"
 expectEqual 'start change end' "$(grep -o '"event":"[a-z]*"' "$root/history.jsonl" | cut -d'"' -f4 | paste -sd' ')" "lines"
+checkJson history-file --lines <"$root/history.jsonl"
 expectEqual 600 "$(stat -c %a "$root/history.jsonl")" "mode"
 not grep -q 1000 "$root/history.jsonl" || fail "a command line in the history: $(cat "$root/history.jsonl")"
 

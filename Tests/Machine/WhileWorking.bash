@@ -44,8 +44,8 @@ expectWithin "$soon" isRunning idle-at-prompt "$prompt"
 verdictOf() { # PID JSON
     python3 -c 'import json, sys; print(next(t["verdict"] for t in json.loads(sys.argv[2]) if t["pid"] == int(sys.argv[1])))' "$@"
 }
-expectEqual busy "$(verdictOf "$worker" "$("$TAVO_BIN/tavoctl" processes --command bursting-worker --cpu --json)")" worker
-expectEqual idle "$(verdictOf "$prompt" "$("$TAVO_BIN/tavoctl" processes --command idle-at-prompt --cpu --json)")" prompt
+expectEqual busy "$(verdictOf "$worker" "$(printedJson processes --command bursting-worker --cpu)")" worker
+expectEqual idle "$(verdictOf "$prompt" "$(printedJson processes --command idle-at-prompt --cpu)")" prompt
 expectContains "$("$TAVO_BIN/tavoctl" processes --command leftover-daemon --cpu)" "% idle" "the daemons' share"
 
 # Side by side, each with its own folder: the verdict comes half a minute after the first sighting.

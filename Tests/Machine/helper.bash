@@ -42,4 +42,4 @@ endHold() { exec {keepHolding}>&-; }
 
 helperProcess() { systemctl show --property=MainPID --value "$helperUnit"; }
 
-helperStateIs() { [[ $(control helper status --json) == *"\"state\": \"$1\""* ]]; }
+helperStateIs() { [[ $(printedJson helper status) == *"\"state\": \"$1\""* ]]; }

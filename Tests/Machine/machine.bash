@@ -35,6 +35,23 @@ expectStatus() {
 
 not() { ! "$@"; }
 
+# checkJson SCHEMA [--lines]: whether standard input is JSON that this schema of docs/schema describes in full; with
+# --lines, a JSON text on every line.
+checkJson() { "$TAVO_BIN/check-json" "$(dirname "${BASH_SOURCE[0]}")/../../docs/schema" "$@"; }
+
+# printedJson COMMAND ARGUMENTS...: the JSON that a command of tavoctl prints; nothing when its schema does not describe
+# it. "get" with a key has a schema of its own.
+printedJson() {
+    local text schema=$1
+    case $1 in
+        helper) schema=helper-$2 ;;
+        get) [[ ${2-} == [!-]* ]] && schema=get-key ;;
+    esac
+    text=$("$TAVO_BIN/tavoctl" "$@" --json) || return
+    checkJson "$schema" <<<"$text" || return
+    printf '%s\n' "$text"
+}
+
 hasContent() { [ -s "$1" ]; }
 
 callLogind() {
@@ -76,7 +93,7 @@ requireMachine() {
 sharePrograms() {
     local shared program
     shared=$(mktemp -d)
-    for program in tavo tavoctl tavo-inhibit TavoPrivilegedHelper helper-client accessible-tree stand-in-tray-host; do
+    for program in tavo tavoctl tavo-inhibit TavoPrivilegedHelper helper-client accessible-tree stand-in-tray-host check-json; do
         cp "$TAVO_BIN/$program" "$shared"
     done
     chmod -R a+rX "$shared"

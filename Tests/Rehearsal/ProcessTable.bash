@@ -12,7 +12,7 @@ columns="pid=PID,ppid=PPID,time=TIME,command=EXECUTABLE_________________________
 # expectMatches IDS RULE...: the ids of the processes that match.
 expectMatches() {
     local found
-    found=$(control processes --json "${@:2}" | sed -n 's/^ *"pid": \([0-9]*\).*/\1/p' | tr '\n' ' ')
+    found=$(printedJson processes "${@:2}" | sed -n 's/^ *"pid": \([0-9]*\).*/\1/p' | tr '\n' ' ')
     expectEqual "$1" "${found% }" "matches of ${*:2}"
 }
 

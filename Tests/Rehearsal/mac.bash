@@ -14,6 +14,14 @@ expectContains() { [[ $1 == *"$2"* ]] || fail "${3:-text}: expected '$2' in '$1'
 root="$HOME/Library/Application Support/Tavo"
 tavoctl=/Applications/Tavo.app/Contents/Helpers/tavoctl
 control() { "$tavoctl" "$@" --root "$root"; }
+
+# printedJson COMMAND ARGUMENTS...: the JSON that a command of tavoctl prints; nothing when its schema does not describe it.
+printedJson() {
+    local text
+    text=$(control "$@" --json) || return
+    /schemas/check-json /schemas "$1" <<<"$text" || return
+    printf '%s\n' "$text"
+}
 setPower() { echo "$1 $2" >/rehearsal/power; } # setPower ac|battery PERCENT
 setPower ac 80
 : >/rehearsal/log

@@ -1,3 +1,4 @@
+#include "Screenshots/Pictures.h"
 #include "app/SettingsBindings.h"
 #include "app/views/PanelWindow.h"
 #include "app/views/TavoMenuBarView.h"
@@ -226,21 +227,31 @@ private:
 } // namespace
 } // namespace tavo
 
-/// Draws every state of the app that is worth seeing, in light and in dark.
+/// Usage: tavo-screenshots [--pictures] FOLDER. Draws every state of the app that is worth seeing, in light and in dark;
+/// with --pictures, those that the README and the metainfo show.
 int main(int count, char** values) {
     QApplication application(count, values);
-    if (count != 2 || !QDir().mkpath(QString::fromLocal8Bit(values[1]))) {
+    const auto arguments = QApplication::arguments().mid(1);
+    const bool arePictures = arguments.size() == 2 && arguments.front() == QLatin1String("--pictures");
+    if ((arguments.size() != 1 && !arePictures) || !QDir().mkpath(arguments.back())) {
         fmt::print(stderr, "tavo-screenshots: name a folder to write to.\n");
         return 64;
     }
+    const QDir folder(arguments.back());
     QFont font(QStringLiteral("Inter"));
     font.setPixelSize(13);
     QApplication::setFont(font);
     try {
-        tavo::Photographer photographer(QDir(QString::fromLocal8Bit(values[1])));
-        photographer.takeAll(tavo::Theme::light());
-        photographer.takeAll(tavo::Theme::dark());
-        fmt::print("{} pictures in {}\n", photographer.count(), values[1]);
+        int taken = 0;
+        if (arePictures) {
+            taken = tavo::drawPictures(folder);
+        } else {
+            tavo::Photographer photographer(folder);
+            photographer.takeAll(tavo::Theme::light());
+            photographer.takeAll(tavo::Theme::dark());
+            taken = photographer.count();
+        }
+        fmt::print("{} pictures in {}\n", taken, folder.path().toStdString());
         return 0;
     } catch (const std::exception& error) {
         fmt::print(stderr, "tavo-screenshots: {}\n", error.what());

@@ -1,5 +1,6 @@
 #include "TavoControl/DoctorCommand.h"
 
+#include "Support/DescribedJson.h"
 #include "TavoControl/CommandTest.h"
 #include "base/JsonCoding.h"
 
@@ -61,7 +62,7 @@ TEST_F(DoctorCommandTest, EveryCheckIsALineAndItsAdviceAnother) {
 }
 
 TEST_F(DoctorCommandTest, WithJsonEveryCheckIsAnObject) {
-    EXPECT_EQ(parseJson(run({fine, limited}, true)),
+    EXPECT_EQ(describedJson("doctor", run({fine, limited}, true)),
               Json::parse(R"([{"subject": "logind", "verdict": "ok", "finding": "is running", "advice": ""},
                               {"subject": "sleep lock", "verdict": "limited", "finding": "refused",
                                "advice": "run sudo tavoctl run."}])"));

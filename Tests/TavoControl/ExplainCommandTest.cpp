@@ -1,5 +1,6 @@
 #include "TavoControl/ExplainCommand.h"
 
+#include "Support/DescribedJson.h"
 #include "TavoControl/CommandTest.h"
 #include "TavoControl/ExitStatus.h"
 #include "TavoControl/LockHolder.h"
@@ -20,8 +21,9 @@ protected:
     }
 
     Json explained() {
-        return parseJson(
-            printed([&] { EXPECT_EQ(printExplanation({.json = true}, *store, platform), ExitStatus::success); }));
+        return describedJson("explain", printed([&] {
+                                 EXPECT_EQ(printExplanation({.json = true}, *store, platform), ExitStatus::success);
+                             }));
     }
 };
 

@@ -1,5 +1,6 @@
 #include "TavoControl/Explanation.h"
 
+#include "Support/DescribedJson.h"
 #include "TavoControl/PrintedLines.h"
 #include "base/JsonCoding.h"
 #include "base/WakeControlError.h"
@@ -48,6 +49,8 @@ protected:
     }
 
     Explanation explanation() const { return Explanation(facts); }
+
+    Json described() const { return describedJson("explain", Explanation(facts).json()); }
 
     std::vector<StepVerdict> verdicts() const {
         const auto subject = explanation();
@@ -136,7 +139,7 @@ TEST_F(ExplanationTest, WithoutARunningTavoItTellsWhatOneWouldDecide) {
     decide(Reason::noMatchingProcess);
     EXPECT_EQ(explanation().headline().detail,
               "a running tavo would say: waiting for claude code, starts when claude code runs");
-    EXPECT_EQ(explanation().json()["awake"], false);
+    EXPECT_EQ(described()["awake"], false);
 }
 
 TEST_F(ExplanationTest, ATavoThatHasOnlyJustStartedEvaluatesAtOnceIfItIsSwitchedOn) {
@@ -160,11 +163,11 @@ TEST_F(ExplanationTest, WithAWorkRequirementTheVerdictOnEachTreeIsShown) {
     EXPECT_THAT(explanation().steps()[3].text, HasSubstr("5.8% of a core, works: its processes changed)"));
     facts.activity->trees.front().verdict = WorkVerdict::idle;
     EXPECT_THAT(explanation().steps()[3].text, HasSubstr(", idle)"));
-    EXPECT_TRUE(explanation().json()["steps"][3]["values"].contains("activity"));
+    EXPECT_TRUE(described()["steps"][3]["values"].contains("activity"));
 }
 
 TEST_F(ExplanationTest, JsonHasEachStepWithItsValuesAndNoCommandLine) {
-    const auto json = explanation().json();
+    const auto json = described();
     EXPECT_EQ(json["running"], true);
     EXPECT_EQ(json["awake"], true);
     EXPECT_EQ(json["reason"], "active");

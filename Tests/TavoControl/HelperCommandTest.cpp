@@ -1,5 +1,6 @@
 #include "TavoControl/HelperCommand.h"
 
+#include "Support/DescribedJson.h"
 #include "Support/StandInPrompt.h"
 #include "Support/WaitUntil.h"
 #include "TavoControl/HelperCommandFixture.h"
@@ -51,7 +52,7 @@ TEST_F(HelperCommandTest, StatusTellsOfAServiceDefinitionThatIsNotThisBuilds) {
                                   " is another file than this build's, and may start another program; tavoctl helper "
                                   "install replaces it\n"));
     carryOut(Action::status, true);
-    EXPECT_EQ(parseJson(output).at("matchesThisBuild"), false) << "though the program does";
+    EXPECT_EQ(describedJson("helper-status", output).at("matchesThisBuild"), false) << "though the program does";
 }
 
 TEST_F(HelperCommandTest, StatusAsJson) {
@@ -63,7 +64,7 @@ TEST_F(HelperCommandTest, StatusAsJson) {
     client->otherwise = PrivilegedHelperResponse::ok();
     carryOut(Action::status, true);
     EXPECT_EQ(
-        parseJson(output),
+        describedJson("helper-status", output),
         Json::parse(
             R"json({"state": "installedUnreachable", "packaged": false, "servedUser": null, "buildVersion": ")json" +
             std::string(tavoVersion) +

@@ -1,5 +1,6 @@
 #include "TavoControl/HistoryCommand.h"
 
+#include "Support/DescribedJson.h"
 #include "TavoControl/CommandTest.h"
 #include "TavoControl/PrintedLines.h"
 #include "TavoControl/TimeZone.h"
@@ -61,7 +62,7 @@ TEST_F(HistoryReportTest, ATableThenTheDaysThenTheSum) {
 TEST_F(HistoryReportTest, PeriodsThatEndedBeforeAreLeftOut) {
     add("2026-01-29T20:00:00Z", "2026-01-29T20:45:00Z", HistoryEnding::decision);
     EXPECT_THAT(lines(), ElementsAre("nothing was kept awake within the last 24h."));
-    EXPECT_EQ(HistoryReport(facts).json()["periods"].size(), 0U);
+    EXPECT_EQ(describedJson("history", HistoryReport(facts).json())["periods"].size(), 0U);
 }
 
 TEST_F(HistoryReportTest, WithoutAHistoryItSaysWhoWritesOne) {
@@ -79,7 +80,7 @@ TEST_F(HistoryReportTest, SkippedLinesAreCounted) {
 TEST_F(HistoryReportTest, JsonHasEachPeriodAndTheSum) {
     add("2026-01-30T20:00:00Z", "2026-01-30T20:45:00Z", HistoryEnding::decision);
     add("2026-01-31T11:00:00Z", "2026-01-31T12:00:00Z", HistoryEnding::ongoing);
-    const auto json = HistoryReport(facts).json();
+    const auto json = describedJson("history", HistoryReport(facts).json());
     EXPECT_EQ(json["awakeSeconds"], 6300);
     EXPECT_EQ(json["skippedLines"], 0);
     EXPECT_EQ(json["since"], "2026-01-30T12:00:00Z");
@@ -115,8 +116,9 @@ protected:
     }
 
     Json history(std::chrono::seconds since = std::chrono::hours{24}) {
-        return parseJson(
-            printed([&] { EXPECT_EQ(printHistory({.since = since, .json = true}, *store), ExitStatus::success); }));
+        return describedJson("history", printed([&] {
+                                 EXPECT_EQ(printHistory({.since = since, .json = true}, *store), ExitStatus::success);
+                             }));
     }
 };
 

@@ -1,5 +1,6 @@
 #include "TavoControl/ProcessesCommand.h"
 
+#include "Support/DescribedJson.h"
 #include "TavoControl/CommandTest.h"
 #include "TavoControl/ExitStatus.h"
 #include "base/JsonCoding.h"
@@ -38,14 +39,14 @@ TEST_F(ProcessesCommandTest, EveryMatchIsListedWithTheSizeAndTimeOfItsTree) {
 }
 
 TEST_F(ProcessesCommandTest, WithJsonTheListIsAnArrayOfObjects) {
-    EXPECT_EQ(parseJson(run(preset(TriggerPreset::codex, true))), Json::parse(R"([{
+    EXPECT_EQ(describedJson("processes", run(preset(TriggerPreset::codex, true))), Json::parse(R"([{
         "pid": 10, "executableName": "node", "commandLine": "node codex", "treeSize": 3, "cpuTimeSeconds": 7.75}])"));
 }
 
 TEST_F(ProcessesCommandTest, TheExecutableOptionComparesTheWholeName) {
     const TriggerRule rule{
         .mode = TriggerMode::process, .matchStrategy = TriggerMatchStrategy::executableName, .query = "MAKE"};
-    const auto list = parseJson(run({.rule = rule, .json = true}));
+    const auto list = describedJson("processes", run({.rule = rule, .json = true}));
     ASSERT_THAT(list, SizeIs(1));
     EXPECT_EQ(list[0]["pid"], 12);
 }
@@ -54,20 +55,20 @@ TEST_F(ProcessesCommandTest, WithoutARuleTheConfiguredOneCounts) {
     auto config = AppConfig::defaultConfig();
     config.trigger = defaultRule(TriggerPreset::cursor);
     store->saveConfig(config);
-    const auto list = parseJson(run({.json = true}));
+    const auto list = describedJson("processes", run({.json = true}));
     ASSERT_THAT(list, SizeIs(1));
     EXPECT_EQ(list[0]["pid"], 20);
 }
 
 TEST_F(ProcessesCommandTest, NoMatchIsSaid) {
     EXPECT_EQ(run(preset(TriggerPreset::claudeCode)), "no process matches claude code\n");
-    EXPECT_EQ(parseJson(run(preset(TriggerPreset::claudeCode, true))), Json::array());
+    EXPECT_EQ(describedJson("processes", run(preset(TriggerPreset::claudeCode, true))), Json::array());
 }
 
 TEST_F(ProcessesCommandTest, AlwaysOnWatchesNoProcess) {
     EXPECT_EQ(run({}), "the trigger is always on, so no process is watched; name one with --preset, --executable or "
                        "--command.\n");
-    EXPECT_EQ(parseJson(run({.json = true})), Json::array());
+    EXPECT_EQ(describedJson("processes", run({.json = true})), Json::array());
     EXPECT_EQ(processes->timesRead, 0);
 }
 
@@ -137,7 +138,7 @@ TEST_F(MeasuredProcessesTest, WithJsonTheVerdictIsInTheObject) {
     later[1].cpuTimeSeconds += 0.02;
     auto options = measured(TriggerPreset::codex);
     options.json = true;
-    EXPECT_EQ(parseJson(run(options)), Json::parse(R"([{
+    EXPECT_EQ(describedJson("processes", run(options)), Json::parse(R"([{
         "pid": 10, "executableName": "node", "commandLine": "node codex", "treeSize": 3, "cpuTimeSeconds": 7.77,
         "cpuPercent": 0.4, "membersChanged": false, "isWorking": false, "verdict": "idle"}])"));
 }

@@ -1,5 +1,6 @@
 #include "TavoControl/RunReport.h"
 
+#include "Support/DescribedJson.h"
 #include "TavoControl/PrintedLines.h"
 #include "base/JsonCoding.h"
 
@@ -49,7 +50,7 @@ protected:
     std::vector<Json> takeObjects() {
         std::vector<Json> objects;
         for (const auto& line : printed.take()) {
-            objects.push_back(parseJson(line));
+            objects.push_back(describedJson("run", line));
         }
         return objects;
     }
@@ -188,7 +189,7 @@ TEST_F(RunReportTest, WithJsonControlCharactersAndMalformedTextStayValidJson) {
     report(true).update(line, std::nullopt, start);
     const auto lines = printed.take();
     ASSERT_THAT(lines, SizeIs(1));
-    EXPECT_EQ(parseJson(lines[0])["detail"], "a\x1B[31m\n\uFFFD");
+    EXPECT_EQ(describedJson("run", lines[0])["detail"], "a\x1B[31m\n\uFFFD");
     EXPECT_EQ(lines[0].find('\x1B'), std::string::npos);
 }
 

@@ -1,5 +1,6 @@
 #include "TavoControl/SettingsCommand.h"
 
+#include "Support/DescribedJson.h"
 #include "Support/ScriptedHelperClient.h"
 #include "Support/ScriptedLaunchAtLogin.h"
 #include "Support/WaitUntil.h"
@@ -261,8 +262,21 @@ TEST_F(SettingsCommandTest, SettingsArePrintedAsTheyAreInTheFile) {
     EXPECT_EQ(get("batteryCutoffPercent"), "null\n");
     EXPECT_EQ(get("trigger.preset"), "always\n");
     EXPECT_THAT(linesOf(get()), ::testing::Contains("watchMode = open"));
-    EXPECT_EQ(AppConfig::fromJson(parseJson(get({}, true))), saved());
+    EXPECT_EQ(AppConfig::fromJson(describedJson("get", get({}, true))), saved());
     EXPECT_THROW(get("nothing"), SettingError);
+}
+
+TEST_F(SettingsCommandTest, WithJsonOneSettingIsAJsonText) {
+    set("batteryCutoffPercent", "none");
+    EXPECT_EQ(get("watchMode", true), "\"open\"\n");
+    EXPECT_EQ(get("isEnabled", true), "false\n");
+    EXPECT_EQ(get("batteryCutoffPercent", true), "null\n");
+    EXPECT_EQ(get("trigger.query", true), "\"\"\n");
+    EXPECT_EQ(describedJson("get-key", get("trigger", true))["preset"], "always");
+    set("trigger.query", "npm test");
+    EXPECT_EQ(get("trigger.preset", true), "null\n");
+    EXPECT_THROW(get("trigger.", true), SettingError);
+    EXPECT_THROW(get("", true), SettingError);
 }
 
 TEST_F(SettingsCommandTest, AnEditMadeWhileTheLoginIsBeingSetUpIsKept) {

@@ -1,5 +1,6 @@
 #include "TavoControl/StatusCommand.h"
 
+#include "Support/DescribedJson.h"
 #include "Support/WaitUntil.h"
 #include "TavoControl/CommandTest.h"
 #include "TavoControl/ExitStatus.h"
@@ -25,7 +26,7 @@ protected:
 
     std::vector<std::int32_t> heldPIDs() {
         std::vector<std::int32_t> pids;
-        const auto object = parseJson(run(true));
+        const auto object = describedJson("status", run(true));
         for (const auto& assertion : object.at("held")) {
             pids.push_back(assertion["pid"]);
         }
@@ -54,7 +55,7 @@ TEST_F(StatusCommandTest, ARunningTavoIsFoundByItsLockAndItsChildrensLocksCount)
     saveAwake();
     processes->processes = {{.pid = tavo.pid(), .parentPID = 1}, {.pid = 500, .parentPID = tavo.pid()}};
     held->held = {{.who = "tavo", .what = "sleep:idle", .pid = 500}};
-    const auto object = parseJson(run(true));
+    const auto object = describedJson("status", run(true));
     EXPECT_EQ(object["running"], true);
     EXPECT_EQ(object["processID"], tavo.pid());
     EXPECT_EQ(object["keepingAwake"], true);
@@ -131,7 +132,7 @@ TEST_F(StatusCommandTest, JsonSteersNoTerminalAndSaysTheSame) {
     held->held = {{.who = "tavo", .what = what, .pid = 500}};
     const auto text = run(true);
     EXPECT_THAT(text, HasSubstr("idle \\u009b2J\\u202e\\u007f\\u2028"));
-    EXPECT_EQ(parseJson(text).at("held").at(0).at("what"), what);
+    EXPECT_EQ(describedJson("status", text).at("held").at(0).at("what"), what);
 }
 
 TEST_F(StatusCommandTest, WithoutATavoOnlyLeftoversCount) {
@@ -152,7 +153,7 @@ TEST_F(StatusCommandTest, AStoppedTavoIsNotCalledAsPlanned) {
     EXPECT_TRUE(waitUntil([&] { return isProcessStopped(tavo.pid()); }));
     const auto pid = std::to_string(tavo.pid());
     const auto lines = linesOf(run());
-    const auto object = parseJson(run(true));
+    const auto object = describedJson("status", run(true));
     kill(tavo.pid(), SIGCONT);
     EXPECT_EQ(lines.front(), "stopped: tavo decides nothing until it is continued; its locks stay held");
     EXPECT_THAT(lines, Contains("  held       sleep:idle (process id " + pid + ")"));
@@ -165,13 +166,13 @@ TEST_F(StatusCommandTest, AStoppedTavoIsNotCalledAsPlanned) {
 TEST_F(StatusCommandTest, ASwitchedOffTavoSaysHowToSwitchItOn) {
     const LockHolder tavo(store->paths().lockURL());
     store->saveRuntimeSnapshot({.lastDecisionReason = RuntimeDecisionReason::disabled});
-    EXPECT_EQ(parseJson(run(true))["notice"],
+    EXPECT_EQ(describedJson("status", run(true))["notice"],
               "keeping awake is switched off (isEnabled); tavoctl enable switches it on.");
 }
 
 TEST_F(StatusCommandTest, AKilledTavosSnapshotIsNotTakenForTheTruth) {
     saveAwake();
-    const auto object = parseJson(run(true));
+    const auto object = describedJson("status", run(true));
     EXPECT_EQ(object["keepingAwake"], false);
     EXPECT_EQ(object["title"], "not running");
 }
@@ -184,7 +185,7 @@ TEST_F(StatusCommandTest, ASystemThatCannotBeAskedIsSaid) {
 TEST_F(StatusCommandTest, WithoutTheProcessTableNobodysLocksAreTakenForTavos) {
     held->held = {{.who = "player", .what = "idle", .pid = 700}};
     processes->failure = std::make_exception_ptr(std::runtime_error("no table"));
-    const auto object = parseJson(run(true));
+    const auto object = describedJson("status", run(true));
     EXPECT_FALSE(object.contains("held"));
     EXPECT_EQ(object["heldError"], "no table.");
 }

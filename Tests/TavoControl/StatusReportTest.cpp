@@ -1,5 +1,6 @@
 #include "TavoControl/StatusReport.h"
 
+#include "Support/DescribedJson.h"
 #include "TavoControl/PrintedLines.h"
 #include "base/JsonCoding.h"
 
@@ -40,7 +41,7 @@ std::vector<std::string> lines(StatusFacts facts) {
 }
 
 Json json(StatusFacts facts) {
-    return StatusReport(std::move(facts)).json();
+    return describedJson("status", StatusReport(std::move(facts)).json());
 }
 
 TEST(StatusReport, LocksHeldAsPlannedAreShownInFull) {

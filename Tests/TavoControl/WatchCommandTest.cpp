@@ -1,5 +1,6 @@
 #include "TavoControl/WatchCommand.h"
 
+#include "Support/DescribedJson.h"
 #include "TavoControl/CommandTest.h"
 #include "TavoControl/PseudoTerminal.h"
 #include "base/JsonCoding.h"
@@ -150,7 +151,7 @@ TEST_F(WatchCommandTest, WithJsonEachChangeIsAnObjectOnALine) {
     const auto [child, output] = watchIntoPipe(true);
     std::array<char, 8192> line{};
     ASSERT_NE(std::fgets(line.data(), line.size(), output), nullptr);
-    const auto object = parseJson(line.data());
+    const auto object = describedJson("watch", std::string(line.data()));
     EXPECT_EQ(object["reason"], "disabled");
     EXPECT_TRUE(object.contains("time"));
     EXPECT_EQ(object["steps"].size(), 6U);
