@@ -19,8 +19,8 @@ def helpOf(command: list[str]) -> str:
 
 
 def subcommandsIn(text: str) -> list[str]:
-    """As the help lists them below "Subcommands:"."""
-    section = re.search(r"^Subcommands:\n((?:  .*\n?|\n(?=  ))*)", text, re.MULTILINE)
+    """As the help lists them below "Commands:"."""
+    section = re.search(r"^Commands:\n((?:  .*\n?)*)", text, re.MULTILINE)
     return re.findall(r"^  ([a-z]\w*)", section[1], re.MULTILINE) if section else []
 
 
@@ -31,6 +31,8 @@ class Programs:
         self.options: dict[tuple[str, ...], set[str]] = {}
         for program in ownPrograms:
             self.ask(folder, (program,))
+        if not self.hasCommands(("tavoctl",)):
+            raise ValueError("tavoctl --help lists no commands")
         for script in [*sorted((project / "scripts").iterdir()), project / ".ci/run", project / "Benchmarks/compare"]:
             if script.is_file() and not script.suffix:
                 name = str(script.relative_to(project))
@@ -40,7 +42,8 @@ class Programs:
 
     def ask(self, folder: pathlib.Path, command: tuple[str, ...]) -> None:
         text = helpOf([str(folder / command[0]), *command[1:]])
-        self.options[command] = set(optionPattern.findall(text))
+        # Each begins a line; others are in examples.
+        self.options[command] = set(re.findall(r"^ +(?:-\w, *)?(--[\w-]+)", text, re.MULTILINE))
         if not self.options[command]:
             raise ValueError(f"{' '.join(command)} --help lists no options: {text}")
         for name in subcommandsIn(text):
