@@ -27,7 +27,7 @@ void prepareChildEnvironment() {
 
 Platform makePlatform(const std::filesystem::path& programPath, const TavoPaths& paths) {
     Platform platform;
-    platform.loginOptionsFile = paths.rootDirectory / "run.conf";
+    platform.loginOptionsFile = paths.rootDirectory / "login.conf";
     platform.commandRunner = std::make_shared<SystemCommandRunner>();
     platform.assertionStatus = std::make_shared<AssertionStatus>();
     platform.desktopApp = findDesktopApp(programPath);

@@ -46,7 +46,7 @@ void prepareMacChildEnvironment() {
 Platform makeMacPlatform(const std::filesystem::path& programPath, const TavoPaths& paths,
                          std::shared_ptr<PrivilegedHelperClient> helperClient) {
     Platform platform;
-    platform.loginOptionsFile = paths.rootDirectory / "run.conf";
+    platform.loginOptionsFile = paths.rootDirectory / "login.conf";
     platform.appReadsLoginOptions = true;
     makeInterruptible(platform);
     platform.commandRunner = std::make_shared<SystemCommandRunner>();
