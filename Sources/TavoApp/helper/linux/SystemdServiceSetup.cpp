@@ -4,6 +4,7 @@
 #include "helper/PrivilegedHelperInstaller.h"
 #include "helper/linux/FileDigest.h"
 #include "system/CommandRunning.h"
+#include "system/linux/UnitText.h"
 
 #include <fmt/format.h>
 #include <unistd.h>
@@ -32,20 +33,6 @@ std::string replaced(std::string text, std::string_view field, const std::string
         text.replace(start, field.size(), value);
     }
     return text;
-}
-
-/// A path as one word of ExecStart=, systemd.service(5), "Command lines", and systemd.unit(5), "Specifiers".
-std::string unitWord(const std::filesystem::path& path) {
-    std::string word = "\"";
-    for (const char character : path.string()) {
-        if (character == '"' || character == '\\') {
-            word += '\\';
-        } else if (character == '%' || character == '$') {
-            word += character;
-        }
-        word += character;
-    }
-    return word + '"';
 }
 
 /// The name of a temporary file beside its target. Predictable, because only root may write there.
