@@ -21,6 +21,7 @@ asAlice() { runInSession alice env PATH=/usr/bin:/bin QT_QPA_PLATFORM=offscreen 
 # As machine.bash has them, for the installed programs.
 TAVO_BIN=/usr/bin
 client() { "$programs/helper-client" "$@"; }
+checkJson() { "$programs/check-json" "$(dirname "$0")/../../docs/schema" "$@"; }
 noHelperRuns() { [ "$(helperProcess)" = 0 ]; }
 isGone() { [ ! -e "/proc/$1" ]; }
 systemFiles() { find /etc /usr /var/lib/systemd /run/systemd/system -xdev -path /var/lib/dpkg -prune -o -print | sort; }
@@ -111,7 +112,7 @@ expectWithin "$soon" nothingInForce
 expectWithin 10 isGone "$bobsRun"
 [ -e "/proc/$owner" ] && [ -e "/proc/$app" ] || fail "the removal has ended a running Tavo: $(cat /run/stay.out)"
 kill "$(pgrep --parent "$owner" --exact tavo-inhibit)"
-expectWithin 10 grep -q "tavo-inhibit" /run/stay.out
+waitUntil 10 grep -q "tavo-inhibit" /run/stay.out || fail "without its programs the run says: $(cat /run/stay.out)"
 expectContains "$(cat /run/stay.out)" "/usr/libexec/tavo/tavo-inhibit" "what the run says without its programs"
 kill -s TERM "$owner" "$app"
 wait "$session" || true
