@@ -20,7 +20,8 @@ bool wasStopped() {
     return text == "success" || text == "timeout";
 }
 
-tavo::HelperGrant grantsOfRoot(const char* command) {
+/// @param command  of tavoctl helper, for a caller who is not root.
+tavo::HelperGrant grantAsRoot(const char* command) {
     if (geteuid() != 0) {
         throw tavo::HelperGrantError(std::string("this takes root; ask with tavoctl helper ") + command + ".");
     }
@@ -41,7 +42,7 @@ int main(int count, char** values) {
         {.grant =
              [calledAs = values[0]] {
                  const auto user = tavo::HelperGrant::userToServe(std::getenv("PKEXEC_UID"), std::getenv("SUDO_UID"));
-                 grantsOfRoot("install").grant(user, tavo::runningProgram(calledAs));
+                 grantAsRoot("install").grant(user, tavo::runningProgram(calledAs));
              },
-         .revoke = [] { grantsOfRoot("uninstall").revoke(); }});
+         .revoke = [] { grantAsRoot("uninstall").revoke(); }});
 }
