@@ -39,6 +39,8 @@ struct RawOptions {
     std::string length;
     std::string until;
     std::vector<std::string> processes;
+    bool headless = false;
+    bool service = false;
     bool json = false;
 };
 

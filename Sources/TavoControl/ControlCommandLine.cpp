@@ -68,6 +68,8 @@ public:
         addProcessOption(*run, raw);
         addWorkOptions(*run, raw);
         addBoundOptions(*run, raw);
+        run->add_flag("--service", raw.service, "as a service: take the options from run.conf")
+            ->disable_flag_override();
         addPolicyOptions(*exec, raw);
         addBoundOptions(*exec, raw);
         // Only for the help: they are removed before the arguments are parsed.
@@ -83,6 +85,8 @@ public:
         set->add_option("VALUE", raw.value, "as get prints it");
         get->add_option("KEY", raw.key, "all of them by default")->default_str("all");
         login->add_option("STATE", raw.state, "on or off");
+        login->add_flag("--headless", raw.headless, "not the app but tavoctl run, with the options in run.conf")
+            ->disable_flag_override();
         addWorkOptions(*login, raw);
         helper->require_subcommand(1);
         for (auto* command : {run, status, processes, history, explain, watch, doctor, get, helperStatus}) {
@@ -188,13 +192,39 @@ private:
         } else if (get->parsed()) {
             invocation.command =
                 GetOptions{.key = get->count("KEY") > 0 ? std::optional(raw.key) : std::nullopt, .json = raw.json};
+        } else if (raw.headless) {
+            invocation.command = headlessOptions();
         } else {
             invocation.command = change();
         }
         return invocation;
     }
 
+    /// A service takes what the file says, so that there is one place to look at.
+    void refuseOptionsOfService() const {
+        for (const auto* option : run->get_options()) {
+            if (option->count() > 0 && option->get_name() != "--service" && option->get_name() != "--root") {
+                throw UsageError(fmt::format("--service takes its options from run.conf, {} too", option->get_name()));
+            }
+        }
+    }
+
+    HeadlessOptions headlessOptions() const {
+        const bool isOn = loginStateOf(raw);
+        if (raw.whileWorking || !raw.busy.empty() || !raw.grace.empty()) {
+            throw UsageError("with --headless, --while-working, --busy and --grace are lines of run.conf");
+        }
+        if (!raw.root.empty()) {
+            throw UsageError("what --headless starts uses the default folder, so it cannot be combined with --root");
+        }
+        return {.isOn = isOn};
+    }
+
     RunOptions runOptions() const {
+        if (raw.service) {
+            refuseOptionsOfService();
+            return {.isService = true};
+        }
         RunOptions options{.overrides = overridesOf(raw),
                            .whileWorking = workRequirementOf(raw),
                            .bound = boundOf(raw),

@@ -24,6 +24,9 @@ struct RunOptions {
     /// When to end by itself.
     RunBound bound;
     bool json = false;
+
+    /// All of these are to be taken from the file, see RunOptionsFile.
+    bool isService = false;
 };
 
 struct ExecOptions {
@@ -99,12 +102,17 @@ struct ChangeOptions {
     std::optional<std::optional<WorkRequirement>> loginOptions = {};
 };
 
+/// Switches the run without a desktop, see HeadlessLaunchManaging.
+struct HeadlessOptions {
+    bool isOn = false;
+};
+
 /// A parsed command line.
 struct Invocation {
     /// Replaces the default folder of config.json and state.json.
     std::optional<std::filesystem::path> root;
     std::variant<RunOptions, ExecOptions, StatusOptions, ProcessesOptions, DoctorOptions, HistoryOptions,
-                 ExplainOptions, WatchOptions, HelperCommandOptions, GetOptions, ChangeOptions>
+                 ExplainOptions, WatchOptions, HelperCommandOptions, GetOptions, HeadlessOptions, ChangeOptions>
         command;
 };
 

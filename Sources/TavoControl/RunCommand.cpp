@@ -44,12 +44,13 @@ public:
     /// @param processes  the bound's processes.
     /// @param lock  outlives this.
     ForegroundRun(const RunOptions& options, std::vector<WatchedProcess> processes,
-                  std::shared_ptr<const TavoStoring> store, Platform platform, const InstanceLock& lock)
+                  std::shared_ptr<const TavoStoring> store, Platform platform, const InstanceLock& lock,
+                  ServiceNotification notification)
         : options(options), processes(std::move(processes)), exits(platform.processExits), lock(lock),
           store(std::make_shared<OverridingStore>(std::move(store), options.overrides)),
           assertionStatus(platform.assertionStatus), assertionRunner(platform.assertionRunner),
           wakePlanBuilder(platform.wakePlanBuilder), seemsWithoutMeans(platform.seemsWithoutMeans),
-          report(Console(stdout), options.json),
+          report(Console(stdout), options.json), notification(std::move(notification)),
           model(TavoAppModel::make(loop, this->store, std::move(platform), *this, options.whileWorking)) {}
 
     ExitStatus run() {
@@ -91,6 +92,9 @@ private:
             tryLock();
         }
         show();
+        if (!hasEnded) {
+            notification.ready();
+        }
     }
 
     /// A run that only waits would otherwise find out hours later, when its process has come and its user has gone,
@@ -146,6 +150,7 @@ private:
                            .notice = notice(),
                            .bound = end->text(),
                            .until = end->deadline()};
+        notification.status(line.plainText());
         try {
             report.update(line, model->configFileError(), loop->now());
         } catch (const OutputError& error) {
@@ -179,6 +184,7 @@ private:
             return;
         }
         isQuitting = true;
+        notification.stopping();
         model->quitBecause(why);
         hasEnded = true;
     }
@@ -225,6 +231,7 @@ private:
         hasEnded = true;
         auto failed = model->runtimeSnapshot();
         status = exitStatusOf(failure);
+        notification.stopping();
         model->quit();
         failed.isWakeAssertionActive = false;
         failed.lastDecisionReason = RuntimeDecisionReason::error;
@@ -249,6 +256,7 @@ private:
     WakePlanBuilder wakePlanBuilder;
     std::function<bool()> seemsWithoutMeans;
     RunReport report;
+    ServiceNotification notification;
     std::shared_ptr<TavoAppModel> model;
     ExitStatus status = ExitStatus::success;
     bool hasBegun = false;
@@ -264,7 +272,8 @@ private:
 
 } // namespace
 
-ExitStatus runInForeground(const RunOptions& options, std::shared_ptr<const TavoStoring> store, Platform platform) {
+ExitStatus runInForeground(const RunOptions& options, std::shared_ptr<const TavoStoring> store, Platform platform,
+                           ServiceNotification notification) {
     if (const auto shortage = openFilesShortage()) {
         printError("tavoctl: {}; raise the limit, with ulimit -n or where this is started.\n", *shortage);
         return ExitStatus::failure;
@@ -295,7 +304,8 @@ ExitStatus runInForeground(const RunOptions& options, std::shared_ptr<const Tavo
     }
     platform.history = makeHistory(store->paths(), "tavoctl run",
                                    [](const std::string& text) { printError("tavoctl: {}\n", visibleControls(text)); });
-    ForegroundRun run(options, std::move(processes), std::move(store), std::move(platform), *lock);
+    ForegroundRun run(options, std::move(processes), std::move(store), std::move(platform), *lock,
+                      std::move(notification));
     run.handleSignals();
     blocked.reset();
     return run.run();

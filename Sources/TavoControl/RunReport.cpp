@@ -57,8 +57,15 @@ Json RunLine::json(TimePoint at) const {
 }
 
 std::string RunLine::text(const Console& console) const {
-    return fmt::format("{}: {}{}{}; holding {}{}", console.styled(visibleControls(title), emphasisOf(reason)),
-                       visibleControls(detail), processNote(matchedProcesses),
+    return console.styled(visibleControls(title), emphasisOf(reason)) + rest();
+}
+
+std::string RunLine::plainText() const {
+    return visibleControls(title) + rest();
+}
+
+std::string RunLine::rest() const {
+    return fmt::format(": {}{}{}; holding {}{}", visibleControls(detail), processNote(matchedProcesses),
                        work ? "; " + visibleControls(work->text) : "", held.empty() ? "nothing" : visibleControls(held),
                        bound.empty() ? "" : "; " + bound);
 }

@@ -43,6 +43,13 @@ struct RunLine {
 
     /// Without the time.
     std::string text(const Console& console) const;
+
+    /// The same for a reader who is no terminal.
+    std::string plainText() const;
+
+private:
+    /// What follows the title.
+    std::string rest() const;
 };
 
 /// Prints a line whenever it would differ from the last one. A notice is printed once, on a line of its own (with JSON,

@@ -2,6 +2,7 @@
 
 #include "TavoControl/Console.h"
 #include "TavoControl/ExitStatus.h"
+#include "TavoControl/HeadlessCommand.h"
 #include "TavoControl/RunningTavo.h"
 #include "TavoControl/Settings.h"
 #include "TavoControl/StatusCommand.h"
@@ -120,6 +121,9 @@ ExitStatus SettingsCommand::change(const ChangeOptions& options) const {
         if (options.loginOptions && *options.loginOptions) {
             Console(stdout).print(
                 fmt::format("at login the app starts with {}.", fmt::join((*options.loginOptions)->arguments(), " ")));
+        }
+        if (const auto note = options.login ? headlessRunNote(after.launchAtLoginEnabled, platform) : std::nullopt) {
+            Console(stdout).print(*note);
         }
     } catch (const OutputError&) {
         // The change is made, so the running Tavo is told of it even when nobody reads this.

@@ -4,10 +4,13 @@
 #include "TavoControl/ExecCommand.h"
 #include "TavoControl/ExitStatus.h"
 #include "TavoControl/ExplainCommand.h"
+#include "TavoControl/HeadlessCommand.h"
 #include "TavoControl/HelperCommand.h"
 #include "TavoControl/HistoryCommand.h"
 #include "TavoControl/ProcessesCommand.h"
 #include "TavoControl/RunCommand.h"
+#include "TavoControl/RunOptionsFile.h"
+#include "TavoControl/ServiceNotification.h"
 #include "TavoControl/SettingsCommand.h"
 #include "TavoControl/StatusCommand.h"
 #include "TavoControl/SystemChecks.h"
@@ -32,12 +35,16 @@ int carryOut(const Invocation& invocation, const char* calledAs, const Inherited
     const auto paths = invocation.root ? TavoPaths{*invocation.root} : TavoPaths::defaultPaths();
     trustedFolder(paths.rootDirectory);
     const auto store = std::make_shared<TavoStore>(paths);
+    // Other commands may be a part of somebody else's service, and leave its address to what they start.
+    auto notification = std::holds_alternative<RunOptions>(invocation.command) ? ServiceNotification::fromEnvironment()
+                                                                               : ServiceNotification();
     auto platform = makePlatform(runningProgram(calledAs), paths);
     return static_cast<int>(std::visit(
         [&](const auto& options) {
             using Options = std::decay_t<decltype(options)>;
             if constexpr (std::is_same_v<Options, RunOptions>) {
-                return runInForeground(options, store, std::move(platform));
+                return runInForeground(options.isService ? RunOptionsFile(paths).read() : options, store,
+                                       std::move(platform), std::move(notification));
             } else if constexpr (std::is_same_v<Options, ExecOptions>) {
                 // The command's status, which may be any number.
                 return static_cast<ExitStatus>(runCommandAwake(options, store, std::move(platform), conditions));
@@ -55,6 +62,8 @@ int carryOut(const Invocation& invocation, const char* calledAs, const Inherited
                 return SettingsCommand(platform, *store).print(options);
             } else if constexpr (std::is_same_v<Options, ChangeOptions>) {
                 return SettingsCommand(platform, *store).change(options);
+            } else if constexpr (std::is_same_v<Options, HeadlessOptions>) {
+                return switchHeadlessRun(options, *store, platform);
             } else if constexpr (std::is_same_v<Options, HelperCommandOptions>) {
                 return HelperCommand(platform, *store).carryOut(options);
             } else {

@@ -54,3 +54,35 @@ expectContains "$(cat "$agent")" "<string>/Applications/Tavo.app/Contents/MacOS/
 control set launchAtLoginEnabled false >/dev/null
 expectCalls "/bin/launchctl bootout gui/0 $agent"
 [ ! -e "$agent" ] || fail "the agent is left"
+
+# The run without a desktop has an agent of its own, beside the app's.
+runAgent=$HOME/Library/LaunchAgents/com.vrd.tavo.run.plist
+"$tavoctl" login on --headless >/rehearsal/out
+expectCalls "/bin/launchctl bootout gui/0 $runAgent
+/bin/launchctl bootstrap gui/0 $runAgent"
+expectContains "$(cat /rehearsal/out)" "com.vrd.tavo.run is enabled and started." "what is said"
+expectContains "$(tr -d '\n\t' <"$runAgent")" "<string>$tavoctl</string><string>run</string><string>--service</string>" \
+    "the agent of the run"
+control login on >/rehearsal/out
+expectCalls "/bin/launchctl bootout gui/0 $agent
+/bin/launchctl bootstrap gui/0 $agent"
+expectContains "$(cat /rehearsal/out)" "only one tavo runs for a user" "what is said of both"
+"$tavoctl" login off --headless >/dev/null
+expectCalls "/bin/launchctl bootout gui/0 $runAgent"
+[ ! -e "$runAgent" ] || fail "the agent of the run is left"
+[ -e "$agent" ] || fail "the app's agent is gone"
+control login off >/dev/null
+expectCalls "/bin/launchctl bootout gui/0 $agent"
+
+# That run takes its options from the file.
+echo "always" >"$root/run.conf"
+beginRun --service
+expectCalls "/usr/bin/caffeinate -i -s"
+endRun
+expectCalls "/usr/bin/caffeinate ends"
+echo "preset nonsense" >"$root/run.conf"
+status=0
+message=$("$tavoctl" run --service --root "$root" 2>&1) || status=$?
+expectEqual 78 "$status" "status with a damaged file"
+expectContains "$message" "$root/run.conf, line 1: --preset takes one of" "the message about it"
+expectEqual "preset nonsense" "$(cat "$root/run.conf")" "the damaged file"

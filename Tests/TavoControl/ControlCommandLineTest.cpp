@@ -232,6 +232,31 @@ TEST(ControlCommandLine, LoginMayAskForWork) {
     EXPECT_THAT(reply({"login", "on", "--while-working", "--grace", "x"}).text, HasSubstr("--grace takes a duration"));
 }
 
+TEST(ControlCommandLine, AServiceTakesItsOptionsFromTheFileAlone) {
+    EXPECT_TRUE(run({"--service"}).isService);
+    EXPECT_FALSE(run({}).isService);
+    EXPECT_EQ(invocation({"run", "--service", "--root", "/some/where"}).root, "/some/where");
+    for (const auto& arguments : {Arguments{"--always"}, Arguments{"--preset", "codex"}, Arguments{"--json"},
+                                  Arguments{"--while-working"}, Arguments{"--for", "1h"}, Arguments{"--pid", "1"}}) {
+        auto all = arguments;
+        all.insert(all.begin(), {"run", "--service"});
+        EXPECT_THAT(reply(all).text,
+                    HasSubstr("--service takes its options from run.conf, " + arguments.front() + " too"));
+    }
+    EXPECT_TRUE(reply({"exec", "--service", "--", "true"}).isError);
+}
+
+TEST(ControlCommandLine, LoginMayMeanTheRunWithoutADesktop) {
+    for (const auto& [state, isOn] : {std::pair{"on", true}, std::pair{"off", false}}) {
+        EXPECT_EQ(std::get<HeadlessOptions>(invocation({"login", state, "--headless"}).command).isOn, isOn);
+        EXPECT_EQ(std::get<HeadlessOptions>(invocation({"login", "--headless", state}).command).isOn, isOn);
+    }
+    EXPECT_THAT(reply({"login", "--headless"}).text, HasSubstr("on or off"));
+    EXPECT_THAT(reply({"login", "on", "--headless", "--while-working"}).text, HasSubstr("lines of run.conf"));
+    EXPECT_THAT(reply({"login", "on", "--headless", "--grace", "5m"}).text, HasSubstr("lines of run.conf"));
+    EXPECT_THAT(reply({"login", "on", "--headless", "--root", "/tmp"}).text, HasSubstr("combined with --root"));
+}
+
 TEST(ControlCommandLine, SettingsAreReadAllOrOne) {
     EXPECT_EQ(std::get<GetOptions>(invocation({"get"}).command).key, std::nullopt);
     EXPECT_EQ(std::get<GetOptions>(invocation({"get", "watchMode"}).command).key, "watchMode");

@@ -58,6 +58,15 @@ protected:
     PrintedLines printed;
 };
 
+TEST_F(RunReportTest, TheServiceManagerGetsTheSameWordsWithoutTheClock) {
+    auto line = active();
+    line.detail = "codex\nis running";
+    auto console = report();
+    console.update(line, std::nullopt, start);
+    EXPECT_THAT(takeWords(), ElementsAre(line.plainText()));
+    EXPECT_THAT(line.plainText(), ::testing::Not(::testing::HasSubstr("\n"))) << "a status is one line";
+}
+
 TEST_F(RunReportTest, TheClockIsLocalTime) {
     const auto* const before = std::getenv("TZ");
     const auto zone = before == nullptr ? std::optional<std::string>() : before;

@@ -1,6 +1,7 @@
 #include "TavoControl/SettingsCommand.h"
 
 #include "Support/DescribedJson.h"
+#include "Support/ScriptedHeadlessLaunch.h"
 #include "Support/ScriptedHelperClient.h"
 #include "Support/ScriptedLaunchAtLogin.h"
 #include "Support/WaitUntil.h"
@@ -162,6 +163,22 @@ TEST_F(SettingsCommandTest, TheOptionsForTheLoginOutlastLaunchAtLoginItself) {
     change(on);
     EXPECT_THAT(login->options, ::testing::IsEmpty());
     EXPECT_EQ(fileContent(platform.loginOptionsFile), "nonsense\n");
+}
+
+TEST_F(SettingsCommandTest, TheRunWithoutADesktopStaysOnAndIsSaid) {
+    const auto headless = std::make_shared<ScriptedHeadlessLaunch>();
+    platform.headlessLaunch = headless;
+    const ChangeOptions on{.kind = Kind::set, .key = "launchAtLoginEnabled", .value = "true", .login = true};
+    change(on);
+    EXPECT_THAT(output, Not(HasSubstr("tavo.service")));
+    headless->program = "/opt/tavo/bin/tavoctl";
+    change(on);
+    EXPECT_THAT(output, HasSubstr("tavo.service is started at login, too, and only one tavo runs for a user"));
+    change({.kind = Kind::set, .key = "launchAtLoginEnabled", .value = "false", .login = true});
+    EXPECT_THAT(output, HasSubstr("tavo.service is still started at login"));
+    EXPECT_TRUE(headless->isEnabled());
+    set("watchMode", "both");
+    EXPECT_THAT(output, Not(HasSubstr("tavo.service")));
 }
 
 TEST_F(SettingsCommandTest, AnEntryThatWasLostIsMadeAgain) {

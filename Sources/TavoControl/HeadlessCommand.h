@@ -1,0 +1,22 @@
+#pragma once
+
+#include "TavoControl/ControlCommandLine.h"
+#include "TavoControl/ExitStatus.h"
+#include "app/Platform.h"
+#include "config/TavoStore.h"
+
+#include <optional>
+#include <string>
+
+namespace tavo {
+
+/// Switches the run without a desktop on or off, and says what the user has to know about it.
+/// @throws ConfigurationError when the service could not use run.conf or config.json, with nothing changed;
+///         HeadlessLaunchError and what else HeadlessLaunchManaging throws.
+ExitStatus switchHeadlessRun(const HeadlessOptions& options, const TavoStoring& store, const Platform& platform);
+
+/// What somebody has to know who switches the desktop app's launch at login while the run without a desktop is on;
+/// nothing when that is off.
+std::optional<std::string> headlessRunNote(bool launchAtLoginEnabled, const Platform& platform);
+
+} // namespace tavo
