@@ -100,6 +100,28 @@ mkdir "$folder/empty"
 "$tavoctl" --root "$folder/empty" get | sed 's/ = .*//' >"$folder/settings.help"
 sed -n 's/^\.It Va //p' "$pages/tavo-config.5" >"$folder/settings.page"
 same settings
+# The words that a setting takes are those that the completion knows.
+for key in $(cat "$folder/settings.help"); do
+    "$tavoctl" --complete fish tavoctl set "$key" "" | sed '1d; /^-/d' >"$folder/values.help"
+    [ -s "$folder/values.help" ] || continue
+    awk -v key="$key" '/^\.(It|Sh|El)/ { inside = $0 == ".It Va " key } inside && /^\.Cm / { print $2 }' \
+        "$pages/tavo-config.5" | sort -u >"$folder/values.page"
+    same values
+done
 "$tavoctl" --root "$folder/empty" get --json >"$folder/defaults.json"
 awk '/^\.Ed/ { exit } inside { print } /^\.Bd -literal/ { inside = 1 }' "$pages/tavo-config.5" >"$folder/defaults.page"
 diff "$folder/defaults.json" "$folder/defaults.page" >&2 || fail "the defaults of tavo-config(5) are not those of tavoctl get --json"
+
+# The examples do what they show. Left out are those that change the login, need an administrator or a lock, or have no end.
+mkdir "$folder/tried"
+while read -r command words; do
+    case $command in
+        run | exec | watch | login | helper) continue ;;
+        doctor) statuses="0 69" ;;
+        *) statuses=0 ;;
+    esac
+    status=0
+    # shellcheck disable=SC2086
+    "$tavoctl" --root "$folder/tried" "$command" $words >"$folder/output" 2>&1 || status=$?
+    [[ " $statuses " == *" $status "* ]] || fail "tavoctl $command $words ends with $status: $(cat "$folder/output")"
+done < <(sed -n 's/^[^|]*|tavoctl //p' "$folder/all")

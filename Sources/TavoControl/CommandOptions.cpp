@@ -1,5 +1,6 @@
 #include "TavoControl/CommandOptions.h"
 
+#include "TavoControl/OptionValues.h"
 #include "base/Duration.h"
 #include "base/NearestWord.h"
 #include "config/TavoValidationError.h"
@@ -15,35 +16,17 @@ namespace tavo {
 
 namespace {
 
-/// Names on the command line with what they stand for.
-template <typename Value>
-using Choices = std::vector<std::pair<std::string, Value>>;
-
-const Choices<PowerSourcePolicy> powerChoices{
-    {"any", PowerSourcePolicy::any}, {"ac", PowerSourcePolicy::acOnly}, {"battery", PowerSourcePolicy::batteryOnly}};
-const Choices<WatchMode> lidChoices{
-    {"open", WatchMode::open}, {"closed", WatchMode::closed}, {"both", WatchMode::both}};
-
-Choices<TriggerPreset> presetChoices() {
-    Choices<TriggerPreset> choices;
-    for (const auto preset : allCases<TriggerPreset>()) {
-        choices.emplace_back(rawValue(preset), preset);
-    }
-    return choices;
-}
-
 template <typename Value>
 std::optional<Value> choose(const Choices<Value>& choices, const std::string& option, const std::string& given) {
     if (given.empty()) {
         return std::nullopt;
     }
-    std::vector<std::string> names;
     for (const auto& [name, value] : choices) {
         if (name == given) {
             return value;
         }
-        names.push_back(name);
     }
+    const auto names = namesOf(choices);
     throw UsageError(fmt::format("{} takes one of {}, not \"{}\"", option, fmt::join(names, ", "), given),
                      nearestWord(given, names));
 }
@@ -186,9 +169,9 @@ TriggerRule presetNamed(const std::string& name) {
 
 RunOverrides overridesOf(const RawOptions& raw) {
     return {.trigger = triggerOf(raw),
-            .powerSourcePolicy = choose(powerChoices, "--power", raw.power),
+            .powerSourcePolicy = choose(powerChoices(), "--power", raw.power),
             .batteryCutoffPercent = chooseCutoff(raw.cutoff),
-            .watchMode = choose(lidChoices, "--lid", raw.lid)};
+            .watchMode = choose(lidChoices(), "--lid", raw.lid)};
 }
 
 std::optional<WorkRequirement> workRequirementOf(const RawOptions& raw) {
@@ -211,7 +194,7 @@ std::optional<std::chrono::seconds> sinceOf(const RawOptions& raw) {
 }
 
 bool loginStateOf(const RawOptions& raw) {
-    const auto state = choose(Choices<bool>{{"on", true}, {"off", false}}, "login", raw.state);
+    const auto state = choose(loginChoices(), "login", raw.state);
     return state ? *state : throw UsageError("login needs to be told on or off");
 }
 

@@ -17,27 +17,38 @@ namespace {
 
 constexpr std::string_view presetKey = "trigger.preset";
 
+/// The words that a value is chosen from, or that stand for a special one.
+using Values = std::vector<std::string>;
+
 /// Sets one field from its text. @throws SettingError
 using Change = void (*)(AppConfig& config, std::string_view key, const std::string& value);
 
 /// The end of a sentence: the word that was most likely meant, or what there is.
-std::string nearestOr(std::string_view given, const std::vector<std::string>& words, const std::string& otherwise) {
+std::string nearestOr(std::string_view given, const Values& words, const std::string& otherwise) {
     const auto nearest = nearestWord(given, words);
     return nearest ? didYouMean(nearest) : otherwise;
 }
 
 [[noreturn]] void refuse(std::string_view key, const std::string& choices, const std::string& value,
-                         const std::vector<std::string>& words) {
+                         const Values& words) {
     throw SettingError(fmt::format("{} takes {}, not \"{}\"{}", key, choices, value, nearestOr(value, words, ".")));
 }
 
 [[noreturn]] void refuseKey(std::string_view key) {
-    std::vector<std::string> keys{"trigger"};
-    for (const auto& setting : settingsOf(AppConfig::defaultConfig())) {
-        keys.push_back(setting.key);
-    }
-    throw SettingError(
-        fmt::format("there is no setting \"{}\"{}", key, nearestOr(key, keys, "; tavoctl get lists them all.")));
+    throw SettingError(fmt::format("there is no setting \"{}\"{}", key,
+                                   nearestOr(key, settingKeys(), "; tavoctl get lists them all.")));
+}
+
+Values booleans() {
+    return {"true", "false"};
+}
+
+Values noneAlone() {
+    return {"none"};
+}
+
+Values freeText() {
+    return {};
 }
 
 bool isNull(const std::string& value) {
@@ -45,20 +56,26 @@ bool isNull(const std::string& value) {
 }
 
 template <typename Enumeration>
+Values namesOf() {
+    Values names;
+    for (const auto choice : allCases<Enumeration>()) {
+        names.emplace_back(rawValue(choice));
+    }
+    return names;
+}
+
+template <typename Enumeration>
 Enumeration choose(std::string_view key, const std::string& value) {
     if (const auto chosen = fromRawValue<Enumeration>(value)) {
         return *chosen;
     }
-    std::vector<std::string> names;
-    for (const auto choice : allCases<Enumeration>()) {
-        names.emplace_back(rawValue(choice));
-    }
+    const auto names = namesOf<Enumeration>();
     refuse(key, fmt::format("one of {}", fmt::join(names, ", ")), value, names);
 }
 
 bool chooseBool(std::string_view key, const std::string& value) {
     if (value != "true" && value != "false") {
-        refuse(key, "true or false", value, {"true", "false"});
+        refuse(key, "true or false", value, booleans());
     }
     return value == "true";
 }
@@ -69,7 +86,7 @@ std::optional<std::int64_t> chooseCutoff(std::string_view key, const std::string
     }
     const auto percent = parseInt32(value);
     if (!percent) {
-        refuse(key, "a percentage from 1 to 100 or none", value, {"none"});
+        refuse(key, "a percentage from 1 to 100 or none", value, noneAlone());
     }
     return percent;
 }
@@ -90,29 +107,36 @@ TriggerRule decodeTrigger(std::string_view key, const std::string& value) {
 
 struct Entry {
     std::string_view key;
+    Values (*values)();
     Change change;
 };
 
 const std::array entries{
-    Entry{"isEnabled", [](AppConfig& config, std::string_view key,
-                          const std::string& value) { config.isEnabled = chooseBool(key, value); }},
-    Entry{"watchMode", [](AppConfig& config, std::string_view key,
-                          const std::string& value) { config.watchMode = choose<WatchMode>(key, value); }},
-    Entry{"powerSourcePolicy",
+    Entry{"isEnabled", booleans,
+          [](AppConfig& config, std::string_view key, const std::string& value) {
+              config.isEnabled = chooseBool(key, value);
+          }},
+    Entry{"watchMode", namesOf<WatchMode>,
+          [](AppConfig& config, std::string_view key, const std::string& value) {
+              config.watchMode = choose<WatchMode>(key, value);
+          }},
+    Entry{"powerSourcePolicy", namesOf<PowerSourcePolicy>,
           [](AppConfig& config, std::string_view key, const std::string& value) {
               config.powerSourcePolicy = choose<PowerSourcePolicy>(key, value);
           }},
-    Entry{"batteryCutoffPercent",
+    Entry{"batteryCutoffPercent", noneAlone,
           [](AppConfig& config, std::string_view key, const std::string& value) {
               config.batteryCutoffPercent = chooseCutoff(key, value);
           }},
-    Entry{"launchAtLoginEnabled",
+    Entry{"launchAtLoginEnabled", booleans,
           [](AppConfig& config, std::string_view key, const std::string& value) {
               config.launchAtLoginEnabled = chooseBool(key, value);
           }},
-    Entry{"trigger", [](AppConfig& config, std::string_view key,
-                        const std::string& value) { config.trigger = decodeTrigger(key, value); }},
-    Entry{presetKey,
+    Entry{"trigger", freeText,
+          [](AppConfig& config, std::string_view key, const std::string& value) {
+              config.trigger = decodeTrigger(key, value);
+          }},
+    Entry{presetKey, namesOf<TriggerPreset>,
           [](AppConfig& config, std::string_view key, const std::string& value) {
               if (isNull(value)) {
                   setTrigger(config, config.trigger);
@@ -120,19 +144,19 @@ const std::array entries{
                   config.trigger = defaultRule(choose<TriggerPreset>(key, value));
               }
           }},
-    Entry{"trigger.mode",
+    Entry{"trigger.mode", namesOf<TriggerMode>,
           [](AppConfig& config, std::string_view key, const std::string& value) {
               auto rule = config.trigger;
               rule.mode = choose<TriggerMode>(key, value);
               setTrigger(config, rule);
           }},
-    Entry{"trigger.matchStrategy",
+    Entry{"trigger.matchStrategy", namesOf<TriggerMatchStrategy>,
           [](AppConfig& config, std::string_view key, const std::string& value) {
               auto rule = config.trigger;
               rule.matchStrategy = choose<TriggerMatchStrategy>(key, value);
               setTrigger(config, rule);
           }},
-    Entry{"trigger.query", [](AppConfig& config, std::string_view, const std::string& value) {
+    Entry{"trigger.query", freeText, [](AppConfig& config, std::string_view, const std::string& value) {
               auto rule = config.trigger;
               rule.mode = TriggerMode::process;
               rule.query = value;
@@ -189,6 +213,31 @@ Json settingJson(const AppConfig& config, std::string_view key) {
         return nullptr;
     }
     refuseKey(key);
+}
+
+std::vector<std::string> settingKeys() {
+    std::vector<std::string> keys{"trigger"};
+    for (const auto& setting : settingsOf(AppConfig::defaultConfig())) {
+        keys.push_back(setting.key);
+    }
+    return keys;
+}
+
+std::vector<std::string> settableKeys() {
+    std::vector<std::string> keys;
+    for (const auto& entry : entries) {
+        keys.emplace_back(entry.key);
+    }
+    return keys;
+}
+
+std::vector<std::string> namedValuesOf(std::string_view key) {
+    for (const auto& entry : entries) {
+        if (entry.key == key) {
+            return entry.values();
+        }
+    }
+    return {};
 }
 
 std::string settingValue(const AppConfig& config, std::string_view key) {

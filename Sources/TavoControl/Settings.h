@@ -28,6 +28,15 @@ struct Setting {
 /// All settings, sorted by key. A trigger that came from no preset has a null "trigger.preset".
 std::vector<Setting> settingsOf(const AppConfig& config);
 
+/// The keys that can be read: those of settingsOf(), and "trigger" for the whole rule.
+std::vector<std::string> settingKeys();
+
+/// The keys that can be set.
+std::vector<std::string> settableKeys();
+
+/// The words that a setting takes: all of them for a choice, "none" for a limit, nothing for free text.
+std::vector<std::string> namedValuesOf(std::string_view key);
+
 /// The value of one of them, or with the key "trigger" the whole rule. @throws SettingError for an unknown key.
 Json settingJson(const AppConfig& config, std::string_view key);
 

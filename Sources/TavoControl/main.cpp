@@ -1,3 +1,4 @@
+#include "TavoControl/Completion.h"
 #include "TavoControl/Console.h"
 #include "TavoControl/ControlCommandLine.h"
 #include "TavoControl/DoctorCommand.h"
@@ -86,6 +87,22 @@ ExitStatus printUsage(const UsageReply& usage) {
     return ExitStatus::success;
 }
 
+/// For the shells' completion, which has no use for a word of complaint.
+int printCompletion(const std::vector<std::string>& arguments, const char* calledAs) {
+    const auto processes = [&] {
+        return makePlatform(runningProgram(calledAs), TavoPaths::defaultPaths())
+            .processes->snapshot(std::chrono::system_clock::now())
+            .processes;
+    };
+    try {
+        const auto text = completeCommandLine(arguments, processes);
+        Console(stdout).print(trimWhitespaceAndNewlines(text.value_or("")));
+        return static_cast<int>(text ? ExitStatus::success : ExitStatus::wrongUsage);
+    } catch (const std::exception&) {
+        return static_cast<int>(ExitStatus::failure);
+    }
+}
+
 /// A standard stream that was closed at the start would be the next file that is opened, and output would go there.
 void openClosedStreams() {
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
@@ -112,6 +129,9 @@ int runProgram(int count, const char* const* values, const InheritedConditions& 
     restrictBusAddresses();
     // A reader that has gone is noticed at the next write, and does not interrupt an operation halfway.
     std::signal(SIGPIPE, SIG_IGN);
+    if (count > 1 && std::string_view(values[1]) == "--complete") {
+        return printCompletion({values + 2, values + count}, values[0]);
+    }
     const auto parsed = parseCommandLine(count, values, Console(stdout).width().value_or(helpWidth));
     try {
         if (const auto* usage = std::get_if<UsageReply>(&parsed)) {

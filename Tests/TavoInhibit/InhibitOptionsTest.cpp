@@ -53,5 +53,10 @@ TEST(InhibitOptions, TheHelpFitsATerminal) {
     EXPECT_EQ(start, text.size());
 }
 
+TEST(InhibitOptions, TheHelpEndsWithAnExampleThatWorks) {
+    EXPECT_TRUE(helpText().ends_with("\nEXAMPLE\n    sleep 60 | tavo-inhibit -i -s\n"));
+    EXPECT_EQ(parse({"-i", "-s"}).action, Action::hold);
+}
+
 } // namespace
 } // namespace tavo

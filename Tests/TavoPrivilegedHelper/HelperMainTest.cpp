@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sstream>
 #include <stdexcept>
 #include <vector>
 
@@ -97,6 +98,15 @@ TEST(HelperMain, PrintsItsVersionAndItsHelp) {
     EXPECT_EQ(statusOf({"--help"}, done), 0);
     EXPECT_THAT(testing::internal::GetCapturedStdout(), HasSubstr("--after-stop"));
     EXPECT_EQ(done, "");
+}
+
+TEST(HelperMain, TheHelpFitsATerminalAndEndsWithAnExample) {
+    std::istringstream lines(HelperOptions::help());
+    for (std::string line; std::getline(lines, line);) {
+        EXPECT_LE(line.size(), 80U) << line;
+    }
+    EXPECT_TRUE(HelperOptions::help().ends_with("\n\nExample: TavoPrivilegedHelper --version\n"));
+    EXPECT_EQ(parse({"--version"}).task, HelperOptions::Task::printVersion);
 }
 
 TEST(HelperMain, AFailureIsLoggedAndIsTheStatus) {

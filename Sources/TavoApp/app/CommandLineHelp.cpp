@@ -51,7 +51,7 @@ std::string usageOf(const CLI::App& command) {
 
 std::string labelOf(const CLI::Option& option) {
     const auto names = fmt::format("{}", fmt::join(namesOf(option), ", "));
-    return option.get_type_size() == 0 ? names : names + " " + option.get_type_name();
+    return option.get_items_expected_max() == 0 ? names : names + " " + option.get_type_name();
 }
 
 /// A line with its text beside it, or below a label that is too long for its column.

@@ -65,7 +65,7 @@ std::optional<std::string> nearestWord(std::string_view given, const std::vector
             completed.push_back(&word);
         }
         if (const auto distance = mistakes(typed, candidate)) {
-            const std::tuple rank{*distance, candidate.size() - commonPrefix(typed, candidate)};
+            const std::tuple rank{*distance, typed.size() - commonPrefix(typed, candidate)};
             if (nearest == nullptr || rank < best) {
                 nearest = &word;
                 best = rank;
