@@ -38,6 +38,7 @@ constexpr int alreadyRunning = 75;
 struct Arguments {
     std::string root;
     bool isHidden = false;
+    RequestedAction action = RequestedAction::showWindow;
     WindowRequest request;
 
     /// To stay awake only while the matched programs work.
@@ -75,13 +76,30 @@ std::optional<int> parse(int count, char** values, Arguments& arguments) {
         ->type_name("PERCENT");
     parser.add_option("--grace", grace, "how long to go on after the last work: 90s, 45m, 2h, 0; 10m by default")
         ->type_name("DURATION");
-    parser.add_flag("--hidden", arguments.isHidden, "start without opening the window");
+    auto* hidden = parser.add_flag("--hidden", arguments.isHidden, "start without opening the window");
+    bool showsSettings = false;
+    bool enables = false;
+    bool pauses = false;
+    auto* settings =
+        parser.add_flag("--settings", showsSettings, "show the settings, of the tavo that is running if there is one");
+    auto* enable =
+        parser.add_flag("--enable", enables, "do what the button \"enable\" does; start tavo if none is running");
+    auto* pause = parser.add_flag("--pause", pauses, "do what the button \"pause\" does");
+    settings->excludes(hidden)->excludes(enable)->excludes(pause);
+    enable->excludes(pause);
+    for (auto* flag : {settings, enable, pause}) {
+        flag->disable_flag_override();
+    }
     parser
         .add_option("--root", arguments.root, "the folder of config.json and state.json, in place of the default one")
         ->type_name("DIR");
     try {
         parser.parse(count, values);
         arguments.whileWorking = requirementOf(parser, busy, grace);
+        arguments.action = showsSettings ? RequestedAction::showSettings
+                           : enables     ? RequestedAction::enable
+                           : pauses      ? RequestedAction::pause
+                                         : RequestedAction::showWindow;
         return std::nullopt;
     } catch (const CLI::CallForVersion& request) {
         fmt::print("{}\n", request.what());
@@ -107,18 +125,39 @@ bool hasWindow(const std::string& note) {
     }
 }
 
-/// Shows the window of the running Tavo; one in a terminal has none.
-int raiseOther(const TavoPaths& paths, const WindowRequest& request) {
+/// Has the running Tavo do what was asked for; one in a terminal has no window.
+int askOther(const TavoPaths& paths, const WindowRequest& request) {
     const auto holder = InstanceLock::holder(paths.lockURL());
-    if (holder && hasWindow(InstanceLock::noteOfHolder(paths.lockURL())) &&
-        (sendWindowRequest(paths.lockURL(), request) || kill(*holder, SIGUSR2) == 0)) {
-        return EXIT_SUCCESS;
+    if (holder && hasWindow(InstanceLock::noteOfHolder(paths.lockURL()))) {
+        if (sendWindowRequest(paths.lockURL(), request)) {
+            return EXIT_SUCCESS;
+        }
+        if (kill(*holder, SIGUSR2) == 0) {
+            if (showsWindow(request.action)) {
+                return EXIT_SUCCESS;
+            }
+            printError("tavo: the tavo that is running cannot be told to {} from here, so its window is shown: use the "
+                       "button there, or tavoctl.\n",
+                       rawValue(request.action));
+            return EXIT_FAILURE;
+        }
     }
     const auto text = fmt::format("another tavo is running in a terminal{}; end it first.",
                                   holder ? fmt::format(" (process id {})", *holder) : "");
     printError("tavo: {}\n", text);
     PlainMessageBox(QMessageBox::Information, text).exec();
     return alreadyRunning;
+}
+
+/// Without a running Tavo nothing is kept awake: what is left is that the next one is paused, too.
+int pauseNextStart(const TavoStore& store) {
+    auto config = store.loadConfig();
+    if (config.isEnabled) {
+        config.isEnabled = false;
+        store.saveConfig(config);
+    }
+    fmt::print("no tavo is running; the next one starts paused.\n");
+    return EXIT_SUCCESS;
 }
 
 /// The requirement of a Tavo without options of this kind.
@@ -157,12 +196,15 @@ int runApplication(QApplication& application, const Arguments& arguments, const 
     if (!lock) {
         blocked.reset(); // there is nothing to release
         warnOfOtherOptions(paths, arguments.whileWorking);
-        return raiseOther(paths, arguments.request);
+        return askOther(paths, arguments.request);
+    }
+    if (arguments.action == RequestedAction::pause) {
+        return pauseNextStart(TavoStore(paths));
     }
     platform.history =
         makeHistory(paths, "tavo", [](const std::string& text) { printError("tavo: {}\n", visibleControls(text)); });
-    TavoAppMain main({.isHidden = arguments.isHidden, .whileWorking = whileWorking}, std::make_shared<TavoStore>(paths),
-                     std::move(platform), std::move(*lock));
+    TavoAppMain main({.isHidden = arguments.isHidden, .action = arguments.action, .whileWorking = whileWorking},
+                     std::make_shared<TavoStore>(paths), std::move(platform), std::move(*lock));
     const int status = application.exec();
     if (!main.finish()) {
         std::fflush(nullptr);
@@ -179,6 +221,7 @@ int start(int count, char** values) {
     // A parent that ignores this signal would have the kernel reap our children before we can ask how they ended.
     std::signal(SIGCHLD, SIG_DFL);
     arguments.request = WindowRequest::fromEnvironment();
+    arguments.request.action = arguments.action;
     restrictBusAddresses();
     if (!hasDisplay()) {
         printError("tavo: there is no display to show windows on; tavoctl run works without one.\n");
