@@ -26,10 +26,6 @@ for state in awake idle; do
     ! grep -q stroke "$drawing" || fail "$drawing has lines, which keep their colour"
 done
 
-for page in tavo tavoctl; do
-    [ -z "$(LC_ALL=C.UTF-8 man --warnings -E UTF-8 -l -Tutf8 -Z "$resources/Linux/$page.1" 2>&1 >/dev/null)" ] ||
-        fail "the manual page of $page has warnings"
-done
 
 # Every state is drawn, in both colours, and no two pictures of a state are alike.
 folder=$(mktemp -d)

@@ -25,6 +25,10 @@ add_library(tavo_options INTERFACE)
 target_compile_options(tavo_options INTERFACE -Wall -Wextra -Wpedantic -Wnon-virtual-dtor -Wold-style-cast
                                               -Wconversion -Wsign-conversion -Wno-missing-field-initializers
                                               $<IF:$<CXX_COMPILER_ID:GNU>,-Wshadow=local,-Wshadow>)
+if(NOT APPLE)
+    # One of the programs runs as root: its tables of functions are read-only once it has started.
+    target_link_options(tavo_options INTERFACE -Wl,-z,relro,-z,now)
+endif()
 if(TAVO_WARNINGS_AS_ERRORS)
     target_compile_options(tavo_options INTERFACE -Werror)
 endif()

@@ -1,4 +1,5 @@
 #include "app/LaunchArguments.h"
+#include "app/LaunchCommandLine.h"
 #include "app/Platform.h"
 #include "app/ProcessSignals.h"
 #include "app/views/DesktopColourScheme.h"
@@ -17,7 +18,6 @@
 #include "system/ProgramLocation.h"
 #include "system/macos/ChildLocale.h"
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
@@ -36,83 +36,23 @@ constexpr int systemUnavailable = 69;
 constexpr int alreadyRunning = 75;
 
 struct Arguments {
-    std::string root;
-    bool isHidden = false;
-    RequestedAction action = RequestedAction::showWindow;
+    LaunchOptions options;
     WindowRequest request;
-
-    /// To stay awake only while the matched programs work.
-    std::optional<WorkRequirement> whileWorking = {};
 };
-
-/// The requirement that --while-working, --busy and --grace describe. @throws WorkRequirementError
-std::optional<WorkRequirement> requirementOf(const CLI::App& parser, const std::string& busy,
-                                             const std::string& grace) {
-    const bool hasBusy = parser.count("--busy") > 0;
-    const bool hasGrace = parser.count("--grace") > 0;
-    if (parser.count("--while-working") > 0) {
-        return WorkRequirement{.busyPercent = hasBusy ? parseBusyPercent(busy) : WorkRequirement::defaultBusyPercent,
-                               .grace = hasGrace ? parseGrace(grace) : WorkRequirement::defaultGrace};
-    }
-    if (hasBusy || hasGrace) {
-        throw WorkRequirementError(fmt::format("{} needs --while-working", hasBusy ? "--busy" : "--grace"));
-    }
-    return std::nullopt;
-}
 
 /// Returns the exit status if there is nothing to start.
 std::optional<int> parse(int count, char** values, Arguments& arguments) {
-    CLI::App parser{"keeps this computer awake on your terms; tavoctl is its companion in a terminal", "tavo"};
-    parser.set_help_flag("-h,--help", "print this help");
-    parser.set_version_flag("--version", "tavo " TAVO_VERSION, "print the version");
-    bool isWhileWorking = false;
-    std::string busy;
-    std::string grace;
-    parser
-        .add_flag("--while-working", isWhileWorking,
-                  "with a process trigger, stay awake only while a matched program works")
-        ->disable_flag_override();
-    parser.add_option("--busy", busy, "the share of a core above which it counts as working; 1 by default")
-        ->type_name("PERCENT");
-    parser.add_option("--grace", grace, "how long to go on after the last work: 90s, 45m, 2h, 0; 10m by default")
-        ->type_name("DURATION");
-    auto* hidden = parser.add_flag("--hidden", arguments.isHidden, "start without opening the window");
-    bool showsSettings = false;
-    bool enables = false;
-    bool pauses = false;
-    auto* settings =
-        parser.add_flag("--settings", showsSettings, "show the settings, of the tavo that is running if there is one");
-    auto* enable =
-        parser.add_flag("--enable", enables, "do what the button \"enable\" does; start tavo if none is running");
-    auto* pause = parser.add_flag("--pause", pauses, "do what the button \"pause\" does");
-    settings->excludes(hidden)->excludes(enable)->excludes(pause);
-    enable->excludes(pause);
-    for (auto* flag : {settings, enable, pause}) {
-        flag->disable_flag_override();
+    const auto parsed = parseLaunchCommandLine(count, values, TAVO_VERSION);
+    if (const auto* reply = std::get_if<LaunchReply>(&parsed)) {
+        if (reply->isError) {
+            printError("tavo: {}\n", visibleControls(reply->text));
+            return wrongUsage;
+        }
+        fmt::print("{}", reply->text);
+        return EXIT_SUCCESS;
     }
-    parser
-        .add_option("--root", arguments.root, "the folder of config.json and state.json, in place of the default one")
-        ->type_name("DIR");
-    try {
-        parser.parse(count, values);
-        arguments.whileWorking = requirementOf(parser, busy, grace);
-        arguments.action = showsSettings ? RequestedAction::showSettings
-                           : enables     ? RequestedAction::enable
-                           : pauses      ? RequestedAction::pause
-                                         : RequestedAction::showWindow;
-        return std::nullopt;
-    } catch (const CLI::CallForVersion& request) {
-        fmt::print("{}\n", request.what());
-    } catch (const CLI::CallForHelp&) {
-        fmt::print("{}", parser.help());
-    } catch (const CLI::ParseError& error) {
-        printError("tavo: {}; tavo --help lists what there is.\n", error.what());
-        return wrongUsage;
-    } catch (const WorkRequirementError& error) {
-        printError("tavo: {}; tavo --help lists what there is.\n", visibleControls(error.description()));
-        return wrongUsage;
-    }
-    return EXIT_SUCCESS;
+    arguments.options = std::get<LaunchOptions>(parsed);
+    return std::nullopt;
 }
 
 /// The content of a lock's note about its holder.
@@ -187,24 +127,26 @@ void warnOfOtherOptions(const TavoPaths& paths, const std::optional<WorkRequirem
 
 int runApplication(QApplication& application, const Arguments& arguments, const char* calledAs,
                    std::optional<BlockedSignals>& blocked) {
-    const auto paths =
-        arguments.root.empty() ? TavoPaths::defaultPaths() : TavoPaths{std::filesystem::absolute(arguments.root)};
+    const auto paths = arguments.options.root.empty() ? TavoPaths::defaultPaths()
+                                                      : TavoPaths{std::filesystem::absolute(arguments.options.root)};
     trustedFolder(paths.rootDirectory);
     auto platform = makePlatform(runningProgram(calledAs), paths);
-    const auto whileWorking = arguments.whileWorking ? arguments.whileWorking : keptRequirement(platform);
+    const auto whileWorking =
+        arguments.options.whileWorking ? arguments.options.whileWorking : keptRequirement(platform);
     auto lock = InstanceLock::acquire(paths.lockURL(), TavoAppMain::lockNote(false, whileWorking));
     if (!lock) {
         blocked.reset(); // there is nothing to release
-        warnOfOtherOptions(paths, arguments.whileWorking);
+        warnOfOtherOptions(paths, arguments.options.whileWorking);
         return askOther(paths, arguments.request);
     }
-    if (arguments.action == RequestedAction::pause) {
+    if (arguments.options.action == RequestedAction::pause) {
         return pauseNextStart(TavoStore(paths));
     }
     platform.history =
         makeHistory(paths, "tavo", [](const std::string& text) { printError("tavo: {}\n", visibleControls(text)); });
-    TavoAppMain main({.isHidden = arguments.isHidden, .action = arguments.action, .whileWorking = whileWorking},
-                     std::make_shared<TavoStore>(paths), std::move(platform), std::move(*lock));
+    TavoAppMain main(
+        {.isHidden = arguments.options.isHidden, .action = arguments.options.action, .whileWorking = whileWorking},
+        std::make_shared<TavoStore>(paths), std::move(platform), std::move(*lock));
     const int status = application.exec();
     if (!main.finish()) {
         std::fflush(nullptr);
@@ -221,7 +163,7 @@ int start(int count, char** values) {
     // A parent that ignores this signal would have the kernel reap our children before we can ask how they ended.
     std::signal(SIGCHLD, SIG_DFL);
     arguments.request = WindowRequest::fromEnvironment();
-    arguments.request.action = arguments.action;
+    arguments.request.action = arguments.options.action;
     restrictBusAddresses();
     if (!hasDisplay()) {
         printError("tavo: there is no display to show windows on; tavoctl run works without one.\n");

@@ -1,6 +1,7 @@
 #include "TavoControl/CommandOptions.h"
 
 #include "base/Duration.h"
+#include "base/NearestWord.h"
 #include "config/TavoValidationError.h"
 #include "system/DecimalText.h"
 
@@ -43,7 +44,8 @@ std::optional<Value> choose(const Choices<Value>& choices, const std::string& op
         }
         names.push_back(name);
     }
-    throw UsageError(fmt::format("{} takes one of {}, not \"{}\"", option, fmt::join(names, ", "), given));
+    throw UsageError(fmt::format("{} takes one of {}, not \"{}\"", option, fmt::join(names, ", "), given),
+                     nearestWord(given, names));
 }
 
 std::optional<std::optional<std::int64_t>> chooseCutoff(const std::string& given) {
@@ -62,7 +64,8 @@ std::optional<std::optional<std::int64_t>> chooseCutoff(const std::string& given
     } catch (const TavoValidationError&) {
         // Said below in the words of this option.
     }
-    throw UsageError(fmt::format("--cutoff takes a percentage from 1 to 100 or none, not \"{}\"", given));
+    throw UsageError(fmt::format("--cutoff takes a percentage from 1 to 100 or none, not \"{}\"", given),
+                     nearestWord(given, {"none"}));
 }
 
 TriggerRule customRule(TriggerMatchStrategy strategy, const std::string& option, const std::string& query) {

@@ -7,6 +7,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace CLI {
@@ -43,7 +44,11 @@ struct RawOptions {
 
 /// A mistake in the arguments, as the start of a sentence.
 struct UsageError : std::runtime_error {
-    using std::runtime_error::runtime_error;
+    explicit UsageError(const std::string& text, std::optional<std::string> nearest = std::nullopt)
+        : std::runtime_error(text), nearest(std::move(nearest)) {}
+
+    /// The word that was most likely meant.
+    std::optional<std::string> nearest;
 };
 
 // The options that several commands share, each with its help.

@@ -11,7 +11,6 @@
 #include <string_view>
 #include <system_error>
 #include <thread>
-#include <vector>
 
 namespace tavo {
 
@@ -52,13 +51,6 @@ private:
     std::FILE* stream;
     bool hasColour;
 };
-
-/// Code points of UTF-8: near enough for words that are to fit a line.
-std::size_t characterCount(std::string_view text);
-
-/// The text in lines of at most `width` characters, broken at spaces. A word that is longer than that has a line of its
-/// own.
-std::vector<std::string> wrapped(std::string_view text, std::size_t width);
 
 /// Notices when nobody reads a pipe any more. A program that writes once an hour would otherwise notice an hour later.
 class ReaderWatch {

@@ -1,7 +1,9 @@
 #include "TavoControl/ControlCommandLine.h"
 
+#include "TavoControl/CommandExamples.h"
 #include "TavoControl/CommandOptions.h"
 #include "Version.h"
+#include "base/NearestWord.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -35,12 +37,12 @@ std::optional<int> endOfExecOptions(int count, const char* const* values) {
     return std::nullopt;
 }
 
-/// A sentence for the user: lower case, one line, a full stop.
-std::string asSentence(std::string text) {
+/// A sentence for the user: lower case, one line, and at its end the word that was most likely meant.
+std::string asSentence(std::string text, const std::optional<std::string>& nearest) {
     std::replace(text.begin(), text.end(), '\n', ' ');
     // An option's name at the start stays as it is.
     text[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(text[0])));
-    return text + "; tavoctl --help lists what there is.";
+    return text + (nearest ? didYouMean(nearest) : "; tavoctl --help lists what there is.");
 }
 
 /// The parser counts the values of an option and says so in its own terms.
@@ -70,7 +72,6 @@ public:
         addBoundOptions(*exec, raw);
         // Only for the help: they are removed before the arguments are parsed.
         exec->add_option("COMMAND", misplacedWords, "after --, the command and its arguments");
-        exec->footer("Example: tavoctl exec --power ac -- make -j2");
         addTriggerOptions(*processes, raw, false);
         processes->add_flag("--cpu", raw.cpu, "measure for 5 seconds which of them work")->disable_flag_override();
         addBusyOption(*processes, raw);
@@ -80,7 +81,7 @@ public:
         preset->add_option("NAME", raw.name, "always, codex, claudeCode or cursor");
         set->add_option("KEY", raw.key, "a key that get lists");
         set->add_option("VALUE", raw.value, "as get prints it");
-        get->add_option("KEY", raw.key, "all of them by default");
+        get->add_option("KEY", raw.key, "all of them by default")->default_str("all");
         login->add_option("STATE", raw.state, "on or off");
         addWorkOptions(*login, raw);
         helper->require_subcommand(1);
@@ -101,9 +102,10 @@ public:
                                             "the folder of config.json and state.json, instead of the default one",
                                             "DIR"));
         }
+        addExamples(app);
     }
 
-    std::variant<Invocation, UsageReply> parse(int count, const char* const* values) {
+    std::variant<Invocation, UsageReply> parse(int count, const char* const* values, std::size_t width) {
         if (const auto end = endOfExecOptions(count, values)) {
             words.assign(values + *end + 1, values + count);
             count = *end;
@@ -114,28 +116,45 @@ public:
         } catch (const CLI::CallForVersion& request) {
             return UsageReply{.text = std::string(request.what()) + "\n"};
         } catch (const CLI::CallForHelp&) {
-            return UsageReply{.text = app.help()};
+            return UsageReply{.text = helpText(namedCommand(app), width)};
         } catch (const CLI::RequiredError&) {
-            const auto rest = app.remaining(true);
-            return refusal(rest.empty() || rest.front().starts_with('-')
-                               ? missingCommand()
-                               : fmt::format("there is no command \"{}\"", rest.front()));
+            return missingCommand();
+        } catch (const CLI::ExtrasError& error) {
+            return refusal(error.what(), nearestOption());
         } catch (const CLI::ArgumentMismatch& error) {
             return refusal(explained(error));
         } catch (const CLI::ParseError& error) {
             return refusal(error.what());
         } catch (const UsageError& error) {
-            return refusal(error.what());
+            return refusal(error.what(), error.nearest);
         }
     }
 
+    const CLI::App& definition() const { return app; }
+
 private:
-    std::string missingCommand() const {
-        return helper->parsed() ? "name a command of helper: status, install, uninstall or reset"
-                                : "name a command, as in tavoctl status";
+    UsageReply missingCommand() const {
+        const auto given = unplacedArgument(app);
+        if (given && !given->text.starts_with('-')) {
+            return refusal(fmt::format("there is no command \"{}\"", given->text),
+                           nearestCommand(*given->command, given->text));
+        }
+        if (const auto option = nearestOption()) {
+            return refusal(fmt::format("the following argument was not expected: {}", given->text), option);
+        }
+        return refusal(helper->parsed() ? "name a command of helper: status, install, uninstall or reset"
+                                        : "name a command, as in tavoctl status");
     }
 
-    static UsageReply refusal(const std::string& text) { return {.text = asSentence(text), .isError = true}; }
+    /// To the first argument that was not expected.
+    std::optional<std::string> nearestOption() const {
+        const auto given = unplacedArgument(app);
+        return given ? tavo::nearestOption(*given->command, given->text) : std::nullopt;
+    }
+
+    static UsageReply refusal(const std::string& text, const std::optional<std::string>& nearest = {}) {
+        return {.text = asSentence(text, nearest), .isError = true};
+    }
 
     Invocation understood() const {
         Invocation invocation;
@@ -289,8 +308,12 @@ private:
 
 } // namespace
 
-std::variant<Invocation, UsageReply> parseCommandLine(int count, const char* const* values) {
-    return Parser().parse(count, values);
+std::variant<Invocation, UsageReply> parseCommandLine(int count, const char* const* values, std::size_t width) {
+    return Parser().parse(count, values, width);
+}
+
+void inspectCommandLine(const std::function<void(const CLI::App&)>& visit) {
+    visit(Parser().definition());
 }
 
 } // namespace tavo

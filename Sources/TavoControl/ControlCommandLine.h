@@ -2,10 +2,12 @@
 
 #include "TavoControl/RunBound.h"
 #include "TavoControl/RunOverrides.h"
+#include "app/CommandLineHelp.h"
 #include "config/TavoPaths.h"
 #include "runtime/WorkRequirement.h"
 
 #include <chrono>
+#include <functional>
 #include <optional>
 #include <string>
 #include <variant>
@@ -113,7 +115,11 @@ struct UsageReply {
     bool isError = false;
 };
 
-/// Parses tavoctl's arguments.
-std::variant<Invocation, UsageReply> parseCommandLine(int count, const char* const* values);
+/// Parses tavoctl's arguments. @param width  of a help, in characters.
+std::variant<Invocation, UsageReply> parseCommandLine(int count, const char* const* values,
+                                                      std::size_t width = helpWidth);
+
+/// Shows the definition of the commands with their options.
+void inspectCommandLine(const std::function<void(const CLI::App&)>& visit);
 
 } // namespace tavo

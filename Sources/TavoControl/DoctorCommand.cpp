@@ -3,6 +3,7 @@
 #include "TavoControl/Console.h"
 #include "base/JsonCoding.h"
 #include "base/Text.h"
+#include "base/WrappedText.h"
 
 #include <fmt/format.h>
 

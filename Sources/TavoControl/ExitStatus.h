@@ -3,8 +3,10 @@
 #include "base/DescribedError.h"
 #include "config/TavoStore.h"
 
+#include <array>
 #include <exception>
 #include <string>
+#include <string_view>
 
 namespace tavo {
 
@@ -17,6 +19,20 @@ enum class ExitStatus : int {
     alreadyRunning = 75,       ///< another Tavo of this user runs
     invalidConfiguration = 78, ///< the configuration cannot be read, or is invalid
 };
+
+struct ExitStatusMeaning {
+    ExitStatus status;
+    std::string_view meaning;
+};
+
+/// Every exit status, as the help explains it.
+inline constexpr std::array exitStatusMeanings{
+    ExitStatusMeaning{ExitStatus::success, "done"},
+    ExitStatusMeaning{ExitStatus::failure, "failed; standard error says why"},
+    ExitStatusMeaning{ExitStatus::wrongUsage, "the command line is wrong"},
+    ExitStatusMeaning{ExitStatus::systemUnavailable, "the system offers no means to stay awake, or refuses them"},
+    ExitStatusMeaning{ExitStatus::alreadyRunning, "another tavo of this user is running"},
+    ExitStatusMeaning{ExitStatus::invalidConfiguration, "the configuration cannot be read, or is invalid"}};
 
 /// The exit status for a failure of the engine.
 ExitStatus exitStatusOf(const std::exception_ptr& failure);

@@ -2,6 +2,7 @@
 
 #include "app/StatusCopy.h"
 #include "base/Text.h"
+#include "base/WrappedText.h"
 
 #include <fmt/format.h>
 

@@ -19,16 +19,40 @@ namespace tavo {
 
 namespace {
 
-std::string inWords(PrivilegedHelperInstallState state) {
-    switch (state) {
-    case PrivilegedHelperInstallState::notInstalled:
-        return "not installed; tavoctl helper install grants staying awake with the lid closed";
-    case PrivilegedHelperInstallState::installedUnreachable:
+/// A helper that does not answer.
+std::string silence(const HelperFacts& facts) {
+    constexpr uid_t root = 0;
+    if (!facts.isPackaged) {
         return "installed, but does not answer; tavoctl helper install installs it again";
+    }
+    if (facts.servedUser && facts.servedUser != facts.user && facts.user != root) {
+        return fmt::format("granted to another user (user id {}); tavoctl helper install grants it to you instead",
+                           *facts.servedUser);
+    }
+    return "granted, but does not answer; tavoctl helper install grants it again";
+}
+
+std::string inWords(const HelperFacts& facts) {
+    switch (facts.state) {
+    case PrivilegedHelperInstallState::notInstalled:
+        return fmt::format("not {}; tavoctl helper install grants staying awake with the lid closed",
+                           facts.isPackaged ? "granted" : "installed");
+    case PrivilegedHelperInstallState::installedUnreachable:
+        return silence(facts);
     case PrivilegedHelperInstallState::ready:
         return "ready";
     }
     return "";
+}
+
+std::string definitionInWords(const HelperFacts& facts) {
+    if (facts.isPackaged) {
+        return fmt::format("{} does not name one user; tavoctl helper install writes it again",
+                           facts.otherDefinition->string());
+    }
+    return fmt::format("{} is another file than this build's, and may start another program; tavoctl helper install "
+                       "replaces it",
+                       facts.otherDefinition->string());
 }
 
 std::vector<std::string_view> namesOf(const std::vector<PMSetScope>& scopes) {
@@ -70,31 +94,34 @@ std::optional<std::string> installedVersion(const Platform& platform) {
     return std::nullopt;
 }
 
-/// The service definition that is installed, if it is not what this build installs, or cannot be read.
-std::optional<std::filesystem::path> otherDefinition(const HelperServiceSetup& setup) {
-    auto definition = setup.serviceDefinition();
+/// The findings about the installed service definition. One that cannot be read counts as another one: it is installed
+/// readable by all, so somebody has changed it.
+void examineDefinition(const HelperServiceSetup& setup, HelperFacts& facts) {
+    facts.otherDefinition = setup.serviceDefinition();
     try {
-        if (readWholeFile(definition) == setup.serviceDefinitionContent()) {
-            return std::nullopt;
+        const auto content = readWholeFile(*facts.otherDefinition);
+        facts.servedUser = setup.servedUser(content);
+        if (setup.isOwnDefinition(content)) {
+            facts.otherDefinition.reset();
         }
     } catch (const std::exception&) {
-        // It is installed readable by all, so somebody has changed it.
+        // Said above.
     }
-    return definition;
 }
 
 } // namespace
 
 std::vector<std::string> helperReportLines(const HelperFacts& facts) {
-    std::vector lines{lineOf("helper", inWords(facts.state)), lineOf("this build", facts.buildVersion)};
+    std::vector lines{lineOf("helper", inWords(facts)), lineOf("this build", facts.buildVersion)};
     if (isInstalled(facts.state)) {
         lines.push_back(lineOf(
             "installed", fmt::format("{}, {}", facts.installedVersion.value_or("version unknown"), comparison(facts))));
     }
+    if (facts.isPackaged && facts.servedUser) {
+        lines.push_back(lineOf("granted to", fmt::format("user {}", *facts.servedUser)));
+    }
     if (facts.otherDefinition) {
-        lines.push_back(lineOf("service", fmt::format("{} is another file than this build's, and may start another "
-                                                      "program; tavoctl helper install replaces it",
-                                                      facts.otherDefinition->string())));
+        lines.push_back(lineOf("service", definitionInWords(facts)));
     }
     for (const auto& each : facts.overrides) {
         lines.push_back(lineOf(
@@ -114,6 +141,8 @@ Json helperReportJson(const HelperFacts& facts) {
         overrides.push_back({{"pid", each.owner.pid}, {"scopes", namesOf(each.scopes)}});
     }
     return {{"state", rawValue(facts.state)},
+            {"packaged", facts.isPackaged},
+            {"servedUser", facts.servedUser ? Json(*facts.servedUser) : Json()},
             {"buildVersion", facts.buildVersion},
             {"installedVersion", facts.installedVersion ? Json(*facts.installedVersion) : Json()},
             {"matchesThisBuild", facts.matchesThisBuild && !facts.otherDefinition},
@@ -145,12 +174,14 @@ ExitStatus HelperCommand::carryOut(const HelperCommandOptions& options) const {
 ExitStatus HelperCommand::printStatus(bool json) const {
     HelperFacts facts{.state = support.state(),
                       .buildVersion = std::string(tavoVersion),
-                      .installedFile = platform.helperSetup->helperExecutable()};
+                      .installedFile = platform.helperSetup->helperExecutable(),
+                      .isPackaged = platform.helperSetup->isPackaged(),
+                      .user = geteuid()};
     if (isInstalled(facts.state)) {
         facts.installedVersion = installedVersion(platform);
         facts.hasSource = platform.helperSource().has_value();
         facts.matchesThisBuild = support.matchesThisBuild();
-        facts.otherDefinition = otherDefinition(*platform.helperSetup);
+        examineDefinition(*platform.helperSetup, facts);
     }
     try {
         facts.overrides = SleepOverrideJournal(platform.helperSetup->overrideJournal()).load().overrides;
@@ -176,16 +207,17 @@ ExitStatus HelperCommand::install() const {
     const auto state = support.install(store.paths());
     const bool isReady = state == PrivilegedHelperInstallState::ready;
     recordPermission(isReady);
-    Console(stdout).print(isReady
-                              ? "the helper is installed and answers; tavo may now keep awake with the lid closed."
-                              : "the helper is installed, but does not answer any more; see tavoctl helper status.");
+    const auto* const done = isGrantedInPlace() ? "granted" : "installed";
+    Console(stdout).print(
+        isReady ? fmt::format("the helper is {} and answers; tavo may now keep awake with the lid closed.", done)
+                : fmt::format("the helper is {}, but does not answer any more; see tavoctl helper status.", done));
     return isReady ? ExitStatus::success : ExitStatus::failure;
 }
 
 ExitStatus HelperCommand::uninstall() const {
     if (!support.hasFiles()) {
         recordPermission(false);
-        Console(stdout).print("the helper is not installed.");
+        Console(stdout).print(isGrantedInPlace() ? "the helper is not granted." : "the helper is not installed.");
         return ExitStatus::success;
     }
     support.uninstall(store.paths());
@@ -194,20 +226,23 @@ ExitStatus HelperCommand::uninstall() const {
         printError("tavoctl: files of the helper are still there; see tavoctl helper status.\n");
         return ExitStatus::failure;
     }
-    Console(stdout).print("the helper is removed; tavo no longer keeps awake with the lid closed.");
+    Console(stdout).print(fmt::format("the helper{}; tavo no longer keeps awake with the lid closed.",
+                                      isGrantedInPlace() ? "'s grant is revoked" : " is removed"));
     return ExitStatus::success;
 }
 
 ExitStatus HelperCommand::reset() const {
     const auto state = support.state();
     if (state == PrivilegedHelperInstallState::notInstalled) {
-        printError("tavoctl: the helper is not installed, so there is nothing to reset.\n");
+        printError("tavoctl: the helper is not {}, so there is nothing to reset.\n",
+                   isGrantedInPlace() ? "granted" : "installed");
         return ExitStatus::failure;
     }
     if (state != PrivilegedHelperInstallState::ready || !support.matchesThisBuild()) {
-        printError("tavoctl: the helper {}, so it is not trusted to remove itself; tavoctl helper uninstall removes it "
+        printError("tavoctl: the helper {}, so it is not trusted to remove {}; tavoctl helper uninstall removes it "
                    "with an administrator's approval.\n",
-                   state == PrivilegedHelperInstallState::ready ? "is not the one of this build" : "does not answer");
+                   state == PrivilegedHelperInstallState::ready ? "is not the one of this build" : "does not answer",
+                   isGrantedInPlace() ? "its grant" : "itself");
         return ExitStatus::failure;
     }
     const bool isGone = support.reset();
@@ -216,8 +251,14 @@ ExitStatus HelperCommand::reset() const {
         printError("tavoctl: closed-lid support could not be fully reset; see tavoctl helper status.\n");
         return ExitStatus::failure;
     }
-    Console(stdout).print("the helper has removed itself; tavo no longer keeps awake with the lid closed.");
+    Console(stdout).print(fmt::format("the helper has removed {}; tavo no longer keeps awake with the lid closed.",
+                                      isGrantedInPlace() ? "its grant" : "itself"));
     return ExitStatus::success;
+}
+
+/// Whether the use of a helper is granted here, and none is installed.
+bool HelperCommand::isGrantedInPlace() const {
+    return platform.helperSetup->isPackaged();
 }
 
 /// Saves it for the settings window, and tells a running Tavo.

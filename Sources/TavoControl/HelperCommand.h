@@ -9,6 +9,8 @@
 #include "helper/PrivilegedHelperInstaller.h"
 #include "helper/SleepOverrideJournal.h"
 
+#include <sys/types.h>
+
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -21,6 +23,15 @@ struct HelperFacts {
     PrivilegedHelperInstallState state = PrivilegedHelperInstallState::notInstalled;
     std::string buildVersion;
     std::filesystem::path installedFile;
+
+    /// Whether the helper came with the system's package, and its use is granted to a user.
+    bool isPackaged = false;
+
+    /// The user whom it serves beside root; absent when the service definition does not tell.
+    std::optional<uid_t> servedUser;
+
+    /// Who asks.
+    uid_t user = 0;
 
     /// Absent when the installed file does not tell.
     std::optional<std::string> installedVersion;
@@ -57,6 +68,7 @@ private:
     ExitStatus uninstall() const;
     ExitStatus reset() const;
 
+    bool isGrantedInPlace() const;
     void recordPermission(bool granted) const;
 
     const Platform& platform;

@@ -5,6 +5,7 @@
 #include "base/Duration.h"
 #include "base/JsonCoding.h"
 #include "base/Text.h"
+#include "base/WrappedText.h"
 #include "config/HistoryFile.h"
 #include "system/ProcessStart.h"
 

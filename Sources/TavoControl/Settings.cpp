@@ -1,6 +1,7 @@
 #include "TavoControl/Settings.h"
 
 #include "base/JsonCoding.h"
+#include "base/NearestWord.h"
 #include "config/TavoValidationError.h"
 #include "system/DecimalText.h"
 
@@ -19,8 +20,24 @@ constexpr std::string_view presetKey = "trigger.preset";
 /// Sets one field from its text. @throws SettingError
 using Change = void (*)(AppConfig& config, std::string_view key, const std::string& value);
 
-[[noreturn]] void refuse(std::string_view key, const std::string& choices, const std::string& value) {
-    throw SettingError(fmt::format("{} takes {}, not \"{}\".", key, choices, value));
+/// The end of a sentence: the word that was most likely meant, or what there is.
+std::string nearestOr(std::string_view given, const std::vector<std::string>& words, const std::string& otherwise) {
+    const auto nearest = nearestWord(given, words);
+    return nearest ? didYouMean(nearest) : otherwise;
+}
+
+[[noreturn]] void refuse(std::string_view key, const std::string& choices, const std::string& value,
+                         const std::vector<std::string>& words) {
+    throw SettingError(fmt::format("{} takes {}, not \"{}\"{}", key, choices, value, nearestOr(value, words, ".")));
+}
+
+[[noreturn]] void refuseKey(std::string_view key) {
+    std::vector<std::string> keys{"trigger"};
+    for (const auto& setting : settingsOf(AppConfig::defaultConfig())) {
+        keys.push_back(setting.key);
+    }
+    throw SettingError(
+        fmt::format("there is no setting \"{}\"{}", key, nearestOr(key, keys, "; tavoctl get lists them all.")));
 }
 
 bool isNull(const std::string& value) {
@@ -32,16 +49,16 @@ Enumeration choose(std::string_view key, const std::string& value) {
     if (const auto chosen = fromRawValue<Enumeration>(value)) {
         return *chosen;
     }
-    std::vector<std::string_view> names;
+    std::vector<std::string> names;
     for (const auto choice : allCases<Enumeration>()) {
-        names.push_back(rawValue(choice));
+        names.emplace_back(rawValue(choice));
     }
-    refuse(key, fmt::format("one of {}", fmt::join(names, ", ")), value);
+    refuse(key, fmt::format("one of {}", fmt::join(names, ", ")), value, names);
 }
 
 bool chooseBool(std::string_view key, const std::string& value) {
     if (value != "true" && value != "false") {
-        refuse(key, "true or false", value);
+        refuse(key, "true or false", value, {"true", "false"});
     }
     return value == "true";
 }
@@ -52,7 +69,7 @@ std::optional<std::int64_t> chooseCutoff(std::string_view key, const std::string
     }
     const auto percent = parseInt32(value);
     if (!percent) {
-        refuse(key, "a percentage from 1 to 100 or none", value);
+        refuse(key, "a percentage from 1 to 100 or none", value, {"none"});
     }
     return percent;
 }
@@ -171,7 +188,7 @@ Json settingJson(const AppConfig& config, std::string_view key) {
     if (key == presetKey) {
         return nullptr;
     }
-    throw SettingError(fmt::format("there is no setting \"{}\"; tavoctl get lists them all.", key));
+    refuseKey(key);
 }
 
 std::string settingValue(const AppConfig& config, std::string_view key) {
@@ -187,7 +204,7 @@ AppConfig withSetting(const AppConfig& config, std::string_view key, const std::
     const auto* const entry =
         std::find_if(entries.begin(), entries.end(), [&](const Entry& candidate) { return candidate.key == key; });
     if (entry == entries.end()) {
-        throw SettingError(fmt::format("there is no setting \"{}\"; tavoctl get lists them all.", key));
+        refuseKey(key);
     }
     auto changed = config;
     entry->change(changed, key, value);

@@ -9,6 +9,7 @@
 #include "base/Duration.h"
 #include "base/JsonCoding.h"
 #include "base/Text.h"
+#include "base/WrappedText.h"
 
 #include <fmt/format.h>
 #include <sys/stat.h>

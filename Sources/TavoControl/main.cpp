@@ -103,7 +103,7 @@ int runProgram(int count, const char* const* values, const InheritedConditions& 
     restrictBusAddresses();
     // A reader that has gone is noticed at the next write, and does not interrupt an operation halfway.
     std::signal(SIGPIPE, SIG_IGN);
-    const auto parsed = parseCommandLine(count, values);
+    const auto parsed = parseCommandLine(count, values, Console(stdout).width().value_or(helpWidth));
     try {
         if (const auto* usage = std::get_if<UsageReply>(&parsed)) {
             return static_cast<int>(printUsage(*usage));

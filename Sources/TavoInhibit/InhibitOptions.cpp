@@ -69,7 +69,7 @@ DESCRIPTION
     waited for.
 
     tavo and tavoctl start it. To try it by hand: tavo-inhibit -i -s, and
-    Ctrl-D to release it.
+    Ctrl-D to release it. The example at the end holds it for a minute.
 
 OPTIONS
     -i          Do not suspend because nobody uses the computer (idle).
@@ -106,6 +106,9 @@ ENVIRONMENT
 
 SEE ALSO
     tavo(1), tavoctl(1), systemd-inhibit(1)
+
+EXAMPLE
+    sleep 60 | tavo-inhibit -i -s
 )";
 }
 

@@ -27,6 +27,20 @@ uid_t parseUser(std::string_view text) {
     return user;
 }
 
+/// root carries them out for whoever was approved: nothing else may be asked for along with them.
+void requireAlone(std::string_view argument, std::size_t count) {
+    if (count != 1) {
+        throw HelperUsageError(std::string(argument) + " takes no other argument.");
+    }
+}
+
+void runGrantTask(const std::function<void()>& task) {
+    if (!task) {
+        throw HelperUsageError("on this system there is nothing to grant or revoke; see tavoctl helper.");
+    }
+    task();
+}
+
 } // namespace
 
 HelperOptions HelperOptions::parse(std::span<const char* const> arguments) {
@@ -35,6 +49,11 @@ HelperOptions HelperOptions::parse(std::span<const char* const> arguments) {
         const std::string_view argument = arguments[index];
         if (argument == "--after-stop") {
             options.task = Task::afterStop;
+        } else if (argument == "--activated") {
+            options.isActivated = true;
+        } else if (argument == "--grant" || argument == "--revoke") {
+            requireAlone(argument, arguments.size());
+            options.task = argument == "--grant" ? Task::grant : Task::revoke;
         } else if (argument == "--version") {
             options.task = Task::printVersion;
         } else if (argument == "--help") {
@@ -46,22 +65,35 @@ HelperOptions HelperOptions::parse(std::span<const char* const> arguments) {
             throw HelperUsageError("unknown argument \"" + std::string(argument) + "\"; see --help.");
         }
     }
+    if (options.isActivated && options.user) {
+        throw HelperUsageError("--activated serves the owner of the socket; --user does not go with it.");
+    }
     return options;
 }
 
 std::string HelperOptions::help() {
-    return "Usage: TavoPrivilegedHelper [--user ID] [--after-stop] [--version] [--help]\n"
+    return "Usage: TavoPrivilegedHelper [--user ID | --activated] [--after-stop]\n"
+           "       TavoPrivilegedHelper --grant | --revoke | --version | --help\n"
            "\n"
-           "Lets Tavo keep this computer awake with its lid closed. It is started by the system as a service, as "
-           "root;\n"
-           "see tavoctl helper.\n"
+           "Lets Tavo keep this computer awake with its lid closed. The system starts it\n"
+           "as a service, as root; see tavoctl helper.\n"
            "\n"
            "  --user ID     serve this user too, beside root\n"
-           "  --after-stop  end the overrides that an earlier helper has left, of processes that have ended too\n";
+           "  --activated   serve the owner of the socket that systemd passes, and exit when\n"
+           "                there is nothing to do\n"
+           "  --after-stop  end the overrides that an earlier helper has left, those of\n"
+           "                processes that have ended too\n"
+           "  --grant       let the user who asks use this helper, which a package has\n"
+           "                brought; see tavoctl helper install\n"
+           "  --revoke      end that again, with every override; see tavoctl helper uninstall\n"
+           "  --version     print the version\n"
+           "  --help        print this help\n"
+           "\n"
+           "Example: TavoPrivilegedHelper --version\n";
 }
 
 int runHelper(std::span<const char* const> arguments, const std::function<void(const HelperOptions&)>& serve,
-              const std::function<void(const HelperOptions&)>& afterStop) {
+              const std::function<void(const HelperOptions&)>& afterStop, const HelperGrantTasks& grants) {
     try {
         const auto options = HelperOptions::parse(arguments);
         switch (options.task) {
@@ -73,6 +105,12 @@ int runHelper(std::span<const char* const> arguments, const std::function<void(c
             break;
         case HelperOptions::Task::afterStop:
             afterStop(options);
+            break;
+        case HelperOptions::Task::grant:
+            runGrantTask(grants.grant);
+            break;
+        case HelperOptions::Task::revoke:
+            runGrantTask(grants.revoke);
             break;
         case HelperOptions::Task::serve:
             serve(options);

@@ -255,6 +255,9 @@ void OverrideKeeper::settle() noexcept {
         }
         retryTimer = surroundings.timers->start(retryPause, [this] { settle(); });
     }
+    if (surroundings.onChange) {
+        surroundings.onChange();
+    }
 }
 
 } // namespace tavo

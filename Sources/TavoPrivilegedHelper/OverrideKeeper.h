@@ -44,6 +44,9 @@ public:
 
         /// Gets one line for every change that nobody has requested.
         Log log;
+
+        /// Called when such a change is over, or is to be tried again; may be empty.
+        std::function<void()> onChange = {};
     };
 
     /// @param setting  is applied once for each change of the scopes that all processes need together.
@@ -75,6 +78,9 @@ public:
     /// Whether something has failed that nobody waits for, such as ending the override of a dead process. It is tried
     /// again and again while the event loop runs.
     bool hasUnfinishedWork() const { return !isSettled; }
+
+    /// Whether no process has an override, none is still in force for a moment, and nothing is to be tried again.
+    bool isIdle() const { return owners.empty() && isSettled; }
 
     /// Tries it once more now.
     void retry() { settle(); }

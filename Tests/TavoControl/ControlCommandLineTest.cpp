@@ -102,7 +102,6 @@ const std::vector<WrongUsage> wrongUsages{
     {{"foo"}, "there is no command \"foo\""},
     {{"helper"}, "name a command of helper: status, install, uninstall or reset"},
     {{"helper", "remove"}, "there is no command \"remove\""},
-    {{"Run"}, "there is no command \"Run\""},
     {{"run", "status"}, "the following argument was not expected: status"},
     {{"status", "extra"}, "the following argument was not expected: extra"},
     {{"status", "--always"}, "the following argument was not expected: --always"},
@@ -112,7 +111,7 @@ const std::vector<WrongUsage> wrongUsages{
     {{"run", "--preset"}, "--preset needs a value"},
     {{"run", "--preset", ""}, "--preset must not be empty"},
     {{"run", "--preset="}, "--preset needs a value"},
-    {{"run", "--preset", "Codex"}, "--preset takes one of always, codex, claudeCode, cursor, not \"Codex\""},
+    {{"run", "--preset", "vim"}, "--preset takes one of always, codex, claudeCode, cursor, not \"vim\""},
     {{"run", "--preset", "codex", "--preset", "cursor"}, "--preset may be given only once"},
     {{"run", "--executable"}, "--executable needs a value"},
     {{"run", "--executable", ""}, "--executable must not be empty"},
@@ -149,6 +148,35 @@ TEST(ControlCommandLine, EveryWrongUsageIsSaidInOneLowerCaseLine) {
         EXPECT_EQ(refusal->text, wrong.sentence + "; tavoctl --help lists what there is.");
         EXPECT_THAT(refusal->text, Not(HasSubstr("\n")));
         EXPECT_EQ(std::isupper(static_cast<unsigned char>(refusal->text[0])), 0);
+    }
+}
+
+TEST(ControlCommandLine, AMistypedWordIsAnsweredWithTheNearestOne) {
+    const std::vector<WrongUsage> slips{
+        {{"stauts"}, "there is no command \"stauts\"; did you mean status?"},
+        {{"Run"}, "there is no command \"Run\"; did you mean run?"},
+        {{"--root", "/there", "stauts"}, "there is no command \"stauts\"; did you mean status?"},
+        {{"helper", "isntall"}, "there is no command \"isntall\"; did you mean install?"},
+        {{"install"}, "there is no command \"install\"; did you mean helper install?"},
+        {{"--vesion"}, "the following argument was not expected: --vesion; did you mean --version?"},
+        {{"status", "--jsn"}, "the following argument was not expected: --jsn; did you mean --json?"},
+        {{"run", "--pwoer=ac"}, "the following argument was not expected: --pwoer=ac; did you mean --power?"},
+        {{"run", "--pwoer", "ac"}, "the following arguments were not expected: ac --pwoer; did you mean --power?"},
+        {{"run", "always"}, "the following argument was not expected: always; did you mean --always?"},
+        {{"helper", "status", "--josn"}, "the following argument was not expected: --josn; did you mean --json?"},
+        {{"run", "--preset", "Codex"},
+         "--preset takes one of always, codex, claudeCode, cursor, not \"Codex\"; did you mean codex?"},
+        {{"preset", "claude"},
+         "preset takes one of always, codex, claudeCode, cursor, not \"claude\"; did you mean claudeCode?"},
+        {{"run", "--lid", "close"}, "--lid takes one of open, closed, both, not \"close\"; did you mean closed?"},
+        {{"run", "--cutoff", "None"},
+         "--cutoff takes a percentage from 1 to 100 or none, not \"None\"; did you mean none?"},
+        {{"login", "of"}, "login takes one of on, off, not \"of\"; did you mean off?"},
+    };
+    for (const auto& slip : slips) {
+        SCOPED_TRACE(::testing::PrintToString(slip.arguments));
+        EXPECT_TRUE(reply(slip.arguments).isError);
+        EXPECT_EQ(reply(slip.arguments).text, slip.sentence);
     }
 }
 

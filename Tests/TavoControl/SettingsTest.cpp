@@ -99,25 +99,36 @@ TEST(Settings, AnInvalidValueIsRefusedWithTheValidOnes) {
         std::string value;
         std::string sentence;
     };
-    for (const auto& row : std::vector<Row>{
-             {"isEnabled", "yes", R"(isEnabled takes true or false, not "yes".)"},
-             {"watchMode", "ajar", R"(watchMode takes one of open, closed, both, not "ajar".)"},
-             {"powerSourcePolicy", "", R"(powerSourcePolicy takes one of any, acOnly, batteryOnly, not "".)"},
-             {"batteryCutoffPercent", "20%",
-              R"(batteryCutoffPercent takes a percentage from 1 to 100 or none, not "20%".)"},
-             {"batteryCutoffPercent", "0", "battery cutoff percent must be between 1 and 100. received 0."},
-             {"batteryCutoffPercent", "99999999999",
-              R"(batteryCutoffPercent takes a percentage from 1 to 100 or none, not "99999999999".)"},
-             {"trigger", "{", ""},
-             {"trigger", R"({"mode": "sometimes"})", ""},
-             {"trigger", "{}", "the trigger would have nothing to look for; name the process with tavoctl match."},
-             {"trigger.query", "  ",
-              "the trigger would have nothing to look for; name the process with tavoctl match."},
-             {"trigger.mode", "process",
-              "the trigger would have nothing to look for; name the process with tavoctl match."},
-             {"trigger.preset", "vim", R"(trigger.preset takes one of always, codex, claudeCode, cursor, not "vim".)"},
-             {"nothing", "1", R"(there is no setting "nothing"; tavoctl get lists them all.)"},
-             {"", "", R"(there is no setting ""; tavoctl get lists them all.)"}}) {
+    for (
+        const auto& row : std::vector<Row>{
+            {"isEnabled", "yes", R"(isEnabled takes true or false, not "yes".)"},
+            {"watchMode", "ajar", R"(watchMode takes one of open, closed, both, not "ajar".)"},
+            {"powerSourcePolicy", "", R"(powerSourcePolicy takes one of any, acOnly, batteryOnly, not "".)"},
+            {"batteryCutoffPercent", "20%",
+             R"(batteryCutoffPercent takes a percentage from 1 to 100 or none, not "20%".)"},
+            {"batteryCutoffPercent", "0", "battery cutoff percent must be between 1 and 100. received 0."},
+            {"batteryCutoffPercent", "99999999999",
+             R"(batteryCutoffPercent takes a percentage from 1 to 100 or none, not "99999999999".)"},
+            {"trigger", "{", ""},
+            {"trigger", R"({"mode": "sometimes"})", ""},
+            {"trigger", "{}", "the trigger would have nothing to look for; name the process with tavoctl match."},
+            {"trigger.query", "  ", "the trigger would have nothing to look for; name the process with tavoctl match."},
+            {"trigger.mode", "process",
+             "the trigger would have nothing to look for; name the process with tavoctl match."},
+            {"trigger.preset", "vim", R"(trigger.preset takes one of always, codex, claudeCode, cursor, not "vim".)"},
+            {"isEnabled", "ture", R"(isEnabled takes true or false, not "ture"; did you mean true?)"},
+            {"watchMode", "opne", R"(watchMode takes one of open, closed, both, not "opne"; did you mean open?)"},
+            {"powerSourcePolicy", "ac",
+             R"(powerSourcePolicy takes one of any, acOnly, batteryOnly, not "ac"; did you mean acOnly?)"},
+            {"batteryCutoffPercent", "None",
+             R"(batteryCutoffPercent takes a percentage from 1 to 100 or none, not "None"; did you mean none?)"},
+            {"trigger.preset", "claude",
+             R"(trigger.preset takes one of always, codex, claudeCode, cursor, not "claude"; did you mean claudeCode?)"},
+            {"watchmode", "open", R"(there is no setting "watchmode"; did you mean watchMode?)"},
+            {"tigger.query", "make", R"(there is no setting "tigger.query"; did you mean trigger.query?)"},
+            {"pollInterval", "5", R"(there is no setting "pollInterval"; did you mean pollIntervalSeconds?)"},
+            {"nothing", "1", R"(there is no setting "nothing"; tavoctl get lists them all.)"},
+            {"", "", R"(there is no setting ""; tavoctl get lists them all.)"}}) {
         const auto said = refusal(AppConfig::defaultConfig(), row.key, row.value);
         EXPECT_NE(said, "") << row.key << " = " << row.value;
         if (!row.sentence.empty()) {

@@ -27,6 +27,23 @@ TEST(HelperOptions, HasOtherTasks) {
     EXPECT_EQ(parse({"--help"}).task, HelperOptions::Task::printHelp);
 }
 
+TEST(HelperOptions, AnActivatedHelperServesTheSocketsOwner) {
+    EXPECT_TRUE(parse({"--activated"}).isActivated);
+    EXPECT_THROW(parse({"--activated", "--user", "1000"}), HelperUsageError);
+}
+
+TEST(HelperOptions, AGrantComesWithNothingElse) {
+    EXPECT_EQ(parse({"--grant"}).task, HelperOptions::Task::grant);
+    EXPECT_EQ(parse({"--revoke"}).task, HelperOptions::Task::revoke);
+    for (const auto& arguments : std::vector<std::vector<const char*>>{{"--grant", "--user", "0"},
+                                                                       {"--user", "0", "--grant"},
+                                                                       {"--grant", "--revoke"},
+                                                                       {"--revoke", "--help"},
+                                                                       {"--grant", "--grant"}}) {
+        EXPECT_THROW(parse(arguments), HelperUsageError) << arguments.front();
+    }
+}
+
 TEST(HelperOptions, AUserIsDigits) {
     for (const auto* user :
          {"", "me", "-1", "+1", " 1", "1 ", "1x", "0x1", "4294967295", "4294967296", "@installingUser@"}) {
@@ -55,6 +72,20 @@ TEST(HelperMain, DoesTheTaskThatTheArgumentsName) {
     EXPECT_EQ(statusOf({"--user", "1000"}, done), 0);
     EXPECT_EQ(statusOf({"--after-stop"}, done), 0);
     EXPECT_EQ(done, "sa");
+}
+
+TEST(HelperMain, GrantsAndRevokesWhereThereArePackages) {
+    std::string done;
+    const auto ignore = [](const HelperOptions&) {};
+    const HelperGrantTasks tasks{.grant = [&] { done += "g"; }, .revoke = [&] { done += "r"; }};
+    const std::vector<const char*> grant{"--grant"};
+    const std::vector<const char*> revoke{"--revoke"};
+    EXPECT_EQ(runHelper(grant, ignore, ignore, tasks), 0);
+    EXPECT_EQ(runHelper(revoke, ignore, ignore, tasks), 0);
+    EXPECT_EQ(done, "gr");
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(runHelper(grant, ignore, ignore), 64);
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("nothing to grant or revoke"));
 }
 
 TEST(HelperMain, PrintsItsVersionAndItsHelp) {

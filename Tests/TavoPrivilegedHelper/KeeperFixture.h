@@ -37,7 +37,8 @@ protected:
             OverrideKeeper::Surroundings{.processes = processes,
                                          .timers = timers,
                                          .isLidClosed = [this] { return isLidClosed; },
-                                         .log = [this](const std::string& line) { lines.push_back(line); }});
+                                         .log = [this](const std::string& line) { lines.push_back(line); },
+                                         .onChange = [this] { ++changes; }});
     }
 
     void begin(const ProcessIdentity& owner, PMSetScope scope) { keeper->begin(owner, scope); }
@@ -54,6 +55,7 @@ protected:
     std::shared_ptr<ManualHelperTimers> timers;
     bool isLidClosed = false;
     std::vector<std::string> lines;
+    int changes = 0;
     std::unique_ptr<OverrideKeeper> keeper;
 };
 

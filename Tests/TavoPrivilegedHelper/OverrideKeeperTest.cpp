@@ -47,6 +47,29 @@ TEST_F(Keeper, AProcessThatEndsTakesAllItsScopesWithIt) {
     EXPECT_THAT(applied(), ElementsAre("apply none"));
 }
 
+TEST_F(Keeper, IsIdleWithoutOverridesAndTellsWhenTheLastHasGoneByItself) {
+    EXPECT_TRUE(keeper->isIdle());
+    begin(tavoProcess, PMSetScope::ac);
+    begin(controlProcess, PMSetScope::ac);
+    end(controlProcess, PMSetScope::ac);
+    EXPECT_FALSE(keeper->isIdle());
+    changes = 0;
+    processes->end(tavoProcess);
+    EXPECT_TRUE(keeper->isIdle());
+    EXPECT_EQ(changes, 1);
+}
+
+TEST_F(Keeper, IsNotIdleWhileAnEndedOverrideIsStillInForce) {
+    isLidClosed = true;
+    begin(tavoProcess, PMSetScope::ac);
+    end(tavoProcess, PMSetScope::ac);
+    EXPECT_FALSE(keeper->isIdle());
+    changes = 0;
+    timers->advance(OverrideKeeper::grace);
+    EXPECT_TRUE(keeper->isIdle());
+    EXPECT_GE(changes, 1);
+}
+
 TEST_F(Keeper, AProcessWithoutAnOverrideIsNotWatchedAnyMore) {
     begin(tavoProcess, PMSetScope::ac);
     EXPECT_TRUE(processes->isWatched(tavoProcess));
@@ -146,6 +169,7 @@ TEST_F(Keeper, AnEndThatFailsIsTriedAgain) {
     setting->failure = "logind is away.";
     processes->end(tavoProcess);
     EXPECT_TRUE(keeper->hasUnfinishedWork());
+    EXPECT_FALSE(keeper->isIdle());
     EXPECT_THAT(journal.load().scopesInForce, ElementsAre(PMSetScope::ac));
     timers->advance(OverrideKeeper::retryPause);
     EXPECT_TRUE(keeper->hasUnfinishedWork());

@@ -328,6 +328,25 @@ TEST_F(HelperFlowTest, AnOverrideThatAnEmptyBatteryCouldNotEndIsEndedLater) {
     EXPECT_EQ(model->lastError(), std::nullopt);
 }
 
+TEST_F(HelperFlowTest, AHelperThatIsRemovedWhileItIsNeededIsMissedByTheNextEvaluation) {
+    installHelper();
+    startWith(enabledWithLidClosed());
+    EXPECT_EQ(model->lastError(), std::nullopt);
+    removeHelper();
+    asked();
+    loop->advance(std::chrono::seconds{60});
+    EXPECT_EQ(model->helperInstallState(), HelperState::notInstalled);
+    EXPECT_EQ(model->lastError(), WakeControlError::closedLidRequiresPrivilege().description());
+}
+
+TEST_F(HelperFlowTest, AHelperThatIsThereIsNotAskedWhetherItIs) {
+    installHelper();
+    startWith(enabledWithLidClosed());
+    asked();
+    loop->advance(std::chrono::minutes{10});
+    EXPECT_THAT(asked(), IsEmpty());
+}
+
 TEST_F(HelperFlowTest, AnOverrideThatWentWithItsHelperIsNotAskedForAnyMore) {
     installHelper();
     startWith(enabledWithLidClosed());

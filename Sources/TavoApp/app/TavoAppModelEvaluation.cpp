@@ -2,7 +2,22 @@
 #include "base/ErrorText.h"
 #include "helper/HelperBackedPrivilegedSleepController.h"
 
+#include <algorithm>
+
 namespace tavo {
+
+namespace {
+
+/// Asks no helper: one that nobody uses would be started for the answer.
+bool hasGone(const HelperServiceSetup& setup) {
+    const auto files = setup.installedFiles();
+    return std::any_of(files.begin(), files.end(), [](const auto& file) {
+        std::error_code ignored; // one that cannot be examined has not gone
+        return std::filesystem::status(file, ignored).type() == std::filesystem::file_type::not_found;
+    });
+}
+
+} // namespace
 
 void TavoAppModel::evaluateNow() {
     perform([this] { evaluate(); });
@@ -84,8 +99,12 @@ void TavoAppModel::scheduleNextEvaluation(double seconds) {
 
 void TavoAppModel::refreshAwaitedHelper() {
     helperTimer.reset();
-    if (config().isEnabled && needsClosedLidPermission() &&
-        helperState == PrivilegedHelperInstallState::installedUnreachable) {
+    if (!config().isEnabled || config().watchMode == WatchMode::open) {
+        return;
+    }
+    // One that was removed meanwhile, as with its package, has ended the override without a word.
+    if (helperState == PrivilegedHelperInstallState::installedUnreachable ||
+        (helperState == PrivilegedHelperInstallState::ready && hasGone(*platform.helperSetup))) {
         refreshHelperInstallState(false);
     }
 }

@@ -2,6 +2,7 @@
 
 #include "helper/PrivilegedHelperInstaller.h"
 
+#include <algorithm>
 #include <thread>
 #include <utility>
 #include <variant>
@@ -32,7 +33,8 @@ PrivilegedHelperInstallState ClosedLidSupport::state() const {
 }
 
 bool ClosedLidSupport::hasFiles() const {
-    return isThere(parts.setup->helperExecutable()) || isThere(parts.setup->serviceDefinition());
+    const auto files = parts.setup->installedFiles();
+    return std::any_of(files.begin(), files.end(), isThere);
 }
 
 bool ClosedLidSupport::matchesThisBuild() const {

@@ -4,10 +4,14 @@
 #include "system/CommandRunning.h"
 #include "system/LaunchdJob.h"
 
+#include <sys/types.h>
+
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace tavo {
 
@@ -19,13 +23,32 @@ struct HelperServiceSetup {
     /// Where the helper is installed.
     virtual std::filesystem::path helperExecutable() const = 0;
 
-    /// The file that describes the service to its manager.
+    /// The file that describes the service to its manager, or that grants its use.
     virtual std::filesystem::path serviceDefinition() const = 0;
 
-    /// The content of that file. @throws DescribedError when it cannot be expressed.
+    /// Whether the system's package has brought the program and its service. Installing then grants their use to one
+    /// user and removing revokes that, and the package's own files stay.
+    virtual bool isPackaged() const { return false; }
+
+    /// The files that an installation makes and a removal takes away.
+    virtual std::vector<std::filesystem::path> installedFiles() const {
+        return {helperExecutable(), serviceDefinition()};
+    }
+
+    /// The content of serviceDefinition(). @throws DescribedError when it cannot be expressed.
     virtual std::string serviceDefinitionContent() const = 0;
 
-    /// Makes an empty folder of the caller's own for a copy of that file, which root's script reads there.
+    /// Whether an installed service definition is one that this build installs, for whichever user.
+    virtual bool isOwnDefinition(const std::string& content) const { return content == serviceDefinitionContent(); }
+
+    /// The user whom an installed service definition has the helper serve beside root; nothing where it does not say.
+    virtual std::optional<uid_t> servedUser(const std::string& definition) const {
+        (void)definition;
+        return std::nullopt;
+    }
+
+    /// Makes an empty folder of the caller's own for a copy of that file, from which root reads it. Gives an
+    /// empty path where root needs no copy.
     /// @param paths  of the user who installs.
     /// @throws std::system_error
     virtual std::filesystem::path makeStagingDirectory(const TavoPaths& paths) const = 0;
@@ -33,15 +56,15 @@ struct HelperServiceSetup {
     /// Where the helper keeps its SleepOverrideJournal.
     virtual std::filesystem::path overrideJournal() const = 0;
 
-    /// The script with which root's shell installs both files and starts the service.
+    /// The command with which root installs both files and starts the service.
     /// @param source            the helper to install; exists.
-    /// @param stagedDefinition  a file with serviceDefinitionContent().
-    /// @throws std::system_error when a file that the script is made from cannot be read.
-    virtual std::string installScript(const std::filesystem::path& source,
-                                      const std::filesystem::path& stagedDefinition) const = 0;
+    /// @param stagedDefinition  a file with serviceDefinitionContent(); empty without a staging folder.
+    /// @throws std::system_error when a file that the command is made from cannot be read.
+    virtual ShellCommand installCommand(const std::filesystem::path& source,
+                                        const std::filesystem::path& stagedDefinition) const = 0;
 
     /// Checks that the installed files are the intended ones; is told whether the installation has succeeded, and
-    /// throws PrivilegedHelperInstallerError when they are not. Empty where the script checks that itself.
+    /// throws PrivilegedHelperInstallerError when they are not. Empty where the command checks that itself.
     using InstallationCheck = std::function<void(bool hasSucceeded)>;
 
     /// To be made before the user is asked for approval. @throws std::system_error when `source` cannot be read.
@@ -58,12 +81,34 @@ struct HelperServiceSetup {
         return false;
     }
 
-    /// The script with which root's shell ends the service and removes both files.
-    virtual std::string uninstallScript() const = 0;
+    /// The command with which root ends the service and removes the installed files.
+    virtual ShellCommand uninstallCommand() const = 0;
 
     /// The command with which the helper has itself removed `delaySeconds` later. It exits at once, and leaves a
     /// process behind that survives the end of the service.
     virtual ShellCommand deferredUninstallCommand(std::int64_t delaySeconds) const = 0;
+};
+
+/// A setup whose commands are scripts for root's shell.
+struct ScriptServiceSetup : HelperServiceSetup {
+    /// The script that installs. See installCommand().
+    virtual std::string installScript(const std::filesystem::path& source,
+                                      const std::filesystem::path& stagedDefinition) const = 0;
+
+    /// The script that removes.
+    virtual std::string uninstallScript() const = 0;
+
+    ShellCommand installCommand(const std::filesystem::path& source,
+                                const std::filesystem::path& stagedDefinition) const final {
+        return asRoot(installScript(source, stagedDefinition));
+    }
+
+    ShellCommand uninstallCommand() const final { return asRoot(uninstallScript()); }
+
+private:
+    static ShellCommand asRoot(const std::string& script) {
+        return {.executableURL = "/bin/sh", .arguments = {"-c", script}, .requiresPrivilege = true};
+    }
 };
 
 } // namespace tavo

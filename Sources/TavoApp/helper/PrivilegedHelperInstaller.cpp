@@ -92,21 +92,27 @@ PrivilegedHelperInstaller::install(const std::filesystem::path& helperExecutable
                                                             " is no regular file; nothing was installed.");
     }
     const auto stagingDirectory = setup->makeStagingDirectory(paths);
-    const auto stagedDefinition = stagingDirectory / setup->serviceDefinition().filename();
-    replaceFileAtomically(stagedDefinition, setup->serviceDefinitionContent());
-    const RemovedAtEnd staging(stagingDirectory);
+    std::filesystem::path stagedDefinition;
+    std::optional<RemovedAtEnd> staging;
+    if (!stagingDirectory.empty()) {
+        stagedDefinition = stagingDirectory / setup->serviceDefinition().filename();
+        replaceFileAtomically(stagedDefinition, setup->serviceDefinitionContent());
+        staging.emplace(stagingDirectory);
+    }
 
     const auto check = setup->installationCheck(helperExecutableSourceURL);
-    const auto runScript = [&](const std::string& prompt) {
-        auto result = runAsRoot(setup->installScript(helperExecutableSourceURL, stagedDefinition), prompt);
+    const auto installAsRoot = [&](const std::string& prompt) {
+        auto command = setup->installCommand(helperExecutableSourceURL, stagedDefinition);
+        command.approvalPrompt = prompt;
+        auto result = runner->run(command);
         if (check) {
             check(result.exitCode == 0);
         }
         return result;
     };
-    auto result = runScript("");
+    auto result = installAsRoot("");
     if (result.exitCode != 0 && setup->waitsForEarlierService(result, *runner, sleeper)) {
-        result = runScript(secondApprovalPrompt);
+        result = installAsRoot(secondApprovalPrompt);
     }
     if (result.exitCode != 0) {
         throw PrivilegedHelperInstallerError::installFailed(
@@ -119,7 +125,7 @@ PrivilegedHelperInstaller::install(const std::filesystem::path& helperExecutable
 }
 
 PrivilegedHelperInstallState PrivilegedHelperInstaller::uninstall() const {
-    const auto result = runAsRoot(setup->uninstallScript());
+    const auto result = runner->run(setup->uninstallCommand());
     if (result.exitCode != 0) {
         throw PrivilegedHelperInstallerError::uninstallFailed(
             messageOf(result, "failed to reset the privileged helper."));
@@ -141,11 +147,6 @@ bool PrivilegedHelperInstaller::waitForReachability() const {
         }
     }
     return false;
-}
-
-ShellCommandResult PrivilegedHelperInstaller::runAsRoot(const std::string& script, const std::string& prompt) const {
-    return runner->run(
-        {.executableURL = "/bin/sh", .arguments = {"-c", script}, .requiresPrivilege = true, .approvalPrompt = prompt});
 }
 
 bool PrivilegedHelperCompatibilityChecker::installedHelperMatchesCurrentBuild(

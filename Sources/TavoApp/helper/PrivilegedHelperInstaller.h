@@ -114,7 +114,7 @@ public:
     PrivilegedHelperInstallState currentState() const;
 
     /// Installs, and waits until the helper answers. Leaves nothing behind in the user's folders once it has begun to
-    /// run the script. When the system was still ending an earlier helper, the user is asked a second time. @throws
+    /// run the command. When the system was still ending an earlier helper, the user is asked a second time. @throws
     /// PrivilegedHelperInstallerError, std::system_error, and what the setup throws.
     PrivilegedHelperInstallState install(const std::filesystem::path& helperExecutableSourceURL) const;
 
@@ -125,9 +125,6 @@ public:
     bool waitForReachability() const;
 
 private:
-    /// @param prompt  why the user is asked; the system's own words when empty.
-    ShellCommandResult runAsRoot(const std::string& script, const std::string& prompt = {}) const;
-
     TavoPaths paths;
     std::shared_ptr<CommandRunning> runner;
     std::shared_ptr<PrivilegedHelperClient> client;

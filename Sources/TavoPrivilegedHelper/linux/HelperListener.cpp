@@ -21,18 +21,25 @@ constexpr std::chrono::milliseconds pauseAfterFailure{100};
 
 class HelperListener::Acceptor final : public std::enable_shared_from_this<Acceptor> {
 public:
-    Acceptor(asio::io_context& loop, std::filesystem::path path, std::shared_ptr<const HelperService> service,
+    Acceptor(asio::io_context& loop, std::shared_ptr<const HelperService> service,
              std::shared_ptr<const PeerIdentification> peers, Limits limits)
-        : path(std::move(path)), service(std::move(service)), peers(std::move(peers)), limits(limits), acceptor(loop),
-          pause(loop) {
-        std::filesystem::remove(this->path);
+        : service(std::move(service)), peers(std::move(peers)), limits(limits), acceptor(loop), retryTimer(loop) {}
+
+    void listenAt(const std::filesystem::path& place) {
+        path = place;
+        std::filesystem::remove(path);
         acceptor.open();
-        acceptor.bind(asio::local::stream_protocol::endpoint(this->path.string()));
+        acceptor.bind(asio::local::stream_protocol::endpoint(path.string()));
         // For all users, whatever the process's mask: one that cannot connect cannot be told why it is not served.
-        if (chmod(this->path.c_str(), S_IRUSR | S_IWUSR | S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH) != 0) {
-            throw std::system_error(errno, std::generic_category(), "could not open to all " + this->path.string());
+        if (chmod(path.c_str(), S_IRUSR | S_IWUSR | S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH) != 0) {
+            throw std::system_error(errno, std::generic_category(), "could not open to all " + path.string());
         }
         acceptor.listen(queueLength);
+    }
+
+    void takeOver(FileDescriptor listening) {
+        passed = std::move(listening);
+        acceptor.assign(asio::local::stream_protocol(), passed.get());
     }
 
     void acceptNext() {
@@ -40,27 +47,45 @@ public:
         acceptor.async_accept(
             [weakSelf = weak_from_this()](const asio::error_code& error, asio::local::stream_protocol::socket socket) {
                 const auto self = weakSelf.lock();
-                if (!self || error == asio::error::operation_aborted) {
+                if (!self) {
                     return;
                 }
                 self->isAccepting = false;
-                if (error) {
+                if (error && error != asio::error::operation_aborted) {
                     self->retryLater();
                     return;
                 }
-                self->serve(std::move(socket));
+                if (!error) {
+                    self->serve(std::move(socket));
+                }
                 self->acceptIfThereIsRoom();
             });
     }
 
     void close() {
         asio::error_code ignored; // there is no other way to end it
-        acceptor.close(ignored);
-        pause.cancel();
-        std::filesystem::remove(path, ignored);
+        retryTimer.cancel();
+        if (passed) {
+            acceptor.release(ignored); // the descriptor has an owner already
+        } else {
+            acceptor.close(ignored);
+            std::filesystem::remove(path, ignored);
+        }
     }
 
     std::size_t openConnections() const { return open; }
+
+    void pause() {
+        isPaused = true;
+        acceptor.cancel();
+    }
+
+    void resume() {
+        isPaused = false;
+        acceptIfThereIsRoom();
+    }
+
+    std::function<void()> onConnectionEnd;
 
 private:
     /// Counts a connection while it lives.
@@ -75,6 +100,9 @@ private:
             if (const auto acceptor = counter.lock()) {
                 --acceptor->open;
                 acceptor->acceptIfThereIsRoom();
+                if (acceptor->onConnectionEnd) {
+                    acceptor->onConnectionEnd();
+                }
             }
         }
 
@@ -89,35 +117,39 @@ private:
     }
 
     void acceptIfThereIsRoom() {
-        if (!isAccepting && acceptor.is_open() && open < limits.connections) {
+        if (!isAccepting && !isPaused && acceptor.is_open() && open < limits.connections) {
             acceptNext();
         }
     }
 
     /// Out of descriptors or memory, for the moment: other connections end.
     void retryLater() {
-        pause.expires_after(pauseAfterFailure);
-        pause.async_wait([weakSelf = weak_from_this()](const asio::error_code& error) {
+        retryTimer.expires_after(pauseAfterFailure);
+        retryTimer.async_wait([weakSelf = weak_from_this()](const asio::error_code& error) {
             if (const auto self = weakSelf.lock(); self && !error) {
                 self->acceptIfThereIsRoom();
             }
         });
     }
 
+    /// A socket that was made here, or else one that was passed.
     std::filesystem::path path;
+    FileDescriptor passed;
     std::shared_ptr<const HelperService> service;
     std::shared_ptr<const PeerIdentification> peers;
     Limits limits;
     asio::local::stream_protocol::acceptor acceptor;
-    asio::steady_timer pause;
+    asio::steady_timer retryTimer;
     std::size_t open = 0;
     bool isAccepting = false;
+    bool isPaused = false;
 };
 
 HelperListener::HelperListener(asio::io_context& loop, const std::filesystem::path& path,
                                std::shared_ptr<const HelperService> service,
                                std::shared_ptr<const PeerIdentification> peers, Limits limits)
-    : acceptor(std::make_shared<Acceptor>(loop, path, std::move(service), std::move(peers), limits)) {
+    : acceptor(std::make_shared<Acceptor>(loop, std::move(service), std::move(peers), limits)) {
+    acceptor->listenAt(path);
     acceptor->acceptNext();
 }
 
@@ -126,12 +158,32 @@ HelperListener::HelperListener(asio::io_context& loop, const std::filesystem::pa
                                std::shared_ptr<const PeerIdentification> peers)
     : HelperListener(loop, path, std::move(service), std::move(peers), Limits()) {}
 
+HelperListener::HelperListener(asio::io_context& loop, FileDescriptor listening,
+                               std::shared_ptr<const HelperService> service,
+                               std::shared_ptr<const PeerIdentification> peers)
+    : acceptor(std::make_shared<Acceptor>(loop, std::move(service), std::move(peers), Limits())) {
+    acceptor->takeOver(std::move(listening));
+    acceptor->acceptNext();
+}
+
 HelperListener::~HelperListener() {
     acceptor->close();
 }
 
 std::size_t HelperListener::openConnections() const {
     return acceptor->openConnections();
+}
+
+void HelperListener::onConnectionEnd(std::function<void()> work) {
+    acceptor->onConnectionEnd = std::move(work);
+}
+
+void HelperListener::pause() {
+    acceptor->pause();
+}
+
+void HelperListener::resume() {
+    acceptor->resume();
 }
 
 } // namespace tavo

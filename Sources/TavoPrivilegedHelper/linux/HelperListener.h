@@ -2,12 +2,14 @@
 
 #include "TavoPrivilegedHelper/HelperService.h"
 #include "TavoPrivilegedHelper/linux/PeerIdentification.h"
+#include "base/FileDescriptor.h"
 
 #include <asio/io_context.hpp>
 
 #include <chrono>
 #include <cstddef>
 #include <filesystem>
+#include <functional>
 #include <memory>
 
 namespace tavo {
@@ -34,13 +36,25 @@ public:
                    Limits limits);
     HelperListener(asio::io_context& loop, const std::filesystem::path& path,
                    std::shared_ptr<const HelperService> service, std::shared_ptr<const PeerIdentification> peers);
+
+    /// Takes a socket over on which somebody else has listened, and goes on to: what has connected already is served.
+    HelperListener(asio::io_context& loop, FileDescriptor listening, std::shared_ptr<const HelperService> service,
+                   std::shared_ptr<const PeerIdentification> peers);
     HelperListener(const HelperListener&) = delete;
     HelperListener& operator=(const HelperListener&) = delete;
 
-    /// Closes the socket, and removes it.
+    /// Closes the socket, and removes it unless it was taken over.
     ~HelperListener();
 
     std::size_t openConnections() const;
+
+    /// Has `work` called whenever a connection has ended.
+    void onConnectionEnd(std::function<void()> work);
+
+    /// Accepts no further connection: those wait in the kernel's queue, for resume() or for whoever listens next. One
+    /// that has just been accepted is open once the work that is queued in the loop now has been done.
+    void pause();
+    void resume();
 
 private:
     class Acceptor;

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/un.h>
+#include <unistd.h>
 
 #include <array>
 #include <cerrno>
@@ -195,6 +196,24 @@ TEST_F(SocketClient, NobodyListeningIsTheConnectionsOwnErrorAtOnce) {
             path, [](int) {}, 0);
     }
     EXPECT_EQ(errorOfPing(), ECONNREFUSED);
+}
+
+TEST_F(SocketClient, ASocketOfAnotherUserIsASentenceWithAWayOut) {
+    const FileDescriptor listener = listenAt(path, 1);
+    std::filesystem::permissions(folder.path(),
+                                 std::filesystem::perms::owner_all | std::filesystem::perms::others_exec);
+    std::filesystem::permissions(path, std::filesystem::perms::none);
+    const bool isRoot = geteuid() == 0; // who may connect to everything
+    ASSERT_TRUE(!isRoot || seteuid(65534) == 0);
+    std::string message;
+    try {
+        ping();
+    } catch (const PrivilegedHelperClientError& error) {
+        message = error.description();
+    }
+    ASSERT_TRUE(!isRoot || seteuid(0) == 0);
+    EXPECT_NE(message.find("not granted to this user"), std::string::npos) << message;
+    EXPECT_NE(message.find("tavoctl helper install"), std::string::npos);
 }
 
 TEST_F(SocketClient, APathThatNoSocketCanHaveIsAnError) {

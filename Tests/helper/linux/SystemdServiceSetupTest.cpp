@@ -105,6 +105,8 @@ protected:
     SystemdHelperLayout layout{.helperExecutable = root / "libexec/TavoPrivilegedHelper",
                                .unitFile = root / "system/com.vrd.tavo.helper.service",
                                .lidDropIn = root / "logind.conf.d/zzz.conf",
+                               .packagedSocketUnit = root / "lib/com.vrd.tavo.helper.socket",
+                               .grant = root / "system/com.vrd.tavo.helper.socket.d/grant.conf",
                                .systemdMark = folder.path() / "booted",
                                .searchPath = (folder.path() / "programs").string() + ":/usr/bin:/bin"};
     std::filesystem::path source = folder.write("it's a build/TavoPrivilegedHelper", "program\n");
@@ -139,6 +141,42 @@ TEST_F(SystemdSetup, PutsBothFilesIntoPlaceAndStartsTheService) {
                                             "systemctl restart com.vrd.tavo.helper.service\n"));
     EXPECT_EQ(entriesOf(layout.helperExecutable.parent_path()), 1U) << "no temporary file is left";
     EXPECT_EQ(entriesOf(layout.unitFile.parent_path()), 1U);
+}
+
+TEST_F(SystemdSetup, EndsTheGrantOfAPackagesHelperOnceTheUnitIsItsOwn) {
+    std::filesystem::create_directories(layout.grant.parent_path());
+    replaceFileAtomically(layout.grant, "[Socket]\n");
+    const auto result = install();
+    ASSERT_EQ(result.exitCode, 0) << result.standardError;
+    EXPECT_FALSE(std::filesystem::exists(layout.grant.parent_path()));
+    EXPECT_THAT(called(), testing::EndsWith("systemctl daemon-reload\n"
+                                            "systemctl --quiet disable --now com.vrd.tavo.helper.socket\n"
+                                            "systemctl --quiet enable com.vrd.tavo.helper.service\n"
+                                            "systemctl restart com.vrd.tavo.helper.service\n"));
+}
+
+TEST_F(SystemdSetup, APackagesSocketThatSomebodyHasEnabledWithoutAGrantEndsToo) {
+    std::filesystem::create_directories(layout.packagedSocketUnit.parent_path());
+    replaceFileAtomically(layout.packagedSocketUnit, "[Socket]\n");
+    standIn("systemctl",
+            "echo \"systemctl $*\" >>\"" + calls.string() + "\"\n" + noRemoval + "\n[ \"$2\" != disable ] || exit 1");
+    EXPECT_EQ(install().exitCode, 0) << "though it was not enabled";
+    EXPECT_THAT(called(), HasSubstr("disable --now com.vrd.tavo.helper.socket\n"));
+    EXPECT_TRUE(std::filesystem::exists(layout.packagedSocketUnit)) << "the package's own file";
+}
+
+TEST_F(SystemdSetup, TheInstalledUnitSaysWhomItServesAndIsItsOwn) {
+    const Variable user("PKEXEC_UID", "1000");
+    ASSERT_EQ(install().exitCode, 0);
+    const auto unit = readWholeFile(layout.unitFile);
+    EXPECT_EQ(setup().servedUser(unit), 1000U);
+    EXPECT_TRUE(setup().isOwnDefinition(unit));
+    EXPECT_FALSE(setup().isOwnDefinition(unit + "Restart=no\n"));
+    EXPECT_FALSE(setup().isOwnDefinition(setup().serviceDefinitionContent())) << "it names nobody";
+    for (const auto* content :
+         {"", " --user ", " --user x\n", " --user 1000", " --user 4294967295\n", " --user 1 2\n"}) {
+        EXPECT_EQ(setup().servedUser(content), std::nullopt) << content;
+    }
 }
 
 TEST_F(SystemdSetup, TheServiceIsForTheUserWhoGaveTheApproval) {

@@ -1,8 +1,8 @@
 #include "app/Platform.h"
 #include "helper/PrivilegedHelperMessages.h"
+#include "helper/linux/PackagedServiceSetup.h"
 #include "helper/linux/PolkitCommandRunner.h"
 #include "helper/linux/SocketPrivilegedHelperClient.h"
-#include "helper/linux/SystemdServiceSetup.h"
 #include "login/linux/AutostartLoginManager.h"
 #include "runtime/linux/InhibitorCommandRunner.h"
 #include "system/InterruptibleCommandRunner.h"
@@ -52,7 +52,6 @@ Platform makePlatform(const std::filesystem::path& programPath, const TavoPaths&
     platform.machineNoun = "computer";
     platform.launchAtLogin = std::make_shared<AutostartLoginManager>();
     platform.helperClient = std::make_shared<SocketPrivilegedHelperClient>();
-    platform.helperSetup = std::make_shared<SystemdServiceSetup>();
     makeInterruptible(platform);
     platform.administratorRunner =
         std::make_shared<PolkitCommandRunner>(std::make_shared<InterruptibleCommandRunner>(platform.interruption));
@@ -60,6 +59,7 @@ Platform makePlatform(const std::filesystem::path& programPath, const TavoPaths&
         return findProgram(programPath, PrivilegedHelperConstants::helperExecutableName,
                            {"../Helpers", packagedPrograms, "."});
     };
+    platform.helperSetup = helperServiceSetup(platform.helperSource());
     return platform;
 }
 

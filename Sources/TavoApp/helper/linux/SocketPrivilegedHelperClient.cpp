@@ -3,9 +3,11 @@
 #include "base/FileDescriptor.h"
 #include "helper/linux/SocketFraming.h"
 
+#include <fmt/format.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -62,6 +64,12 @@ public:
 private:
     void tryToConnect() {
         isConnected = connect(descriptor.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0;
+        if (!isConnected && errno == EACCES) {
+            throw PrivilegedHelperClientError::transportError(fmt::format(
+                "the privileged helper is not granted to this user (user id {}), or not any more; tavoctl helper "
+                "install grants it, with an administrator's approval.",
+                geteuid()));
+        }
         if (!isConnected && errno != EAGAIN && errno != EINTR) {
             throw lastError();
         }

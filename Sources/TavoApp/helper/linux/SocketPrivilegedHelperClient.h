@@ -12,7 +12,8 @@ namespace tavo {
 
 /// Asks the helper over its Unix socket, one connection a call. See SocketFraming for what goes over it.
 ///
-/// When nobody listens, send() throws the std::system_error of connect(2) at once: ENOENT or ECONNREFUSED. A connection
+/// When nobody listens, send() throws the std::system_error of connect(2) at once: ENOENT or ECONNREFUSED. A socket that
+/// is another user's is PrivilegedHelperClientError::transportError() with a sentence for this one. A connection
 /// that ends without a reply, and a reply of another form, are PrivilegedHelperClientError::invalidResponse().
 class SocketPrivilegedHelperClient final : public RoundTripHelperClient {
 public:

@@ -2,6 +2,7 @@
 
 #include "HelperUnit.h"
 #include "helper/PrivilegedHelperInstaller.h"
+#include "helper/linux/DeferredRemoval.h"
 #include "helper/linux/FileDigest.h"
 #include "system/CommandRunning.h"
 
@@ -9,7 +10,9 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <charconv>
 #include <cstdlib>
+#include <limits>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -22,6 +25,8 @@ constexpr std::string_view executableField = "@helperExecutable@";
 
 // Written apart from the unit's text, so that the script that fills it in does not hold the field itself.
 constexpr std::string_view userField = "@installingUser@";
+
+constexpr std::string_view userOption = " --user ";
 
 std::string quoted(const std::filesystem::path& path) {
     return shellQuoted(path.string());
@@ -109,6 +114,24 @@ std::string SystemdServiceSetup::serviceDefinitionContent() const {
     return replaced(std::string(helperUnit), executableField, unitWord(layout.helperExecutable));
 }
 
+bool SystemdServiceSetup::isOwnDefinition(const std::string& content) const {
+    const auto user = servedUser(content);
+    return user && content == replaced(serviceDefinitionContent(), userField, std::to_string(*user));
+}
+
+std::optional<uid_t> SystemdServiceSetup::servedUser(const std::string& definition) const {
+    const auto option = definition.find(userOption);
+    if (option == std::string::npos) {
+        return std::nullopt;
+    }
+    uid_t user = 0;
+    const char* const end = definition.data() + definition.size();
+    const auto [stop, error] = std::from_chars(definition.data() + option + userOption.size(), end, user);
+    const bool isUser =
+        error == std::errc() && stop != end && *stop == '\n' && user != std::numeric_limits<uid_t>::max();
+    return isUser ? std::optional(user) : std::nullopt;
+}
+
 std::filesystem::path SystemdServiceSetup::makeStagingDirectory(const TavoPaths&) const {
     // The environment of root may name another user's folder.
     const auto folder = geteuid() == 0 ? std::filesystem::path("/tmp") : std::filesystem::temp_directory_path();
@@ -164,9 +187,21 @@ std::string SystemdServiceSetup::installScript(const std::filesystem::path& sour
                        "    restorecon {0} {1}\n"
                        "fi\n"
                        "systemctl daemon-reload\n"
+                       "{3}"
                        "systemctl --quiet enable {2}\n"
                        "systemctl restart {2}",
-                       quoted(layout.helperExecutable), quoted(layout.unitFile), unitName);
+                       quoted(layout.helperExecutable), quoted(layout.unitFile), unitName, packageRevocationLines());
+}
+
+/// The socket ends once its service is another one: with its own service it would end the overrides.
+std::string SystemdServiceSetup::packageRevocationLines() const {
+    return fmt::format("if [ -e {0} ] || [ -e {1} ]; then\n"
+                       "    systemctl --quiet disable --now {2} || true\n"
+                       "    rm -f {1}\n"
+                       "    rmdir {3} 2>/dev/null || true\n"
+                       "fi\n",
+                       quoted(layout.packagedSocketUnit), quoted(layout.grant),
+                       layout.packagedSocketUnit.filename().string(), quoted(layout.grant.parent_path()));
 }
 
 std::string SystemdServiceSetup::removalLines() const {
@@ -192,14 +227,7 @@ std::string SystemdServiceSetup::uninstallScript() const {
 }
 
 ShellCommand SystemdServiceSetup::deferredUninstallCommand(std::int64_t delaySeconds) const {
-    const auto script = fmt::format("sleep {}\n{}{}", delaySeconds, prologue(), removalLines());
-    // Bounded as a whole: the helper serves nobody else meanwhile.
-    return {.executableURL = "/usr/bin/timeout",
-            .arguments = {"4", "/bin/sh", "-c",
-                          fmt::format("systemctl is-active --quiet {} || exec systemd-run \"$@\"", removalUnitName),
-                          "sh", "--quiet", "--collect", "--no-block", fmt::format("--unit={}", removalUnitName),
-                          fmt::format("--property=RuntimeMaxSec={}", maxRemoval.count()), "--property=TimeoutStopSec=5",
-                          "--description=Removes the helper of Tavo", "--", "/bin/sh", "-c", script}};
+    return deferredRemoval(fmt::format("sleep {}\n{}{}", delaySeconds, prologue(), removalLines()));
 }
 
 } // namespace tavo

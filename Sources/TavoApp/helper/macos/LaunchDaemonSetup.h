@@ -35,7 +35,7 @@ struct PrivilegedHelperLaunchDaemonDefinition {
 };
 
 /// The helper as a system daemon of launchd.
-class LaunchDaemonSetup final : public HelperServiceSetup {
+class LaunchDaemonSetup final : public ScriptServiceSetup {
 public:
     explicit LaunchDaemonSetup(PrivilegedHelperInstallLayout layout = PrivilegedHelperInstallLayout::systemDefault())
         : layout(std::move(layout)) {}

@@ -1,0 +1,349 @@
+#include "TavoPrivilegedHelper/linux/HelperGrant.h"
+
+#include "Support/ScriptedCommandRunner.h"
+#include "Support/TemporaryDirectory.h"
+#include "base/FileDescriptor.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <algorithm>
+
+namespace tavo {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
+
+/// systemctl(1) over a service manager that knows only whether the socket listens.
+class StandInManager final : public CommandRunning {
+public:
+    bool supportsPrivilegedCommands() const override { return true; }
+    ShellCommandResult run(const ShellCommand& command) override {
+        auto line = ScriptedCommandRunner::line(command);
+        line.erase(0, std::string("/usr/bin/systemctl ").size());
+        lines.push_back(line);
+        if (onCall) {
+            onCall(line);
+        }
+        if (!failing.empty() && line.starts_with(failing)) {
+            return {.exitCode = 1, .standardError = "the manager's words."};
+        }
+        if (line.starts_with("is-active")) {
+            const bool isActive = line.ends_with("helper.socket") ? listens : isRemovalUnderWay;
+            return {.exitCode = isActive ? 0 : 3};
+        }
+        if (line == "start com.vrd.tavo.helper.socket") {
+            listens = true;
+        } else if (line.starts_with("stop com.vrd.tavo.helper.socket")) {
+            listens = false;
+        }
+        return {};
+    }
+    std::shared_ptr<RunningCommand> start(const ShellCommand&) override {
+        throw std::logic_error("a grant starts nothing");
+    }
+
+    std::vector<std::string> lines;
+    std::string failing;
+    std::function<void(const std::string&)> onCall;
+    bool listens = false;
+    bool isRemovalUnderWay = false;
+};
+
+class HelperGrantTest : public testing::Test {
+protected:
+    void SetUp() override {
+        std::filesystem::create_directories(layout.package.systemdMark);
+        std::filesystem::create_directories(grantFolder.parent_path());
+        folder.write("usr/TavoPrivilegedHelper", "program");
+        folder.write("usr/helper.socket", "unit");
+        makeSocket();
+    }
+
+    /// The file that the service manager would make, of this test's user.
+    void makeSocket() const {
+        const FileDescriptor descriptor(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        layout.socket.native().copy(address.sun_path, sizeof(address.sun_path) - 1);
+        ASSERT_EQ(bind(descriptor.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
+    }
+
+    void grantTo(uid_t user) const { HelperGrant(manager, layout).grant(user, layout.package.helperExecutable); }
+    void revoke() const { HelperGrant(manager, layout).revoke(); }
+
+    template <typename Operation>
+    std::string failureOf(Operation operation) {
+        try {
+            operation();
+        } catch (const HelperGrantError& error) {
+            return error.description();
+        }
+        ADD_FAILURE() << "nothing was thrown";
+        return {};
+    }
+
+    void installOther() const {
+        folder.write("etc/helper.service", "unit");
+        folder.write("local/TavoPrivilegedHelper", "other program");
+    }
+
+    mode_t modeOf(const std::filesystem::path& path) const {
+        struct stat status {};
+        lstat(path.c_str(), &status);
+        return status.st_mode & 07777U;
+    }
+
+    TemporaryDirectory folder;
+    std::filesystem::path grantFolder = folder.path() / "etc/helper.socket.d";
+    HelperGrant::Layout layout{.package = {.helperExecutable = folder.path() / "usr/TavoPrivilegedHelper",
+                                           .socketUnit = folder.path() / "usr/helper.socket",
+                                           .grant = grantFolder / "grant.conf",
+                                           .systemdMark = folder.path() / "booted"},
+                               .otherInstallation = {.helperExecutable = folder.path() / "local/TavoPrivilegedHelper",
+                                                     .unitFile = folder.path() / "etc/helper.service",
+                                                     .lidDropIn = folder.path() / "zzz.conf"},
+                               .enablement = folder.path() / "etc/sockets.target.wants/helper.socket",
+                               .socket = folder.path() / "socket",
+                               .overrideJournal = folder.path() / "overrides.json"};
+    std::shared_ptr<StandInManager> manager = std::make_shared<StandInManager>();
+    const uid_t me = geteuid();
+};
+
+TEST(HelperGrantUser, IsTheOneWhoGaveTheApproval) {
+    EXPECT_EQ(HelperGrant::userToServe("1000", nullptr), 1000U);
+    EXPECT_EQ(HelperGrant::userToServe(nullptr, "1001"), 1001U);
+    EXPECT_EQ(HelperGrant::userToServe("1000", "1001"), 1000U);
+    EXPECT_EQ(HelperGrant::userToServe("", "1001"), 1001U);
+    EXPECT_EQ(HelperGrant::userToServe(nullptr, nullptr), 0U);
+    EXPECT_EQ(HelperGrant::userToServe("", ""), 0U);
+    for (const auto* text : {"me", "-1", "1 ", " 1", "1x", "0x1", "4294967295", "4294967296", "1\nUser=0"}) {
+        EXPECT_THROW(HelperGrant::userToServe(text, nullptr), HelperGrantError) << text;
+    }
+}
+
+TEST_F(HelperGrantTest, NamesTheUserAndHasTheSystemListen) {
+    const auto mask = umask(0077);
+    grantTo(me);
+    umask(mask);
+    EXPECT_EQ(fileContent(layout.package.grant), HelperGrantFile::contentFor(me));
+    EXPECT_EQ(modeOf(layout.package.grant), 0644U);
+    EXPECT_EQ(modeOf(grantFolder), 0755U);
+    EXPECT_THAT(manager->lines,
+                ElementsAre("stop com.vrd.tavo.helper-removal.service",
+                            "is-active --quiet com.vrd.tavo.helper-removal.service", "daemon-reload",
+                            "reset-failed com.vrd.tavo.helper.socket com.vrd.tavo.helper.service",
+                            "is-active --quiet com.vrd.tavo.helper.socket",
+                            "stop com.vrd.tavo.helper.socket com.vrd.tavo.helper.service",
+                            "--quiet enable com.vrd.tavo.helper.socket", "start com.vrd.tavo.helper.socket",
+                            "try-restart com.vrd.tavo.helper.service", "is-active --quiet com.vrd.tavo.helper.socket"));
+}
+
+TEST_F(HelperGrantTest, StopsNothingThatListensForTheSameUser) {
+    manager->listens = true;
+    grantTo(me);
+    EXPECT_THAT(manager->lines, Not(Contains(StartsWith("stop com.vrd.tavo.helper.socket"))));
+    EXPECT_THAT(manager->lines, Contains("try-restart com.vrd.tavo.helper.service"));
+}
+
+TEST_F(HelperGrantTest, StopsASocketOfAnotherUser) {
+    manager->listens = true;
+    EXPECT_THAT(failureOf([&] { grantTo(me + 1); }), HasSubstr("does not listen for user " + std::to_string(me + 1)))
+        << "the socket of this test stays this user's";
+    EXPECT_THAT(manager->lines, Contains("stop com.vrd.tavo.helper.socket com.vrd.tavo.helper.service"));
+}
+
+TEST_F(HelperGrantTest, AFailureLeavesNoGrantWhereThereWasNone) {
+    for (const auto* call : {"daemon-reload", "--quiet enable", "start", "try-restart"}) {
+        manager->failing = call;
+        EXPECT_THAT(failureOf([&] { grantTo(me); }), HasSubstr(": the manager's words.")) << call;
+        EXPECT_FALSE(std::filesystem::exists(grantFolder)) << call;
+        EXPECT_THAT(manager->lines, Contains("--quiet disable --now com.vrd.tavo.helper.socket"));
+    }
+}
+
+TEST_F(HelperGrantTest, AFailureLeavesTheEarlierGrant) {
+    const auto earlier = HelperGrantFile::contentFor(me + 1);
+    for (const auto* call : {"daemon-reload", "--quiet enable", "try-restart"}) {
+        folder.write("etc/helper.socket.d/grant.conf", earlier);
+        manager->lines.clear();
+        manager->failing = call;
+        failureOf([&] { grantTo(me); });
+        EXPECT_EQ(fileContent(layout.package.grant), earlier) << call;
+        EXPECT_EQ(manager->lines.back(), "start com.vrd.tavo.helper.socket") << call;
+    }
+}
+
+TEST_F(HelperGrantTest, ARemovalThatDoesNotEndIsNamedAndNothingIsGranted) {
+    manager->isRemovalUnderWay = true;
+    EXPECT_THAT(failureOf([&] { grantTo(me); }), HasSubstr("a removal of the helper is under way"));
+    EXPECT_FALSE(std::filesystem::exists(grantFolder));
+}
+
+TEST_F(HelperGrantTest, OnlyThePackagesProgramIsGranted) {
+    const auto other = folder.path() / "build/TavoPrivilegedHelper";
+    EXPECT_THAT(failureOf([&] { HelperGrant(manager, layout).grant(me, other); }), HasSubstr(other.string()));
+    std::filesystem::remove(layout.package.socketUnit);
+    EXPECT_THAT(failureOf([&] { grantTo(me); }), HasSubstr("tavoctl helper install"));
+    EXPECT_THAT(manager->lines, IsEmpty());
+    EXPECT_FALSE(std::filesystem::exists(grantFolder));
+}
+
+TEST_F(HelperGrantTest, NeedsSystemd) {
+    std::filesystem::remove(layout.package.systemdMark);
+    EXPECT_THAT(failureOf([&] { grantTo(me); }), HasSubstr("systemd"));
+    EXPECT_FALSE(std::filesystem::exists(grantFolder));
+}
+
+TEST_F(HelperGrantTest, FollowsNoLink) {
+    const auto target = folder.write("elsewhere/file", "kept");
+    std::filesystem::create_directory(grantFolder);
+    std::filesystem::create_symlink(target, layout.package.grant);
+    grantTo(me);
+    EXPECT_EQ(fileContent(target), "kept");
+    EXPECT_FALSE(std::filesystem::is_symlink(layout.package.grant));
+    std::filesystem::remove_all(grantFolder);
+    std::filesystem::create_directory_symlink(folder.path() / "elsewhere", grantFolder);
+    EXPECT_THAT(failureOf([&] { grantTo(me); }), HasSubstr(grantFolder.string()));
+    EXPECT_FALSE(std::filesystem::exists(folder.path() / "elsewhere/grant.conf"));
+}
+
+TEST_F(HelperGrantTest, AFolderThatOthersMayChangeIsRefused) {
+    std::filesystem::create_directory(grantFolder);
+    ASSERT_EQ(chmod(grantFolder.c_str(), 0777), 0);
+    EXPECT_THAT(failureOf([&] { grantTo(me); }), HasSubstr("root alone"));
+    EXPECT_FALSE(std::filesystem::exists(layout.package.grant));
+}
+
+TEST_F(HelperGrantTest, AGrantOfAnotherOwnerBecomesRootsOwn) {
+    if (me != 0) {
+        GTEST_SKIP() << "only root may give a file away";
+    }
+    folder.write("etc/helper.socket.d/grant.conf", "");
+    ASSERT_EQ(chown(layout.package.grant.c_str(), 1000, 1000), 0);
+    grantTo(me);
+    struct stat status {};
+    ASSERT_EQ(lstat(layout.package.grant.c_str(), &status), 0);
+    EXPECT_EQ(status.st_uid, 0U);
+}
+
+TEST_F(HelperGrantTest, TakesThePlaceOfAnotherInstallation) {
+    installOther();
+    folder.write("zzz.conf", "an override that its helper could not end");
+    grantTo(me);
+    EXPECT_FALSE(std::filesystem::exists(layout.otherInstallation.unitFile));
+    EXPECT_FALSE(std::filesystem::exists(layout.otherInstallation.helperExecutable));
+    EXPECT_FALSE(std::filesystem::exists(layout.otherInstallation.lidDropIn));
+    EXPECT_THAT(manager->lines, Contains("disable --now com.vrd.tavo.helper.service"));
+    EXPECT_THAT(manager->lines, Contains("kill --signal=HUP systemd-logind.service"));
+}
+
+TEST_F(HelperGrantTest, ItsOwnOverrideStaysWithoutAnotherInstallation) {
+    folder.write("zzz.conf", "in force");
+    folder.write("local/TavoPrivilegedHelper", "a program without a unit");
+    grantTo(me);
+    EXPECT_TRUE(std::filesystem::exists(layout.otherInstallation.lidDropIn));
+    EXPECT_FALSE(std::filesystem::exists(layout.otherInstallation.helperExecutable));
+    EXPECT_THAT(manager->lines, Not(Contains("disable --now com.vrd.tavo.helper.service")));
+}
+
+TEST_F(HelperGrantTest, AMaskedServiceIsTheAdministratorsDecision) {
+    std::filesystem::create_symlink("/dev/null", layout.otherInstallation.unitFile);
+    EXPECT_THAT(failureOf([&] { grantTo(me); }), HasSubstr("systemctl unmask com.vrd.tavo.helper.service"));
+    EXPECT_TRUE(std::filesystem::is_symlink(layout.otherInstallation.unitFile));
+    EXPECT_FALSE(std::filesystem::exists(grantFolder));
+}
+
+TEST_F(HelperGrantTest, RevokingEndsEverythingAndLeavesThePackagesFiles) {
+    grantTo(me);
+    folder.write("etc/sockets.target.wants/helper.socket", "");
+    folder.write("zzz.conf", "left by a helper that could not run");
+    folder.write("overrides.json", "{}");
+    manager->lines.clear();
+    revoke();
+    EXPECT_THAT(manager->lines,
+                ElementsAre("--quiet disable --now com.vrd.tavo.helper.socket", "stop com.vrd.tavo.helper.service",
+                            "kill --signal=HUP systemd-logind.service", "daemon-reload",
+                            "reset-failed com.vrd.tavo.helper.socket com.vrd.tavo.helper.service"));
+    for (const auto& gone :
+         {grantFolder, layout.enablement, layout.otherInstallation.lidDropIn, layout.overrideJournal}) {
+        EXPECT_FALSE(std::filesystem::exists(gone)) << gone;
+    }
+    EXPECT_TRUE(std::filesystem::exists(layout.package.helperExecutable));
+    EXPECT_TRUE(std::filesystem::exists(layout.package.socketUnit));
+}
+
+TEST_F(HelperGrantTest, TheGrantGoesOnceTheHelperHasStopped) {
+    grantTo(me);
+    manager->onCall = [&](const std::string& line) {
+        if (line.starts_with("stop")) {
+            EXPECT_TRUE(std::filesystem::exists(layout.package.grant)) << "whoever waits for its end would be misled";
+        }
+    };
+    revoke();
+}
+
+TEST_F(HelperGrantTest, RevokingWithoutAGrantDoesNoHarm) {
+    revoke();
+    EXPECT_FALSE(std::filesystem::exists(grantFolder));
+}
+
+TEST_F(HelperGrantTest, RevokingLeavesAnotherInstallationAlone) {
+    grantTo(me);
+    installOther();
+    folder.write("zzz.conf", "the other helper's");
+    folder.write("overrides.json", "the other helper's");
+    manager->lines.clear();
+    revoke();
+    EXPECT_FALSE(std::filesystem::exists(grantFolder));
+    EXPECT_THAT(manager->lines, Not(Contains("stop com.vrd.tavo.helper.service")));
+    for (const auto& kept : {layout.otherInstallation.unitFile, layout.otherInstallation.helperExecutable,
+                             layout.otherInstallation.lidDropIn, layout.overrideJournal}) {
+        EXPECT_TRUE(std::filesystem::exists(kept)) << kept;
+    }
+}
+
+TEST_F(HelperGrantTest, RevokingLeavesAnAdministratorsOwnDropIn) {
+    grantTo(me);
+    folder.write("etc/helper.socket.d/local.conf", "[Socket]\n");
+    revoke();
+    EXPECT_FALSE(std::filesystem::exists(layout.package.grant));
+    EXPECT_TRUE(std::filesystem::exists(grantFolder / "local.conf"));
+}
+
+TEST_F(HelperGrantTest, RevokingGoesOnAfterAFailureAndReportsIt) {
+    for (const auto* call : {"--quiet disable", "stop com.vrd.tavo.helper.service", "kill", "daemon-reload"}) {
+        manager->failing = "";
+        grantTo(me);
+        folder.write("zzz.conf", "left");
+        manager->failing = call;
+        EXPECT_THAT(failureOf([&] { revoke(); }), HasSubstr("the manager's words.")) << call;
+        EXPECT_FALSE(std::filesystem::exists(layout.otherInstallation.lidDropIn)) << call;
+        EXPECT_FALSE(std::filesystem::exists(grantFolder)) << call;
+    }
+}
+
+TEST_F(HelperGrantTest, RevokingWorksWithoutSystemd) {
+    grantTo(me);
+    folder.write("etc/sockets.target.wants/helper.socket", "");
+    folder.write("zzz.conf", "left");
+    std::filesystem::remove(layout.package.systemdMark);
+    manager->lines.clear();
+    revoke();
+    EXPECT_THAT(manager->lines, IsEmpty());
+    for (const auto& gone : {grantFolder, layout.enablement, layout.otherInstallation.lidDropIn}) {
+        EXPECT_FALSE(std::filesystem::exists(gone)) << gone;
+    }
+}
+
+} // namespace
+} // namespace tavo
