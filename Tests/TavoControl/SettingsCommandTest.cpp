@@ -139,7 +139,7 @@ TEST_F(SettingsCommandTest, LaunchAtLoginIsSwitchedUnderBothNames) {
 }
 
 TEST_F(SettingsCommandTest, TheOptionsForTheLoginOutlastLaunchAtLoginItself) {
-    platform.loginOptionsFile = folder.path() / "run.conf";
+    platform.loginOptionsFile = folder.path() / "login.conf";
     ChangeOptions on{.kind = Kind::set, .key = "launchAtLoginEnabled", .value = "true", .login = true};
     auto off = on;
     off.value = "false";
@@ -157,7 +157,7 @@ TEST_F(SettingsCommandTest, TheOptionsForTheLoginOutlastLaunchAtLoginItself) {
     EXPECT_THAT(login->options, ::testing::IsEmpty());
     EXPECT_FALSE(std::filesystem::exists(platform.loginOptionsFile));
     // A damaged file loses the options, and the app is launched all the same.
-    folder.write("run.conf", "nonsense\n");
+    folder.write("login.conf", "nonsense\n");
     on.loginOptions.reset();
     change(on);
     EXPECT_THAT(login->options, ::testing::IsEmpty());

@@ -12,8 +12,8 @@ namespace {
 
 struct LoginOptionsFileTest : testing::Test {
     TemporaryDirectory folder;
-    LoginOptionsFile file{folder.path() / "Tavo" / "run.conf"};
-    std::filesystem::path path = folder.path() / "Tavo" / "run.conf";
+    LoginOptionsFile file{folder.path() / "Tavo" / "login.conf"};
+    std::filesystem::path path = folder.path() / "Tavo" / "login.conf";
 };
 
 TEST_F(LoginOptionsFileTest, WhatIsWrittenReadsBack) {
@@ -41,7 +41,7 @@ TEST_F(LoginOptionsFileTest, ADamagedFileIsNamedAndStays) {
     for (const auto* text : {"", "\n", "whileworking\n", "busy 2\n", "while-working\nbusy\n", "while-working\nbusy 0\n",
                              "while-working\nbusy 2\nbusy 3\n", "while-working\ngrace 10\n", "while-working\nother 1\n",
                              "while-working \n", "while-working\nwhile-working\n"}) {
-        folder.write("Tavo/run.conf", text);
+        folder.write("Tavo/login.conf", text);
         try {
             file.read();
             ADD_FAILURE() << "accepted: " << text;

@@ -13,7 +13,7 @@ struct PlatformTest : testing::Test, ScriptedSurroundings {
 
     PlatformTest() {
         made = platform();
-        made.loginOptionsFile = folder.path() / "run.conf";
+        made.loginOptionsFile = folder.path() / "login.conf";
         made.appReadsLoginOptions = true;
         login->program = "/opt/tavo/bin/tavo";
     }
@@ -36,7 +36,7 @@ TEST_F(PlatformTest, ButNotWithoutLaunchAtLoginNorWhereThatPassesOptionsOn) {
 }
 
 TEST_F(PlatformTest, ADamagedFileIsSaid) {
-    folder.write("run.conf", "while-working\nbusy lots\n");
+    folder.write("login.conf", "while-working\nbusy lots\n");
     EXPECT_THROW((void)made.requirementAtStart(), DescribedError);
 }
 

@@ -7,7 +7,7 @@
 
 namespace tavo {
 
-/// "run.conf": the options for the desktop app when it is started at login. Switching launch at login off and on again
+/// "login.conf": the options for the desktop app when it is started at login. Switching launch at login off and on again
 /// keeps them. Readable by the user alone (0600).
 ///
 /// Its lines are "while-working", then "busy PERCENT" and "grace DURATION" where they differ from the defaults, in the

@@ -4,6 +4,7 @@
 #include "helper/ClosedLidSupport.h"
 #include "helper/HelperServiceSetup.h"
 #include "helper/PrivilegedHelperClient.h"
+#include "login/HeadlessLaunchManaging.h"
 #include "login/LaunchAtLoginManaging.h"
 #include "runtime/AssertionStatus.h"
 #include "runtime/HistoryRecorder.h"
@@ -92,6 +93,12 @@ struct Platform {
     PrivilegedHelperInstaller::Sleeper sleeper;
 
     std::shared_ptr<LaunchAtLoginManaging> launchAtLogin;
+
+    /// Starts a run without a desktop at each login; null where nothing could.
+    std::shared_ptr<HeadlessLaunchManaging> headlessLaunch;
+
+    /// The running program's file.
+    std::filesystem::path programPath;
 
     /// The options for the app's start at login, see LoginOptionsFile; empty where none are kept.
     std::filesystem::path loginOptionsFile;

@@ -1,5 +1,7 @@
 #include "TavoPrivilegedHelper/linux/LoginPresence.h"
 
+#include "system/linux/LogindClient.h"
+
 #include <asio/posix/stream_descriptor.hpp>
 #include <systemd/sd-login.h>
 
@@ -14,6 +16,17 @@ namespace {
 /// Until logind starts, there is nothing to watch.
 constexpr std::chrono::seconds pauseWithoutLogind{5};
 
+/// Everybody waits meanwhile.
+constexpr std::chrono::milliseconds logindBound{500};
+
+bool lingers(uid_t user) {
+    try {
+        return LogindClient(logindBound).lingers(user);
+    } catch (const BusError&) {
+        return false;
+    }
+}
+
 } // namespace
 
 bool isPresence(std::string_view state) {
@@ -24,7 +37,12 @@ bool isPresent(uid_t user) {
     char* text = nullptr;
     const int result = sd_uid_get_state(user, &text);
     const std::unique_ptr<char, decltype(&std::free)> state(text, std::free);
-    return result >= 0 && state && isPresence(state.get());
+    if (result < 0 || !state) {
+        return false;
+    }
+    // logind does not write the state down again once the last session of a lingering user has ended: on record the
+    // user goes on closing it.
+    return isPresence(state.get()) || (std::string_view(state.get()) == "closing" && lingers(user));
 }
 
 /// The loop waits on this. Its callbacks do nothing once it has gone.

@@ -14,7 +14,7 @@ namespace tavo {
 /// allows programs without a session. One whose last session is just ending is not.
 bool isPresence(std::string_view state);
 
-/// Whether this user is there by the word of logind. False when logind does not answer.
+/// Whether this user is there by the word of logind, which also counts one who lingers as such. False when logind does not answer.
 bool isPresent(uid_t user);
 
 /// Tells when users come and go, sd-login(3).

@@ -174,6 +174,23 @@ TEST_F(LogindClientTest, TheVersionIsTheServiceManagers) {
     EXPECT_EQ(service->calls()[0].arguments, R"("org.freedesktop.systemd1.Manager", "Version")");
 }
 
+TEST_F(LogindClientTest, WhetherAUserLingersIsThatUsersOwnProperty) {
+    const auto lingers = [](const LogindClient& logind) { return logind.lingers(1000); };
+    auto& logind = startService();
+    logind.answer("GetUser", ScriptedBusService::withPath("/org/freedesktop/login1/user/_1000"));
+    for (const bool isLingering : {false, true}) {
+        logind.answer("Get", [isLingering](sd_bus_message* call) {
+            return sd_bus_reply_method_return(call, "v", "b", isLingering ? 1 : 0);
+        });
+        EXPECT_EQ(ask(lingers), isLingering);
+    }
+    EXPECT_EQ(service->calls().front().arguments, "1000");
+    EXPECT_EQ(service->calls().back().path, "/org/freedesktop/login1/user/_1000");
+    EXPECT_EQ(service->calls().back().arguments, R"("org.freedesktop.login1.User", "Linger")");
+    logind.answer("GetUser", ScriptedBusService::withError("org.freedesktop.login1.NoSuchUser", "No such user."));
+    EXPECT_EQ(failureOf(lingers).name(), "org.freedesktop.login1.NoSuchUser");
+}
+
 TEST_F(LogindClientTest, WithoutABusThereIsAFailure) {
     for (const int signal : {SIGTERM, SIGKILL}) {
         bus.stop(signal);

@@ -47,6 +47,11 @@ INSTANTIATE_TEST_SUITE_P(PropertyList, PropertyListText,
                          testing::Values("", " ", "a & b", "<string>", "]]>", "\"quoted\"", "it's", "&amp;", "é/日本",
                                          "line\nfeed", "tab\there", "<!--", "<?xml?>"));
 
+TEST(PropertyList, ANumberIsAnInteger) {
+    EXPECT_NE(propertyListXML(Dictionary{{"Seconds", std::int64_t{-300}}}).find("<integer>-300</integer>"),
+              std::string::npos);
+}
+
 TEST(PropertyList, WhatXMLCannotCarryIsAnError) {
     for (const auto& bad : {std::string("\x01"), std::string("a\0b", 3), std::string("\x1B"), std::string("a\r"),
                             std::string("\xFF"), std::string("\xEF\xBF\xBE"), std::string("\xEF\xBF\xBF")}) {

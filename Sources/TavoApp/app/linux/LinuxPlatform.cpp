@@ -4,6 +4,7 @@
 #include "helper/linux/PolkitCommandRunner.h"
 #include "helper/linux/SocketPrivilegedHelperClient.h"
 #include "login/linux/AutostartLoginManager.h"
+#include "login/linux/UserServiceManager.h"
 #include "runtime/linux/InhibitorCommandRunner.h"
 #include "system/InterruptibleCommandRunner.h"
 #include "system/ProgramLocation.h"
@@ -27,7 +28,8 @@ void prepareChildEnvironment() {
 
 Platform makePlatform(const std::filesystem::path& programPath, const TavoPaths& paths) {
     Platform platform;
-    platform.loginOptionsFile = paths.rootDirectory / "run.conf";
+    platform.programPath = programPath;
+    platform.loginOptionsFile = paths.rootDirectory / "login.conf";
     platform.commandRunner = std::make_shared<SystemCommandRunner>();
     platform.assertionStatus = std::make_shared<AssertionStatus>();
     platform.desktopApp = findDesktopApp(programPath);
@@ -51,6 +53,7 @@ Platform makePlatform(const std::filesystem::path& programPath, const TavoPaths&
     };
     platform.machineNoun = "computer";
     platform.launchAtLogin = std::make_shared<AutostartLoginManager>();
+    platform.headlessLaunch = std::make_shared<UserServiceManager>(UserServiceLayout{}, platform.commandRunner);
     platform.helperClient = std::make_shared<SocketPrivilegedHelperClient>();
     makeInterruptible(platform);
     platform.administratorRunner =

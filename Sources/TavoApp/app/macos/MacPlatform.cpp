@@ -3,6 +3,7 @@
 #include "helper/PrivilegedHelperMessages.h"
 #include "helper/macos/AdministratorCommandRunner.h"
 #include "helper/macos/LaunchDaemonSetup.h"
+#include "login/macos/HeadlessLaunchAgent.h"
 #include "login/macos/LoginLaunchManager.h"
 #include "runtime/macos/CaffeinateCommandRunner.h"
 #include "runtime/macos/NotingCommandRunner.h"
@@ -46,7 +47,8 @@ void prepareMacChildEnvironment() {
 Platform makeMacPlatform(const std::filesystem::path& programPath, const TavoPaths& paths,
                          std::shared_ptr<PrivilegedHelperClient> helperClient) {
     Platform platform;
-    platform.loginOptionsFile = paths.rootDirectory / "run.conf";
+    platform.programPath = programPath;
+    platform.loginOptionsFile = paths.rootDirectory / "login.conf";
     platform.appReadsLoginOptions = true;
     makeInterruptible(platform);
     platform.commandRunner = std::make_shared<SystemCommandRunner>();
@@ -67,6 +69,8 @@ Platform makeMacPlatform(const std::filesystem::path& programPath, const TavoPat
     platform.machineNoun = "mac";
     platform.launchAtLogin =
         std::make_shared<LoginLaunchManager>(TavoPaths::launchAgentURL(), platform.commandRunner, platform.sleeper);
+    platform.headlessLaunch = std::make_shared<HeadlessLaunchAgent>(SystemUserDirectories().homeDirectory(),
+                                                                    platform.commandRunner, platform.sleeper);
     platform.helperClient = std::move(helperClient);
     platform.helperSetup = std::make_shared<LaunchDaemonSetup>();
     platform.administratorRunner = std::make_shared<AdministratorCommandRunner>(

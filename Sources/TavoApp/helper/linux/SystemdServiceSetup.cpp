@@ -5,6 +5,7 @@
 #include "helper/linux/DeferredRemoval.h"
 #include "helper/linux/FileDigest.h"
 #include "system/CommandRunning.h"
+#include "system/linux/UnitText.h"
 
 #include <fmt/format.h>
 #include <unistd.h>
@@ -37,20 +38,6 @@ std::string replaced(std::string text, std::string_view field, const std::string
         text.replace(start, field.size(), value);
     }
     return text;
-}
-
-/// A path as one word of ExecStart=, systemd.service(5), "Command lines", and systemd.unit(5), "Specifiers".
-std::string unitWord(const std::filesystem::path& path) {
-    std::string word = "\"";
-    for (const char character : path.string()) {
-        if (character == '"' || character == '\\') {
-            word += '\\';
-        } else if (character == '%' || character == '$') {
-            word += character;
-        }
-        word += character;
-    }
-    return word + '"';
 }
 
 /// The name of a temporary file beside its target. Predictable, because only root may write there.

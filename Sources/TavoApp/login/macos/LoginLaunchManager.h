@@ -2,6 +2,7 @@
 
 #include "config/TavoPaths.h"
 #include "login/LaunchAtLoginManaging.h"
+#include "login/macos/LaunchAgent.h"
 #include "system/CommandRunning.h"
 #include "system/LaunchdJob.h"
 #include "system/macos/PropertyList.h"
@@ -33,7 +34,8 @@ public:
     /// @param sleeper  sleeps between polls while an earlier copy is being unloaded.
     LoginLaunchManager(std::filesystem::path launchAgent, std::shared_ptr<CommandRunning> runner,
                        Sleeper sleeper = threadSleeper())
-        : launchAgent(std::move(launchAgent)), runner(std::move(runner)), sleeper(std::move(sleeper)) {}
+        : agent(std::string(LaunchAgentDefinition::label), std::move(launchAgent), std::move(runner),
+                std::move(sleeper)) {}
 
     /// With the user's own agent file.
     explicit LoginLaunchManager(std::shared_ptr<CommandRunning> runner)
@@ -52,13 +54,7 @@ public:
     bool isEnabled() const override;
 
 private:
-    ShellCommandResult bootout() const;
-    void bootoutIgnoringFailure() const noexcept;
-    ShellCommand launchctl(const std::string& action) const;
-
-    std::filesystem::path launchAgent;
-    std::shared_ptr<CommandRunning> runner;
-    Sleeper sleeper;
+    LaunchAgent agent;
 };
 
 } // namespace tavo

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <cstdint>
 #include <string_view>
 #include <utility>
 
@@ -77,6 +78,16 @@ std::string LogindClient::text(const char* property) const {
 
 bool LogindClient::flag(const char* property) const {
     return bus.flagProperty(logindManager, property);
+}
+
+bool LogindClient::lingers(uid_t user) const {
+    const std::string attempt = "logind does not know the user";
+    auto request = bus.newCall(logindManager, "GetUser");
+    checkBusResult(sd_bus_message_append(request.get(), "u", static_cast<std::uint32_t>(user)), attempt);
+    const auto answer = bus.call(std::move(request), attempt);
+    const char* path = nullptr;
+    checkBusResult(sd_bus_message_read(answer.get(), "o", &path), attempt);
+    return bus.flagProperty({logindManager.service, path, "org.freedesktop.login1.User"}, "Linger");
 }
 
 void LogindClient::rereadConfiguration() const {

@@ -4,6 +4,8 @@
 #include "system/HeldAssertionsProviding.h"
 #include "system/linux/BusConnection.h"
 
+#include <sys/types.h>
+
 #include <chrono>
 #include <optional>
 #include <string>
@@ -33,6 +35,10 @@ public:
     /// A property of the manager's. @throws BusError
     std::string text(const char* property) const;
     bool flag(const char* property) const;
+
+    /// Whether this user's services run without a session, loginctl(1), "enable-linger". @throws BusError, also for a
+    /// user who is neither logged in nor lingering.
+    bool lingers(uid_t user) const;
 
     /// Has logind read its configuration again, which it does a little later (SIGHUP: its service cannot be reloaded).
     /// Does nothing when no logind runs. @throws BusError, std::system_error

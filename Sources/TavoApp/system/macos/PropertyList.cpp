@@ -32,6 +32,8 @@ struct ElementWriter {
 
     void operator()(bool value) { parent.append_child(value ? "true" : "false"); }
 
+    void operator()(std::int64_t number) { appendText("integer", std::to_string(number)); }
+
     void operator()(const std::string& text) { appendText("string", text); }
 
     void operator()(const PropertyListValue::Array& elements) {

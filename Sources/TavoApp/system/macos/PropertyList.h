@@ -2,6 +2,7 @@
 
 #include "base/DescribedError.h"
 
+#include <cstdint>
 #include <string>
 #include <utility>
 #include <variant>
@@ -17,6 +18,7 @@ struct PropertyListValue {
     using Dictionary = std::vector<std::pair<std::string, PropertyListValue>>;
 
     PropertyListValue(bool value) : value(value) {}
+    PropertyListValue(std::int64_t number) : value(number) {}
     PropertyListValue(std::string text) : value(std::move(text)) {}
     PropertyListValue(const char* text) : value(std::string(text)) {}
     PropertyListValue(Array elements) : value(std::move(elements)) {}
@@ -24,7 +26,7 @@ struct PropertyListValue {
 
     bool operator==(const PropertyListValue&) const = default;
 
-    std::variant<bool, std::string, Array, Dictionary> value;
+    std::variant<bool, std::int64_t, std::string, Array, Dictionary> value;
 };
 
 /// A property list holds a text that XML cannot carry.
