@@ -26,7 +26,6 @@ for state in awake idle; do
     ! grep -q stroke "$drawing" || fail "$drawing has lines, which keep their colour"
 done
 
-
 # Every state is drawn, in both colours, and no two pictures of a state are alike.
 folder=$(mktemp -d)
 trap 'rm -r "$folder"' EXIT
