@@ -1,4 +1,4 @@
-# The icons that the build has rendered: every size is there and is that size, and the entries of the desktop are valid.
+# The icons that the build has rendered: every size is there and is that size.
 # Usage: IconSet.bash ICONS RESOURCES SCREENSHOTS
 set -euo pipefail
 icons=$1 resources=$2 screenshots=$3
@@ -25,10 +25,6 @@ for state in awake idle; do
         fail "$drawing has a shape that keeps its colour"
     ! grep -q stroke "$drawing" || fail "$drawing has lines, which keep their colour"
 done
-
-desktop-file-validate "$resources/Linux/com.vrd.tavo.desktop"
-# By this an X11 desktop knows whose windows they are: Qt names their class after the program.
-grep -qx StartupWMClass=tavo "$resources/Linux/com.vrd.tavo.desktop"
 
 # Every state is drawn, in both colours, and no two pictures of a state are alike.
 folder=$(mktemp -d)

@@ -65,18 +65,39 @@ bool hasWindow(const std::string& note) {
     }
 }
 
-/// Shows the window of the running Tavo; one in a terminal has none.
-int raiseOther(const TavoPaths& paths, const WindowRequest& request) {
+/// Has the running Tavo do what was asked for; one in a terminal has no window.
+int askOther(const TavoPaths& paths, const WindowRequest& request) {
     const auto holder = InstanceLock::holder(paths.lockURL());
-    if (holder && hasWindow(InstanceLock::noteOfHolder(paths.lockURL())) &&
-        (sendWindowRequest(paths.lockURL(), request) || kill(*holder, SIGUSR2) == 0)) {
-        return EXIT_SUCCESS;
+    if (holder && hasWindow(InstanceLock::noteOfHolder(paths.lockURL()))) {
+        if (sendWindowRequest(paths.lockURL(), request)) {
+            return EXIT_SUCCESS;
+        }
+        if (kill(*holder, SIGUSR2) == 0) {
+            if (showsWindow(request.action)) {
+                return EXIT_SUCCESS;
+            }
+            printError("tavo: the tavo that is running cannot be told to {} from here, so its window is shown: use the "
+                       "button there, or tavoctl.\n",
+                       rawValue(request.action));
+            return EXIT_FAILURE;
+        }
     }
     const auto text = fmt::format("another tavo is running in a terminal{}; end it first.",
                                   holder ? fmt::format(" (process id {})", *holder) : "");
     printError("tavo: {}\n", text);
     PlainMessageBox(QMessageBox::Information, text).exec();
     return alreadyRunning;
+}
+
+/// Without a running Tavo nothing is kept awake: what is left is that the next one is paused, too.
+int pauseNextStart(const TavoStore& store) {
+    auto config = store.loadConfig();
+    if (config.isEnabled) {
+        config.isEnabled = false;
+        store.saveConfig(config);
+    }
+    fmt::print("no tavo is running; the next one starts paused.\n");
+    return EXIT_SUCCESS;
 }
 
 /// The requirement of a Tavo without options of this kind.
@@ -116,12 +137,16 @@ int runApplication(QApplication& application, const Arguments& arguments, const 
     if (!lock) {
         blocked.reset(); // there is nothing to release
         warnOfOtherOptions(paths, arguments.options.whileWorking);
-        return raiseOther(paths, arguments.request);
+        return askOther(paths, arguments.request);
+    }
+    if (arguments.options.action == RequestedAction::pause) {
+        return pauseNextStart(TavoStore(paths));
     }
     platform.history =
         makeHistory(paths, "tavo", [](const std::string& text) { printError("tavo: {}\n", visibleControls(text)); });
-    TavoAppMain main({.isHidden = arguments.options.isHidden, .whileWorking = whileWorking},
-                     std::make_shared<TavoStore>(paths), std::move(platform), std::move(*lock));
+    TavoAppMain main(
+        {.isHidden = arguments.options.isHidden, .action = arguments.options.action, .whileWorking = whileWorking},
+        std::make_shared<TavoStore>(paths), std::move(platform), std::move(*lock));
     const int status = application.exec();
     if (!main.finish()) {
         std::fflush(nullptr);
@@ -138,6 +163,7 @@ int start(int count, char** values) {
     // A parent that ignores this signal would have the kernel reap our children before we can ask how they ended.
     std::signal(SIGCHLD, SIG_DFL);
     arguments.request = WindowRequest::fromEnvironment();
+    arguments.request.action = arguments.options.action;
     restrictBusAddresses();
     if (!hasDisplay()) {
         printError("tavo: there is no display to show windows on; tavoctl run works without one.\n");

@@ -51,7 +51,7 @@ systemctl --quiet is-enabled "$socketUnit" || fail "the socket is not enabled"
 [ ! -e "$helperFile" ] || fail "the program was copied"
 expectContains "$(asAlice /usr/bin/tavoctl helper status)" "helper       ready" "status for alice"
 expectContains "$(packaged helper status)" "granted to   user $alice" "status"
-expectContains "$(packaged helper status --json)" '"matchesThisBuild": true' "status"
+expectContains "$(packagedJson helper status)" '"matchesThisBuild": true' "status"
 expectContains "$(cat ~alice/.config/Tavo/config.json)" '"closedLidPermissionGranted": true' "the permission"
 expectWithin "$idleWithin" isIdle
 

@@ -45,7 +45,7 @@ not systemctl --quiet is-active com.vrd.tavo.helper-removal.service || fail "the
 
 # One byte more.
 control helper install
-expectContains "$(control helper status --json)" '"matchesThisBuild": true' "status of this build's helper"
+expectContains "$(printedJson helper status)" '"matchesThisBuild": true' "status of this build's helper"
 { cat "$helperFile" && printf x; } >/run/differing
 install -m 755 /run/differing "$helperFile"
 expectContains "$(control helper status)" "another file than this build's" "status"

@@ -14,6 +14,8 @@ beginDesktop() {
         mkdir "$copy/Tests"
         cp -r "$(dirname "$(realpath "$0")")" "$copy/Tests/Machine"
         cp -r "$scripts" "$copy/scripts"
+        mkdir -p "$copy/Resources/Linux"
+        cp "$scripts/../Resources/Linux/com.vrd.tavo.desktop" "$copy/Resources/Linux"
         chmod -R a+rX "$copy"
         runInSession tester env TAVO_TEST_DESKTOP=1 \
             dbus-run-session -- bash "$copy/Tests/Machine/$(basename "$0")" || status=$?

@@ -40,14 +40,14 @@ not() { ! "$@"; }
 checkJson() { "$TAVO_BIN/check-json" "$(dirname "${BASH_SOURCE[0]}")/../../docs/schema" "$@"; }
 
 # printedJson COMMAND ARGUMENTS...: the JSON that a command of tavoctl prints; nothing when its schema does not describe
-# it. "get" with a key has a schema of its own.
+# it. "get" with a key has a schema of its own. $tavoctl may name another program than the one under test.
 printedJson() {
     local text schema=$1
     case $1 in
         helper) schema=helper-$2 ;;
         get) [[ ${2-} == [!-]* ]] && schema=get-key ;;
     esac
-    text=$("$TAVO_BIN/tavoctl" "$@" --json) || return
+    text=$("${tavoctl:-$TAVO_BIN/tavoctl}" "$@" --json) || return
     checkJson "$schema" <<<"$text" || return
     printf '%s\n' "$text"
 }

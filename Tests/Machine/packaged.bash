@@ -24,7 +24,9 @@ installPackage() {
 # packaged ARGUMENTS...: tavoctl, as the package has it.
 packaged() { /usr/bin/tavoctl "$@"; }
 
-packagedStateIs() { [[ $(packaged helper status --json) == *"\"state\": \"$1\""* ]]; }
+packagedJson() { tavoctl=/usr/bin/tavoctl printedJson "$@"; }
+
+packagedStateIs() { [[ $(packagedJson helper status) == *"\"state\": \"$1\""* ]]; }
 
 # approve ACTION USER: from now on polkit lets USER run a program as root through this action, as if an administrator
 # had typed a password, and through no other.

@@ -1,3 +1,4 @@
+#include "Support/DescribedJson.h"
 #include "TavoControl/HelperCommandFixture.h"
 #include "base/JsonCoding.h"
 
@@ -36,8 +37,9 @@ TEST_F(HelperCommandTest, StatusSaysToWhomAPackagesHelperIsGranted) {
     carryOut(Action::status);
     EXPECT_THAT(linesOf(output), ::testing::Contains("granted to   user " + std::to_string(geteuid())));
     carryOut(Action::status, true);
-    EXPECT_EQ(parseJson(output).at("packaged"), true);
-    EXPECT_EQ(parseJson(output).at("servedUser"), geteuid());
+    const auto json = describedJson("helper-status", output);
+    EXPECT_EQ(json.at("packaged"), true);
+    EXPECT_EQ(json.at("servedUser"), geteuid());
     folder.write("system/service", "no grant");
     carryOut(Action::status);
     EXPECT_THAT(output, HasSubstr("does not name one user; tavoctl helper install writes it again"));

@@ -25,6 +25,10 @@ TEST(LaunchCommandLine, EveryOptionIsUnderstood) {
     EXPECT_FALSE(options({}).isHidden);
     EXPECT_EQ(options({}).whileWorking, std::nullopt);
     EXPECT_TRUE(options({"--hidden"}).isHidden);
+    EXPECT_EQ(options({}).action, RequestedAction::showWindow);
+    EXPECT_EQ(options({"--settings"}).action, RequestedAction::showSettings);
+    EXPECT_EQ(options({"--enable", "--hidden"}).action, RequestedAction::enable);
+    EXPECT_EQ(options({"--pause"}).action, RequestedAction::pause);
     EXPECT_EQ(options({"--root", "/there"}).root, "/there");
     EXPECT_EQ(options({"--while-working"}).whileWorking, WorkRequirement());
     EXPECT_EQ(options({"--while-working", "--busy", "2.5", "--grace", "1h30m"}).whileWorking,
@@ -36,8 +40,8 @@ TEST(LaunchCommandLine, TheVersionAndTheHelpAreNoErrors) {
     EXPECT_FALSE(reply({"--version"}).isError);
     const auto help = reply({"--help"});
     EXPECT_FALSE(help.isError);
-    for (const auto* word : {"--while-working", "--busy PERCENT", "--grace DURATION", "--hidden", "--root DIR",
-                             "--version", "-h, --help"}) {
+    for (const auto* word : {"--while-working", "--busy PERCENT", "--grace DURATION", "--hidden", "--settings",
+                             "--enable", "--pause", "--root DIR", "--version", "-h, --help"}) {
         EXPECT_THAT(help.text, HasSubstr(word));
     }
 }
@@ -56,13 +60,24 @@ TEST(LaunchCommandLine, EveryWrongUsageIsSaidInALowerCaseSentence) {
         {{"--rot=/there"}, "the following argument was not expected: --rot=/there; did you mean --root?"},
         {{"hidden"}, "the following argument was not expected: hidden; did you mean --hidden?"},
         {{"--busy", "2"}, "--busy needs --while-working; tavo --help lists what there is."},
-        {{"--grace", "5m"}, "--grace needs --while-working; tavo --help lists what there is."}};
+        {{"--grace", "5m"}, "--grace needs --while-working; tavo --help lists what there is."},
+        {{"--settings", "--enable"},
+         "only one of --settings, --enable and --pause may be given; tavo --help lists what there is."},
+        {{"--pause", "--settings"},
+         "only one of --settings, --enable and --pause may be given; tavo --help lists what there is."},
+        {{"--enable", "--pause"},
+         "only one of --settings, --enable and --pause may be given; tavo --help lists what there is."},
+        {{"--enable", "--enable"},
+         "only one of --settings, --enable and --pause may be given; tavo --help lists what there is."},
+        {{"--settings", "--hidden"},
+         "--settings shows the window, and --hidden does not; tavo --help lists what there is."}};
     for (const auto& [arguments, sentence] : cases) {
         EXPECT_TRUE(reply(arguments).isError) << sentence;
         EXPECT_EQ(reply(arguments).text, sentence);
     }
     EXPECT_TRUE(reply({"--while-working", "--busy", "0"}).isError);
     EXPECT_TRUE(reply({"--root"}).isError);
+    EXPECT_TRUE(reply({"--enable=no"}).isError);
 }
 
 } // namespace

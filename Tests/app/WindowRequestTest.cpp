@@ -10,7 +10,10 @@ namespace {
 TEST(WindowRequest, ComesBackAsItWasSent) {
     for (const auto& request :
          {WindowRequest{}, WindowRequest{.activationToken = "a b\"\\~", .startupID = "x_TIME12"},
-          WindowRequest{.activationToken = std::string(1000, '"'), .startupID = std::string(1000, '\\')}}) {
+          WindowRequest{.action = RequestedAction::enable}, WindowRequest{.action = RequestedAction::pause},
+          WindowRequest{.action = RequestedAction::showSettings,
+          .activationToken = std::string(1008, '"'),
+          .startupID = std::string(1008, '\\')}}) {
         const auto message = request.encoded();
         EXPECT_LE(message.size(), WindowRequest::maxLength);
         EXPECT_EQ(WindowRequest::decoded(message), request);
@@ -25,10 +28,18 @@ TEST(WindowRequest, WhatItCannotBeIsIgnored) {
     for (const auto& message :
          {std::string(), std::string("\0\0\0", 3), std::string("{"), std::string("[]"), std::string("null"),
           std::string(R"({"activationToken":"t"})"), std::string(R"({"activationToken":7,"startupID":""})"),
-          std::string(R"({"activationToken":"t","startupID":null})"), with("\\n"), with("\\u0000"), with("é"),
+          std::string(R"({"activationToken":"t","startupID":null})"),
+          std::string(R"({"action":7,"activationToken":"t","startupID":""})"), with("\\n"), with("\\u0000"), with("é"),
           with("\xFF"), with(std::string(1100, 'x')), with(std::string(5000, 'x')), std::string(100'000, '['),
           with("t") + std::string(5000, ' ')}) {
         EXPECT_FALSE(WindowRequest::decoded(message)) << message.substr(0, 60);
+    }
+}
+
+TEST(WindowRequest, OfAnotherVersionItAsksForTheWindow) {
+    for (const auto* message :
+         {R"({"activationToken":"t","startupID":""})", R"({"action":"dance","activationToken":"t","startupID":""})"}) {
+        EXPECT_EQ(WindowRequest::decoded(message), (WindowRequest{.activationToken = "t"})) << message;
     }
 }
 

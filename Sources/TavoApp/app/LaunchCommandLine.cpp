@@ -24,6 +24,11 @@ public:
         app.add_option("--grace", grace, "how long to go on after the last work: 90s, 45m, 2h, 0; 10m by default")
             ->type_name("DURATION");
         app.add_flag("--hidden", options.isHidden, "start without opening the window");
+        app.add_flag("--settings", showsSettings, "show the settings, of the tavo that is running if there is one")
+            ->disable_flag_override();
+        app.add_flag("--enable", enables, "do what the button \"enable\" does; start tavo if none is running")
+            ->disable_flag_override();
+        app.add_flag("--pause", pauses, "do what the button \"pause\" does")->disable_flag_override();
         app.add_option("--root", options.root, "the folder of config.json and state.json, instead of the default one")
             ->type_name("DIR");
         app.footer("Example: tavo --hidden --while-working");
@@ -34,6 +39,7 @@ public:
         try {
             app.parse(count, values);
             options.whileWorking = requirement();
+            options.action = action();
             return options;
         } catch (const CLI::CallForVersion& request) {
             return LaunchReply{.text = std::string(request.what()) + "\n"};
@@ -52,6 +58,24 @@ public:
     CLI::App app{"keeps this computer awake on your terms; tavoctl is its companion in a terminal", "tavo"};
 
 private:
+    /// @throws CLI::ParseError
+    RequestedAction action() const {
+        if (app.count("--settings") + app.count("--enable") + app.count("--pause") > 1) {
+            throw CLI::ParseError("only one of --settings, --enable and --pause may be given",
+                                  CLI::ExitCodes::ExcludesError);
+        }
+        if (showsSettings && options.isHidden) {
+            throw CLI::ParseError("--settings shows the window, and --hidden does not", CLI::ExitCodes::ExcludesError);
+        }
+        if (showsSettings) {
+            return RequestedAction::showSettings;
+        }
+        if (enables) {
+            return RequestedAction::enable;
+        }
+        return pauses ? RequestedAction::pause : RequestedAction::showWindow;
+    }
+
     static LaunchReply refusal(std::string text, const std::optional<std::string>& nearest = {}) {
         text[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(text[0])));
         return {.text = text + (nearest ? didYouMean(nearest) : "; tavo --help lists what there is."), .isError = true};
@@ -73,6 +97,9 @@ private:
     }
 
     LaunchOptions options;
+    bool showsSettings = false;
+    bool enables = false;
+    bool pauses = false;
     bool isWhileWorking = false;
     std::string busy;
     std::string grace;

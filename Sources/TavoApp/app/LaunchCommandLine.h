@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/WindowRequest.h"
 #include "runtime/WorkRequirement.h"
 
 #include <functional>
@@ -18,6 +19,7 @@ struct LaunchOptions {
     /// Replaces the default folder of config.json and state.json; empty for that one.
     std::string root = {};
     bool isHidden = false;
+    RequestedAction action = RequestedAction::showWindow;
 
     /// To stay awake only while the matched programs work.
     std::optional<WorkRequirement> whileWorking = {};

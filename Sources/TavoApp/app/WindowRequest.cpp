@@ -10,6 +10,7 @@ namespace tavo {
 
 namespace {
 
+constexpr const char* actionKey = "action";
 constexpr const char* tokenKey = "activationToken";
 constexpr const char* startupKey = "startupID";
 
@@ -34,7 +35,7 @@ WindowRequest WindowRequest::fromEnvironment() {
 }
 
 std::string WindowRequest::encoded() const {
-    return Json{{tokenKey, activationToken}, {startupKey, startupID}}.dump();
+    return Json{{actionKey, rawValue(action)}, {tokenKey, activationToken}, {startupKey, startupID}}.dump();
 }
 
 std::optional<WindowRequest> WindowRequest::decoded(std::string_view message) {
@@ -43,7 +44,9 @@ std::optional<WindowRequest> WindowRequest::decoded(std::string_view message) {
     }
     try {
         const auto json = parseJson(message);
-        WindowRequest request{.activationToken = json.at(tokenKey).get<std::string>(),
+        const auto action = json.value(actionKey, std::string());
+        WindowRequest request{.action = fromRawValue<RequestedAction>(action).value_or(RequestedAction::showWindow),
+                              .activationToken = json.at(tokenKey).get<std::string>(),
                               .startupID = json.at(startupKey).get<std::string>()};
         if (isUsable(request.activationToken) && isUsable(request.startupID)) {
             return request;

@@ -76,9 +76,12 @@ TavoAppMain::TavoAppMain(Options options, std::shared_ptr<const TavoStoring> sto
     signals = std::make_unique<SignalWatch>(
         handledSignals(), [this](int signal) { mainLoop->post([this, signal] { handleSignal(signal); }); });
     requests =
-        listenForWindowRequests(this->lock.location(), [this](const WindowRequest& request) { showWindow(request); });
+        listenForWindowRequests(this->lock.location(), [this](const WindowRequest& request) { carryOut(request); });
     delegate.applicationDidFinishLaunching(appModel, *mainLoop, options.isHidden);
     appModel->start();
+    if (!showsWindow(options.action)) {
+        carryOut({.action = options.action});
+    }
 }
 
 TavoAppMain::~TavoAppMain() {
@@ -107,9 +110,27 @@ void TavoAppMain::handleSignal(int signal) {
     }
 }
 
+void TavoAppMain::carryOut(const WindowRequest& request) {
+    if (showsWindow(request.action)) {
+        showWindow(request);
+    } else {
+        setEnabled(request.action == RequestedAction::enable);
+    }
+}
+
+void TavoAppMain::setEnabled(bool isEnabled) {
+    if (appModel->config().isEnabled != isEnabled) {
+        appModel->toggleEnabled();
+    }
+}
+
 void TavoAppMain::showWindow(const WindowRequest& request) {
     useActivation(request);
-    delegate.applicationShouldHandleReopen(*appModel);
+    if (request.action == RequestedAction::showSettings) {
+        observer->showSettings();
+    } else {
+        delegate.applicationShouldHandleReopen(*appModel);
+    }
     // Posted, since the model posts bringing the window to the front.
     mainLoop->post([this, request] {
         if (window) {
@@ -143,8 +164,9 @@ void TavoAppMain::orderOutKeyWindow() {
 }
 
 std::unique_ptr<SettingsWindowControlling> TavoAppMain::makeSettingsWindow(TavoAppModel&) {
+    const bool startsWithSettings = options.isHidden || options.action == RequestedAction::showSettings;
     auto controller = std::make_unique<TavoSettingsWindowController>(*observer, QString::fromStdString(machineNoun),
-                                                                     options.isHidden);
+                                                                     startsWithSettings);
     auto* const view = &controller->view();
     window = &controller->window();
     const auto showTrayHint = [this, view] { view->setHint(trayHint.text()); };

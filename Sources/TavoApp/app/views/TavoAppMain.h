@@ -37,6 +37,9 @@ public:
         /// Starts without its window.
         bool isHidden = false;
 
+        /// Carried out once it has started.
+        RequestedAction action = RequestedAction::showWindow;
+
         /// To stay awake only while the matched programs work.
         std::optional<WorkRequirement> whileWorking = {};
     };
@@ -67,7 +70,9 @@ private:
     void terminate() override;
 
     void handleSignal(int signal);
+    void carryOut(const WindowRequest& request);
     void showWindow(const WindowRequest& request);
+    void setEnabled(bool isEnabled);
     void updateLockNote();
 
     Options options;
