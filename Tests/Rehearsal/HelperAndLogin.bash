@@ -64,7 +64,14 @@ expectContains "$(cat /rehearsal/out)" "com.vrd.tavo.run is enabled and started.
 expectContains "$(tr -d '\n\t' <"$runAgent")" "<string>$tavoctl</string><string>run</string><string>--service</string>" \
     "the agent of the run"
 control login on >/rehearsal/out
+# launchd still releases the job from before.
+waits="/bin/launchctl print gui/0/com.vrd.tavo"
 expectCalls "/bin/launchctl bootout gui/0 $agent
+/bin/launchctl bootstrap gui/0 $agent
+$waits
+$waits
+$waits
+$waits
 /bin/launchctl bootstrap gui/0 $agent"
 expectContains "$(cat /rehearsal/out)" "only one tavo runs for a user" "what is said of both"
 "$tavoctl" login off --headless >/dev/null
