@@ -19,6 +19,7 @@ suffixes = ("md|h|cpp|mm|txt|bash|sh|py|json|jsonl|conf|plist|service|socket|des
 pathPattern = re.compile(rf"[\w.~@$*{{}},+-]*(?:/[\w.~@$*{{}},+-]*)+|[\w.-]+\.(?:{suffixes})")
 # A word that nobody writes in prose: capitals inside, an underscore, or a pair of colons.
 namePattern = re.compile(r"(?:[A-Za-z_]\w*::)*(?=\w*(?:[a-z0-9][A-Z]|_))[A-Za-z_]\w*(?:\(\))?")
+pagePattern = re.compile(r"([\w-]+)\((\d)\)")
 testPattern = re.compile(r"[A-Za-z]\w*\.[A-Z]\w+(?:[./][\w/]+)*")
 # Folders that a path in a text may be written from.
 roots = ("", "Sources", "Sources/TavoApp", "Sources/TavoApp/app", "Tests", "Resources/Linux")
@@ -68,6 +69,11 @@ class Names:
         if testPattern.fullmatch(span.text) and span.text.split(".")[0] in {name.split(".")[0] for name in self.tests}:
             if span.text not in self.tests:
                 self.fault(span.place, f"there is no test {span.text}")
+            return
+        if page := pagePattern.fullmatch(span.text):
+            own = self.project / f"Resources/Linux/{page[1]}.{page[2]}"
+            if not own.exists() and not self.foreign.has("name", span.text):
+                self.fault(span.place, f"there is no page {span.text}")
             return
         first = span.text.split(" ")[0]
         if " " in span.text or first in ("tavoctl", "tavo"):
