@@ -64,7 +64,7 @@ class NamesTest(FaultTest):
     def testAPage(self) -> None:
         self.expectOne("see `tavo(9)`", "there is no page tavo(9)")
         self.expectOne(".Xr nothing 1 ,", "there is no page nothing(1)", "page.1")
-        self.expectOne(".It Pa /run/com.vrd.tavo.helper/no-such-file", "nothing of the project knows", "page.1")
+        self.expectOne(".It Pa /run/com.vrd.tavo.helper/overides.json", "nothing of the project knows", "page.1")
 
     def testACommand(self) -> None:
         self.expectOne("`tavoctl fly`", "tavoctl has no command fly")
