@@ -81,6 +81,10 @@ class NamesTest(FaultTest):
         self.expectOne("[there](https://example.org/)", "is not known")
         self.expectOne('<img src="docs/pictures/nothing.png">', "leads nowhere")
 
+    def testAFinding(self) -> None:
+        table = "| `tavoctl doctor` says | Do |\n|---|---|\n| `the power source is unknown` | wait |\n"
+        self.expectOne(table + "| `all is lost` | wait |\n", "text.md:4: doctor does not say: all is lost")
+
     def testAPromiseWithoutATest(self) -> None:
         for keeper in ("everybody", "`forn.TheModulesAreThoseOfThePicture`", ""):
             self.names.faults = []

@@ -33,6 +33,8 @@ class Names:
         self.programs = Programs(project, programs)
         self.foreign = Foreign(pathlib.Path(__file__).parent / "foreign.txt")
         self.sources = self.readSources()
+        # A long text is several literals in the sources.
+        self.joinedSources = re.sub(r'"\s*\n\s*"', "", self.sources)
         self.words = set(re.findall(r"\w+", self.sources))
         listed = subprocess.run(["ctest", "--test-dir", str(build), "-N"], capture_output=True, text=True, check=True)
         self.tests = set(re.findall(r"^ *Test +#\d+: (\S+)", listed.stdout, re.MULTILINE))
@@ -61,6 +63,7 @@ class Names:
             # In a manual page options stand in plain text too.
             for option in optionPattern.findall(re.sub(r"`[^`]*`", "", line.text)):
                 self.lookAtOption(line.place, option, None)
+        self.lookAtFindings(text)
         for block in text.blocks:
             if block.language in ("sh", "bash") or any(line.startswith("$ ") for line in block.lines):
                 self.lookAtCommands(block)
@@ -165,6 +168,17 @@ class Names:
         """A newcomer reads README.md to its end, or not at all."""
         if len(path.read_text(encoding="utf-8").splitlines()) >= 200:
             self.fault(path.name, "it has 200 lines or more; details belong into docs/")
+
+    def lookAtFindings(self, text: texts.Text) -> None:
+        """In a table of what doctor says, the code spans of the first column are its words."""
+        isFindings = False
+        for row in text.prose:
+            cell = row.text.strip("|").split("|")[0]
+            if not row.text.startswith("|") or "`tavoctl doctor` says" in cell:
+                isFindings = "`tavoctl doctor` says" in cell
+            elif isFindings:
+                self.faults += [f"{row.place}: doctor does not say: {words}" for words in re.findall(r"`([^`]+)`", cell)
+                                if words not in self.joinedSources]
 
     def lookAtPromises(self, text: texts.Text) -> None:
         """Each row of the tables in docs/trust.md ends with the tests that keep it."""

@@ -117,8 +117,8 @@ inlineMacros = {"Ar", "Cm", "Dq", "Dv", "Ev", "Fl", "Nm", "Op", "Pa", "Ql", "Sx"
 
 def plainPageText(line: str) -> str:
     """A line of a manual page without its escapes."""
-    for escape, character in ((r"\-", "-"), (r"\(aq", "'"), (r"\(dq", '"'), (r"\(ti", "~"), (r"\(ha", "^"), (r"\e", "\\"),
-                              (r"\&", ""), (r"\ ", " "), (r"\~", " ")):
+    for escape, character in ((r"\-", "-"), (r"\(aq", "'"), (r"\(dq", '"'), (r"\(ti", "~"), (r"\(ha", "^"),
+                              (r"\e", "\\"), (r"\&", ""), (r"\ ", " "), (r"\~", " ")):
         line = line.replace(escape, character)
     return line
 
