@@ -33,7 +33,7 @@ class Checks:
             name = entry.rest.split(":")[0]
             if name not in self.names.tests:
                 faults = [f"no test {name} is known that does the same"]
-        elif entry.way in ("config", "state", "history"):
+        elif entry.way in ("config", "state", "history", "trigger"):
             with tempfile.TemporaryDirectory() as root:
                 os.chmod(root, 0o700)
                 faults = getattr(self, entry.way)(block, pathlib.Path(root))
@@ -46,6 +46,12 @@ class Checks:
             return [result.stderr.strip()]
         # What is left out gets its default, and a preset brings its rule along.
         return differences(block, json.loads(result.stdout))
+
+    def trigger(self, block: texts.Block, root: pathlib.Path) -> list[str]:
+        result = self.run(str(root), "set", "trigger", "\n".join(block.lines))
+        if result.returncode != 0:
+            return [result.stderr.strip()]
+        return differences(block, json.loads(self.run(str(root), "get", "--json").stdout)["trigger"])
 
     def state(self, block: texts.Block, root: pathlib.Path) -> list[str]:
         (root / "state.json").write_text("\n".join(block.lines))

@@ -57,7 +57,14 @@ class NamesTest(FaultTest):
         self.expectOne("as `scripts/run --no-preset`", "scripts/run has no option --no-preset")
         self.expectOne("```sh\nmake && sudo systemctl --sideways\n```", "no option --sideways of systemctl is known")
         self.expectOne("in prose, --no-such-option", "no program has the option")
-        self.expectOne(".TP\n.B \\-\\-no\\-such\\-option\n", "no program has the option --no-such-option", "page.1")
+        self.expectOne(".It Fl -no-such-option Ar X", "no program has the option --no-such-option", "page.1")
+        self.expectOne("With \\-\\-no-such-option,", "no program has the option --no-such-option", "page.1")
+        self.expectOne(".Dl tavoctl status \\-\\-always", "tavoctl status has no option --always", "page.1")
+
+    def testAPage(self) -> None:
+        self.expectOne("see `tavo(9)`", "there is no page tavo(9)")
+        self.expectOne(".Xr nothing 1 ,", "there is no page nothing(1)", "page.1")
+        self.expectOne(".It Pa /run/com.vrd.tavo.helper/overides.json", "nothing of the project knows", "page.1")
 
     def testACommand(self) -> None:
         self.expectOne("`tavoctl fly`", "tavoctl has no command fly")
@@ -73,6 +80,10 @@ class NamesTest(FaultTest):
         self.expectOne("[here](README.md#nothing-of-the-kind)", "README.md has no heading #nothing-of-the-kind")
         self.expectOne("[there](https://example.org/)", "is not known")
         self.expectOne('<img src="docs/pictures/nothing.png">', "leads nowhere")
+
+    def testAFinding(self) -> None:
+        table = "| `tavoctl doctor` says | Do |\n|---|---|\n| `the power source is unknown` | wait |\n"
+        self.expectOne(table + "| `all is lost` | wait |\n", "text.md:4: doctor does not say: all is lost")
 
     def testAPromiseWithoutATest(self) -> None:
         for keeper in ("everybody", "`forn.TheModulesAreThoseOfThePicture`", ""):
@@ -120,6 +131,11 @@ class BlocksTest(FaultTest):
         misspelt = complete.replace('"watchMode"', '"watchmode"')
         self.assertIn("watchMode", self.faultsOf(f"```json\n{misspelt}\n```", "config")[0])
 
+    def testATrigger(self) -> None:
+        rule = '{"mode": "process", "matchStrategy": "executableName", "query": "rsync"}'
+        self.assertEqual(self.faultsOf(f"```json\n{rule}\n```", "trigger"), [])
+        self.assertNotEqual(self.faultsOf("```json\n" + rule.replace("process", "no") + "\n```", "trigger"), [])
+
     def testAState(self) -> None:
         state = ('{"isEnabled": true, "isWakeAssertionActive": true, "lastDecisionReason": "active", '
                  '"matchedProcesses": []}')
@@ -149,10 +165,10 @@ class BlocksTest(FaultTest):
 
 class ScenesTest(FaultTest):
     def faultsOf(self, block: str, *modes: str) -> list[str]:
-        (self.folder / "plain.bash").write_text("beginThing() { thing=7; }\nexec bash --norc --noprofile\n")
+        (self.folder / "plain.bash").write_text("exec bash --norc --noprofile\n")
         scene = scenes.Scene(self.folder, "plain", self.folder)
         with contextlib.ExitStack() as ending:
-            ending.callback(scene.shell.wait)
+            ending.callback(scene.shell.kill)
             ending.callback(scene.shell.stdout.close)
             faults = scenes.perform(scene, self.text(block).blocks[0], scenes.Modes(list(modes)))
             return faults + scene.end()
@@ -176,6 +192,7 @@ class ScenesTest(FaultTest):
         self.assertEqual(self.faultsOf(f"```\n$ {runsOn}\nbegun\n```", "interrupted"), [])
         self.assertEqual(self.faultsOf(f"```\n$ {runsOn}\nbegun\n```", "background"), [])
         self.assertIn("instead of", self.faultsOf(f"```\n$ {runsOn}\nended\n```", "background")[0])
+        self.assertIn("status 130", self.faultsOf("```sh\nsleep 100\n```", "until=true")[0])
         badly = runsOn.replace("exit(0)", "exit(3)")
         self.assertIn("status 3", self.faultsOf(f"```sh\n{badly}\n```", "interrupted")[0])
 

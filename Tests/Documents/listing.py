@@ -8,6 +8,7 @@ A block is known by its first line; of several that begin alike, the first entry
 
     scene NAME [MODE...]    its commands are run, in their order, in the surroundings that scenes/NAME.bash prepares
     config | state | history    the program itself reads the block as that file
+    trigger                 it takes the block as the value of that setting
     diagram                 a Mermaid flowchart or sequence diagram, whose names are looked up in the sources
     test NAME: HOW          the test NAME does the same
     hand: REASON            done by hand before a release
@@ -18,7 +19,7 @@ import pathlib
 
 import texts
 
-ways = ("scene", "config", "state", "history", "diagram", "test", "hand:")
+ways = ("scene", "config", "state", "history", "trigger", "diagram", "test", "hand:")
 
 
 @dataclasses.dataclass(frozen=True)

@@ -19,6 +19,7 @@ suffixes = ("md|h|cpp|mm|txt|bash|sh|py|json|jsonl|conf|plist|service|socket|des
 pathPattern = re.compile(rf"[\w.~@$*{{}},+-]*(?:/[\w.~@$*{{}},+-]*)+|[\w.-]+\.(?:{suffixes})")
 # A word that nobody writes in prose: capitals inside, an underscore, or a pair of colons.
 namePattern = re.compile(r"(?:[A-Za-z_]\w*::)*(?=\w*(?:[a-z0-9][A-Z]|_))[A-Za-z_]\w*(?:\(\))?")
+pagePattern = re.compile(r"([\w-]+)\((\d)\)")
 testPattern = re.compile(r"[A-Za-z]\w*\.[A-Z]\w+(?:[./][\w/]+)*")
 # Folders that a path in a text may be written from.
 roots = ("", "Sources", "Sources/TavoApp", "Sources/TavoApp/app", "Tests", "Resources/Linux")
@@ -32,6 +33,8 @@ class Names:
         self.programs = Programs(project, programs)
         self.foreign = Foreign(pathlib.Path(__file__).parent / "foreign.txt")
         self.sources = self.readSources()
+        # A long text is several literals in the sources.
+        self.joinedSources = re.sub(r'"\s*\n\s*"', "", self.sources)
         self.words = set(re.findall(r"\w+", self.sources))
         listed = subprocess.run(["ctest", "--test-dir", str(build), "-N"], capture_output=True, text=True, check=True)
         self.tests = set(re.findall(r"^ *Test +#\d+: (\S+)", listed.stdout, re.MULTILINE))
@@ -60,6 +63,7 @@ class Names:
             # In a manual page options stand in plain text too.
             for option in optionPattern.findall(re.sub(r"`[^`]*`", "", line.text)):
                 self.lookAtOption(line.place, option, None)
+        self.lookAtFindings(text)
         for block in text.blocks:
             if block.language in ("sh", "bash") or any(line.startswith("$ ") for line in block.lines):
                 self.lookAtCommands(block)
@@ -68,6 +72,11 @@ class Names:
         if testPattern.fullmatch(span.text) and span.text.split(".")[0] in {name.split(".")[0] for name in self.tests}:
             if span.text not in self.tests:
                 self.fault(span.place, f"there is no test {span.text}")
+            return
+        if page := pagePattern.fullmatch(span.text):
+            own = self.project / f"Resources/Linux/{page[1]}.{page[2]}"
+            if not own.exists() and not self.foreign.has("name", span.text):
+                self.fault(span.place, f"there is no page {span.text}")
             return
         first = span.text.split(" ")[0]
         if " " in span.text or first in ("tavoctl", "tavo"):
@@ -159,6 +168,17 @@ class Names:
         """A newcomer reads README.md to its end, or not at all."""
         if len(path.read_text(encoding="utf-8").splitlines()) >= 200:
             self.fault(path.name, "it has 200 lines or more; details belong into docs/")
+
+    def lookAtFindings(self, text: texts.Text) -> None:
+        """In a table of what doctor says, the code spans of the first column are its words."""
+        isFindings = False
+        for row in text.prose:
+            cell = row.text.strip("|").split("|")[0]
+            if not row.text.startswith("|") or "`tavoctl doctor` says" in cell:
+                isFindings = "`tavoctl doctor` says" in cell
+            elif isFindings:
+                self.faults += [f"{row.place}: doctor does not say: {words}" for words in re.findall(r"`([^`]+)`", cell)
+                                if words not in self.joinedSources]
 
     def lookAtPromises(self, text: texts.Text) -> None:
         """Each row of the tables in docs/trust.md ends with the tests that keep it."""

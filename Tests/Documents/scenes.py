@@ -7,6 +7,7 @@ commands. The blocks of a scene are run there in the order in which they stand, 
 in blocks.txt:
 
     interrupted     each command runs until it has printed something, and is then interrupted, as with Ctrl-C
+    until=FUNCTION  the same, but it runs until a function of the scene succeeds
     background      the command goes on, next to the following blocks, and is interrupted at the end of the scene
     first=FUNCTION  a function of the scene, which does what the text leaves to the reader, is called before
     into=FILE       the block is no command but the content of this file of the reader's
@@ -123,16 +124,16 @@ class Scene:
         file = self.newOutput()
         return self.ask(f"{{ {command}\n}} >{file} 2>&1 </dev/null"), file
 
-    def begin(self, command: str) -> tuple[str, pathlib.Path]:
-        """Starts a command in the background and waits until it has printed something. Not a list of commands: the
-        process that is interrupted has to be the command itself and no shell around it."""
+    def begin(self, command: str, until: str | None) -> tuple[str, pathlib.Path]:
+        """Starts a command in the background and waits until a function of the scene succeeds, or until it has printed
+        something. Not a list of commands: what is interrupted has to be the command itself and no shell around it."""
         file = self.newOutput()
         job = self.ask(f"bash -c {shlex.quote('exec ' + command)} >{file} 2>&1 </dev/null & echo \"@@ $!\"; true")
         self.shell.stdout.readline()  # the status of true
         deadline = time.monotonic() + patience
-        while not file.read_text() and self.isAlive(job):
+        while self.isAlive(job) and not (file.read_text() if until is None else self.ask(until) == "0"):
             if time.monotonic() > deadline:
-                raise RuntimeError(f"it prints nothing: {command}")
+                raise RuntimeError(f"nothing comes of it: {command}")
             time.sleep(0.02)
         return job, file
 
@@ -177,6 +178,7 @@ class Modes:
         self.first = values.pop("first", None)
         self.last = values.pop("last", None)
         self.into = values.pop("into", None)
+        self.until = values.pop("until", None)
         self.replacements = values
 
     def written(self, command: str) -> str:
@@ -198,8 +200,8 @@ def perform(scene: Scene, block: texts.Block, modes: Modes) -> list[str]:
         return faults + call(modes.last)
     commands = commandsIn(block)
     for index, (command, shown) in enumerate(commands):
-        if modes.flags:
-            job, file = scene.begin(modes.written(command))
+        if modes.flags or modes.until:
+            job, file = scene.begin(modes.written(command), modes.until)
             # A text shows what comes first.
             shown = None if shown is None else [*shown, "..."]
             if "background" in modes.flags:

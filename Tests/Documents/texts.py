@@ -111,33 +111,53 @@ def readParagraph(text: Text, paragraph: list[tuple[int, str]]) -> None:
     text.prose.extend(Span(text.file, number, line) for number, line in paragraph)
 
 
+# Macros of mdoc(7) that may stand within a line.
+inlineMacros = {"Ar", "Cm", "Dq", "Dv", "Ev", "Fl", "Nm", "Op", "Pa", "Ql", "Sx", "Va", "Xr"}
+
+
 def plainPageText(line: str) -> str:
-    """A line of a manual page without its escapes and font changes."""
-    line = re.sub(r"\\f(\[\w*\]|.)", "", line)
-    line = re.sub(r"\\\(co", "(c)", line)
+    """A line of a manual page without its escapes."""
     for escape, character in ((r"\-", "-"), (r"\(aq", "'"), (r"\(dq", '"'), (r"\(ti", "~"), (r"\(ha", "^"),
-                              (r"\e", "\\"), (r"\&", ""), (r"\ ", " "), (r"\~", " "), (r"\|", "")):
+                              (r"\e", "\\"), (r"\&", ""), (r"\ ", " "), (r"\~", " ")):
         line = line.replace(escape, character)
     return line
 
 
+def spansOfMacros(line: str) -> list[str]:
+    """What the macros of a line mark as paths, options, command lines, variables and other pages."""
+    found: list[tuple[str, list[str]]] = []
+    for word in line.split():
+        if word in inlineMacros:
+            found.append((word, []))
+        elif found and not re.fullmatch(r"[.,;:()]", word):
+            found[-1][1].append(word)
+    spans = []
+    for macro, words in found:
+        if macro == "Xr":
+            spans.append(f"{words[0]}({words[1]})")
+        elif macro == "Fl":
+            spans.append("-" + words[0])
+        elif macro in ("Ev", "Pa", "Ql"):
+            spans.append(" ".join(words))
+    return spans
+
+
 def readPage(name: str, lines: list[str]) -> Text:
+    """A page in mdoc(7): examples are the lines of .Dl and what stands between .Bd -literal and .Ed."""
     text = Text(name)
     start, inside = 0, []
-    for number, line in enumerate(lines, 1):
-        if re.match(r"\.(EX|nf)\b", line):
+    for number, line in enumerate(map(plainPageText, lines), 1):
+        if line.startswith(".Bd -literal"):
             start, inside = number, []
-        elif re.match(r"\.(EE|fi)\b", line):
-            if start:
-                text.blocks.append(Block(name, start, "sh", tuple(inside)))
+        elif line.startswith(".Ed"):
+            text.blocks.append(Block(name, start, "", tuple(inside)))
             start = 0
         elif start:
-            inside.append(plainPageText(line))
-        elif not line.startswith('.\\"'):
-            if macro := re.match(r"\.(B|I|BR|BI|IR|IB|RB|RI) (.*)", line):
-                words = re.findall(r'"[^"]*"|\S+', plainPageText(macro[2]))
-                joined = "" if len(macro[1]) == 2 else " "
-                text.spans.append(Span(name, number, joined.join(word.strip('"') for word in words)))
-            else:
-                text.prose.append(Span(name, number, re.sub(r"^\.[A-Z]+ ", "", plainPageText(line))))
+            inside.append(line)
+        elif line.startswith(".Dl "):
+            text.blocks.append(Block(name, number, "sh", (line.removeprefix(".Dl "),)))
+        elif line.startswith("."):
+            text.spans += [Span(name, number, span) for span in spansOfMacros(line[1:])]
+        else:
+            text.prose.append(Span(name, number, line))
     return text

@@ -47,17 +47,17 @@ while True:
 PROGRAM
 }
 
-# approve ACTION: from now on polkit lets ada do it without a password, as if it was typed.
+# approve ACTION...: from now on polkit lets ada do these without a password, as if it was typed.
 approve() {
     cat >/etc/polkit-1/rules.d/10-scene.rules <<RULE
 polkit.addRule(function(action, subject) {
-    if (action.id == "$1" && subject.user == "ada") {
+    if ("$*".split(" ").indexOf(action.id) >= 0 && subject.user == "ada") {
         return polkit.Result.YES;
     }
 });
 RULE
     # polkit notices a new rule by itself, a moment later.
-    expectWithin 20 runInSession ada bash -c 'pkcheck --action-id "$1" --process "$BASHPID"' check "$1"
+    expectWithin 20 runInSession ada bash -c 'pkcheck --action-id "$1" --process "$BASHPID"' check "${!#}"
 }
 
 # becomeShell: reads the reader's commands, in a session at the seat. Not a graphical one for logind: no desktop is
