@@ -7,7 +7,7 @@
 # since they name programs in /usr. That one is left out of `cmake --install` and of the archive. With SOURCE_DATE_EPOCH set,
 # two builds of one commit give the same packages, byte for byte.
 
-set(TAVO_CONTACT "The Tavo developers <root@localhost>" CACHE STRING "Whom the packages name as maintainer: whoever publishes them")
+set(TAVO_CONTACT "The Tavo developers <developers@tavo.invalid>" CACHE STRING "Whom the packages name as maintainer: whoever publishes them")
 
 set(CPACK_PACKAGE_NAME tavo)
 set(CPACK_PACKAGE_VENDOR "The Tavo developers")

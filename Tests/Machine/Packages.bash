@@ -55,6 +55,8 @@ cat >/run/stay.bash <<'STAY'
 tavoctl --root ~/other enable >/dev/null
 tavo --root ~/other --hidden &
 echo $! >/run/user/$UID/app
+tavoctl --root ~/third run --always &
+echo $! >/run/user/$UID/run
 exec tavoctl run --always --lid closed
 STAY
 asAlice bash /run/stay.bash >/run/stay.out 2>&1 &
@@ -62,7 +64,9 @@ session=$!
 expectWithin 10 lidActionsAre "ignore ignore"
 owner=$(control helper status | sed -n 's/^override .* process //p')
 app=$(cat "/run/user/$(id -u alice)/app")
+run=$(cat "/run/user/$(id -u alice)/run")
 expectWithin 20 test -s ~alice/other/state.json
+expectWithin 20 test -s ~alice/third/state.json
 locksBefore=$(heldByTavo)
 expectContains "$locksBefore" block "the locks before the upgrade"
 configuration=$(cat ~alice/.config/Tavo/config.json)
@@ -86,7 +90,7 @@ expectEqual "$locksBefore" "$(heldByTavo)" "the locks after the upgrade"
 expectEqual "$configuration" "$(cat ~alice/.config/Tavo/config.json)" "the configuration after the upgrade"
 
 # An override that began before the upgrade ends after it like any other.
-kill -s TERM "$owner" "$app"
+kill -s TERM "$owner" "$app" "$run" 2>/dev/null || true
 wait "$session" || true
 expectWithin 10 nothingInForce
 expectWithin 10 noHelperRuns
@@ -98,7 +102,9 @@ session=$!
 expectWithin 10 lidActionsAre "ignore ignore"
 owner=$(control helper status | sed -n 's/^override .* process //p')
 app=$(cat "/run/user/$(id -u alice)/app")
+run=$(cat "/run/user/$(id -u alice)/run")
 expectWithin 20 test -s ~alice/other/state.json
+expectWithin 20 test -s ~alice/third/state.json
 loginctl enable-linger bob
 expectWithin 20 systemctl --machine=bob@.host --user start tavo.service
 bobsRun=$(systemctl --machine=bob@.host --user show --property=MainPID --value tavo.service)
@@ -110,16 +116,16 @@ expectWithin "$soon" nothingInForce
 [ ! -e /run/com.vrd.tavo.helper/socket ] || fail "the socket is left"
 [ ! -e "${grant%/*}" ] || fail "the grant is left"
 expectWithin 10 isGone "$bobsRun"
-[ -e "/proc/$owner" ] && [ -e "/proc/$app" ] || fail "the removal has ended a running Tavo: $(cat /run/stay.out)"
-kill "$(pgrep --parent "$owner" --exact tavo-inhibit)"
-waitUntil 10 grep -q "tavo-inhibit" /run/stay.out || fail "without its programs the run says: $(cat /run/stay.out)"
-expectContains "$(cat /run/stay.out)" "/usr/libexec/tavo/tavo-inhibit" "what the run says without its programs"
-kill -s TERM "$owner" "$app"
+[ -e "/proc/$app" ] && [ -e "/proc/$run" ] || fail "the removal has ended a running Tavo: $(cat /run/stay.out)"
+kill "$(pgrep --parent "$run" --exact tavo-inhibit)"
+waitUntil 10 grep -q "/usr/libexec/tavo/tavo-inhibit" /run/stay.out ||
+    fail "without its programs the run says: $(cat /run/stay.out)"
+kill -s TERM "$owner" "$app" "$run" 2>/dev/null || true
 wait "$session" || true
 expectWithin 10 holds tavo ""
 
 # Purged, the system is as it was before; alice's files are hers.
-packages --purge tavo tavoctl
+packages --purge tavoctl
 rm -f /etc/polkit-1/rules.d/10-test.rules
 left=$(systemFiles | comm -13 /run/files.before - | grep -vE '\.cache$|/dpkg|/icon-theme\.cache|/mimeinfo|/ld\.so|/linger|/(clock|timers)$' || true)
 expectEqual "" "$left" "files that are left"
