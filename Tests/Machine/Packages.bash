@@ -28,7 +28,9 @@ systemFiles() { find /etc /usr /var/lib/systemd /run/systemd/system -xdev -path 
 
 systemFiles >/run/files.before
 before=$(find /home -printf '%p %T@\n' | sort)
-packages --install "$TAVO_PACKAGES"/tavoctl_*.deb "$TAVO_PACKAGES"/tavo_*.deb
+# As a user does it; apt looks whether the packages that they depend on exist.
+apt-get --assume-yes --no-install-recommends install "$TAVO_PACKAGES"/tavoctl_*.deb "$TAVO_PACKAGES"/tavo_*.deb >"$said" 2>&1 ||
+    fail "not installed: $(cat "$said")"
 
 # Installed, nothing runs, nothing is enabled and nobody is served.
 expectEqual disabled "$(systemctl is-enabled com.vrd.tavo.helper.socket || true)" "the socket after the installation"
@@ -73,7 +75,14 @@ configuration=$(cat ~alice/.config/Tavo/config.json)
 oldHelper=$(helperProcess)
 
 # An upgrade replaces all programs. Somebody watches the lid meanwhile.
-(while [ ! -e /run/watched ]; do [ -e "$dropIn" ] || echo "without the drop-in at $(cut -d ' ' -f 1 /proc/uptime)"; done) >/run/gaps &
+(
+    looks=0
+    while [ ! -e /run/watched ]; do
+        [ -e "$dropIn" ] || echo "without the drop-in at $(cut -d ' ' -f 1 /proc/uptime)"
+        looks=$((looks + 1))
+    done
+    [ "$looks" -gt 1000 ] || echo "looked only $looks times"
+) >/run/gaps &
 watcher=$!
 packages --install "$TAVO_PACKAGES"/next/*.deb
 expectEqual $'tavo 99.0.0-1 installed\ntavoctl 99.0.0-1 installed' "$(installed | sort)" "what is installed"
@@ -108,6 +117,7 @@ expectWithin 20 test -s ~alice/third/state.json
 loginctl enable-linger bob
 expectWithin 20 systemctl --machine=bob@.host --user start tavo.service
 bobsRun=$(systemctl --machine=bob@.host --user show --property=MainPID --value tavo.service)
+[ "$bobsRun" -gt 1 ] || fail "bob's service has no process"
 packages --remove tavo tavoctl
 [ ! -e "$packagedHelper" ] || fail "the helper's program is left"
 noHelperRuns || fail "the helper runs without its program"
@@ -131,6 +141,14 @@ left=$(systemFiles | comm -13 /run/files.before - | grep -vE '\.cache$|/dpkg|/ic
 expectEqual "" "$left" "files that are left"
 expectEqual "$configuration" "$(cat ~alice/.config/Tavo/config.json)" "the configuration after the purge"
 
-# A package that comes back serves nobody.
+# A package that comes back serves nobody. One whose helper is gone, or cannot run any more, can still be removed, and its grant with it.
 packages --install "$TAVO_PACKAGES"/tavoctl_*.deb
 helperStateIs notInstalled || fail "the helper serves somebody again: $(control helper status)"
+control helper install >/run/install.out 2>&1 || fail "not granted again: $(cat /run/install.out)"
+TAVO_BIN=$programs beginHold all
+rm "$packagedHelper"
+packages --remove tavoctl
+expectWithin 10 nothingInForce
+expectWithin 10 noHelperRuns
+[ ! -e "${grant%/*}" ] && [ ! -e /run/com.vrd.tavo.helper/socket ] || fail "the grant or the socket is left"
+endHold

@@ -22,9 +22,10 @@ twice=$(comm -12 <(files "$terminal") <(files "$desktop"))
 [ -z "$twice" ] || fail "in both packages: $twice"
 
 expected() {
-    local path
+    local path there
+    there=$(files "$1")
     for path in "${@:2}"; do
-        files "$1" | grep -qxF -- "$path" || fail "$(basename "$1") lacks $path"
+        grep -qxF -- "$path" <<<"$there" || fail "$(basename "$1") lacks $path"
     done
 }
 expected "$terminal" /usr/bin/tavoctl /usr/libexec/tavo/tavo-inhibit /usr/libexec/tavo/TavoPrivilegedHelper \

@@ -49,6 +49,37 @@ printf '# Changes\n\n## Unreleased\n\n## 0.0.1\n\n- Something.\n' >CHANGELOG.md
 git commit --quiet --all --message "No changes" && refused 1 "there is nothing to release" scripts/release --dry-run 99.0.0
 git reset --quiet --hard HEAD~1
 expectEqual "" "$(git status --porcelain)" "the tree after what was refused"
+refused 1 "set TAVO_CONTACT and TAVO_HOMEPAGE" scripts/release 99.0.0
+
+# A release itself, with a stand-in for the packages. Whatever fails, the tree is as it was, and the next try succeeds.
+(
+    git clone --quiet . "$work/released"
+    cd "$work/released"
+    export TAVO_CONTACT='Somebody <somebody@localhost>' TAVO_HOMEPAGE=https://localhost/tavo
+    printf '#!/bin/sh\n[ ! -e ../fails ] || exit 3\nmkdir -p "$1"\n' >scripts/package
+    git commit --quiet --all --message "A stand-in for the packages"
+    start=$(git rev-parse HEAD)
+    isUntouched() {
+        expectEqual "$start" "$(git rev-parse HEAD)" "the commit after $1"
+        expectEqual "" "$(git status --porcelain)$(git tag --list)" "the tree and the tags after $1"
+    }
+    touch ../fails
+    refused 3 "" scripts/release 99.0.0
+    isUntouched "packages that could not be made"
+    rm ../fails
+    git config tag.gpgSign true
+    git config gpg.program false
+    refused 128 "" scripts/release 99.0.0
+    isUntouched "a tag that could not be made"
+    git config tag.gpgSign false
+    scripts/release 99.0.0 >"$work/released.log" 2>&1 || fail "$(cat "$work/released.log")"
+    expectEqual "$(git rev-parse HEAD)" "$(git rev-parse v99.0.0^{commit})" "the commit that is tagged"
+    expectEqual "$start" "$(git rev-parse HEAD~1)" "the commit before the release"
+    grep -q "^project(Tavo VERSION 99.0.0 " CMakeLists.txt || fail "the version is not set"
+    expectEqual "## Unreleased  ## 99.0.0, $(date -u +%Y)" "$(grep -A 2 '^## Unreleased$' CHANGELOG.md | tr '\n' ' ' | cut -c 1-29)" changes
+    refused 1 "99.0.0 was released already" scripts/release 99.0.0
+    refused 1 "there is nothing to release" scripts/release 99.0.1
+)
 
 # The packages of the commit as it is, of two builds in two folders.
 export SOURCE_DATE_EPOCH
