@@ -76,7 +76,7 @@ refused 1 "set TAVO_CONTACT and TAVO_HOMEPAGE" scripts/release 99.0.0
     expectEqual "$(git rev-parse HEAD)" "$(git rev-parse v99.0.0^{commit})" "the commit that is tagged"
     expectEqual "$start" "$(git rev-parse HEAD~1)" "the commit before the release"
     grep -q "^project(Tavo VERSION 99.0.0 " CMakeLists.txt || fail "the version is not set"
-    expectEqual "## Unreleased  ## 99.0.0, $(date -u +%Y)" "$(grep -A 2 '^## Unreleased$' CHANGELOG.md | tr '\n' ' ' | cut -c 1-29)" changes
+    expectEqual "## Unreleased  ## 99.0.0, $(date -u +%Y)" "$(grep -A 2 '^## Unreleased$' CHANGELOG.md | tr '\n' ' ' | cut -c 1-30)" changes
     refused 1 "99.0.0 was released already" scripts/release 99.0.0
     refused 1 "there is nothing to release" scripts/release 99.0.1
 )
