@@ -42,7 +42,8 @@ std::size_t commonPrefix(std::string_view left, std::string_view right) {
 
 /// How far one is from the other; nothing when that is too far to be a slip of the fingers.
 std::optional<std::size_t> mistakes(std::string_view given, std::string_view word) {
-    const auto [shorter, longer] = std::minmax(given.size(), word.size());
+    const auto shorter = std::min(given.size(), word.size());
+    const auto longer = std::max(given.size(), word.size());
     const auto bound = std::max<std::size_t>(1, longer / 3);
     if (longer - shorter > bound) {
         return std::nullopt;
