@@ -29,7 +29,7 @@ beginRun "$root" --always
 expectHeld 'sleep:idle block'
 kill -s KILL "$run"
 wait "$run" 2>/dev/null || true
-expectWithin "$soon" endingsAre 'quit killed'
+expectWithin 20 endingsAre 'quit killed'
 beginRun "$root" --always
 expectHeld 'sleep:idle block'
 expectEqual 'quit killed ongoing' "$(endings)" "endings with another run"
