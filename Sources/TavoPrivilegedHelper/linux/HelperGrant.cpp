@@ -173,21 +173,32 @@ void HelperGrant::removeGrant() const {
     std::filesystem::remove(layout.package.grant.parent_path(), ignored);
 }
 
+/// The failure that led here is the one to be reported.
 void HelperGrant::restore(const std::optional<std::string>& earlier) const noexcept {
-    try {
-        if (earlier) {
+    AllSteps steps;
+    bool isGranted = false;
+    if (earlier) {
+        steps.take([&] {
             writeGrant(*earlier);
-            systemctl({"daemon-reload"});
-            systemctl({"reset-failed", socketUnit});
-            systemctl({"start", socketUnit});
-        } else {
-            systemctl({"--quiet", "disable", "--now", socketUnit});
-            removeGrant();
-            systemctl({"daemon-reload"});
-            systemctl({"reset-failed", socketUnit});
+            isGranted = true;
+        });
+    }
+    if (!isGranted) {
+        steps.take([&] { systemctl({"--quiet", "disable", "--now", socketUnit}); });
+        steps.take([&] { removeGrant(); });
+    }
+    steps.take([&] { systemctl({"daemon-reload"}); });
+    steps.take([&] { systemctl({"reset-failed", socketUnit}); });
+    steps.take([&] {
+        // One that listens may do so for the refused user, and a start would leave it as it is. While the earlier user
+        // is still listened for, nothing is stopped: that would end the overrides.
+        const auto user = isGranted ? HelperGrantFile::userIn(*earlier) : std::nullopt;
+        if (!user || !isListeningFor(*user)) {
+            stopListening();
         }
-    } catch (const std::exception&) {
-        // The failure that led here is the one to be reported.
+    });
+    if (isGranted) {
+        steps.take([&] { systemctl({"start", socketUnit}); });
     }
 }
 
@@ -216,11 +227,11 @@ void HelperGrant::endLeftoverOverride() const {
 void HelperGrant::listenFor(uid_t user) const {
     require({"daemon-reload"}, "could not tell the service manager of the grant");
     systemctl({"reset-failed", socketUnit, serviceUnit}); // there is nothing to reset, as a rule
-    if (!isListeningFor(user)) {
-        // With the service, since a socket is not started while it runs, and the overrides of an earlier user end so.
-        systemctl({"stop", socketUnit, serviceUnit});
-    }
+    // Before anything is stopped: a failure costs an earlier user nothing.
     require({"--quiet", "enable", socketUnit}, "could not have the system listen for the helper");
+    if (!isListeningFor(user)) {
+        stopListening();
+    }
     // The manager has to know the user, as it has to at every start of the computer.
     require({"start", socketUnit}, fmt::format("could not listen for user {}", user));
     // One that does not answer is replaced. Its overrides are taken over.
@@ -228,6 +239,15 @@ void HelperGrant::listenFor(uid_t user) const {
     if (!isListeningFor(user)) {
         throw HelperGrantError(
             fmt::format("the system does not listen for user {}; see systemctl status {}.", user, socketUnit));
+    }
+}
+
+/// With the service, since a socket is not started while it runs, and the overrides of whoever was served end so.
+void HelperGrant::stopListening() const {
+    if (isOtherInstalled()) { // a service of the same name that is not the socket's
+        systemctl({"stop", socketUnit});
+    } else {
+        systemctl({"stop", socketUnit, serviceUnit});
     }
 }
 

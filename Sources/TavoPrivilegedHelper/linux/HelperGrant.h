@@ -72,6 +72,7 @@ private:
     void removeOtherInstallation() const;
     void endLeftoverOverride() const;
     void listenFor(uid_t user) const;
+    void stopListening() const;
     bool isListeningFor(uid_t user) const;
     bool isOtherInstalled() const;
     bool doesSystemdRun() const;
