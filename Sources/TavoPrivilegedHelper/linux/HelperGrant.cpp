@@ -4,9 +4,11 @@
 #include "helper/linux/DeferredRemoval.h"
 
 #include <fmt/format.h>
+#include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <charconv>
 #include <exception>
@@ -78,6 +80,13 @@ private:
 
 } // namespace
 
+bool HelperGrant::isInUserDatabase(uid_t user) {
+    std::array<char, 16384> buffer{};
+    passwd entry{};
+    passwd* found = nullptr;
+    return getpwuid_r(user, &entry, buffer.data(), buffer.size(), &found) == 0 && found != nullptr;
+}
+
 uid_t HelperGrant::userToServe(const char* pkexecUser, const char* sudoUser) {
     std::string_view text = pkexecUser == nullptr ? "" : pkexecUser;
     if (text.empty() && sudoUser != nullptr) {
@@ -97,16 +106,27 @@ uid_t HelperGrant::userToServe(const char* pkexecUser, const char* sudoUser) {
 
 void HelperGrant::grant(uid_t user, const std::filesystem::path& program) const {
     requirePackage(program);
+    requireKnown(user);
+    requireUnmasked(serviceUnit);
+    requireUnmasked(socketUnit);
     endPendingRemoval();
     const auto earlier = readGrant();
+    const bool wasOtherInstalled = isOtherInstalled();
     try {
         writeGrant(HelperGrantFile::contentFor(user));
-        removeOtherInstallation();
+        removeOtherUnit();
         listenFor(user);
-    } catch (...) {
+    } catch (const std::exception& error) {
         restore(earlier);
+        if (wasOtherInstalled && !isOtherInstalled()) {
+            throw HelperGrantError(
+                fmt::format("{} was removed, which had another helper run, but this one could not be granted: {}",
+                            layout.otherInstallation.unitFile.string(), error.what()));
+        }
         throw;
     }
+    std::error_code ignored; // nothing starts it any more
+    std::filesystem::remove(layout.otherInstallation.helperExecutable, ignored);
 }
 
 void HelperGrant::revoke() const {
@@ -142,6 +162,22 @@ void HelperGrant::requirePackage(const std::filesystem::path& program) const {
         throw HelperGrantError(fmt::format("{} is not the helper of an installed package, and only that can be "
                                            "granted; install this one with tavoctl helper install.",
                                            program.string()));
+    }
+}
+
+/// The manager would not make a socket for anybody else.
+void HelperGrant::requireKnown(uid_t user) const {
+    if (!layout.isKnownUser(user)) {
+        throw HelperGrantError(fmt::format("user {} is not known to this computer; nothing was granted.", user));
+    }
+}
+
+void HelperGrant::requireUnmasked(const char* unit) const {
+    const auto state = systemctl({"is-enabled", unit}).standardOutput;
+    if (state.starts_with("masked")) {
+        throw HelperGrantError(
+            fmt::format("{0} is masked on this computer; nothing was granted. systemctl unmask {1}{0} allows it again.",
+                        unit, state.starts_with("masked-runtime") ? "--runtime " : ""));
     }
 }
 
@@ -202,19 +238,13 @@ void HelperGrant::restore(const std::optional<std::string>& earlier) const noexc
     }
 }
 
-void HelperGrant::removeOtherInstallation() const {
-    const auto& unit = layout.otherInstallation.unitFile;
-    std::error_code ignored; // it is no link then
-    if (std::filesystem::read_symlink(unit, ignored) == "/dev/null") {
-        throw HelperGrantError(fmt::format(
-            "{0} is masked on this computer; nothing was granted. systemctl unmask {0} allows it again.", serviceUnit));
-    }
+/// Before the system listens: while it is there, it is what the socket would start.
+void HelperGrant::removeOtherUnit() const {
     if (isOtherInstalled()) {
         systemctl({"disable", "--now", serviceUnit}); // fails for one that was never enabled
+        std::filesystem::remove(layout.otherInstallation.unitFile);
         endLeftoverOverride();
-        std::filesystem::remove(unit);
     }
-    std::filesystem::remove(layout.otherInstallation.helperExecutable);
 }
 
 /// A helper that cannot run any more has ended no override.

@@ -13,6 +13,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -34,6 +35,11 @@ public:
         }
         if (!failing.empty() && line.starts_with(failing)) {
             return {.exitCode = 1, .standardError = "the manager's words."};
+        }
+        if (line.starts_with("is-enabled")) {
+            const auto masked = maskedUnits.find(line.substr(std::string("is-enabled ").size()));
+            return {.exitCode = 1,
+                    .standardOutput = masked == maskedUnits.end() ? "disabled\n" : masked->second + "\n"};
         }
         if (line.starts_with("is-active")) {
             const bool isActive = line.ends_with("helper.socket") ? listensFor.has_value() : isRemovalUnderWay;
@@ -57,6 +63,7 @@ public:
 
     std::vector<std::string> lines;
     std::string failing;
+    std::map<std::string, std::string> maskedUnits; ///< with the words for it
     std::function<void(const std::string&)> onCall;
     std::function<std::optional<uid_t>()> readGranted;
     std::function<void(std::optional<uid_t>)> onListening;
@@ -115,6 +122,16 @@ protected:
         folder.write("local/TavoPrivilegedHelper", "other program");
     }
 
+    /// Of another installation, and where nothing was granted.
+    void expectNothingChanged() const {
+        EXPECT_FALSE(std::filesystem::exists(grantFolder));
+        EXPECT_TRUE(std::filesystem::exists(layout.otherInstallation.unitFile));
+        EXPECT_TRUE(std::filesystem::exists(layout.otherInstallation.helperExecutable));
+        for (const auto& line : manager->lines) {
+            EXPECT_TRUE(line.starts_with("is-enabled")) << line;
+        }
+    }
+
     mode_t modeOf(const std::filesystem::path& path) const {
         struct stat status {};
         lstat(path.c_str(), &status);
@@ -132,9 +149,11 @@ protected:
                                                      .lidDropIn = folder.path() / "zzz.conf"},
                                .enablement = folder.path() / "etc/sockets.target.wants/helper.socket",
                                .socket = folder.path() / "socket",
-                               .overrideJournal = folder.path() / "overrides.json"};
+                               .overrideJournal = folder.path() / "overrides.json",
+                               .isKnownUser = [this](uid_t user) { return user != unknownUser; }};
     std::shared_ptr<StandInManager> manager = std::make_shared<StandInManager>();
     const uid_t me = geteuid();
+    const uid_t unknownUser = me + 2;
 };
 
 } // namespace tavo

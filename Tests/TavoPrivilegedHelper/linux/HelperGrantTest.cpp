@@ -12,6 +12,7 @@ namespace {
 
 using testing::Contains;
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
@@ -38,7 +39,8 @@ TEST_F(HelperGrantTest, NamesTheUserAndHasTheSystemListen) {
     EXPECT_EQ(modeOf(grantFolder), 0755U);
     EXPECT_THAT(
         manager->lines,
-        ElementsAre("stop com.vrd.tavo.helper-removal.service", "is-active --quiet com.vrd.tavo.helper-removal.service",
+        ElementsAre("is-enabled com.vrd.tavo.helper.service", "is-enabled com.vrd.tavo.helper.socket",
+                    "stop com.vrd.tavo.helper-removal.service", "is-active --quiet com.vrd.tavo.helper-removal.service",
                     "daemon-reload", "reset-failed com.vrd.tavo.helper.socket com.vrd.tavo.helper.service",
                     "--quiet enable com.vrd.tavo.helper.socket",
                     "stop com.vrd.tavo.helper.socket com.vrd.tavo.helper.service", "start com.vrd.tavo.helper.socket",
@@ -179,11 +181,44 @@ TEST_F(HelperGrantTest, ItsOwnOverrideStaysWithoutAnotherInstallation) {
     EXPECT_THAT(manager->lines, Not(Contains("disable --now com.vrd.tavo.helper.service")));
 }
 
-TEST_F(HelperGrantTest, AMaskedServiceIsTheAdministratorsDecision) {
-    std::filesystem::create_symlink("/dev/null", layout.otherInstallation.unitFile);
-    EXPECT_THAT(failureOf([&] { grantTo(me); }), HasSubstr("systemctl unmask com.vrd.tavo.helper.service"));
-    EXPECT_TRUE(std::filesystem::is_symlink(layout.otherInstallation.unitFile));
-    EXPECT_FALSE(std::filesystem::exists(grantFolder));
+TEST_F(HelperGrantTest, AnotherInstallationsProgramGoesOnceTheSystemListens) {
+    installOther();
+    manager->onCall = [&](const std::string& line) {
+        EXPECT_TRUE(std::filesystem::exists(layout.otherInstallation.helperExecutable)) << line;
+        if (line.starts_with("start")) {
+            EXPECT_FALSE(std::filesystem::exists(layout.otherInstallation.unitFile)) << "it hides the packaged one";
+        }
+    };
+    grantTo(me);
+    EXPECT_FALSE(std::filesystem::exists(layout.otherInstallation.helperExecutable));
+}
+
+TEST_F(HelperGrantTest, AFailureSaysThatAnotherInstallationIsGone) {
+    installOther();
+    manager->failing = "start";
+    const auto error = failureOf([&] { grantTo(me); });
+    EXPECT_THAT(error, StartsWith(layout.otherInstallation.unitFile.string() + " was removed"));
+    EXPECT_THAT(error, EndsWith("could not listen for user " + std::to_string(me) + ": the manager's words."));
+    EXPECT_TRUE(std::filesystem::exists(layout.otherInstallation.helperExecutable));
+}
+
+TEST_F(HelperGrantTest, AMaskedUnitIsTheAdministratorsDecision) {
+    installOther();
+    const std::string service = "com.vrd.tavo.helper.service", socket = "com.vrd.tavo.helper.socket";
+    manager->maskedUnits = {{service, "masked"}};
+    EXPECT_THAT(failureOf([&] { grantTo(me); }), HasSubstr("systemctl unmask " + service + " allows"));
+    manager->maskedUnits = {{socket, "masked-runtime"}};
+    EXPECT_THAT(failureOf([&] { grantTo(me); }), HasSubstr("systemctl unmask --runtime " + socket + " allows"));
+    expectNothingChanged();
+}
+
+TEST_F(HelperGrantTest, AUserWhomTheSystemDoesNotKnowIsGrantedNothing) {
+    installOther();
+    EXPECT_THAT(failureOf([&] { grantTo(unknownUser); }),
+                HasSubstr("user " + std::to_string(unknownUser) + " is not known"));
+    expectNothingChanged();
+    EXPECT_TRUE(HelperGrant::isInUserDatabase(0));
+    EXPECT_FALSE(HelperGrant::isInUserDatabase(4294967294U));
 }
 
 TEST_F(HelperGrantTest, RevokingEndsEverythingAndLeavesThePackagesFiles) {
