@@ -1,7 +1,9 @@
 #include "TavoPrivilegedHelper/linux/HelperGrant.h"
 
 #include "base/AtomicFile.h"
+#include "base/UserID.h"
 #include "helper/linux/DeferredRemoval.h"
+#include "helper/linux/MissingSystemd.h"
 
 #include <fmt/format.h>
 #include <pwd.h>
@@ -10,10 +12,8 @@
 
 #include <array>
 #include <cerrno>
-#include <charconv>
 #include <exception>
 #include <functional>
-#include <limits>
 #include <string_view>
 #include <system_error>
 
@@ -95,13 +95,11 @@ uid_t HelperGrant::userToServe(const char* pkexecUser, const char* sudoUser) {
     if (text.empty()) {
         return 0;
     }
-    uid_t user = 0;
-    const char* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, user);
-    if (error != std::errc() || stop != end || user == std::numeric_limits<uid_t>::max()) {
+    const auto user = parseUserID(text);
+    if (!user) {
         throw HelperGrantError(fmt::format("the user to serve is not known: '{}' is no user id.", text));
     }
-    return user;
+    return *user;
 }
 
 void HelperGrant::grant(uid_t user, const std::filesystem::path& program) const {
@@ -155,8 +153,7 @@ void HelperGrant::revoke() const {
 
 void HelperGrant::requirePackage(const std::filesystem::path& program) const {
     if (!doesSystemdRun()) {
-        throw HelperGrantError("the privileged helper is a service of systemd, which does not run this system; keeping "
-                               "awake with the lid closed is not possible here.");
+        throw HelperGrantError(MissingSystemd::forInstallation());
     }
     if (program != layout.package.helperExecutable || !isThere(layout.package.socketUnit)) {
         throw HelperGrantError(fmt::format("{} is not the helper of an installed package, and only that can be "
