@@ -13,6 +13,11 @@ function(tavo_helper_unit output)
         set(helperRestart on-failure)
         # The folder is the socket's as well.
         set(helperFolderPreserve yes)
+        # Before --after-stop, which cannot run either then: after a command that fails no other is run.
+        set(helperPause [[
+# While a connection waits, the socket starts it again at once. The pause is for starts that cannot work (see below).
+ExecStopPost=/bin/sh -c 'case $$EXIT_STATUS in 64|127|203) exec sleep 1 ;; esac'
+]])
         set(unitInstallation "# com.vrd.tavo.helper.socket is what is enabled.")
     else()
         set(unitNote "Installed and removed by tavoctl helper and by the settings window.")
@@ -20,6 +25,7 @@ function(tavo_helper_unit output)
         set(helperExecutable @helperExecutable@)
         set(helperArguments "--user @installingUser@")
         set(helperRestart always)
+        set(helperPause "")
         set(helperFolderPreserve restart)
         set(unitInstallation "[Install]\nWantedBy=multi-user.target")
     endif()

@@ -1,13 +1,12 @@
 #include "TavoPrivilegedHelper/HelperMain.h"
 
 #include "TavoPrivilegedHelper/HelperLog.h"
+#include "base/UserID.h"
 
 #include <fmt/format.h>
 
-#include <charconv>
 #include <cstdio>
 #include <cstdlib>
-#include <limits>
 #include <string_view>
 
 namespace tavo {
@@ -17,14 +16,11 @@ namespace {
 constexpr int wrongUsage = 64; // EX_USAGE of sysexits.h
 
 uid_t parseUser(std::string_view text) {
-    uid_t user = 0;
-    const char* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, user);
-    // The largest number means "no user" to the kernel's calls.
-    if (text.empty() || error != std::errc() || stop != end || user == std::numeric_limits<uid_t>::max()) {
+    const auto user = parseUserID(text);
+    if (!user) {
         throw HelperUsageError("--user needs a user id in digits, not \"" + std::string(text) + "\".");
     }
-    return user;
+    return *user;
 }
 
 /// root carries them out for whoever was approved: nothing else may be asked for along with them.
@@ -81,8 +77,9 @@ std::string HelperOptions::help() {
            "  --user ID     serve this user too, beside root\n"
            "  --activated   serve the owner of the socket that systemd passes, and exit when\n"
            "                there is nothing to do\n"
-           "  --after-stop  end the overrides that an earlier helper has left, those of\n"
-           "                processes that have ended too\n"
+           "  --after-stop  end the overrides that an earlier helper has left: all of them\n"
+           "                after a stop on purpose, and after a crash or for a restart\n"
+           "                only those of processes that have ended\n"
            "  --grant       let the user who asks use this helper, which a package has\n"
            "                brought; tavoctl helper install\n"
            "  --revoke      end that again, with every override; tavoctl helper uninstall\n"

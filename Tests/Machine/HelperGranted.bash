@@ -113,10 +113,13 @@ SUDO_UID=$(id -u mallory) packaged helper install
 expectWithin "$soon" nothingInForce
 expectEqual "600 mallory" "$(stat -c '%a %U' "$socketFile")" "the socket"
 endHold
-# A user whom the system does not know has no socket: the earlier grant stays.
+# A user whom the system does not know has no socket: the earlier grant stays, with the override in force.
+beginHold all
 refusal=$(SUDO_UID=54321 packaged helper install 2>&1) && fail "granted to nobody: $refusal"
 expectContains "$refusal" "54321" "the refusal"
 expectContains "$(cat "$grantFile")" "SocketUser=$(id -u mallory)" "the grant"
+expectEqual "ignore ignore" "$(lidActions)" "the lid after a grant that was refused"
+endHold
 expectEqual 'data {"pong":{}}' "$(client send '{"ping":{}}')" "answer to a ping"
 
 # Reset by the helper itself: the grant goes, the package's files stay.

@@ -100,6 +100,13 @@ TEST(HelperMain, PrintsItsVersionAndItsHelp) {
     EXPECT_EQ(done, "");
 }
 
+TEST(HelperMain, TheHelpSaysWhichOverridesAStopLeaves) {
+    EXPECT_THAT(HelperOptions::help(),
+                testing::ContainsRegex("  --after-stop .*all of them\n +after a stop on purpose, "
+                                       "and after a crash or for a restart\n +only those of "
+                                       "processes that have ended\n"));
+}
+
 TEST(HelperMain, TheHelpFitsATerminalAndEndsWithAnExample) {
     std::istringstream lines(HelperOptions::help());
     for (std::string line; std::getline(lines, line);) {

@@ -1,17 +1,19 @@
 #include "TavoPrivilegedHelper/linux/HelperGrant.h"
 
 #include "base/AtomicFile.h"
+#include "base/UserID.h"
 #include "helper/linux/DeferredRemoval.h"
+#include "helper/linux/MissingSystemd.h"
 
 #include <fmt/format.h>
+#include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
-#include <charconv>
 #include <exception>
 #include <functional>
-#include <limits>
 #include <string_view>
 #include <system_error>
 
@@ -78,6 +80,13 @@ private:
 
 } // namespace
 
+bool HelperGrant::isInUserDatabase(uid_t user) {
+    std::array<char, 16384> buffer{};
+    passwd entry{};
+    passwd* found = nullptr;
+    return getpwuid_r(user, &entry, buffer.data(), buffer.size(), &found) == 0 && found != nullptr;
+}
+
 uid_t HelperGrant::userToServe(const char* pkexecUser, const char* sudoUser) {
     std::string_view text = pkexecUser == nullptr ? "" : pkexecUser;
     if (text.empty() && sudoUser != nullptr) {
@@ -86,27 +95,36 @@ uid_t HelperGrant::userToServe(const char* pkexecUser, const char* sudoUser) {
     if (text.empty()) {
         return 0;
     }
-    uid_t user = 0;
-    const char* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, user);
-    if (error != std::errc() || stop != end || user == std::numeric_limits<uid_t>::max()) {
+    const auto user = parseUserID(text);
+    if (!user) {
         throw HelperGrantError(fmt::format("the user to serve is not known: '{}' is no user id.", text));
     }
-    return user;
+    return *user;
 }
 
 void HelperGrant::grant(uid_t user, const std::filesystem::path& program) const {
     requirePackage(program);
+    requireKnown(user);
+    requireUnmasked(serviceUnit);
+    requireUnmasked(socketUnit);
     endPendingRemoval();
     const auto earlier = readGrant();
+    const bool wasOtherInstalled = isOtherInstalled();
     try {
         writeGrant(HelperGrantFile::contentFor(user));
-        removeOtherInstallation();
+        removeOtherUnit();
         listenFor(user);
-    } catch (...) {
+    } catch (const std::exception& error) {
         restore(earlier);
+        if (wasOtherInstalled && !isOtherInstalled()) {
+            throw HelperGrantError(
+                fmt::format("{} was removed, which had another helper run, but this one could not be granted: {}",
+                            layout.otherInstallation.unitFile.string(), error.what()));
+        }
         throw;
     }
+    std::error_code ignored; // nothing starts it any more
+    std::filesystem::remove(layout.otherInstallation.helperExecutable, ignored);
 }
 
 void HelperGrant::revoke() const {
@@ -135,13 +153,28 @@ void HelperGrant::revoke() const {
 
 void HelperGrant::requirePackage(const std::filesystem::path& program) const {
     if (!doesSystemdRun()) {
-        throw HelperGrantError("the privileged helper is a service of systemd, which does not run this system; keeping "
-                               "awake with the lid closed is not possible here.");
+        throw HelperGrantError(MissingSystemd::forInstallation());
     }
     if (program != layout.package.helperExecutable || !isThere(layout.package.socketUnit)) {
         throw HelperGrantError(fmt::format("{} is not the helper of an installed package, and only that can be "
                                            "granted; install this one with tavoctl helper install.",
                                            program.string()));
+    }
+}
+
+/// The manager would not make a socket for anybody else.
+void HelperGrant::requireKnown(uid_t user) const {
+    if (!layout.isKnownUser(user)) {
+        throw HelperGrantError(fmt::format("user {} is not known to this computer; nothing was granted.", user));
+    }
+}
+
+void HelperGrant::requireUnmasked(const char* unit) const {
+    const auto state = systemctl({"is-enabled", unit}).standardOutput;
+    if (state.starts_with("masked")) {
+        throw HelperGrantError(
+            fmt::format("{0} is masked on this computer; nothing was granted. systemctl unmask {1}{0} allows it again.",
+                        unit, state.starts_with("masked-runtime") ? "--runtime " : ""));
     }
 }
 
@@ -173,37 +206,42 @@ void HelperGrant::removeGrant() const {
     std::filesystem::remove(layout.package.grant.parent_path(), ignored);
 }
 
+/// The failure that led here is the one to be reported.
 void HelperGrant::restore(const std::optional<std::string>& earlier) const noexcept {
-    try {
-        if (earlier) {
+    AllSteps steps;
+    bool isGranted = false;
+    if (earlier) {
+        steps.take([&] {
             writeGrant(*earlier);
-            systemctl({"daemon-reload"});
-            systemctl({"reset-failed", socketUnit});
-            systemctl({"start", socketUnit});
-        } else {
-            systemctl({"--quiet", "disable", "--now", socketUnit});
-            removeGrant();
-            systemctl({"daemon-reload"});
-            systemctl({"reset-failed", socketUnit});
+            isGranted = true;
+        });
+    }
+    if (!isGranted) {
+        steps.take([&] { systemctl({"--quiet", "disable", "--now", socketUnit}); });
+        steps.take([&] { removeGrant(); });
+    }
+    steps.take([&] { systemctl({"daemon-reload"}); });
+    steps.take([&] { systemctl({"reset-failed", socketUnit}); });
+    steps.take([&] {
+        // One that listens may do so for the refused user, and a start would leave it as it is. While the earlier user
+        // is still listened for, nothing is stopped: that would end the overrides.
+        const auto user = isGranted ? HelperGrantFile::userIn(*earlier) : std::nullopt;
+        if (!user || !isListeningFor(*user)) {
+            stopListening();
         }
-    } catch (const std::exception&) {
-        // The failure that led here is the one to be reported.
+    });
+    if (isGranted) {
+        steps.take([&] { systemctl({"start", socketUnit}); });
     }
 }
 
-void HelperGrant::removeOtherInstallation() const {
-    const auto& unit = layout.otherInstallation.unitFile;
-    std::error_code ignored; // it is no link then
-    if (std::filesystem::read_symlink(unit, ignored) == "/dev/null") {
-        throw HelperGrantError(fmt::format(
-            "{0} is masked on this computer; nothing was granted. systemctl unmask {0} allows it again.", serviceUnit));
-    }
+/// Before the system listens: while it is there, it is what the socket would start.
+void HelperGrant::removeOtherUnit() const {
     if (isOtherInstalled()) {
         systemctl({"disable", "--now", serviceUnit}); // fails for one that was never enabled
+        std::filesystem::remove(layout.otherInstallation.unitFile);
         endLeftoverOverride();
-        std::filesystem::remove(unit);
     }
-    std::filesystem::remove(layout.otherInstallation.helperExecutable);
 }
 
 /// A helper that cannot run any more has ended no override.
@@ -216,11 +254,11 @@ void HelperGrant::endLeftoverOverride() const {
 void HelperGrant::listenFor(uid_t user) const {
     require({"daemon-reload"}, "could not tell the service manager of the grant");
     systemctl({"reset-failed", socketUnit, serviceUnit}); // there is nothing to reset, as a rule
-    if (!isListeningFor(user)) {
-        // With the service, since a socket is not started while it runs, and the overrides of an earlier user end so.
-        systemctl({"stop", socketUnit, serviceUnit});
-    }
+    // Before anything is stopped: a failure costs an earlier user nothing.
     require({"--quiet", "enable", socketUnit}, "could not have the system listen for the helper");
+    if (!isListeningFor(user)) {
+        stopListening();
+    }
     // The manager has to know the user, as it has to at every start of the computer.
     require({"start", socketUnit}, fmt::format("could not listen for user {}", user));
     // One that does not answer is replaced. Its overrides are taken over.
@@ -228,6 +266,15 @@ void HelperGrant::listenFor(uid_t user) const {
     if (!isListeningFor(user)) {
         throw HelperGrantError(
             fmt::format("the system does not listen for user {}; see systemctl status {}.", user, socketUnit));
+    }
+}
+
+/// With the service, since a socket is not started while it runs, and the overrides of whoever was served end so.
+void HelperGrant::stopListening() const {
+    if (isOtherInstalled()) { // a service of the same name that is not the socket's
+        systemctl({"stop", socketUnit});
+    } else {
+        systemctl({"stop", socketUnit, serviceUnit});
     }
 }
 

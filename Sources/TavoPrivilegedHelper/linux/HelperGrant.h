@@ -8,6 +8,7 @@
 #include <sys/types.h>
 
 #include <filesystem>
+#include <functional>
 #include <initializer_list>
 #include <memory>
 #include <optional>
@@ -28,6 +29,9 @@ class HelperGrant {
 public:
     static constexpr const char* socketUnit = "com.vrd.tavo.helper.socket";
 
+    /// getpwuid(3).
+    static bool isInUserDatabase(uid_t user);
+
     struct Layout {
         PackagedHelperLayout package = {};
 
@@ -39,6 +43,8 @@ public:
 
         std::filesystem::path socket = HelperLocations::socket();
         std::filesystem::path overrideJournal = HelperLocations::overrideJournal();
+
+        std::function<bool(uid_t)> isKnownUser = isInUserDatabase;
     };
 
     explicit HelperGrant(std::shared_ptr<CommandRunning> runner) : HelperGrant(std::move(runner), Layout()) {}
@@ -52,8 +58,12 @@ public:
 
     /// Grants the use to this user alone, removes an installation of another helper, and has the system listen. A
     /// running helper is replaced; its overrides stay in force when it was this user's already.
+    ///
+    /// The unit of another installation goes before the system listens, since it hides the packaged one. Unknown users
+    /// and masked units are found before that. Its program goes last.
     /// @param program  the running program's file.
-    /// @throws HelperGrantError, std::system_error, UntrustedPathError. The earlier grant is in force then, or none.
+    /// @throws HelperGrantError, std::system_error, UntrustedPathError. The earlier grant is in force then, or none; the
+    /// error says so when another installation's unit is gone.
     void grant(uid_t user, const std::filesystem::path& program) const;
 
     /// Ends every override and the helper, and removes the grant. Does as much as it can when a part fails. Leaves an
@@ -64,14 +74,17 @@ private:
     using Arguments = std::initializer_list<const char*>;
 
     void requirePackage(const std::filesystem::path& program) const;
+    void requireKnown(uid_t user) const;
+    void requireUnmasked(const char* unit) const;
     void endPendingRemoval() const;
     std::optional<std::string> readGrant() const;
     void writeGrant(const std::string& content) const;
     void removeGrant() const;
     void restore(const std::optional<std::string>& earlier) const noexcept;
-    void removeOtherInstallation() const;
+    void removeOtherUnit() const;
     void endLeftoverOverride() const;
     void listenFor(uid_t user) const;
+    void stopListening() const;
     bool isListeningFor(uid_t user) const;
     bool isOtherInstalled() const;
     bool doesSystemdRun() const;

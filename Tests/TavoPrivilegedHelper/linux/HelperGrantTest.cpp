@@ -1,123 +1,22 @@
 #include "TavoPrivilegedHelper/linux/HelperGrant.h"
 
-#include "Support/ScriptedCommandRunner.h"
-#include "Support/TemporaryDirectory.h"
-#include "base/FileDescriptor.h"
+#include "TavoPrivilegedHelper/linux/HelperGrantFixture.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <unistd.h>
-
-#include <algorithm>
 
 namespace tavo {
 namespace {
 
 using testing::Contains;
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 using testing::StartsWith;
-
-/// systemctl(1) over a service manager that knows only whether the socket listens.
-class StandInManager final : public CommandRunning {
-public:
-    bool supportsPrivilegedCommands() const override { return true; }
-    ShellCommandResult run(const ShellCommand& command) override {
-        auto line = ScriptedCommandRunner::line(command);
-        line.erase(0, std::string("/usr/bin/systemctl ").size());
-        lines.push_back(line);
-        if (onCall) {
-            onCall(line);
-        }
-        if (!failing.empty() && line.starts_with(failing)) {
-            return {.exitCode = 1, .standardError = "the manager's words."};
-        }
-        if (line.starts_with("is-active")) {
-            const bool isActive = line.ends_with("helper.socket") ? listens : isRemovalUnderWay;
-            return {.exitCode = isActive ? 0 : 3};
-        }
-        if (line == "start com.vrd.tavo.helper.socket") {
-            listens = true;
-        } else if (line.starts_with("stop com.vrd.tavo.helper.socket")) {
-            listens = false;
-        }
-        return {};
-    }
-    std::shared_ptr<RunningCommand> start(const ShellCommand&) override {
-        throw std::logic_error("a grant starts nothing");
-    }
-
-    std::vector<std::string> lines;
-    std::string failing;
-    std::function<void(const std::string&)> onCall;
-    bool listens = false;
-    bool isRemovalUnderWay = false;
-};
-
-class HelperGrantTest : public testing::Test {
-protected:
-    void SetUp() override {
-        std::filesystem::create_directories(layout.package.systemdMark);
-        std::filesystem::create_directories(grantFolder.parent_path());
-        folder.write("usr/TavoPrivilegedHelper", "program");
-        folder.write("usr/helper.socket", "unit");
-        makeSocket();
-    }
-
-    /// The file that the service manager would make, of this test's user.
-    void makeSocket() const {
-        const FileDescriptor descriptor(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        layout.socket.native().copy(address.sun_path, sizeof(address.sun_path) - 1);
-        ASSERT_EQ(bind(descriptor.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
-    }
-
-    void grantTo(uid_t user) const { HelperGrant(manager, layout).grant(user, layout.package.helperExecutable); }
-    void revoke() const { HelperGrant(manager, layout).revoke(); }
-
-    template <typename Operation>
-    std::string failureOf(Operation operation) {
-        try {
-            operation();
-        } catch (const HelperGrantError& error) {
-            return error.description();
-        }
-        ADD_FAILURE() << "nothing was thrown";
-        return {};
-    }
-
-    void installOther() const {
-        folder.write("etc/helper.service", "unit");
-        folder.write("local/TavoPrivilegedHelper", "other program");
-    }
-
-    mode_t modeOf(const std::filesystem::path& path) const {
-        struct stat status {};
-        lstat(path.c_str(), &status);
-        return status.st_mode & 07777U;
-    }
-
-    TemporaryDirectory folder;
-    std::filesystem::path grantFolder = folder.path() / "etc/helper.socket.d";
-    HelperGrant::Layout layout{.package = {.helperExecutable = folder.path() / "usr/TavoPrivilegedHelper",
-                                           .socketUnit = folder.path() / "usr/helper.socket",
-                                           .grant = grantFolder / "grant.conf",
-                                           .systemdMark = folder.path() / "booted"},
-                               .otherInstallation = {.helperExecutable = folder.path() / "local/TavoPrivilegedHelper",
-                                                     .unitFile = folder.path() / "etc/helper.service",
-                                                     .lidDropIn = folder.path() / "zzz.conf"},
-                               .enablement = folder.path() / "etc/sockets.target.wants/helper.socket",
-                               .socket = folder.path() / "socket",
-                               .overrideJournal = folder.path() / "overrides.json"};
-    std::shared_ptr<StandInManager> manager = std::make_shared<StandInManager>();
-    const uid_t me = geteuid();
-};
 
 TEST(HelperGrantUser, IsTheOneWhoGaveTheApproval) {
     EXPECT_EQ(HelperGrant::userToServe("1000", nullptr), 1000U);
@@ -138,27 +37,29 @@ TEST_F(HelperGrantTest, NamesTheUserAndHasTheSystemListen) {
     EXPECT_EQ(fileContent(layout.package.grant), HelperGrantFile::contentFor(me));
     EXPECT_EQ(modeOf(layout.package.grant), 0644U);
     EXPECT_EQ(modeOf(grantFolder), 0755U);
-    EXPECT_THAT(manager->lines,
-                ElementsAre("stop com.vrd.tavo.helper-removal.service",
-                            "is-active --quiet com.vrd.tavo.helper-removal.service", "daemon-reload",
-                            "reset-failed com.vrd.tavo.helper.socket com.vrd.tavo.helper.service",
-                            "is-active --quiet com.vrd.tavo.helper.socket",
-                            "stop com.vrd.tavo.helper.socket com.vrd.tavo.helper.service",
-                            "--quiet enable com.vrd.tavo.helper.socket", "start com.vrd.tavo.helper.socket",
-                            "try-restart com.vrd.tavo.helper.service", "is-active --quiet com.vrd.tavo.helper.socket"));
+    EXPECT_THAT(
+        manager->lines,
+        ElementsAre("is-enabled com.vrd.tavo.helper.service", "is-enabled com.vrd.tavo.helper.socket",
+                    "stop com.vrd.tavo.helper-removal.service", "is-active --quiet com.vrd.tavo.helper-removal.service",
+                    "daemon-reload", "reset-failed com.vrd.tavo.helper.socket com.vrd.tavo.helper.service",
+                    "--quiet enable com.vrd.tavo.helper.socket",
+                    "stop com.vrd.tavo.helper.socket com.vrd.tavo.helper.service", "start com.vrd.tavo.helper.socket",
+                    "try-restart com.vrd.tavo.helper.service", "is-active --quiet com.vrd.tavo.helper.socket"));
 }
 
 TEST_F(HelperGrantTest, StopsNothingThatListensForTheSameUser) {
-    manager->listens = true;
+    grantTo(me);
+    manager->lines.clear();
     grantTo(me);
     EXPECT_THAT(manager->lines, Not(Contains(StartsWith("stop com.vrd.tavo.helper.socket"))));
     EXPECT_THAT(manager->lines, Contains("try-restart com.vrd.tavo.helper.service"));
 }
 
 TEST_F(HelperGrantTest, StopsASocketOfAnotherUser) {
-    manager->listens = true;
+    grantTo(me);
+    manager->lines.clear();
     EXPECT_THAT(failureOf([&] { grantTo(me + 1); }), HasSubstr("does not listen for user " + std::to_string(me + 1)))
-        << "the socket of this test stays this user's";
+        << "this test has no file of another user's";
     EXPECT_THAT(manager->lines, Contains("stop com.vrd.tavo.helper.socket com.vrd.tavo.helper.service"));
 }
 
@@ -168,19 +69,43 @@ TEST_F(HelperGrantTest, AFailureLeavesNoGrantWhereThereWasNone) {
         EXPECT_THAT(failureOf([&] { grantTo(me); }), HasSubstr(": the manager's words.")) << call;
         EXPECT_FALSE(std::filesystem::exists(grantFolder)) << call;
         EXPECT_THAT(manager->lines, Contains("--quiet disable --now com.vrd.tavo.helper.socket"));
+        EXPECT_THAT(manager->lines, Contains("stop com.vrd.tavo.helper.socket com.vrd.tavo.helper.service"));
+        EXPECT_EQ(manager->listensFor, std::nullopt) << call;
     }
 }
 
 TEST_F(HelperGrantTest, AFailureLeavesTheEarlierGrant) {
-    const auto earlier = HelperGrantFile::contentFor(me + 1);
     for (const auto* call : {"daemon-reload", "--quiet enable", "try-restart"}) {
-        folder.write("etc/helper.socket.d/grant.conf", earlier);
-        manager->lines.clear();
+        manager->failing = "";
+        grantTo(me);
         manager->failing = call;
-        failureOf([&] { grantTo(me); });
-        EXPECT_EQ(fileContent(layout.package.grant), earlier) << call;
-        EXPECT_EQ(manager->lines.back(), "start com.vrd.tavo.helper.socket") << call;
+        failureOf([&] { grantTo(me + 1); });
+        EXPECT_EQ(fileContent(layout.package.grant), HelperGrantFile::contentFor(me)) << call;
+        EXPECT_EQ(manager->listensFor, me) << call;
     }
+}
+
+TEST_F(HelperGrantTest, AFailureBeforeAnybodyElseIsListenedForLeavesTheEarlierUsersOverridesInForce) {
+    grantTo(me);
+    for (const auto* call : {"daemon-reload", "--quiet enable"}) {
+        manager->failing = call;
+        manager->lines.clear();
+        failureOf([&] { grantTo(me + 1); });
+        EXPECT_THAT(manager->lines, Not(Contains(StartsWith("stop com.vrd.tavo.helper.socket")))) << call;
+    }
+}
+
+TEST_F(HelperGrantTest, AFailureToPutTheEarlierGrantBackLeavesNobodyListenedFor) {
+    grantTo(me);
+    manager->failing = "try-restart";
+    manager->onCall = [&](const std::string& line) {
+        if (line.starts_with("try-restart")) { // from now on the folder is one that no grant is written to
+            chmod(grantFolder.c_str(), 0777);
+        }
+    };
+    failureOf([&] { grantTo(me + 1); });
+    EXPECT_FALSE(std::filesystem::exists(layout.package.grant));
+    EXPECT_EQ(manager->listensFor, std::nullopt);
 }
 
 TEST_F(HelperGrantTest, ARemovalThatDoesNotEndIsNamedAndNothingIsGranted) {
@@ -256,11 +181,44 @@ TEST_F(HelperGrantTest, ItsOwnOverrideStaysWithoutAnotherInstallation) {
     EXPECT_THAT(manager->lines, Not(Contains("disable --now com.vrd.tavo.helper.service")));
 }
 
-TEST_F(HelperGrantTest, AMaskedServiceIsTheAdministratorsDecision) {
-    std::filesystem::create_symlink("/dev/null", layout.otherInstallation.unitFile);
-    EXPECT_THAT(failureOf([&] { grantTo(me); }), HasSubstr("systemctl unmask com.vrd.tavo.helper.service"));
-    EXPECT_TRUE(std::filesystem::is_symlink(layout.otherInstallation.unitFile));
-    EXPECT_FALSE(std::filesystem::exists(grantFolder));
+TEST_F(HelperGrantTest, AnotherInstallationsProgramGoesOnceTheSystemListens) {
+    installOther();
+    manager->onCall = [&](const std::string& line) {
+        EXPECT_TRUE(std::filesystem::exists(layout.otherInstallation.helperExecutable)) << line;
+        if (line.starts_with("start")) {
+            EXPECT_FALSE(std::filesystem::exists(layout.otherInstallation.unitFile)) << "it hides the packaged one";
+        }
+    };
+    grantTo(me);
+    EXPECT_FALSE(std::filesystem::exists(layout.otherInstallation.helperExecutable));
+}
+
+TEST_F(HelperGrantTest, AFailureSaysThatAnotherInstallationIsGone) {
+    installOther();
+    manager->failing = "start";
+    const auto error = failureOf([&] { grantTo(me); });
+    EXPECT_THAT(error, StartsWith(layout.otherInstallation.unitFile.string() + " was removed"));
+    EXPECT_THAT(error, EndsWith("could not listen for user " + std::to_string(me) + ": the manager's words."));
+    EXPECT_TRUE(std::filesystem::exists(layout.otherInstallation.helperExecutable));
+}
+
+TEST_F(HelperGrantTest, AMaskedUnitIsTheAdministratorsDecision) {
+    installOther();
+    const std::string service = "com.vrd.tavo.helper.service", socket = "com.vrd.tavo.helper.socket";
+    manager->maskedUnits = {{service, "masked"}};
+    EXPECT_THAT(failureOf([&] { grantTo(me); }), HasSubstr("systemctl unmask " + service + " allows"));
+    manager->maskedUnits = {{socket, "masked-runtime"}};
+    EXPECT_THAT(failureOf([&] { grantTo(me); }), HasSubstr("systemctl unmask --runtime " + socket + " allows"));
+    expectNothingChanged();
+}
+
+TEST_F(HelperGrantTest, AUserWhomTheSystemDoesNotKnowIsGrantedNothing) {
+    installOther();
+    EXPECT_THAT(failureOf([&] { grantTo(unknownUser); }),
+                HasSubstr("user " + std::to_string(unknownUser) + " is not known"));
+    expectNothingChanged();
+    EXPECT_TRUE(HelperGrant::isInUserDatabase(0));
+    EXPECT_FALSE(HelperGrant::isInUserDatabase(4294967294U));
 }
 
 TEST_F(HelperGrantTest, RevokingEndsEverythingAndLeavesThePackagesFiles) {

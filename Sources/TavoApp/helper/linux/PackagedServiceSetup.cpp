@@ -1,14 +1,13 @@
 #include "helper/linux/PackagedServiceSetup.h"
 
+#include "base/UserID.h"
 #include "helper/PrivilegedHelperInstaller.h"
 #include "helper/linux/DeferredRemoval.h"
+#include "helper/linux/MissingSystemd.h"
 #include "helper/linux/SystemdServiceSetup.h"
 
 #include <fmt/format.h>
 #include <unistd.h>
-
-#include <charconv>
-#include <limits>
 
 namespace tavo {
 
@@ -39,12 +38,7 @@ std::optional<uid_t> HelperGrantFile::userIn(std::string_view content) {
     if (!content.starts_with(grantHead) || !content.ends_with('\n')) {
         return std::nullopt;
     }
-    const auto digits = content.substr(grantHead.size(), content.size() - grantHead.size() - 1);
-    uid_t user = 0;
-    const char* const end = digits.data() + digits.size();
-    const auto [stop, error] = std::from_chars(digits.data(), end, user);
-    const bool isUser = error == std::errc() && stop == end && user != std::numeric_limits<uid_t>::max();
-    return isUser ? std::optional(user) : std::nullopt;
+    return parseUserID(content.substr(grantHead.size(), content.size() - grantHead.size() - 1));
 }
 
 std::string PackagedServiceSetup::serviceDefinitionContent() const {
@@ -65,9 +59,7 @@ std::filesystem::path PackagedServiceSetup::makeStagingDirectory(const TavoPaths
 
 ShellCommand PackagedServiceSetup::installCommand(const std::filesystem::path&, const std::filesystem::path&) const {
     if (!isThere(layout.systemdMark)) {
-        throw PrivilegedHelperInstallerError::installFailed(
-            "the privileged helper is a service of systemd, which does not run this system; keeping awake with the lid "
-            "closed is not possible here.");
+        throw PrivilegedHelperInstallerError::installFailed(MissingSystemd::forInstallation());
     }
     return {.executableURL = layout.helperExecutable, .arguments = {"--grant"}, .requiresPrivilege = true};
 }

@@ -1,9 +1,11 @@
 #include "helper/linux/SystemdServiceSetup.h"
 
 #include "HelperUnit.h"
+#include "base/UserID.h"
 #include "helper/PrivilegedHelperInstaller.h"
 #include "helper/linux/DeferredRemoval.h"
 #include "helper/linux/FileDigest.h"
+#include "helper/linux/MissingSystemd.h"
 #include "system/CommandRunning.h"
 #include "system/linux/UnitText.h"
 
@@ -11,9 +13,7 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <charconv>
 #include <cstdlib>
-#include <limits>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -111,12 +111,10 @@ std::optional<uid_t> SystemdServiceSetup::servedUser(const std::string& definiti
     if (option == std::string::npos) {
         return std::nullopt;
     }
-    uid_t user = 0;
-    const char* const end = definition.data() + definition.size();
-    const auto [stop, error] = std::from_chars(definition.data() + option + userOption.size(), end, user);
-    const bool isUser =
-        error == std::errc() && stop != end && *stop == '\n' && user != std::numeric_limits<uid_t>::max();
-    return isUser ? std::optional(user) : std::nullopt;
+    const auto start = option + userOption.size();
+    const auto end = definition.find('\n', start);
+    return end == std::string::npos ? std::nullopt
+                                    : parseUserID(std::string_view(definition).substr(start, end - start));
 }
 
 std::filesystem::path SystemdServiceSetup::makeStagingDirectory(const TavoPaths&) const {
@@ -136,9 +134,7 @@ std::string SystemdServiceSetup::prologue() const {
 std::string SystemdServiceSetup::installScript(const std::filesystem::path& source,
                                                const std::filesystem::path& stagedDefinition) const {
     if (!std::filesystem::exists(layout.systemdMark)) {
-        throw PrivilegedHelperInstallerError::installFailed(
-            "the privileged helper is a service of systemd, which does not run this system; keeping awake with the lid "
-            "closed is not possible here.");
+        throw PrivilegedHelperInstallerError::installFailed(MissingSystemd::forInstallation());
     }
     const auto definition = serviceDefinitionContent();
     return prologue() + "umask 077\n" + temporaryLine("helper", layout.helperExecutable) +
@@ -207,8 +203,7 @@ std::string SystemdServiceSetup::removalLines() const {
 
 std::string SystemdServiceSetup::uninstallScript() const {
     if (!std::filesystem::exists(layout.systemdMark)) {
-        throw PrivilegedHelperInstallerError::uninstallFailed(
-            "the privileged helper is a service of systemd, which does not run this system.");
+        throw PrivilegedHelperInstallerError::uninstallFailed(MissingSystemd::forRemoval());
     }
     return prologue() + removalLines();
 }
