@@ -40,11 +40,19 @@ ExitStatus reportFailedStart(int status, const HeadlessLaunchManaging& launch, c
     return outcome;
 }
 
+HeadlessLaunchManaging& launchOf(const Platform& platform) {
+    if (!platform.headlessLaunch) {
+        throw HeadlessLaunchError("nothing on this system could start tavo at login without a desktop; have a service "
+                                  "manager start tavoctl run --service.");
+    }
+    return *platform.headlessLaunch;
+}
+
 ExitStatus switchOn(const TavoStoring& store, const Platform& platform) {
     const RunOptionsFile file(store.paths());
     const auto options = file.read();
     const auto config = loadConfigOrExplain(store);
-    auto& launch = *platform.headlessLaunch;
+    auto& launch = launchOf(platform);
     const auto start = launch.enable(platform.programPath);
     const Console console(stdout);
     if (!start.failedWith) {
@@ -74,7 +82,7 @@ ExitStatus switchHeadlessRun(const HeadlessOptions& options, const TavoStoring& 
     if (options.isOn) {
         return switchOn(store, platform);
     }
-    auto& launch = *platform.headlessLaunch;
+    auto& launch = launchOf(platform);
     Console(stdout).print(launch.disable() ? fmt::format("{} is stopped and disabled.", launch.jobName())
                                            : "nothing to change.");
     return ExitStatus::success;

@@ -95,6 +95,18 @@ TEST_F(HeadlessCommandTest, ASwitchThatIsOffIsSaidUnlessTheOptionsNameATrigger) 
     EXPECT_THAT(output, Not(HasSubstr("switched off")));
 }
 
+TEST_F(HeadlessCommandTest, WhereNothingCouldStartItThatIsSaid) {
+    platform.headlessLaunch = nullptr;
+    for (const bool isOn : {true, false}) {
+        try {
+            switchTo(isOn);
+            ADD_FAILURE() << "no refusal";
+        } catch (const HeadlessLaunchError& error) {
+            EXPECT_THAT(error.description(), HasSubstr("have a service manager start tavoctl run --service."));
+        }
+    }
+}
+
 TEST_F(HeadlessCommandTest, TheDesktopAppAtLoginIsSaidToBeInTheWay) {
     save([](AppConfig& config) { config.launchAtLoginEnabled = true; });
     switchTo(true);
