@@ -48,7 +48,9 @@ HeadlessLaunchManaging& launchOf(const Platform& platform) {
     return *platform.headlessLaunch;
 }
 
-ExitStatus switchOn(const TavoStoring& store, const Platform& platform) {
+/// @param store  of the run that is switched on.
+/// @param own    of this process.
+ExitStatus switchOn(const TavoStoring& store, const TavoPaths& own, const Platform& platform) {
     const RunOptionsFile file(store.paths());
     const auto options = file.read();
     const auto config = loadConfigOrExplain(store);
@@ -62,6 +64,12 @@ ExitStatus switchOn(const TavoStoring& store, const Platform& platform) {
         fmt::format("it follows config.json and the options in {}; after a change of these, tavoctl login on "
                     "--headless starts it anew.",
                     file.file().string())));
+    if (store.paths() != own) {
+        console.print(visibleControls(
+            fmt::format("that is not {}, the folder of this shell, since your service manager was given another "
+                        "XDG_CONFIG_HOME or HOME; environment.d(5) says how to set a variable for both.",
+                        own.rootDirectory.string())));
+    }
     if (const auto advice = launch.logoutAdvice()) {
         console.print(*advice);
     }
@@ -79,10 +87,12 @@ ExitStatus switchOn(const TavoStoring& store, const Platform& platform) {
 } // namespace
 
 ExitStatus switchHeadlessRun(const HeadlessOptions& options, const TavoStoring& store, const Platform& platform) {
-    if (options.isOn) {
-        return switchOn(store, platform);
-    }
     auto& launch = launchOf(platform);
+    if (options.isOn) {
+        const auto others = launch.pathsOfRun();
+        return others ? switchOn(TavoStore(*others), store.paths(), platform)
+                      : switchOn(store, store.paths(), platform);
+    }
     Console(stdout).print(launch.disable() ? fmt::format("{} is stopped and disabled.", launch.jobName())
                                            : "nothing to change.");
     return ExitStatus::success;
