@@ -40,11 +40,21 @@ ExitStatus reportFailedStart(int status, const HeadlessLaunchManaging& launch, c
     return outcome;
 }
 
-ExitStatus switchOn(const TavoStoring& store, const Platform& platform) {
+HeadlessLaunchManaging& launchOf(const Platform& platform) {
+    if (!platform.headlessLaunch) {
+        throw HeadlessLaunchError("nothing on this system could start tavo at login without a desktop; have a service "
+                                  "manager start tavoctl run --service.");
+    }
+    return *platform.headlessLaunch;
+}
+
+/// @param store  of the run that is switched on.
+/// @param own    of this process.
+ExitStatus switchOn(const TavoStoring& store, const TavoPaths& own, const Platform& platform) {
     const RunOptionsFile file(store.paths());
     const auto options = file.read();
     const auto config = loadConfigOrExplain(store);
-    auto& launch = *platform.headlessLaunch;
+    auto& launch = launchOf(platform);
     const auto start = launch.enable(platform.programPath);
     const Console console(stdout);
     if (!start.failedWith) {
@@ -54,6 +64,12 @@ ExitStatus switchOn(const TavoStoring& store, const Platform& platform) {
         fmt::format("it follows config.json and the options in {}; after a change of these, tavoctl login on "
                     "--headless starts it anew.",
                     file.file().string())));
+    if (store.paths() != own) {
+        console.print(visibleControls(
+            fmt::format("that is not {}, the folder of this shell, since your service manager was given another "
+                        "XDG_CONFIG_HOME or HOME; environment.d(5) says how to set a variable for both.",
+                        own.rootDirectory.string())));
+    }
     if (const auto advice = launch.logoutAdvice()) {
         console.print(*advice);
     }
@@ -71,10 +87,12 @@ ExitStatus switchOn(const TavoStoring& store, const Platform& platform) {
 } // namespace
 
 ExitStatus switchHeadlessRun(const HeadlessOptions& options, const TavoStoring& store, const Platform& platform) {
+    auto& launch = launchOf(platform);
     if (options.isOn) {
-        return switchOn(store, platform);
+        const auto others = launch.pathsOfRun();
+        return others ? switchOn(TavoStore(*others), store.paths(), platform)
+                      : switchOn(store, store.paths(), platform);
     }
-    auto& launch = *platform.headlessLaunch;
     Console(stdout).print(launch.disable() ? fmt::format("{} is stopped and disabled.", launch.jobName())
                                            : "nothing to change.");
     return ExitStatus::success;

@@ -10,7 +10,8 @@
 
 namespace tavo {
 
-/// Switches the run without a desktop on or off, and says what the user has to know about it.
+/// Switches the run without a desktop on or off, and says what the user has to know about it. Where that run reads other
+/// files than this process, they are the ones that count.
 /// @throws ConfigurationError when the service could not use run.conf or config.json, with nothing changed;
 ///         HeadlessLaunchError and what else HeadlessLaunchManaging throws.
 ExitStatus switchHeadlessRun(const HeadlessOptions& options, const TavoStoring& store, const Platform& platform);

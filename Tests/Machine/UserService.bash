@@ -131,6 +131,22 @@ expectEqual /usr/bin/tavoctl "$(readlink "/proc/$(property MainPID)/exe")" "the 
 asAlice tavoctl login off --headless >/dev/null
 [ ! -e ~alice/.config/systemd/user/tavo.service ] || fail "the unit is left"
 
+# A shell whose own files name another folder than the manager knows: what counts is the manager's.
+elsewhere() { asAlice env XDG_CONFIG_HOME=/home/alice/elsewhere "$@"; }
+message=$(elsewhere "$TAVO_BIN/tavoctl" login on --headless)
+expectContains "$message" "the options in /home/alice/.config/Tavo/run.conf; " "the file of options"
+expectContains "$message" "that is not /home/alice/elsewhere/Tavo, the folder of this shell" "the warning"
+expectEqual /home/alice/.config/systemd/user/tavo.service "$(property FragmentPath)" "the unit from another folder's shell"
+holdsIdle || fail "holds nothing: $(asAlice systemctl --user status tavo.service)"
+expectContains "$(elsewhere tavoctl login off)" "tavo.service is still started at login" "the reminder"
+expectContains "$(elsewhere tavoctl login off --headless)" "tavo.service is stopped and disabled." "login off from there"
+expectEqual "inactive " "$(property ActiveState) $(property UnitFileState | grep -v disabled)" "the service after that"
+asAlice systemctl --user start tavo.service
+expectContains "$(elsewhere tavoctl login off --headless)" "tavo.service is stopped and disabled." "one that was started by hand"
+expectEqual inactive "$(property ActiveState)" "one that was started by hand, after login off"
+expectEqual "nothing to change." "$(elsewhere tavoctl login off --headless)" "login off once more"
+[ ! -e /home/alice/elsewhere/systemd ] || fail "a unit was written where no manager looks"
+
 # A unit of somebody else's stays.
 runWithoutSession alice mkdir -p ~alice/.config/systemd/user
 printf '[Service]\nExecStart=/bin/true\n' | runWithoutSession alice tee ~alice/.config/systemd/user/tavo.service >/run/theirs

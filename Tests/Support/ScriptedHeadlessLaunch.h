@@ -27,10 +27,12 @@ public:
         return wasEnabled;
     }
     bool isEnabled() const override { return program.has_value(); }
+    std::optional<TavoPaths> pathsOfRun() const override { return otherPaths; }
     std::optional<std::string> logoutAdvice() const override { return advice; }
 
     std::optional<std::filesystem::path> program;
     Start start;
+    std::optional<TavoPaths> otherPaths;
     std::optional<std::string> advice;
 
     /// Thrown by enable() while it is set.

@@ -49,6 +49,7 @@ TEST_F(HeadlessCommandTest, TheServiceRunsThisVeryProgram) {
     EXPECT_EQ(launch->program, "/opt/tavo/bin/tavoctl");
     EXPECT_THAT(output, StartsWith("tavo.service is enabled and started.\n"));
     EXPECT_THAT(output, HasSubstr("the options in " + (folder.path() / "run.conf").string()));
+    EXPECT_THAT(output, Not(HasSubstr("XDG_CONFIG_HOME")));
     EXPECT_THAT(output, Not(HasSubstr("switched off")));
     EXPECT_EQ(errors, "");
 }
@@ -93,6 +94,34 @@ TEST_F(HeadlessCommandTest, ASwitchThatIsOffIsSaidUnlessTheOptionsNameATrigger) 
     folder.write("run.conf", "preset codex\n");
     switchTo(true);
     EXPECT_THAT(output, Not(HasSubstr("switched off")));
+}
+
+TEST_F(HeadlessCommandTest, AServiceThatReadsOtherFilesIsJudgedByThem) {
+    const auto theirs = folder.path() / "theirs";
+    launch->otherPaths = TavoPaths{theirs};
+    folder.write("run.conf", "preset nonsense\n");
+    EXPECT_EQ(switchTo(true), ExitStatus::success);
+    EXPECT_THAT(output, HasSubstr("the options in " + (theirs / "run.conf").string()));
+    EXPECT_THAT(output, HasSubstr("that is not " + folder.path().string() +
+                                  ", the folder of this shell, since your service manager was given another "
+                                  "XDG_CONFIG_HOME or HOME; environment.d(5) "));
+    launch->program.reset();
+    std::filesystem::remove(folder.path() / "run.conf");
+    folder.write("theirs/run.conf", "preset nonsense\n");
+    EXPECT_THROW(switchTo(true), ConfigurationError);
+    EXPECT_FALSE(launch->isEnabled());
+}
+
+TEST_F(HeadlessCommandTest, WhereNothingCouldStartItThatIsSaid) {
+    platform.headlessLaunch = nullptr;
+    for (const bool isOn : {true, false}) {
+        try {
+            switchTo(isOn);
+            ADD_FAILURE() << "no refusal";
+        } catch (const HeadlessLaunchError& error) {
+            EXPECT_THAT(error.description(), HasSubstr("have a service manager start tavoctl run --service."));
+        }
+    }
 }
 
 TEST_F(HeadlessCommandTest, TheDesktopAppAtLoginIsSaidToBeInTheWay) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/DescribedError.h"
+#include "config/TavoPaths.h"
 
 #include <filesystem>
 #include <optional>
@@ -40,6 +41,9 @@ struct HeadlessLaunchManaging {
 
     /// Whether the next login starts it.
     virtual bool isEnabled() const = 0;
+
+    /// Where the run that it starts keeps its files; absent when that is where this process keeps them, as far as known.
+    virtual std::optional<TavoPaths> pathsOfRun() const = 0;
 
     /// Tells the user how to keep it over a logout, as a sentence; nothing when it is kept, or when nothing keeps it.
     virtual std::optional<std::string> logoutAdvice() const = 0;

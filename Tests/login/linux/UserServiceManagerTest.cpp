@@ -8,21 +8,31 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <system_error>
 
 namespace tavo {
 namespace {
 
 using ::testing::AllOf;
+using ::testing::AnyOf;
+using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-using ::testing::IsEmpty;
 using ::testing::Not;
 using ::testing::StartsWith;
 
 std::string call(const std::string& arguments) {
     return "run /usr/bin/systemctl --user --quiet " + arguments;
 }
+
+const auto asksForUnits = call("show --property=UnitPath --value");
+const auto asksWhetherEnabled = call("is-enabled tavo.service");
+const auto asksWhetherRunning = call("show --property=ActiveState --value tavo.service");
+
+/// As the manager answers when it has no such unit.
+const ShellCommandResult notEnabled{.exitCode = 1, .standardError = "Failed to get unit file state for tavo.service"};
+const ShellCommandResult unreachable{.exitCode = 1, .standardError = "Failed to connect to bus: No medium found"};
 
 class UserServiceManagerTest : public ::testing::Test {
 protected:
@@ -60,8 +70,8 @@ protected:
                                 .packagedUnit = folder.path() / "lib/tavo.service",
                                 .packagedProgram = folder.path() / "usr/bin/tavoctl"},
                                runner};
-    const std::vector<std::string> enabling{call("show --property=Version"), call("daemon-reload"),
-                                            call("reenable tavo.service"), call("restart tavo.service")};
+    const std::vector<std::string> enabling{asksForUnits, call("daemon-reload"), call("reenable tavo.service"),
+                                            call("restart tavo.service")};
 };
 
 TEST_F(UserServiceManagerTest, AUnitThatNamesThisProgramIsWrittenEnabledAndStarted) {
@@ -120,7 +130,7 @@ TEST_F(UserServiceManagerTest, SomebodyElsesUnitIsLeftAlone) {
     }
     EXPECT_EQ(fileContent(unit), "[Service]\nExecStart=/bin/true\n");
     EXPECT_TRUE(manager.isEnabled());
-    EXPECT_THAT(*runner->log, ::testing::Each(call("show --property=Version")));
+    EXPECT_THAT(*runner->log, ::testing::Each(AnyOf(asksForUnits, asksWhetherEnabled)));
 }
 
 TEST_F(UserServiceManagerTest, AMaskedUnitIsSomebodyElsesToo) {
@@ -131,7 +141,7 @@ TEST_F(UserServiceManagerTest, AMaskedUnitIsSomebodyElsesToo) {
 }
 
 TEST_F(UserServiceManagerTest, WithoutAServiceManagerNothingChanges) {
-    runner->results = {{.exitCode = 1, .standardError = "Failed to connect to bus: No medium found"}};
+    runner->results = {unreachable};
     EXPECT_EQ(refusalOf([&] { (void)manager.enable("/opt/tavo/bin/tavoctl"); }),
               "your service manager cannot be reached: Failed to connect to bus: No medium found; a login starts one, "
               "by ssh too, but su and sudo do not.");
@@ -164,23 +174,112 @@ TEST_F(UserServiceManagerTest, SwitchingOffStopsItAndRemovesItsUnit) {
     link();
     runner->log->clear();
     EXPECT_TRUE(manager.disable());
-    EXPECT_THAT(*runner->log, ElementsAre(call("show --property=Version"), call("disable --now tavo.service"),
+    EXPECT_THAT(*runner->log, ElementsAre(asksForUnits, asksWhetherEnabled, call("disable --now tavo.service"),
                                           call("daemon-reload")));
     EXPECT_FALSE(std::filesystem::exists(unit));
 }
 
-TEST_F(UserServiceManagerTest, SwitchingOffWhatIsOffAsksNobody) {
-    EXPECT_FALSE(manager.isEnabled());
+TEST_F(UserServiceManagerTest, SwitchingOffWhatIsOffChangesNothing) {
+    runner->results = {{}, notEnabled, {.standardOutput = "inactive"}};
     EXPECT_FALSE(manager.disable());
-    EXPECT_THAT(*runner->log, IsEmpty());
+    EXPECT_THAT(*runner->log, ElementsAre(asksForUnits, asksWhetherEnabled, asksWhetherRunning));
 }
 
-TEST_F(UserServiceManagerTest, TheLinkOfThePackagesUnitIsWhatCounts) {
-    installPackage();
-    EXPECT_FALSE(manager.isEnabled());
+TEST_F(UserServiceManagerTest, WhetherItIsEnabledIsTheManagersWord) {
     link();
+    runner->results = {{}, notEnabled};
+    EXPECT_FALSE(manager.isEnabled());
+    std::filesystem::remove(wants);
     EXPECT_TRUE(manager.isEnabled());
+    runner->log->clear();
     EXPECT_TRUE(manager.disable());
+    EXPECT_THAT(*runner->log, Contains(call("disable --now tavo.service")));
+}
+
+TEST_F(UserServiceManagerTest, ARunThatWasStartedByHandIsStoppedToo) {
+    for (const auto* const state : {"active", "activating", "reloading", "deactivating"}) {
+        runner->results = {{}, notEnabled, {.standardOutput = state}};
+        EXPECT_TRUE(manager.disable()) << state;
+        EXPECT_THAT(*runner->log, Contains(call("disable --now tavo.service"))) << state;
+        runner->log->clear();
+    }
+    runner->results = {{}, notEnabled, {.standardOutput = "failed"}};
+    EXPECT_FALSE(manager.disable());
+}
+
+TEST_F(UserServiceManagerTest, WhereNoManagerAnswersTheLinkSaysWhetherItIsEnabled) {
+    runner->results = {unreachable, unreachable};
+    EXPECT_FALSE(manager.isEnabled());
+    EXPECT_FALSE(manager.disable());
+    link();
+    runner->results = {unreachable, unreachable, unreachable};
+    EXPECT_TRUE(manager.isEnabled());
+    EXPECT_THAT(refusalOf([&] { manager.disable(); }), StartsWith("your service manager cannot be reached: "));
+    runner->failure = std::make_exception_ptr(std::system_error(EAGAIN, std::generic_category(), "fork"));
+    EXPECT_TRUE(manager.isEnabled());
+}
+
+TEST_F(UserServiceManagerTest, TheUnitLiesWhereTheManagerLooksForIt) {
+    const auto theirs = folder.path() / "the manager's/.config/systemd/user";
+    const auto searchPath = theirs.string() + ".control /run/user/1000/systemd/user.control " + theirs.string() +
+                            " /etc/systemd/user /usr/lib/systemd/user";
+    runner->results = {{.standardOutput = searchPath}};
+    (void)manager.enable("/opt/tavo/bin/tavoctl");
+    EXPECT_FALSE(std::filesystem::exists(unit));
+    EXPECT_TRUE(std::filesystem::exists(theirs / "tavo.service"));
+    runner->results = {{.standardOutput = searchPath}, notEnabled};
+    EXPECT_TRUE(manager.disable());
+    EXPECT_FALSE(std::filesystem::exists(theirs / "tavo.service"));
+}
+
+/// The environment of a process for as long as this lives.
+class ConfigHome {
+public:
+    explicit ConfigHome(const char* value) { setenv(name, value, 1); }
+    ~ConfigHome() { kept ? setenv(name, kept->c_str(), 1) : unsetenv(name); }
+    ConfigHome(const ConfigHome&) = delete;
+    ConfigHome& operator=(const ConfigHome&) = delete;
+
+private:
+    static constexpr const char* name = "XDG_CONFIG_HOME";
+    std::optional<std::string> kept = std::getenv(name) == nullptr ? std::nullopt : std::optional(std::getenv(name));
+};
+
+TEST_F(UserServiceManagerTest, AServiceThatReadsAnotherFolderIsKnownByItsEnvironment) {
+    const ConfigHome home("/home/ann/cfg");
+    UserServiceManager annsManager({.ownUnits = folder.path(), .user = 1000}, runner);
+    const auto pathsWith = [&](const std::string& environment) {
+        runner->results = {{}, {.standardOutput = environment}};
+        return annsManager.pathsOfRun();
+    };
+    EXPECT_EQ(pathsWith("HOME=/home/ann\nUSER=ann"), (TavoPaths{"/home/ann/.config/Tavo"}));
+    EXPECT_EQ(runner->log->back(), call("show-environment"));
+    EXPECT_EQ(pathsWith("HOME=/home/ann\nXDG_CONFIG_HOME=/home/ann/other"), (TavoPaths{"/home/ann/other/Tavo"}));
+    EXPECT_EQ(pathsWith("HOME=/home/ann\nXDG_CONFIG_HOME=relative"), (TavoPaths{"/home/ann/.config/Tavo"}));
+    EXPECT_EQ(pathsWith("XDG_CONFIG_HOME=/home/ann/cfg\nHOME=/home/ann"), std::nullopt);
+    EXPECT_EQ(pathsWith(""), std::nullopt);
+    runner->results = {unreachable};
+    EXPECT_EQ(annsManager.pathsOfRun(), std::nullopt);
+    UserServiceManager rootsManager({.ownUnits = folder.path(), .user = 0}, runner);
+    EXPECT_EQ(rootsManager.pathsOfRun(), std::nullopt);
+}
+
+TEST_F(UserServiceManagerTest, OneFolderUnderTwoNamesIsNoOther) {
+    std::filesystem::create_directories(folder.path() / "cfg/Tavo");
+    std::filesystem::create_directory_symlink("cfg", folder.path() / "link");
+    const ConfigHome home((folder.path() / "cfg").c_str());
+    UserServiceManager annsManager({.ownUnits = folder.path(), .user = 1000}, runner);
+    runner->results = {{}, {.standardOutput = "XDG_CONFIG_HOME=" + (folder.path() / "link").string()}};
+    EXPECT_EQ(annsManager.pathsOfRun(), std::nullopt);
+}
+
+TEST_F(UserServiceManagerTest, TheManagersEnvironmentIsReadAsSystemctlQuotesIt) {
+    const std::string environment = "AXDG_CONFIG_HOME=/wrong\nXDG_CONFIG_HOME=$'/home/a b\\'\\\\c'\nLAST=$'a\\nb'";
+    EXPECT_EQ(UserServiceManager::valueIn(environment, "XDG_CONFIG_HOME"), "/home/a b'\\c");
+    EXPECT_EQ(UserServiceManager::valueIn(environment, "CONFIG_HOME"), std::nullopt);
+    EXPECT_EQ(UserServiceManager::valueIn(environment, "LAST"), std::nullopt);
+    EXPECT_EQ(UserServiceManager::valueIn("EMPTY=", "EMPTY"), "");
+    EXPECT_EQ(UserServiceManager::valueIn("", "HOME"), std::nullopt);
 }
 
 TEST_F(UserServiceManagerTest, LingeringIsAdvisedWhereItIsOff) {
@@ -198,11 +297,8 @@ TEST_F(UserServiceManagerTest, LingeringIsAdvisedWhereItIsOff) {
 }
 
 TEST_F(UserServiceManagerTest, TheUsersUnitsLieBesideTheFolderOfTheConfiguration) {
-    const auto* const before = std::getenv("XDG_CONFIG_HOME");
-    const auto kept = before == nullptr ? std::optional<std::string>() : before;
-    setenv("XDG_CONFIG_HOME", "/some/where", 1);
+    const ConfigHome home("/some/where");
     const auto units = UserServiceLayout().userUnits();
-    kept ? setenv("XDG_CONFIG_HOME", kept->c_str(), 1) : unsetenv("XDG_CONFIG_HOME");
     // Root's are those of root's account, whatever the environment says.
     EXPECT_EQ(units, geteuid() == 0 ? "/root/.config/systemd/user" : "/some/where/systemd/user");
 }

@@ -44,6 +44,9 @@ public:
     bool disable() override;
     bool isEnabled() const override { return agent.hasFile(); }
 
+    /// Only the home folder decides there.
+    std::optional<TavoPaths> pathsOfRun() const override { return std::nullopt; }
+
     /// Nothing keeps an agent over the logout.
     std::optional<std::string> logoutAdvice() const override { return std::nullopt; }
 
