@@ -62,9 +62,13 @@ lid closed. Once the reason is gone, the computer may sleep again.
 This package has the desktop app: a panel in the tray that switches it on
 and off, and a settings window.")
 
+# The Debian packages have the licence in their copyright file.
+install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/tavo" COMPONENT documents)
+
 include(CPack)
 cpack_add_component_group(tavoctl)
 cpack_add_component_group(tavo)
 cpack_add_component(tavoctl GROUP tavoctl)
 cpack_add_component(system GROUP tavoctl)
 cpack_add_component(tavo GROUP tavo)
+cpack_add_component(documents)

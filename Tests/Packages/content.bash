@@ -43,6 +43,7 @@ top=$(basename "$archive" .tar.gz)
 foreign=$(tar -tzf "$archive" | grep -vE "^$top/(bin|libexec|share)(/|$)" || true)
 [ -z "$foreign" ] || fail "in the archive: $foreign"
 ! tar -tzf "$archive" | grep -E 'systemd|polkit-1' || fail "the archive has files that name programs in /usr"
+grep -qx "$top/share/doc/tavo/LICENSE" <<<"$(tar -tzf "$archive")" || fail "the archive lacks the licence"
 [ "$(tar -tvzf "$archive" | awk '{ print $2 }' | sort -u)" = root/root ] || fail "the archive tells who has built it"
 
 # Each warning that the policy's checker is right about is an error; the others are explained in the package.

@@ -11,7 +11,7 @@ endAgent() {
     waitUntil 20 hasEnded
 }
 # A command with the agent's name in it would be taken for the agent.
-hasEnded() { tavoctl history | grep -q 'ended$'; }
+hasEnded() { tavoctl history | grep -q 'c[l]aude ended$'; }
 FUNCTIONS
 beLaptop
 standIn claude
