@@ -88,8 +88,9 @@ TEST_F(UserServiceManagerTest, AUnitThatNamesThisProgramIsWrittenEnabledAndStart
 
 TEST_F(UserServiceManagerTest, TheUnitSaysHowTheServiceIsRestarted) {
     const auto text = UserServiceManager::unitText("/opt/tavo/bin/tavoctl");
-    for (const auto* line : {"\nType=notify\n", "\nRestart=on-failure\n", "\nRestartPreventExitStatus=64 69 75 78\n",
-                             "\nNoNewPrivileges=yes\n", "\nWantedBy=default.target\n"}) {
+    for (const auto* line :
+         {"\nType=notify\n", "\nRestart=on-failure\n", "\nRestartPreventExitStatus=64 69 75 78 127 203\n",
+          "\nNoNewPrivileges=yes\n", "\nWantedBy=default.target\n"}) {
         EXPECT_THAT(text, HasSubstr(line));
     }
 }
