@@ -1,4 +1,4 @@
-# What a desktop is told about the app: the entry with its actions, and the metainfo for software centres.
+# The files that tell a desktop about the app: the entry with its actions, and the metainfo for software centres.
 # Usage: MetaInfo.bash PROJECT CMAKE TAVO VERSION
 set -euo pipefail
 project=$1 cmake=$2 tavo=$3 version=$4

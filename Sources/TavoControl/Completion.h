@@ -35,7 +35,7 @@ struct CompletionCandidate {
     bool operator==(const CompletionCandidate&) const = default;
 };
 
-/// What can stand in the place of the last word.
+/// The words that may be meant by the last one.
 struct CompletionAnswer {
     enum class Kind {
         words,   ///< the candidates, which may be none

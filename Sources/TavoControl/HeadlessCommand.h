@@ -16,7 +16,7 @@ namespace tavo {
 ///         HeadlessLaunchError and what else HeadlessLaunchManaging throws.
 ExitStatus switchHeadlessRun(const HeadlessOptions& options, const TavoStoring& store, const Platform& platform);
 
-/// What somebody has to know who switches the desktop app's launch at login while the run without a desktop is on;
+/// A note for somebody who switches the desktop app's launch at login while the run without a desktop is on;
 /// nothing when that is off.
 std::optional<std::string> headlessRunNote(bool launchAtLoginEnabled, const Platform& platform);
 

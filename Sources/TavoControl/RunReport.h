@@ -48,7 +48,7 @@ struct RunLine {
     std::string plainText() const;
 
 private:
-    /// What follows the title.
+    /// The text that follows the title.
     std::string rest() const;
 };
 

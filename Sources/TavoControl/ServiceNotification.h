@@ -21,7 +21,7 @@ public:
     /// The service is about to end.
     void stopping() const { send("STOPPING=1"); }
 
-    /// What the manager shows as the service's status; sent only when it differs from the last one.
+    /// The status of the service that its manager shows; sent only when it differs from the last one.
     /// @param text  on one line.
     void status(const std::string& text) {
         if (!address.empty() && text != lastStatus) {

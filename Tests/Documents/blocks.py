@@ -44,7 +44,7 @@ class Checks:
         result = self.run(str(root), "get", "--json")
         if result.returncode != 0:
             return [result.stderr.strip()]
-        # What is left out gets its default, and a preset brings its rule along.
+        # A key that is left out gets its default, and a preset brings its rule along.
         return differences(block, json.loads(result.stdout))
 
     def trigger(self, block: texts.Block, root: pathlib.Path) -> list[str]:

@@ -45,7 +45,7 @@ class Names:
         files = [self.project / name for name in ("CMakeLists.txt", "CMakePresets.json")]
         for folder in ("Sources", "Resources", "Tests", "Benchmarks", "Fuzz", "cmake", "scripts", ".ci"):
             files += (path for path in (self.project / folder).rglob("*") if "corpus" not in path.parts)
-        # What this folder lists would otherwise be its own witness.
+        # The lists of this folder would otherwise be their own witness.
         own = pathlib.Path(__file__).parent.name
         texts = (".1", ".5", ".8", ".png")
         kept = (path for path in files if path.is_file() and own not in path.parts and path.suffix not in texts)

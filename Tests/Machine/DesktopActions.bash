@@ -1,4 +1,4 @@
-# What a launcher offers besides the start: the actions of the desktop entry, with the app running and without it.
+# A launcher offers more than the start: the actions of the desktop entry, with the app running and without it.
 . "$(dirname "$0")/machine.bash"
 . "$(dirname "$0")/desktop.bash"
 beginDesktop

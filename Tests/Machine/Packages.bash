@@ -61,14 +61,18 @@ tavoctl --root ~/third run --always &
 echo $! >/run/user/$UID/run
 exec tavoctl run --always --lid closed
 STAY
-asAlice bash /run/stay.bash >/run/stay.out 2>&1 &
-session=$!
-expectWithin 10 lidActionsAre "ignore ignore"
-owner=$(control helper status | sed -n 's/^override .* process //p')
-app=$(cat "/run/user/$(id -u alice)/app")
-run=$(cat "/run/user/$(id -u alice)/run")
-expectWithin 20 test -s ~alice/other/state.json
-expectWithin 20 test -s ~alice/third/state.json
+# beginStay: alice's $app and $run, and $owner, which has the override, all of them in $session.
+beginStay() {
+    asAlice bash /run/stay.bash >/run/stay.out 2>&1 &
+    session=$!
+    expectWithin 10 lidActionsAre "ignore ignore"
+    owner=$(control helper status | sed -n 's/^override .* process //p')
+    app=$(cat "/run/user/$(id -u alice)/app")
+    run=$(cat "/run/user/$(id -u alice)/run")
+    expectWithin 20 test -s ~alice/other/state.json
+    expectWithin 20 test -s ~alice/third/state.json
+}
+beginStay
 locksBefore=$(heldByTavo)
 expectContains "$locksBefore" block "the locks before the upgrade"
 configuration=$(cat ~alice/.config/Tavo/config.json)
@@ -106,14 +110,7 @@ expectWithin 10 noHelperRuns
 
 # Removed while Tavo runs: the override ends before the helper's program goes, and so does the grant. What alice runs goes on as
 # far as it can, and says what is missing once it needs it.
-asAlice bash /run/stay.bash >/run/stay.out 2>&1 &
-session=$!
-expectWithin 10 lidActionsAre "ignore ignore"
-owner=$(control helper status | sed -n 's/^override .* process //p')
-app=$(cat "/run/user/$(id -u alice)/app")
-run=$(cat "/run/user/$(id -u alice)/run")
-expectWithin 20 test -s ~alice/other/state.json
-expectWithin 20 test -s ~alice/third/state.json
+beginStay
 loginctl enable-linger bob
 expectWithin 20 systemctl --machine=bob@.host --user start tavo.service
 bobsRun=$(systemctl --machine=bob@.host --user show --property=MainPID --value tavo.service)

@@ -33,7 +33,7 @@ git clone --quiet "$project" "$work/a clone in another folder"
 cd "$work/a clone in another folder"
 version=$(sed -nE 's/^project\(Tavo VERSION ([0-9.]+) .*/\1/p' CMakeLists.txt)
 
-# What cannot be released is refused before anything is built or changed.
+# A release that is not possible is refused before anything is built or changed.
 refused 64 "name one version" scripts/release
 refused 64 "\"1.2\" is no version" scripts/release 1.2
 refused 64 "\"01.2.3\" is no version" scripts/release --dry-run 01.2.3

@@ -24,7 +24,7 @@ constexpr int barHeight = 26;
 constexpr int titleHeight = 30;
 constexpr double frameRadius = 10;
 
-/// What the app shows in one state, in one theme.
+/// The app in one state and one theme.
 struct Shown {
     QPixmap window;
     QPixmap panel;

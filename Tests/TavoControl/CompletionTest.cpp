@@ -41,7 +41,7 @@ Words candidates(const Words& words, const ProcessListing& processes = noProcess
     return result;
 }
 
-/// What the shell's script reads.
+/// The lines that the shell's script reads.
 std::string text(const Words& arguments, const ProcessListing& processes = noProcesses) {
     return completeCommandLine(arguments, processes).value_or("nothing");
 }

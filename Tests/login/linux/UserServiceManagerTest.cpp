@@ -5,6 +5,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -301,7 +302,8 @@ TEST_F(UserServiceManagerTest, TheUsersUnitsLieBesideTheFolderOfTheConfiguration
     const ConfigHome home("/some/where");
     const auto units = UserServiceLayout().userUnits();
     // Root's are those of root's account, whatever the environment says.
-    EXPECT_EQ(units, geteuid() == 0 ? "/root/.config/systemd/user" : "/some/where/systemd/user");
+    EXPECT_EQ(units, geteuid() == 0 ? std::filesystem::path(getpwuid(0)->pw_dir) / ".config/systemd/user"
+                                    : std::filesystem::path("/some/where/systemd/user"));
 }
 
 } // namespace

@@ -15,7 +15,7 @@ struct SystemdHelperLayout {
     /// The leftover of a helper that could not end its overrides.
     std::filesystem::path lidDropIn = HelperLocations::lidDropIn();
 
-    /// What a distribution's package listens for its own helper with, and the grant of that.
+    /// The socket unit of a distribution's package, which listens for its own helper, and the grant of that.
     std::filesystem::path packagedSocketUnit = HelperLocations::packagedSocketUnit();
     std::filesystem::path grant = HelperLocations::grant();
 
