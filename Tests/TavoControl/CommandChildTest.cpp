@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <fstream>
 #include <system_error>
 
 namespace tavo {
@@ -62,13 +63,17 @@ TEST_F(CommandChildTest, GivesTheExitStatusAsAShellHasIt) {
 }
 
 TEST_F(CommandChildTest, TellsOfStopContinuationAndExitInTurn) {
-    auto child = shell("kill -STOP $$; exit 3");
+    const auto gate = folder.path() / "gate";
+    ASSERT_EQ(mkfifo(gate.c_str(), 0600), 0);
+    // Without the gate it could exit before anybody asks, and of two changes the system keeps the last one.
+    auto child = shell("kill -STOP $$; read -r line <'" + gate.string() + "'; exit 3");
     const auto stopped = next(child);
     EXPECT_EQ(stopped.change, Change::stopped);
     EXPECT_EQ(stopped.status, SIGSTOP);
     EXPECT_FALSE(child.nextEvent());
     child.signal(SIGCONT);
     EXPECT_EQ(next(child).change, Change::continued);
+    std::ofstream(gate) << "go\n";
     const auto exited = next(child);
     EXPECT_EQ(exited.change, Change::exited);
     EXPECT_EQ(exited.status, 3);
