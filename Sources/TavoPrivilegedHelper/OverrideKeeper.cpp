@@ -196,6 +196,16 @@ void OverrideKeeper::writeJournal() const {
     journal.save(record);
 }
 
+/// The next helper must neither take over an override that was refused nor one that has ended, whatever the setting says
+/// meanwhile.
+void OverrideKeeper::noteOverrides() const noexcept {
+    try {
+        writeJournal();
+    } catch (const std::exception&) {
+        // The next attempt to settle writes it again.
+    }
+}
+
 /// While this fails, nobody knows what is in force: it may be the old scopes, the new ones, or a part of either.
 void OverrideKeeper::apply(const Scopes& scopes) {
     unknown.insert(applied.begin(), applied.end());
@@ -249,6 +259,7 @@ void OverrideKeeper::settle() noexcept {
         writeJournal();
         isSettled = true;
     } catch (const std::exception& error) {
+        noteOverrides();
         // Logged once: the attempts go on, and would fill the log.
         if (std::exchange(isSettled, false)) {
             surroundings.log(fmt::format("could not bring the overrides in order, trying again: {}", error.what()));

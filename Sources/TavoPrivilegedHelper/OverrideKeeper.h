@@ -107,6 +107,7 @@ private:
     bool lidMayBeClosed() const;
     Scopes wantedScopes() const;
     void writeJournal() const;
+    void noteOverrides() const noexcept;
     bool isApplied(const Scopes& scopes) const { return unknown.empty() && scopes == applied; }
     void apply(const Scopes& scopes);
     void applyPossible(const Scopes& wanted);

@@ -53,6 +53,31 @@ TEST_F(Keeper, ARestartTakesOverTheOverridesOfLivingProcesses) {
     EXPECT_FALSE(std::filesystem::exists(file));
 }
 
+TEST_F(Keeper, AnOverrideThatWasRefusedIsNotTakenOver) {
+    begin(tavoProcess, PMSetScope::ac);
+    setting->failure = "logind is away.";
+    EXPECT_THROW(begin(tavoProcess, PMSetScope::battery), WakeControlError);
+    EXPECT_THROW(begin(controlProcess, PMSetScope::battery), WakeControlError);
+    setting->failure.reset();
+    applied();
+    restart();
+    keeper->takeOver();
+    EXPECT_THAT(applied(), ElementsAre("apply ac"));
+    EXPECT_FALSE(processes->isWatched(controlProcess));
+}
+
+TEST_F(Keeper, AnOverrideThatEndedWhileTheSettingFailedIsNotTakenOver) {
+    begin(tavoProcess, PMSetScope::ac);
+    setting->failure = "logind is away.";
+    EXPECT_THROW(end(tavoProcess, PMSetScope::ac), WakeControlError);
+    setting->failure.reset();
+    applied();
+    restart();
+    keeper->takeOver();
+    EXPECT_THAT(applied(), ElementsAre("apply none"));
+    EXPECT_TRUE(journal.load().isEmpty());
+}
+
 TEST_F(Keeper, ANumberThatBelongsToAnotherProcessNowIsNotTakenOver) {
     begin(tavoProcess, PMSetScope::ac);
     keeper.reset();
