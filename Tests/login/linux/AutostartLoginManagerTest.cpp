@@ -128,6 +128,12 @@ TEST(DesktopExec, WhatMayNotBeInTheFirstWordIsInAnother) {
               R"x(/bin/sh -c "exec \\"\\$0\\" \\"\\$@\\"" "/x=y/tavo" "--hidden")x");
 }
 
+/// Desktops refuse an entry with such a line, and it would be "on" without any effect.
+TEST(DesktopExec, CannotCarryWhatIsNoText) {
+    EXPECT_FALSE(desktopExecValue("/a\xFF/tavo"));
+    EXPECT_TRUE(desktopExecValue("/\xC3\xA9/tavo"));
+}
+
 TEST(DesktopExec, CannotCarryControlCharactersOrNothing) {
     EXPECT_FALSE(desktopExecValue("/a\nb"));
     EXPECT_FALSE(desktopExecValue("/a\x7F"));
@@ -142,6 +148,15 @@ TEST(DesktopEntry, ValuesAreThoseOfItsOwnGroup) {
     EXPECT_EQ(desktopEntryValue(text, "Exec"), "x=y");
     EXPECT_EQ(desktopEntryValue(text, "Hidden"), std::nullopt);
     EXPECT_EQ(desktopEntryValue("", "Hidden"), std::nullopt);
+}
+
+TEST(DesktopEntry, OfTwoValuesOfAKeyTheLastCounts) {
+    EXPECT_EQ(desktopEntryValue("[Desktop Entry]\nHidden=true\nHidden=false\n", "Hidden"), "false");
+}
+
+TEST(DesktopEntry, OnlyALineFeedEndsALine) {
+    EXPECT_EQ(desktopEntryValue("[Desktop Entry]\nName=a\u2028Hidden=true\n", "Hidden"), std::nullopt);
+    EXPECT_EQ(desktopEntryValue("[Desktop Entry]\r\nHidden=true\r\n", "Hidden"), "true");
 }
 
 } // namespace

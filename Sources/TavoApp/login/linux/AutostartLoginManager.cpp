@@ -17,9 +17,9 @@ bool isControl(char character) {
     return byte < 0x20 || byte == 0x7F;
 }
 
-/// Trimmed of blanks and tabs, which may stand around a key, its "=" and its value.
+/// Trimmed of white space, which may stand around a key, its "=" and its value.
 std::string_view trimmed(std::string_view text) {
-    constexpr std::string_view blanks = " \t\r";
+    constexpr std::string_view blanks = " \t\r\v\f";
     const auto start = text.find_first_not_of(blanks);
     return start == std::string_view::npos ? std::string_view()
                                            : text.substr(start, text.find_last_not_of(blanks) - start + 1);
@@ -63,7 +63,7 @@ std::filesystem::path userAutostartFolder() {
 std::optional<std::string> desktopExecValue(const std::filesystem::path& program,
                                             const std::vector<std::string>& arguments) {
     const auto path = program.string();
-    if (path.empty() || std::any_of(path.begin(), path.end(), isControl)) {
+    if (path.empty() || std::any_of(path.begin(), path.end(), isControl) || repairUTF8(path) != path) {
         return std::nullopt;
     }
     // The first word may hold no equals sign, and desktops look for its file before they make one percent sign of two.
@@ -77,19 +77,22 @@ std::optional<std::string> desktopExecValue(const std::filesystem::path& program
 }
 
 std::optional<std::string> desktopEntryValue(std::string_view text, std::string_view key) {
+    std::optional<std::string> value;
     bool isInGroup = false;
-    for (const auto line : splitLines(text)) {
-        const auto content = trimmed(line);
+    while (!text.empty()) {
+        const auto end = std::min(text.find('\n'), text.size());
+        const auto content = trimmed(text.substr(0, end));
+        text.remove_prefix(std::min(end + 1, text.size()));
         if (content.starts_with('[')) {
             isInGroup = content == "[Desktop Entry]";
             continue;
         }
         const auto equals = content.find('=');
         if (isInGroup && equals != std::string_view::npos && trimmed(content.substr(0, equals)) == key) {
-            return std::string(trimmed(content.substr(equals + 1)));
+            value = trimmed(content.substr(equals + 1)); // the desktops' libraries obey the last
         }
     }
-    return std::nullopt;
+    return value;
 }
 
 std::filesystem::path AutostartLoginManager::entry() const {

@@ -13,12 +13,13 @@ namespace tavo {
 
 /// The value of an Exec key that starts a program with arguments: its path, for some paths a shell in front of it, and
 /// each argument, quoted by the Desktop Entry Specification 1.5, "The Exec key", and then escaped as every value of the
-/// type string is. Nothing for a path with control characters, which the format cannot carry.
-/// @param arguments  without control characters.
+/// type string is. Nothing for a path that the format cannot carry: with control characters, or not in UTF-8.
+/// @param arguments  in UTF-8, without control characters.
 std::optional<std::string> desktopExecValue(const std::filesystem::path& program,
                                             const std::vector<std::string>& arguments = {});
 
-/// The value of a key in the group "Desktop Entry" of a desktop entry's text, unchanged.
+/// The value of a key in the group "Desktop Entry" of a desktop entry's text, unchanged; the last one when the key stands
+/// there several times.
 std::optional<std::string> desktopEntryValue(std::string_view text, std::string_view key);
 
 /// Launch at login by an entry that desktops start, Desktop Application Autostart Specification 0.5.
