@@ -5,10 +5,12 @@
 //   helper-client plans         begins overrides as a Tavo does whose plan changes, and lives on like hold
 //   helper-client raw HEX       sends bytes as they are, and prints the reply
 //   helper-client flood COUNT   opens this many connections at once, half of them silent, and pings the helper meanwhile
-//   helper-client noise COUNT   sends this many random bodies, and pings the helper now and then
+//   helper-client noise COUNT   sends this many hostile messages, and pings the helper now and then; the same ones for the
+//                               same number in TAVO_SEED
 //
 // A reply is printed as "data TEXT", "message TEXT" or "closed".
 
+#include "HostileMessages.h"
 #include "base/FileDescriptor.h"
 #include "helper/linux/SocketFraming.h"
 #include "helper/linux/SocketPrivilegedHelperClient.h"
@@ -21,7 +23,9 @@
 #include <array>
 #include <cerrno>
 #include <charconv>
+#include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <iostream>
 #include <random>
 #include <span>
@@ -132,22 +136,37 @@ void flood(int count) {
     fmt::print("{} answered, {} closed\n", answered, count - answered);
 }
 
+/// What comes back for a hostile message.
+std::string provoke(const HostileMessages::Message& message) {
+    const auto connection = connectToHelper();
+    for (const auto& piece : message.pieces) {
+        sendAll(connection, piece);
+    }
+    if (!message.waitsForReply) {
+        return "closed";
+    }
+    shutdown(connection.get(), SHUT_WR);
+    return replyText(connection);
+}
+
 void makeNoise(int count) {
-    std::minstd_rand random(20); // the same noise every time
-    constexpr std::size_t longest = 300;
     constexpr int pingEvery = 1000;
-    int messages = 0;
+    const char* const given = std::getenv("TAVO_SEED");
+    const auto seed = given != nullptr ? std::stoul(given) : std::random_device()();
+    fmt::print("TAVO_SEED={}\n", seed);
+    HostileMessages messages(static_cast<std::uint32_t>(seed));
+    int refused = 0;
     for (int index = 0; index < count; ++index) {
-        std::string body(random() % longest, '\0');
-        for (auto& byte : body) {
-            byte = static_cast<char>(random() & 0xFFU);
+        const auto reply = provoke(messages.next());
+        if (!reply.starts_with("message ") && reply != "closed") {
+            throw std::runtime_error(fmt::format("message {} was carried out: {}", index, reply));
         }
-        messages += exchange(SocketFraming::request(body)).starts_with("message ") ? 1 : 0;
+        refused += reply == "closed" ? 0 : 1;
         if (index % pingEvery == 0) {
             requirePong();
         }
     }
-    fmt::print("{} refused\n", messages);
+    fmt::print("{} refused, {} closed\n", refused, count - refused);
 }
 
 void carryOut(const std::string& what, std::span<char*> arguments) {
