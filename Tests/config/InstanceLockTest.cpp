@@ -1,8 +1,12 @@
 #include "config/InstanceLock.h"
 
 #include "Support/TemporaryDirectory.h"
+#include "base/ErrorText.h"
+#include "base/FileError.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -112,6 +116,38 @@ TEST(InstanceLock, ANoteIsReplacedWhileTheLockIsHeld) {
         EXPECT_EQ(InstanceLock::noteOfHolder(path), later);
         EXPECT_EQ(InstanceLock::holder(path), child.pid);
     }
+}
+
+TEST(InstanceLock, WhatIsNoFileIsNamedAndBlocksNobody) {
+    const TemporaryDirectory folder;
+    const auto path = folder.path() / "tavo.lock";
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+    EXPECT_EQ(InstanceLock::holder(path), std::nullopt);
+    EXPECT_EQ(InstanceLock::noteOfHolder(path), "");
+    try {
+        InstanceLock::acquire(path);
+        FAIL() << "a pipe was locked";
+    } catch (const FileError& error) {
+        EXPECT_EQ(errorText(error),
+                  "could not lock " + path.string() + ", which is a pipe and not a file; move it away.");
+    }
+}
+
+TEST(InstanceLock, IsHeldThoughItsNoteCannotBeWritten) {
+    const TemporaryDirectory folder;
+    const auto path = folder.path() / "tavo.lock";
+    const auto child = fork();
+    if (child == 0) {
+        // Nothing may be written any more, as on a full disk.
+        std::signal(SIGXFSZ, SIG_IGN);
+        const struct rlimit limit { 0, 0 };
+        setrlimit(RLIMIT_FSIZE, &limit);
+        const auto lock = InstanceLock::acquire(path, "note");
+        _exit(lock && std::filesystem::file_size(path) == 0 ? 0 : 1);
+    }
+    int status = -1;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
 }
 
 } // namespace

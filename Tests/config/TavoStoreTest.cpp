@@ -226,6 +226,19 @@ TEST_F(TavoStoreTest, AFileBeyondOneMebibyteIsRefusedAndKeptAside) {
     EXPECT_EQ(std::filesystem::file_size(root / "config.json.unreadable"), std::uintmax_t{1} << 40U);
 }
 
+TEST_F(TavoStoreTest, AStateBeyondSixtyFourMebibytesIsRefusedAndReplaced) {
+    store.saveRuntimeSnapshot(fullSnapshot());
+    std::filesystem::resize_file(root / "state.json", std::uintmax_t{1} << 40U); // a hole takes no space on the disk
+    try {
+        store.loadRuntimeSnapshot();
+        FAIL() << "a file of a tebibyte passed";
+    } catch (const DecodingError& error) {
+        EXPECT_EQ(error.description(), "the file is larger than 64 MiB, which no state is.");
+    }
+    store.saveRuntimeSnapshot(fullSnapshot());
+    EXPECT_EQ(store.loadRuntimeSnapshot(), fullSnapshot());
+}
+
 TEST_F(TavoStoreTest, AFileThatIsNestedBeyondReasonIsRefused) {
     auto json = Json(AppConfig::defaultConfig());
     const auto nested = [](std::size_t levels) { return std::string(levels, '[') + std::string(levels, ']'); };

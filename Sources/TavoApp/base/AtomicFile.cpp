@@ -1,5 +1,6 @@
 #include "base/AtomicFile.h"
 
+#include "base/FileError.h"
 #include "base/TrustedPath.h"
 
 #include <fcntl.h>
@@ -7,30 +8,11 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <system_error>
-#include <utility>
 
 namespace tavo {
 
 namespace {
-
-[[noreturn]] void throwErrno(const std::string& what, const std::filesystem::path& path) {
-    throw std::system_error(errno, std::generic_category(), what + " " + path.string());
-}
-
-void writeAll(const FileDescriptor& file, std::string_view content, const std::filesystem::path& path) {
-    while (!content.empty()) {
-        const auto written = write(file.get(), content.data(), content.size());
-        if (written < 0 && errno == EINTR) {
-            continue;
-        }
-        if (written < 0) {
-            throwErrno("could not write", path);
-        }
-        content.remove_prefix(static_cast<std::size_t>(written));
-    }
-}
 
 /// Where a link leads, also when the file that it names is not there yet.
 std::filesystem::path resolvedLink(const std::filesystem::path& path) {
@@ -50,14 +32,6 @@ std::filesystem::path resolvedLink(const std::filesystem::path& path) {
 /// Where the content of a path is to be put: a link stays one.
 std::filesystem::path placeOf(const std::filesystem::path& path) {
     return geteuid() == 0 ? trustedFile(path) : resolvedLink(path);
-}
-
-/// Makes the rename last through a power cut. A file system that cannot flush a folder has done its best already.
-void flushFolder(const std::filesystem::path& folder) {
-    const FileDescriptor descriptor(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (descriptor) {
-        fsync(descriptor.get());
-    }
 }
 
 /// A folder is not made where somebody's link leads: to a disk that is not mounted, as likely as not.
@@ -82,78 +56,41 @@ void makeDirectories(const std::filesystem::path& directory) {
     }
     const int error = mkdir(directory.c_str(), S_IRWXU) == 0 ? 0 : errno;
     if (error != 0 && !std::filesystem::is_directory(directory, ignored)) {
-        errno = error == EEXIST ? ENOTDIR : error;
-        throwErrno("could not create the folder", directory);
+        throw FileError(error == EEXIST ? ENOTDIR : error, "could not create the folder", directory);
     }
 }
 
 } // namespace
 
 StagedFile::StagedFile(const std::filesystem::path& path, std::string_view content, mode_t mode)
-    : place(placeOf(path)), name(place.string() + ".XXXXXX") {
-    file = FileDescriptor(mkostemp(name.data(), O_CLOEXEC));
-    if (!file) {
-        throwErrno("could not write a temporary file beside", place);
+    : place(placeOf(path)), file(place) {
+    file.write(content);
+    keepOwner();
+    if (fchmod(file.descriptor(), mode) != 0) {
+        throw FileError(errno, "could not set who may read", place);
     }
-    try {
-        writeAll(file, content, place);
-        keepOwner();
-        if (fchmod(file.get(), mode) != 0) {
-            throwErrno("could not set who may read", place);
-        }
-        if (fsync(file.get()) != 0) {
-            throwErrno("could not flush to the disk", place);
-        }
-    } catch (...) {
-        unlink(name.c_str());
-        throw;
-    }
-}
-
-StagedFile::~StagedFile() {
-    if (!isMoved) {
-        unlink(name.c_str());
-    }
+    file.flush();
 }
 
 /// Root may write anybody's file, and must not lock its owner out with that.
 void StagedFile::keepOwner() const {
     struct stat old {};
     if (geteuid() == 0 && lstat(place.c_str(), &old) == 0 && S_ISREG(old.st_mode) && old.st_uid != 0 &&
-        fchown(file.get(), old.st_uid, old.st_gid) != 0) {
-        throwErrno("could not keep the owner of", place);
+        fchown(file.descriptor(), old.st_uid, old.st_gid) != 0) {
+        throw FileError(errno, "could not keep the owner of", place);
     }
-}
-
-void StagedFile::moveIntoPlace() {
-    if (rename(name.c_str(), place.c_str()) != 0) {
-        throwErrno("could not replace", place);
-    }
-    isMoved = true;
-    flushFolder(place.parent_path());
 }
 
 bool createFile(const std::filesystem::path& path, std::string_view content) {
     const auto place = trustedFile(path);
-    const FileDescriptor file(open(place.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR));
-    if (!file && errno == EEXIST) {
+    struct stat status {};
+    if (lstat(place.c_str(), &status) == 0) {
         return false;
     }
-    if (!file) {
-        throwErrno("could not write", place);
-    }
-    try {
-        writeAll(file, content, place);
-        if (fsync(file.get()) != 0) {
-            throwErrno("could not flush to the disk", place);
-        }
-    } catch (...) {
-        // Each attempt on a full disk would leave one more empty file.
-        unlink(place.c_str());
-        throw;
-    }
-    flushFolder(place.parent_path());
-    return true;
+    UnfinishedFile file(place);
+    file.write(content);
+    file.flush();
+    return file.linkIntoPlace();
 }
 
 std::string readWholeFile(const std::filesystem::path& path, std::size_t limit) {
@@ -161,11 +98,10 @@ std::string readWholeFile(const std::filesystem::path& path, std::size_t limit) 
     const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct stat status {};
     if (!file || fstat(file.get(), &status) != 0) {
-        throwErrno("could not read", path);
+        throw FileError(errno, "could not read", path);
     }
     if (!S_ISREG(status.st_mode)) {
-        errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
-        throwErrno("could not read", path);
+        throw FileError::noFile(status.st_mode, "could not read", path);
     }
     std::string content;
     constexpr std::size_t chunk = 65536;
@@ -175,14 +111,13 @@ std::string readWholeFile(const std::filesystem::path& path, std::size_t limit) 
         const auto count = read(file.get(), content.data() + before, chunk);
         content.resize(before + static_cast<std::size_t>(count > 0 ? count : 0));
         if (content.size() > limit) {
-            errno = EFBIG;
-            throwErrno("could not read", path);
+            throw std::system_error(EFBIG, std::generic_category(), "could not read " + path.string());
         }
         if (count == 0) {
             return content;
         }
         if (count < 0 && errno != EINTR) {
-            throwErrno("could not read", path);
+            throw FileError(errno, "could not read", path);
         }
     }
 }

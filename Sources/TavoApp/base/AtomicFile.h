@@ -1,6 +1,6 @@
 #pragma once
 
-#include "base/FileDescriptor.h"
+#include "base/UnfinishedFile.h"
 
 #include <sys/types.h>
 
@@ -12,8 +12,8 @@
 namespace tavo {
 
 /// Reads a whole file.
-/// @throws std::system_error naming the path, also when it is no regular file, and (file_too_large) as soon as there
-///         are more than `limit` bytes.
+/// @throws FileError, also when it is no regular file, and std::system_error (file_too_large) as soon as there are more
+///         than `limit` bytes.
 std::string readWholeFile(const std::filesystem::path& path,
                           std::size_t limit = std::numeric_limits<std::size_t>::max());
 
@@ -23,23 +23,18 @@ class StagedFile {
 public:
     /// See replaceFileAtomically(). Nothing has happened to the file itself yet.
     explicit StagedFile(const std::filesystem::path& path, std::string_view content, mode_t mode = 0600);
-    StagedFile(const StagedFile&) = delete;
-    StagedFile& operator=(const StagedFile&) = delete;
-    ~StagedFile();
 
     /// The file that is replaced: what the path leads to when it is a link.
     const std::filesystem::path& target() const { return place; }
 
     /// @throws std::system_error; the old file is whole then.
-    void moveIntoPlace();
+    void moveIntoPlace() { file.moveIntoPlace(); }
 
 private:
     void keepOwner() const;
 
     std::filesystem::path place;
-    std::string name;
-    FileDescriptor file;
-    bool isMoved = false;
+    UnfinishedFile file;
 };
 
 /// Replaces a file's content, or makes the file: a temporary file in the same folder is written, flushed to the disk
@@ -47,12 +42,12 @@ private:
 /// link stays one: the file that it leads to is replaced. Root leaves the file to its owner, and uses only folders and
 /// links that are root's own, see trustedFile().
 /// @param mode  of the new file; the process's mask does not count.
-/// @throws std::system_error naming the path, and UntrustedPathError; the old file is whole then, and no temporary file
-///         is left.
+/// @throws FileError, and UntrustedPathError; the old file is whole then, and no temporary file is left. One that a
+///         killed process has left is removed by the next call for the same path.
 void replaceFileAtomically(const std::filesystem::path& path, std::string_view content, mode_t mode = 0600);
 
-/// Makes a file for its owner alone. Gives false when there is something under that name already.
-/// @throws std::system_error naming the path, and UntrustedPathError; no file is left then.
+/// Makes a file for its owner alone, which is whole as soon as it is there. Gives false when there is something under
+/// that name already. @throws FileError, and UntrustedPathError; no file is left then.
 bool createFile(const std::filesystem::path& path, std::string_view content);
 
 /// Makes a folder and the missing ones above it, each with mode 0700; leaves one that exists as it is.

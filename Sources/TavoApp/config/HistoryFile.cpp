@@ -3,6 +3,7 @@
 #include "base/AtomicFile.h"
 #include "base/ErrorText.h"
 #include "base/FileDescriptor.h"
+#include "base/FileError.h"
 #include "base/JsonCoding.h"
 #include "base/TrustedPath.h"
 
@@ -21,7 +22,7 @@ namespace tavo {
 namespace {
 
 [[noreturn]] void throwErrno(int error, const std::string& what, const std::filesystem::path& path) {
-    throw std::system_error(error, std::generic_category(), what + " " + path.string());
+    throw FileError(error, what, path);
 }
 
 /// Where the file lies when its folder is root's alone, see trustedFolder(). A link in the file's own place is not
@@ -39,14 +40,17 @@ FileDescriptor openOwn(const std::filesystem::path& path, int flags, const std::
         if (errno == ENOENT) {
             return file;
         }
-        throwErrno(errno, errno == ELOOP ? purpose + " a link," : purpose, path);
+        if (errno == ELOOP) {
+            throw FileError::noFile(S_IFLNK, purpose, path);
+        }
+        throwErrno(errno, purpose, path);
     }
     struct stat status {};
     if (fstat(file.get(), &status) != 0) {
         throwErrno(errno, purpose, path);
     }
     if (!S_ISREG(status.st_mode)) {
-        throwErrno(EINVAL, purpose + " something that is no file,", path);
+        throw FileError::noFile(status.st_mode, purpose, path);
     }
     if (status.st_uid != geteuid()) {
         throwErrno(EPERM, purpose + " another user's file,", path);

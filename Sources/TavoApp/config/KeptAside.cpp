@@ -48,7 +48,10 @@ bool KeptAside::keepAs(const std::filesystem::path& candidate) {
         return true;
     }
     if (errno == EEXIST) {
-        return false;
+        // A save that was killed in between has kept it already.
+        std::error_code ignored;
+        return std::filesystem::equivalent(file, candidate, ignored) &&
+               !std::filesystem::is_symlink(candidate, ignored);
     }
     // No second names for the files of others (the kernel's protected_hardlinks), on FAT, or on another file system.
     if (const auto content = contentOf(file)) {

@@ -22,15 +22,17 @@ bool isMissing(const std::filesystem::path& path) {
 /// Far more than any configuration needs; a file that is a mistake is not worth the memory.
 constexpr std::size_t largestConfig = std::size_t{1} << 20U;
 
-std::string readConfigFile(const std::filesystem::path& path) {
+/// Enough for dozens of matched processes with the longest command lines that a system takes (2 MiB on Linux).
+constexpr std::size_t largestState = std::size_t{64} << 20U;
+
+std::string readFile(const std::filesystem::path& path, std::size_t limit, const char* refusal) {
     try {
-        return readWholeFile(path, largestConfig);
+        return readWholeFile(path, limit);
     } catch (const std::system_error& error) {
         if (error.code() != std::errc::file_too_large) {
             throw;
         }
-        throw DecodingError(DecodingError::Kind::dataCorrupted, {},
-                            "the file is larger than 1 MiB, which no configuration is.");
+        throw DecodingError(DecodingError::Kind::dataCorrupted, {}, refusal);
     }
 }
 
@@ -41,7 +43,8 @@ AppConfig TavoStore::loadConfigAsWritten() const {
     if (isMissing(file)) {
         return AppConfig::defaultConfig();
     }
-    return AppConfig::fromJson(parseJson(readConfigFile(file)));
+    return AppConfig::fromJson(
+        parseJson(readFile(file, largestConfig, "the file is larger than 1 MiB, which no configuration is.")));
 }
 
 AppConfig TavoStore::loadConfig() const {
@@ -77,7 +80,8 @@ RuntimeSnapshot TavoStore::loadRuntimeSnapshot() const {
     if (isMissing(file)) {
         return RuntimeSnapshot::idle();
     }
-    return RuntimeSnapshot::fromJson(parseJson(readWholeFile(file)));
+    return RuntimeSnapshot::fromJson(
+        parseJson(readFile(file, largestState, "the file is larger than 64 MiB, which no state is.")));
 }
 
 void TavoStore::saveRuntimeSnapshot(const RuntimeSnapshot& snapshot) const {
