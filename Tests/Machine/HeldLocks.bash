@@ -10,7 +10,7 @@ holdFor tavo sleep delay
 second=$!
 holdFor 'not tavo' idle block
 third=$!
-trap 'kill $first $second $third 2>/dev/null || true' EXIT
+atExit 'kill $first $second $third 2>/dev/null'
 
 expectWithin 10 holds tavo $'sleep delay\nsleep:idle block'
 expectWithin 10 holds 'not tavo' 'idle block'

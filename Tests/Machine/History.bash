@@ -9,7 +9,7 @@ endingsAre() { [ "$(endings)" = "$1" ]; }
 
 sleep 1000 &
 watched=$!
-trap 'kill "$watched" 2>/dev/null || true' EXIT
+atExit 'kill "$watched" 2>/dev/null'
 beginRun "$root" --command "sleep 1000"
 expectHeld 'sleep:idle block'
 expectEqual ongoing "$(endings)" "endings while it runs"

@@ -17,7 +17,7 @@ hasLines() { [ "$(wc -l <"$1")" -ge "$2" ]; }
 printAll
 sleep 1000 &
 watched=$!
-trap 'kill "$watched" 2>/dev/null || true' EXIT
+atExit 'kill "$watched" 2>/dev/null'
 beginRun "$root" --json --command "sleep 1000" --while-working --for 1h
 expectHeld 'sleep:idle block'
 printAll

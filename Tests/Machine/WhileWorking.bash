@@ -33,7 +33,7 @@ endPrograms() {
     local program
     for program in "$worker" "$prompt" $(cat "$programs/daemons"); do kill "$program" 2>/dev/null || true; done
 }
-trap endPrograms EXIT
+atExit endPrograms
 areAdopted() { # they are daemons once process 1 is their parent
     [ "$(wc -l <"$programs/daemons")" = 2 ] && [ "$(ps -o ppid= -p "$(paste -sd, "$programs/daemons")" | tr -d ' ' | sort -u)" = 1 ]
 }

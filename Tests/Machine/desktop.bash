@@ -22,7 +22,7 @@ beginDesktop() {
         exit "$status"
     fi
     desktopPrograms=()
-    trap endDesktop EXIT
+    atExit endDesktop
     local numberFile
     numberFile=$(mktemp)
     Xvfb -displayfd 3 -screen 0 1000x700x24 -nolisten tcp 3>"$numberFile" 2>/dev/null &

@@ -9,6 +9,25 @@ scripts=$(cd "$(dirname "${BASH_SOURCE[0]}")/../../scripts" && pwd)
 # shellcheck source=scripts/waiting.bash
 . "$scripts/waiting.bash"
 
+# atExit COMMAND: COMMAND is evaluated when the test ends, also by a signal; the latest one first. A test that sets the
+# trap itself replaces those of others.
+exitCommands=()
+atExit() { exitCommands+=("$1"); }
+runExitCommands() {
+    local index
+    for ((index = ${#exitCommands[@]} - 1; index >= 0; --index)); do eval "${exitCommands[index]}" || true; done
+}
+trap runExitCommands EXIT
+
+# mktemp makes a test's files in a folder that ends with the test. A test that starts itself again with exec keeps it.
+# Other users may pass through.
+if [ "${testFolder-}" != "$$:${TMPDIR-}" ]; then
+    TMPDIR=$(mktemp -d)
+    chmod 711 "$TMPDIR"
+    export TMPDIR testFolder="$$:$TMPDIR"
+fi
+atExit 'rm -rf --one-file-system "$TMPDIR"'
+
 fail() {
     echo "failed: $*" >&2
     exit 1

@@ -12,7 +12,7 @@ if [ -z "${TAVO_OWN_RUN-}" ]; then
 fi
 
 scratch=$(mktemp -d)
-trap 'kill $(jobs -p) 2>/dev/null || true; rm -r "$scratch"' EXIT
+atExit 'kill $(jobs -p) 2>/dev/null'
 
 # The parts of this machine that must be as before. Processes are identified by their namespaces, see hasNoProcessOf.
 describeHost() {

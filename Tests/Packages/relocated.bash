@@ -1,7 +1,7 @@
 # Usage: relocated.bash FOLDER, under scripts/with-logind. The archive works wherever it is unpacked, and after a move.
 . "$(dirname "$0")/../Machine/machine.bash"
 place=$(mktemp -d)
-trap 'rm -rf "$place"' EXIT
+atExit 'rm -rf "$place"'
 tar -xzf "$1"/tavo-*.tar.gz -C "$place"
 unpacked=$(echo "$place"/tavo-*)
 
