@@ -1,7 +1,7 @@
 // Measures how long programs of others take, in microseconds, which it prints:
 //
 //   stopwatch exit COMMAND...   from the start of a command until it has ended
-//   stopwatch line COMMAND...   from the start of a command until its first line of output; it is ended then (SIGTERM)
+//   stopwatch lock COMMAND...   from the start of a command until logind has a new lock; it is ended then (SIGTERM)
 //   stopwatch unlock PID        from SIGKILL to a process until logind has dropped a lock
 //
 // The output of a command goes nowhere else, and a command has to succeed.
@@ -20,6 +20,7 @@
 #include <charconv>
 #include <chrono>
 #include <csignal>
+#include <cstdint>
 #include <cstdio>
 #include <stdexcept>
 #include <string>
@@ -64,15 +65,6 @@ public:
         }
     }
 
-    void readLine() const {
-        char byte = 0;
-        while (byte != '\n') {
-            if (read(output.get(), &byte, 1) != 1) {
-                throw std::runtime_error("the command has printed no line");
-            }
-        }
-    }
-
     void readAll() const {
         std::array<char, 4096> buffer{};
         while (read(output.get(), buffer.data(), buffer.size()) > 0) {
@@ -102,14 +94,35 @@ Clock::duration untilExit(char** words) {
     return Clock::now() - start;
 }
 
-Clock::duration untilLine(char** words) {
+/// Sees one kind of change in the folder of logind's locks.
+class LockWatch {
+public:
+    explicit LockWatch(std::uint32_t change) : folder(inotify_init1(IN_CLOEXEC)) {
+        if (!folder || inotify_add_watch(folder.get(), lockFolder, change) < 0) {
+            throwErrno("watch the folder of logind's locks");
+        }
+    }
+
+    void waitForChange() const {
+        pollfd waited{.fd = folder.get(), .events = POLLIN, .revents = 0};
+        if (poll(&waited, 1, patience) != 1) {
+            throw std::runtime_error("no lock has come or gone");
+        }
+    }
+
+private:
+    FileDescriptor folder;
+};
+
+Clock::duration untilLock(char** words) {
+    const LockWatch locks(IN_CREATE);
     const auto start = Clock::now();
     const Command command(words);
-    command.readLine();
+    locks.waitForChange();
     const auto end = Clock::now();
     command.end();
     command.readAll();
-    command.hasSucceeded(); // some end by the signal, and others are done with what they wanted to say
+    static_cast<void>(command.hasSucceeded()); // it was ended by a signal
     return end - start;
 }
 
@@ -118,18 +131,12 @@ Clock::duration untilUnlock(const std::string& text) {
     if (std::from_chars(text.data(), text.data() + text.size(), process).ec != std::errc{} || process <= 1) {
         throw std::invalid_argument("not a process id: " + text);
     }
-    const FileDescriptor folder(inotify_init1(IN_CLOEXEC));
-    if (!folder || inotify_add_watch(folder.get(), lockFolder, IN_DELETE) < 0) {
-        throwErrno("watch the folder of logind's locks");
-    }
+    const LockWatch locks(IN_DELETE);
     const auto start = Clock::now();
     if (kill(process, SIGKILL) != 0) {
         throwErrno("end a process");
     }
-    pollfd waited{.fd = folder.get(), .events = POLLIN, .revents = 0};
-    if (poll(&waited, 1, patience) != 1) {
-        throw std::runtime_error("no lock has ended");
-    }
+    locks.waitForChange();
     return Clock::now() - start;
 }
 
@@ -137,8 +144,8 @@ Clock::duration measure(std::string_view what, char** words) {
     if (what == "exit") {
         return untilExit(words);
     }
-    if (what == "line") {
-        return untilLine(words);
+    if (what == "lock") {
+        return untilLock(words);
     }
     if (what == "unlock") {
         return untilUnlock(words[0]);
@@ -151,7 +158,7 @@ Clock::duration measure(std::string_view what, char** words) {
 
 int main(int count, char** values) {
     if (count < 3) {
-        fmt::print(stderr, "usage: stopwatch exit|line COMMAND..., or stopwatch unlock PID\n");
+        fmt::print(stderr, "usage: stopwatch exit|lock COMMAND..., or stopwatch unlock PID\n");
         return 64;
     }
     try {

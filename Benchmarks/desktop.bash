@@ -14,6 +14,8 @@ beginDesktop() {
     waitUntil 20 test -s "$number" || give "no X server starts."
     DISPLAY=:$(cat "$number")
     export DISPLAY QT_QPA_PLATFORM=xcb
+    mkdir -m 0700 "$work/runtime"
+    export XDG_RUNTIME_DIR=$work/runtime
     # Without these Qt takes on the looks of the desktop on which this runs.
     unset WAYLAND_DISPLAY XDG_CURRENT_DESKTOP QT_QPA_PLATFORMTHEME QT_STYLE_OVERRIDE
     begin trayer --edge top --align right --width 20 --height 24
