@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QPointer>
 #include <QTest>
 #include <QThread>
 #include <atomic>
@@ -50,6 +51,15 @@ TEST(QtMainLoop, BackgroundWorkRunsElsewhereAndItsEndHere) {
     EXPECT_TRUE(QTest::qWaitFor([&] { return endedOn != nullptr; }));
     EXPECT_NE(workedOn, QThread::currentThread());
     EXPECT_EQ(endedOn, QThread::currentThread());
+}
+
+TEST(QtMainLoop, NoThreadWaitsForMoreBackgroundWork) {
+    QtMainLoop loop;
+    QPointer<QThread> worker;
+    bool hasEnded = false;
+    loop.runInBackground([&] { worker = QThread::currentThread(); }, [&] { hasEnded = true; });
+    ASSERT_TRUE(QTest::qWaitFor([&] { return hasEnded; }));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !worker || worker->isFinished(); }));
 }
 
 TEST(QtMainLoop, SaysWhetherBackgroundWorkHasEnded) {

@@ -16,6 +16,8 @@ class Timer final : public MainLoopTimer {
 public:
     Timer(double seconds, std::function<void()> work) : timer(new QTimer) {
         timer->setSingleShot(true);
+        // A minute ends at a full second of the monotonic clock, as in other programs: they wake up the processor together.
+        timer->setTimerType(Qt::CoarseTimer);
         timer->setInterval(static_cast<int>(std::ceil(seconds * millisecondsPerSecond)));
         QObject::connect(timer, &QTimer::timeout, std::move(work));
         timer->start();
@@ -33,6 +35,12 @@ private:
 };
 
 } // namespace
+
+/// Threads that have no work end at once: Qt, which paints with them too, would wake each of them up half a minute later
+/// for that.
+QtMainLoop::QtMainLoop() {
+    QThreadPool::globalInstance()->setExpiryTimeout(0);
+}
 
 QtMainLoop::~QtMainLoop() {
     QThreadPool::globalInstance()->waitForDone();

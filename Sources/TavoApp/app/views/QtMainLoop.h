@@ -9,6 +9,8 @@ namespace tavo {
 /// The main loop of a Qt application: the thread on which the application object lives.
 class QtMainLoop final : public MainLoop {
 public:
+    QtMainLoop();
+
     /// Waits for work that is still being done in the background.
     ~QtMainLoop() override;
 

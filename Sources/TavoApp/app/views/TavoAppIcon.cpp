@@ -1,11 +1,12 @@
 #include "app/views/TavoAppIcon.h"
 
+#include "app/views/DrawnIcon.h"
+
 #include <QCoreApplication>
 #include <QFile>
 #include <QPainter>
 #include <QPainterPath>
 #include <QSvgRenderer>
-#include <initializer_list>
 
 namespace tavo {
 
@@ -41,13 +42,11 @@ QIcon TavoAppIcon::load(const QString& bundleFile, const QString& drawingFile) {
             return icon;
         }
     }
-    QIcon icon;
-    if (QFile::exists(drawingFile) && QSvgRenderer(drawingFile).isValid()) {
-        for (const int side : {16, 24, 32, 48, 64, 128, 256}) {
-            icon.addPixmap(rendered(drawingFile, side, 1.0));
-        }
+    if (!QFile::exists(drawingFile) || !QSvgRenderer(drawingFile).isValid()) {
+        return {};
     }
-    return icon;
+    return drawnIcon({16, 24, 32, 48, 64, 128, 256},
+                     [drawingFile](int side) { return rendered(drawingFile, side, 1.0); });
 }
 
 AppIconView::AppIconView(int side, QWidget* parent) : QWidget(parent), side(side) {

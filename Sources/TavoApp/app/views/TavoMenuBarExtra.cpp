@@ -37,17 +37,10 @@ bool isAnyWindowShown() {
 } // namespace
 
 TavoMenuBarExtra::TavoMenuBarExtra(ModelObserver& observer, const TrayWatch& tray)
-    : observer(observer), tray(tray), toggleAction(new QAction(&contextMenu)),
-      panelWindow(std::make_unique<PanelWindow>(flagsOf(panelKind()), isWindowSystemComposited)) {
-    panelWindow->setWindowTitle(QStringLiteral("tavo"));
-    panelWindow->setObjectName(QStringLiteral("panel"));
-    auto* view = new TavoMenuBarView(
-        observer, [this] { closePanel(); }, panelWindow.get());
-    panelWindow->setPanel(*view);
-    panelWindow->setFocusProxy(view);
-    panelWindow->installEventFilter(this);
-
+    : observer(observer), tray(tray), toggleAction(new QAction(&contextMenu)) {
     fillMenu();
+    // For changes of the palette.
+    contextMenu.installEventFilter(this);
     connect(&observer, &ModelObserver::changed, this, &TavoMenuBarExtra::showModel);
     connect(&tray, &TrayWatch::changed, this, &TavoMenuBarExtra::makeItem);
     showModel(~ModelChanges());
@@ -55,6 +48,25 @@ TavoMenuBarExtra::TavoMenuBarExtra(ModelObserver& observer, const TrayWatch& tra
 }
 
 TavoMenuBarExtra::~TavoMenuBarExtra() = default;
+
+PanelWindow& TavoMenuBarExtra::panel() {
+    if (!panelWindow) {
+        panelWindow = makePanel();
+    }
+    return *panelWindow;
+}
+
+std::unique_ptr<PanelWindow> TavoMenuBarExtra::makePanel() {
+    auto window = std::make_unique<PanelWindow>(flagsOf(panelKind()), isWindowSystemComposited);
+    window->setWindowTitle(QStringLiteral("tavo"));
+    window->setObjectName(QStringLiteral("panel"));
+    auto* view = new TavoMenuBarView(
+        observer, [this] { closePanel(); }, window.get());
+    window->setPanel(*view);
+    window->setFocusProxy(view);
+    window->installEventFilter(this);
+    return window;
+}
 
 /// Called only once there is a tray: Qt detects the kind of tray once, with the first item. The item stays when its
 /// tray goes: Qt shows it in the next one of that kind.
@@ -98,15 +110,23 @@ void TavoMenuBarExtra::showState() {
     if (!statusItem) {
         return;
     }
-    const bool isHeld = observer.model().runtimeSnapshot().isWakeAssertionActive;
-    statusItem->setIcon(statusItemIcon(isHeld, QGuiApplication::palette().color(QPalette::WindowText)));
+    if (shownHeld != observer.model().runtimeSnapshot().isWakeAssertionActive) {
+        showIcon();
+    }
     // For users who cannot tell the icons apart.
     const auto title = observer.model().runtimeStatusCopy().title;
     statusItem->setToolTip(QStringLiteral("tavo: ") + QString::fromStdString(title));
 }
 
+void TavoMenuBarExtra::showIcon() {
+    if (statusItem) {
+        shownHeld = observer.model().runtimeSnapshot().isWakeAssertionActive;
+        statusItem->setIcon(statusItemIcon(*shownHeld, QGuiApplication::palette().color(QPalette::WindowText)));
+    }
+}
+
 void TavoMenuBarExtra::togglePanel() {
-    if (panelWindow->isVisible()) {
+    if (panel().isVisible()) {
         closePanel();
         return;
     }
@@ -142,7 +162,7 @@ void TavoMenuBarExtra::placePanel() {
 
 void TavoMenuBarExtra::closePanel() {
     // Closing the window deactivates it first, which calls this function again.
-    if (isClosing || !panelWindow->isVisible()) {
+    if (isClosing || !panelWindow || !panelWindow->isVisible()) {
         return;
     }
     isClosing = true;
@@ -160,15 +180,18 @@ void TavoMenuBarExtra::closePanel() {
 }
 
 bool TavoMenuBarExtra::eventFilter(QObject* watched, QEvent* event) {
+    if (watched != panelWindow.get()) {
+        if (event->type() == QEvent::PaletteChange) {
+            showIcon();
+        }
+        return QObject::eventFilter(watched, event);
+    }
     if (event->type() == QEvent::KeyPress && static_cast<QKeyEvent*>(event)->key() == Qt::Key_Escape) {
         closePanel();
         return true;
     }
     if (event->type() == QEvent::WindowDeactivate && panelKind() != PanelKind::popup) {
         closePanel();
-    }
-    if (event->type() == QEvent::PaletteChange) {
-        showState();
     }
     return QObject::eventFilter(watched, event);
 }

@@ -10,6 +10,7 @@
 #include <QObject>
 #include <QSystemTrayIcon>
 #include <memory>
+#include <optional>
 
 namespace tavo {
 
@@ -23,7 +24,8 @@ public:
     void togglePanel();
     void closePanel();
 
-    PanelWindow& panel() const { return *panelWindow; }
+    /// Made when it is first asked for.
+    PanelWindow& panel();
 
     /// Null until there is a tray to show it.
     const QSystemTrayIcon* item() const { return statusItem.get(); }
@@ -34,8 +36,10 @@ protected:
 
 private:
     void makeItem();
+    std::unique_ptr<PanelWindow> makePanel();
     void showModel(ModelChanges changes);
     void showState();
+    void showIcon();
     void fillMenu();
     void placePanel();
 
@@ -45,6 +49,7 @@ private:
     std::unique_ptr<QSystemTrayIcon> statusItem;
     QAction* toggleAction;
     std::unique_ptr<PanelWindow> panelWindow;
+    std::optional<bool> shownHeld;
     bool isClosing = false;
     AwakeEndWatch awakeEnd;
 };

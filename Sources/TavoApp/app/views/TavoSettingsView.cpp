@@ -76,7 +76,6 @@ TavoSettingsView::TavoSettingsView(ModelObserver& observer, const QString& machi
     welcome = new TavoWelcomeView(
         observer, machineNoun, [this] { setShowsSettings(true); }, this);
     pages->addWidget(welcome);
-    pages->addWidget(makeSettings());
     background->lower();
     // A click outside the controls takes the focus from them.
     setFocusPolicy(Qt::ClickFocus);
@@ -94,7 +93,14 @@ TavoSettingsView::TavoSettingsView(ModelObserver& observer, const QString& machi
     onKey(Qt::Key_Escape, &TavoAppModel::revertDraft);
     connect(&observer, &ModelObserver::changed, this, &TavoSettingsView::showModel);
     connect(&observer, &ModelObserver::settingsAsked, this, [this] { setShowsSettings(true); });
-    showModel();
+}
+
+void TavoSettingsView::setShowsSettings(bool shows) {
+    if (shows && pages->count() == 1) {
+        pages->addWidget(makeSettings());
+        showModel();
+    }
+    pages->setCurrentIndex(shows ? 1 : 0);
 }
 
 QWidget* TavoSettingsView::makeSettings() {
@@ -142,7 +148,9 @@ void TavoSettingsView::setHint(const QString& hint) {
 }
 
 void TavoSettingsView::showModel() {
-    notices->setNotices(UserNotices::of(observer.model()).withHint(hintText.toStdString()));
+    if (notices != nullptr) {
+        notices->setNotices(UserNotices::of(observer.model()).withHint(hintText.toStdString()));
+    }
 }
 
 void TavoSettingsView::resizeEvent(QResizeEvent* event) {

@@ -16,7 +16,9 @@ public:
     TavoSettingsView(ModelObserver& observer, const QString& machineNoun, QWidget* parent = nullptr);
 
     bool showsSettings() const { return pages->currentIndex() == 1; }
-    void setShowsSettings(bool shows) { pages->setCurrentIndex(shows ? 1 : 0); }
+
+    /// The settings are made when they are first shown.
+    void setShowsSettings(bool shows);
 
     /// Shows a sentence above the footer, for as long as this view lives.
     void setHint(const QString& hint);

@@ -52,9 +52,12 @@ public:
 
     TavoSettingsView* const view;
 
+    /// It welcomes once.
+    bool hasBeenClosed = false;
+
 protected:
     void closeEvent(QCloseEvent* event) override {
-        view->setShowsSettings(true);
+        hasBeenClosed = true;
         QWidget::closeEvent(event);
     }
 };
@@ -79,6 +82,9 @@ TavoSettingsView& TavoSettingsWindowController::view() const {
 
 void TavoSettingsWindowController::showWindow() {
     settingsWindow->setWindowState(settingsWindow->windowState() & ~Qt::WindowMinimized);
+    if (settingsWindow->hasBeenClosed) {
+        settingsWindow->view->setShowsSettings(true);
+    }
     // No control should look as if the user had chosen it.
     settingsWindow->view->setFocus();
     settingsWindow->show();

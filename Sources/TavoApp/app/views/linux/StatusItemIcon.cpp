@@ -1,17 +1,15 @@
 #include "app/views/StatusItemIcon.h"
 
+#include "app/views/DrawnIcon.h"
 #include "app/views/Symbol.h"
 #include "app/views/TavoMenuBarIcon.h"
 
 #include <QFile>
-#include <QIconEngine>
 #include <QPainter>
 #include <QStandardPaths>
 #include <algorithm>
 #include <cmath>
-#include <initializer_list>
 #include <numbers>
-#include <utility>
 
 namespace tavo {
 
@@ -49,33 +47,6 @@ QPixmap drawn(const QString& name, int side, double opacity) {
     return dimmed;
 }
 
-/// A tray that finds the name in the icon theme draws that icon in its own colours; others show the pictures.
-class NamedIconEngine final : public QIconEngine {
-public:
-    NamedIconEngine(QIcon pictures, QString name) : pictures(std::move(pictures)), name(std::move(name)) {}
-
-    void paint(QPainter* painter, const QRect& place, QIcon::Mode mode, QIcon::State state) override {
-        pictures.paint(painter, place, Qt::AlignCenter, mode, state);
-    }
-    QPixmap pixmap(const QSize& size, QIcon::Mode mode, QIcon::State state) override {
-        return pictures.pixmap(size, 1.0, mode, state);
-    }
-    QSize actualSize(const QSize& size, QIcon::Mode mode, QIcon::State state) override {
-        return pictures.actualSize(size, mode, state);
-    }
-    QList<QSize> availableSizes(QIcon::Mode mode, QIcon::State state) override {
-        return pictures.availableSizes(mode, state);
-    }
-    QString iconName() override { return name; }
-    bool isNull() override { return pictures.isNull(); }
-    QString key() const override { return QStringLiteral("tavo-status-item"); }
-    QIconEngine* clone() const override { return new NamedIconEngine(pictures, name); }
-
-private:
-    QIcon pictures;
-    QString name;
-};
-
 /// Whether panels find it: they search the same folders, and not those of a program that was not installed.
 bool isInstalled(const QString& name) {
     return !QStandardPaths::locate(QStandardPaths::GenericDataLocation,
@@ -88,12 +59,11 @@ bool isInstalled(const QString& name) {
 QIcon statusItemIcon(bool isWakeAssertionActive, const QColor&) {
     const auto name = isWakeAssertionActive ? QStringLiteral("com.vrd.tavo-awake-symbolic")
                                             : QStringLiteral("com.vrd.tavo-idle-symbolic");
-    QIcon pictures;
-    for (const int side : {16, 18, 22, 24, 32, 36, 48, 64}) {
-        pictures.addPixmap(
-            drawn(name, side, isWakeAssertionActive ? TavoMenuBarIcon::heldOpacity : TavoMenuBarIcon::idleOpacity));
-    }
-    return isInstalled(name) ? QIcon(new NamedIconEngine(pictures, name)) : pictures;
+    const double opacity = isWakeAssertionActive ? TavoMenuBarIcon::heldOpacity : TavoMenuBarIcon::idleOpacity;
+    // A tray that finds the name in the icon theme draws that icon in its own colours; others show the pictures.
+    return drawnIcon(
+        {16, 18, 22, 24, 32, 36, 48, 64}, [=](int side) { return drawn(name, side, opacity); },
+        isInstalled(name) ? name : QString());
 }
 
 } // namespace tavo

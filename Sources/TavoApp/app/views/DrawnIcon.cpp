@@ -1,0 +1,60 @@
+#include "app/views/DrawnIcon.h"
+
+#include <QIconEngine>
+#include <QPainter>
+#include <algorithm>
+#include <utility>
+
+namespace tavo {
+
+namespace {
+
+class DrawnIconEngine final : public QIconEngine {
+public:
+    DrawnIconEngine(std::vector<int> sides, std::function<QPixmap(int)> draw, QString name)
+        : sides(std::move(sides)), draw(std::move(draw)), name(std::move(name)) {}
+
+    void paint(QPainter* painter, const QRect& place, QIcon::Mode mode, QIcon::State state) override {
+        const double ratio = painter->device() == nullptr ? 1.0 : painter->device()->devicePixelRatio();
+        pictureFor(place.size() * ratio).paint(painter, place, Qt::AlignCenter, mode, state);
+    }
+    QPixmap pixmap(const QSize& size, QIcon::Mode mode, QIcon::State state) override {
+        return pictureFor(size).pixmap(size, 1.0, mode, state);
+    }
+    QSize actualSize(const QSize& size, QIcon::Mode, QIcon::State) override {
+        const int side = std::min({sideFor(size), size.width(), size.height()});
+        return {side, side};
+    }
+    QList<QSize> availableSizes(QIcon::Mode, QIcon::State) override {
+        QList<QSize> sizes;
+        for (const int side : sides) {
+            sizes.append({side, side});
+        }
+        return sizes;
+    }
+    QString iconName() override { return name; }
+    bool isNull() override { return false; }
+    QString key() const override { return QStringLiteral("tavo-drawn"); }
+    QIconEngine* clone() const override { return new DrawnIconEngine(sides, draw, name); }
+
+private:
+    int sideFor(const QSize& size) const {
+        const auto fitting = std::lower_bound(sides.begin(), sides.end(), std::max(size.width(), size.height()));
+        return fitting == sides.end() ? sides.back() : *fitting;
+    }
+
+    /// Qt's own icon with this one picture, which scales it and greys it out.
+    QIcon pictureFor(const QSize& size) const { return draw(sideFor(size)); }
+
+    std::vector<int> sides;
+    std::function<QPixmap(int)> draw;
+    QString name;
+};
+
+} // namespace
+
+QIcon drawnIcon(std::vector<int> sides, std::function<QPixmap(int side)> draw, const QString& name) {
+    return QIcon(new DrawnIconEngine(std::move(sides), std::move(draw), name));
+}
+
+} // namespace tavo
