@@ -108,8 +108,8 @@ void checkWriting(const std::vector<std::string>& words) {
 
 void checkReading(const std::string& text) {
     const DesktopsEntry entry(text);
-    // A null byte ends a value of C's.
-    if (!entry || text.find('\0') != std::string::npos) {
+    // Neither a null byte nor what is no UTF-8 is text, and either of them ends a value somewhere.
+    if (!entry || g_utf8_validate(text.data(), static_cast<gssize>(text.size()), nullptr) == 0) {
         return;
     }
     for (const auto* const key : {"Hidden", "X-GNOME-Autostart-enabled"}) {

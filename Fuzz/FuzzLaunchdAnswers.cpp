@@ -124,7 +124,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     static const tavo::TemporaryDirectory folder;
     std::deque<tavo::ShellCommandResult> results;
     for (const auto piece : tavo::pieces({reinterpret_cast<const char*>(data), size})) {
-        if (!piece.empty()) {
+        // A null byte would end the words of an error.
+        if (!piece.empty() && piece.find('\0', 1) == std::string_view::npos) {
             results.push_back({.exitCode = static_cast<unsigned char>(piece.front()),
                                .standardError = tavo::repairUTF8(piece.substr(1))});
         }

@@ -19,7 +19,7 @@ bool isControl(char character) {
 
 /// Trimmed of white space, which may stand around a key, its "=" and its value.
 std::string_view trimmed(std::string_view text) {
-    constexpr std::string_view blanks = " \t\r\v\f";
+    constexpr std::string_view blanks = " \t\r\f";
     const auto start = text.find_first_not_of(blanks);
     return start == std::string_view::npos ? std::string_view()
                                            : text.substr(start, text.find_last_not_of(blanks) - start + 1);
