@@ -1,24 +1,29 @@
 # A desktop of the test's own: an X server without a screen, a window manager, a tray, a session bus. A test sources
 # this after machine.bash and calls beginDesktop first.
 
+# shareTests: $tests is a copy of this folder that every user can read; the checkout may lie where no other user gets to.
+shareTests() {
+    local copy
+    copy=$(mktemp -d)
+    mkdir -p "$copy/Tests" "$copy/Resources/Linux"
+    cp -r "$(dirname "$(realpath "$0")")" "$copy/Tests/Machine"
+    cp -r "$scripts" "$copy/scripts"
+    cp "$scripts/../Resources/Linux/com.vrd.tavo.desktop" "$copy/Resources/Linux"
+    chmod -R a+rX "$copy"
+    tests=$copy/Tests/Machine
+    # Where the X server of an ordinary user puts its socket.
+    mkdir -p -m 1777 /tmp/.X11-unix
+}
+
 # beginDesktop [withoutTray]: runs the test again as an ordinary user, within a session and its bus, and brings up the
 # rest. Everything that it starts ends with the test. Root would do for the pointer, but has no session bus, and so
 # neither notifications nor a screen reader.
 beginDesktop() {
     if [ -z "${TAVO_TEST_DESKTOP-}" ]; then
         createUser tester
-        mkdir -p -m 1777 /tmp/.X11-unix
-        # The checkout may lie where no other user gets to.
-        local status=0 copy
-        copy=$(mktemp -d)
-        mkdir "$copy/Tests"
-        cp -r "$(dirname "$(realpath "$0")")" "$copy/Tests/Machine"
-        cp -r "$scripts" "$copy/scripts"
-        mkdir -p "$copy/Resources/Linux"
-        cp "$scripts/../Resources/Linux/com.vrd.tavo.desktop" "$copy/Resources/Linux"
-        chmod -R a+rX "$copy"
-        runInSession tester env TAVO_TEST_DESKTOP=1 \
-            dbus-run-session -- bash "$copy/Tests/Machine/$(basename "$0")" || status=$?
+        shareTests
+        local status=0
+        runInSession tester env TAVO_TEST_DESKTOP=1 dbus-run-session -- bash "$tests/$(basename "$0")" || status=$?
         exit "$status"
     fi
     desktopPrograms=()

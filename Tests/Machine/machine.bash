@@ -112,7 +112,8 @@ requireMachine() {
 sharePrograms() {
     local shared program
     shared=$(mktemp -d)
-    for program in tavo tavoctl tavo-inhibit TavoPrivilegedHelper helper-client accessible-tree stand-in-tray-host check-json; do
+    for program in tavo tavoctl tavo-inhibit TavoPrivilegedHelper helper-client send-uevent accessible-tree stand-in-tray-host \
+        check-json; do
         cp "$TAVO_BIN/$program" "$shared"
     done
     chmod -R a+rX "$shared"
@@ -218,6 +219,7 @@ presentPowerSupplies() {
 # presentLaptop: shows a mains adapter and a battery, charging at 80 percent, which setPower changes.
 presentLaptop() {
     laptopSupplies=$(mktemp -d)
+    chmod 755 "$laptopSupplies"
     mkdir "$laptopSupplies/AC" "$laptopSupplies/BAT0"
     echo Mains >"$laptopSupplies/AC/type"
     echo Battery >"$laptopSupplies/BAT0/type"
