@@ -59,6 +59,8 @@ asAlice systemctl --user stop tavo.service
 # What the first use of everything brings up, such as the accessibility bus, stays and is nothing of Tavo's.
 for kind in "${kinds[@]}"; do warmUp "$kind"; done
 rememberSurroundings
+expectNothingLeft
+expectLeftoversToBeSeen
 
 echo "seed $seed"
 tellOfFailure() {

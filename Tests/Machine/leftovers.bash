@@ -58,3 +58,27 @@ nothingIsLeft() {
 
 # expectNothingLeft: before long. The bound is for a busy machine; a leftover stays for ever.
 expectNothingLeft() { waitUntil 20 nothingIsLeft || fail "left behind: ${left//$'\n'/; }"; }
+
+# expectLeftoversToBeSeen: one of each kind is noticed, and by its name.
+expectLeftoversToBeSeen() {
+    beginProgram holder systemd-inhibit --who=holder --what=idle sleep infinity
+    beginProgram parent bash -c 'sleep 0.1 & exec sleep infinity'
+    beginProgram listener python3 -c '
+import socket, sys, time
+listener = socket.socket(socket.AF_UNIX)
+listener.bind(sys.argv[1])
+time.sleep(600)' "/run/user/$alice/planted"
+    touch /run/systemd/logind.conf.d/planted.conf
+    expectWithin 20 isEachKindSeen
+    kill "$(cat /run/rounds/holder.pid)" "$(cat /run/rounds/parent.pid)" "$(cat /run/rounds/listener.pid)"
+    rm "/run/user/$alice/planted" /run/systemd/logind.conf.d/planted.conf
+    expectNothingLeft
+}
+isEachKindSeen() {
+    ! nothingIsLeft || return 1
+    local kind
+    for kind in 'lock "idle" "holder"' "process systemd-inhibit" "zombie sleep" "socket /run/user/$alice/planted" \
+        "file /run/systemd/logind.conf.d/planted.conf" "descriptors of systemd-logind"; do
+        [[ $left == *"$kind"* ]] || return 1
+    done
+}
