@@ -23,6 +23,10 @@ while [ $# -gt 0 ]; do
     shift 2
 done
 
+# Below this machine's changes lie the files of the one that booted it, where other programs may add some meanwhile.
+requireMachine "$0"
+for place in /home /var/tmp; do mount --no-mtab -t tmpfs -o mode=1777 tmpfs "$place"; done
+
 # alice: logged in at the seat, with a service manager and a desktop, and served by the helper.
 createUser alice
 alice=$(id -u alice)
