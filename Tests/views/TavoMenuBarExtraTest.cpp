@@ -62,6 +62,18 @@ TEST_F(MenuBarExtraTest, TheTooltipTellsTheState) {
     EXPECT_EQ(extra->item()->toolTip(), "tavo: keeping computer awake");
 }
 
+TEST_F(MenuBarExtraTest, TheIconIsDrawnOnceForEachState) {
+    open();
+    tray.set(true);
+    const auto paused = extra->item()->icon().cacheKey();
+    model->evaluateNow();
+    EXPECT_EQ(extra->item()->icon().cacheKey(), paused);
+    model->toggleEnabled();
+    EXPECT_NE(extra->item()->icon().cacheKey(), paused);
+    model->toggleEnabled();
+    EXPECT_EQ(extra->item()->icon().cacheKey(), paused);
+}
+
 TEST_F(MenuBarExtraTest, SettingsInTheMenuComesToTheSettings) {
     open();
     const auto actions = extra->menu().actions();

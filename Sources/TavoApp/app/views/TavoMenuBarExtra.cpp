@@ -119,10 +119,15 @@ void TavoMenuBarExtra::showState() {
 }
 
 void TavoMenuBarExtra::showIcon() {
-    if (statusItem) {
-        shownHeld = observer.model().runtimeSnapshot().isWakeAssertionActive;
-        statusItem->setIcon(statusItemIcon(*shownHeld, QGuiApplication::palette().color(QPalette::WindowText)));
+    if (!statusItem) {
+        return;
     }
+    shownHeld = observer.model().runtimeSnapshot().isWakeAssertionActive;
+    auto& icon = *shownHeld ? heldIcon : idleIcon;
+    if (icon.isNull()) {
+        icon = statusItemIcon(*shownHeld, QGuiApplication::palette().color(QPalette::WindowText));
+    }
+    statusItem->setIcon(icon);
 }
 
 void TavoMenuBarExtra::togglePanel() {
@@ -182,6 +187,8 @@ void TavoMenuBarExtra::closePanel() {
 bool TavoMenuBarExtra::eventFilter(QObject* watched, QEvent* event) {
     if (watched != panelWindow.get()) {
         if (event->type() == QEvent::PaletteChange) {
+            heldIcon = {};
+            idleIcon = {};
             showIcon();
         }
         return QObject::eventFilter(watched, event);

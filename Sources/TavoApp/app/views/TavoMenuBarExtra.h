@@ -6,6 +6,7 @@
 #include "app/views/TavoMenuBarView.h"
 #include "app/views/TrayWatch.h"
 
+#include <QIcon>
 #include <QMenu>
 #include <QObject>
 #include <QSystemTrayIcon>
@@ -49,6 +50,10 @@ private:
     std::unique_ptr<QSystemTrayIcon> statusItem;
     QAction* toggleAction;
     std::unique_ptr<PanelWindow> panelWindow;
+
+    /// Drawn once, since every drawing stays in Qt's cache for a while: evaluations would fill it.
+    QIcon heldIcon;
+    QIcon idleIcon;
     std::optional<bool> shownHeld;
     bool isClosing = false;
     AwakeEndWatch awakeEnd;
