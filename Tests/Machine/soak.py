@@ -14,7 +14,7 @@ import subprocess
 import sys
 import time
 
-BIN = os.environ["TAVO_BIN"]
+BIN = os.environ.get("TAVO_BIN")
 PATIENCE = 120  # seconds; a busy machine with a sanitizer is slow
 WARM_UP = 0.2  # of the whole
 SAMPLES = 60
@@ -35,6 +35,7 @@ class Program:
         self.evaluations = 0
         self.samples = []  # (evaluations, memory, descriptors, threads, zombies)
         executable = open(f"/proc/{process}/exe", "rb").read()
+        # A sanitizer keeps freed memory, and a record of where it was allocated.
         self.is_sanitized = b"__asan_init" in executable or b"__tsan_init" in executable
 
     def field(self, file, name):
@@ -262,4 +263,5 @@ def main():
     return 1 if problems else 0
 
 
-sys.exit(main())
+if __name__ == "__main__":
+    sys.exit(main())
