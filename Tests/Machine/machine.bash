@@ -215,6 +215,8 @@ hasSuspended() {
 presentPowerSupplies() {
     requireMachine presentPowerSupplies
     mount --bind "$1" /sys/class/power_supply
+    # The folder may be one that goes with this test, and nothing can be mounted over one that has gone.
+    atExit 'umount --lazy /sys/class/power_supply'
 }
 
 # presentLaptop: shows a mains adapter and a battery, charging at 80 percent, which setPower changes.
