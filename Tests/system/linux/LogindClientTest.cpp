@@ -1,13 +1,19 @@
 #include "system/linux/LogindClient.h"
 
 #include "Support/SystemBusTest.h"
+#include "Support/WaitUntil.h"
 #include "TavoInhibit/ScriptedLogind.h"
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
+#include <unistd.h>
 
+#include <atomic>
 #include <chrono>
 #include <csignal>
+#include <fstream>
 
 namespace tavo {
 namespace {
@@ -223,6 +229,40 @@ TEST_F(LogindClientTest, ABoundThatIsChangedHoldsForTheNextCall) {
                 }).description(),
                 StartsWith("could not list logind's locks: "));
     EXPECT_LT(std::chrono::steady_clock::now() - start, BusConnection::usualBound);
+}
+
+std::atomic<int> signalsHandled{0};
+
+/// The letter of proc(5), "/proc/[pid]/stat": S while it waits.
+char stateOfThread(pid_t thread) {
+    std::ifstream file(fmt::format("/proc/self/task/{}/stat", thread));
+    std::string line;
+    std::getline(file, line);
+    return line.at(line.rfind(')') + 2);
+}
+
+TEST_F(LogindClientTest, ASignalIsHandledAfterTheCallAndDoesNotEndIt) {
+    signalsHandled = 0;
+    struct sigaction counting {};
+    counting.sa_handler = [](int) { ++signalsHandled; };
+    struct sigaction before {};
+    ASSERT_EQ(sigaction(SIGUSR2, &counting, &before), 0);
+    std::atomic<pthread_t> caller{};
+    std::atomic<pid_t> callerThread{};
+    const auto list = withInhibitors({{"idle", "tavo", "block", 10}});
+    startService().answer("ListInhibitors", [&](sd_bus_message* call) {
+        EXPECT_TRUE(waitUntil([&] { return stateOfThread(callerThread) == 'S'; }));
+        EXPECT_EQ(pthread_kill(caller, SIGUSR2), 0);
+        return list(call);
+    });
+    const auto held = ask([&](const LogindClient& logind) {
+        callerThread = gettid();
+        caller = pthread_self();
+        return logind.blockingLocks();
+    });
+    EXPECT_EQ(held.size(), 1U);
+    EXPECT_EQ(signalsHandled, 1);
+    sigaction(SIGUSR2, &before, nullptr);
 }
 
 TEST_F(LogindClientTest, TheListOfLocksAsksAnewEveryTime) {

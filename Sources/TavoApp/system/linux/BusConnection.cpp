@@ -5,6 +5,7 @@
 
 #include <cctype>
 #include <cerrno>
+#include <csignal>
 #include <system_error>
 #include <utility>
 
@@ -34,6 +35,23 @@ BusError failure(const std::string& what, int result, const sd_bus_error* error 
     }
     return {error != nullptr && error->name != nullptr ? error->name : "", fmt::format("{}: {}", what, reason)};
 }
+
+/// While this lives, no signal is handled on this thread. One that ends the program would make sd_bus_call() fail, whose
+/// request cannot be sent again: the first one may have been carried out.
+class HeldBackSignals {
+public:
+    HeldBackSignals() {
+        sigset_t all;
+        sigfillset(&all);
+        pthread_sigmask(SIG_BLOCK, &all, &before);
+    }
+    HeldBackSignals(const HeldBackSignals&) = delete;
+    HeldBackSignals& operator=(const HeldBackSignals&) = delete;
+    ~HeldBackSignals() { pthread_sigmask(SIG_SETMASK, &before, nullptr); }
+
+private:
+    sigset_t before{};
+};
 
 bool hasNoOwner(int result) {
     return result == -ENXIO || result == -ESRCH;
@@ -120,6 +138,7 @@ BusMessageHandle BusConnection::call(BusMessageHandle request, const std::string
     checkBusResult(sd_bus_message_set_auto_start(request.get(), 0), attempt);
     ErrorReply reply;
     sd_bus_message* answer = nullptr;
+    const HeldBackSignals heldBack;
     const int result =
         sd_bus_call(bus.get(), request.get(), static_cast<std::uint64_t>(callBound.count()), &reply.error, &answer);
     if (result < 0) {
