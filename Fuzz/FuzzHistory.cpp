@@ -15,7 +15,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         const auto line = tavo::HistoryEntry::fromLine(text).line();
         require(line.size() <= tavo::HistoryEntry::maxLineLength, "a line has a bound");
         require(line.find('\n') == std::string::npos, "a line is one line");
-        require(tavo::HistoryEntry::fromLine(line).line() == line, "what was written reads back");
+        const auto again = tavo::HistoryEntry::fromLine(line);
+        require(again.line() == line && tavo::HistoryEntry::fromLine(again.line()) == again,
+                "what was written reads back");
     } catch (const tavo::DecodingError& error) {
         require(!error.description().empty(), "an error says something");
     }
