@@ -56,6 +56,59 @@ TEST(HistoryEntry, NoLineIsLongerThanAReaderAccepts) {
     EXPECT_EQ(HistoryEntry::fromLine(entry.line()).state.processes.size(), HistoryEntry::maxProcesses);
 }
 
+TEST(HistoryEntry, ALineSaysNoMoreThanIsKnown) {
+    const HistoryWriter app{.program = "tavo", .processID = 12, .startTime = 34};
+    EXPECT_EQ((HistoryEntry{.event = HistoryEvent::start, .time = morning, .writer = app}.line()),
+              R"({"event":"start","pid":12,"program":"tavo","startTime":34,"time":"2026-01-31T09:00:00Z"})");
+    auto entry = change();
+    entry.writer = app;
+    EXPECT_EQ(entry.line(),
+              R"json({"awake":true,"event":"change","held":"idle:sleep (logind)","pid":12,)json"
+              R"("processes":[{"name":"claude","pid":7}],"program":"tavo","reason":"active","startTime":34,)"
+              R"("time":"2026-01-31T09:00:00Z"})");
+    const auto read = HistoryEntry::fromLine(entry.line());
+    EXPECT_FALSE(read.writer.isOnlyOne);
+    EXPECT_FALSE(read.state.isStopped);
+    EXPECT_EQ(read.why, "");
+}
+
+TEST(HistoryEntry, LongTextsAreCutBetweenTwoCharacters) {
+    auto entry = change();
+    entry.writer.program = std::string(29, 'p') + "\u00e9";
+    entry.state.held = std::string(100, 'h');
+    entry.state.processes = {{.processID = 7, .name = std::string(28, 'n') + "\u00e9"},
+                             {.processID = 8, .name = std::string(28, 'n') + "\u20ac"}};
+    entry.why = std::string(101, 'w');
+    const auto read = HistoryEntry::fromLine(entry.line());
+    EXPECT_EQ(read.writer.program, std::string(29, 'p'));
+    EXPECT_EQ(read.state.held, entry.state.held);
+    EXPECT_EQ(read.state.processes.at(0).name, std::string(28, 'n') + "\u00e9");
+    EXPECT_EQ(read.state.processes.at(1).name, std::string(28, 'n'));
+    EXPECT_EQ(read.why, std::string(100, 'w'));
+}
+
+TEST(HistoryEntry, OnlyTimesOfThisAgeAreRead) {
+    const auto startAt = [](const std::string& time, const std::string& more = {}) {
+        return R"({"event":"start","time":")" + time + R"(","program":"tavo","pid":1,"startTime":1)" + more + "}";
+    };
+    const auto suspendFrom = [](const std::string& from) {
+        return R"({"event":"suspend","time":"2026-01-31T09:00:00Z","program":"tavo","pid":1,"startTime":1,"seconds":5,)"
+               R"("from":")" +
+               from + R"("})";
+    };
+    for (const auto* time : {"2000-01-01T00:00:00Z", "2200-01-01T00:00:00Z"}) {
+        EXPECT_NO_THROW(HistoryEntry::fromLine(startAt(time))) << time;
+        EXPECT_NO_THROW(HistoryEntry::fromLine(suspendFrom(time))) << time;
+    }
+    for (const std::string time : {"1999-12-31T23:59:59Z", "2200-01-01T00:00:01Z"}) {
+        EXPECT_THROW(HistoryEntry::fromLine(startAt(time)), DecodingError) << time;
+        EXPECT_THROW(HistoryEntry::fromLine(suspendFrom(time)), DecodingError) << time;
+        EXPECT_THROW(HistoryEntry::fromLine(startAt("2026-01-31T09:00:00Z", R"(,"lastSeen":")" + time + R"(")")),
+                     DecodingError)
+            << time;
+    }
+}
+
 TEST(HistoryEntry, AnythingElseIsADecodingError) {
     const auto good = change().line();
     ASSERT_NO_THROW(HistoryEntry::fromLine(good));

@@ -16,6 +16,7 @@ namespace {
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
+using ::testing::StartsWith;
 
 class HistoryFileTest : public ::testing::Test {
 protected:
@@ -27,6 +28,19 @@ protected:
         return {.event = HistoryEvent::start,
                 .time = *parseISO8601("2026-01-31T09:00:00Z"),
                 .writer = {.program = "tavo", .processID = processID, .startTime = 1}};
+    }
+
+    /// Why a line cannot be appended, and why none can be read.
+    std::pair<std::string, std::string> refusals() const {
+        const auto messageOf = [](const auto& operation) {
+            try {
+                operation();
+            } catch (const std::system_error& error) {
+                return std::string(error.what());
+            }
+            return std::string("succeeded");
+        };
+        return {messageOf([&] { file.append(entry(1)); }), messageOf([&] { file.read(); })};
     }
 
     static std::vector<int> processIDs(const HistoryContent& content) {
@@ -86,6 +100,30 @@ TEST_F(HistoryFileTest, OfAFileThatIsFarTooLargeOnlyTheEndIsRead) {
     EXPECT_EQ(content.skippedLines, 1U);
 }
 
+TEST_F(HistoryFileTest, TheLastFourMebibytesAreRead) {
+    const std::size_t limit = std::size_t{4} << 20U;
+    const std::string filler = std::string(9999, 'x') + "\n"; // too long for a line, which is soon told
+    const auto last = entry(2).line() + "\n";
+    std::string content = entry(1).line() + "\n";
+    while (content.size() <= limit) {
+        content += filler;
+    }
+    folder.write("Tavo/history.jsonl", content + last);
+    const auto read = file.read();
+    EXPECT_EQ(processIDs(read), (std::vector{2}));
+    ASSERT_GT((limit - last.size()) % filler.size(), 1U);
+    EXPECT_EQ(read.skippedLines, (limit - last.size()) / filler.size() + 1) << "with the one that the limit cut";
+}
+
+TEST_F(HistoryFileTest, ALineThatIsLargerThanAFullFileIsWrittenAllTheSame) {
+    const HistoryFile tiny(path, 1);
+    tiny.append(entry(1));
+    EXPECT_FALSE(std::filesystem::exists(tiny.oldPath())) << "an empty file is not turned over";
+    tiny.append(entry(2));
+    EXPECT_EQ(processIDs(tiny.read()), (std::vector{1, 2}));
+    EXPECT_EQ(fileContent(path), entry(2).line() + "\n");
+}
+
 TEST_F(HistoryFileTest, AFullFileIsKeptAndTheOneBeforeItIsNot) {
     const auto lineLength = entry(1).line().size() + 1;
     const HistoryFile small(path, 2 * lineLength);
@@ -123,18 +161,21 @@ TEST_F(HistoryFileTest, LinksPipesAndFoldersAreRefused) {
     const auto elsewhere = folder.write("elsewhere", "mine\n");
     std::filesystem::create_directories(path.parent_path());
     const auto expectRefused = [&](const std::string& what) {
-        EXPECT_THROW(file.append(entry(1)), std::system_error) << what;
-        EXPECT_THROW(file.read(), std::system_error) << what;
-        EXPECT_TRUE(file.problem()) << what;
+        const auto [append, read] = refusals();
+        EXPECT_THAT(append, StartsWith("could not append to" + what + " " + path.string() + ": "));
+        EXPECT_THAT(file.problem().value_or(""), StartsWith("could not append to" + what + " " + path.string() + ": "));
+        EXPECT_THAT(read, StartsWith("could not read" + what + " " + path.string() + ": "));
         std::filesystem::remove(path);
     };
     std::filesystem::create_symlink(elsewhere, path);
-    expectRefused("a link");
+    expectRefused(" a link,");
     EXPECT_EQ(fileContent(elsewhere), "mine\n");
     ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
-    expectRefused("a pipe");
+    expectRefused(" something that is no file,");
     std::filesystem::create_directory(path);
-    expectRefused("a folder");
+    EXPECT_THAT(refusals().first, StartsWith("could not append to " + path.string() + ": "));
+    EXPECT_THAT(file.problem().value_or(""), StartsWith("could not append to " + path.string() + ": "));
+    EXPECT_THAT(refusals().second, StartsWith("could not read something that is no file, " + path.string() + ": "));
 }
 
 TEST_F(HistoryFileTest, AnotherUsersFileIsRefused) {
@@ -143,7 +184,8 @@ TEST_F(HistoryFileTest, AnotherUsersFileIsRefused) {
     }
     file.append(entry(1));
     ASSERT_EQ(chown(path.c_str(), 65534, 65534), 0);
-    EXPECT_THROW(file.append(entry(2)), std::system_error);
+    EXPECT_THAT(refusals().first, StartsWith("could not append to another user's file, " + path.string() + ": "));
+    EXPECT_THAT(refusals().second, StartsWith("could not read another user's file, " + path.string() + ": "));
     EXPECT_THAT(file.problem().value_or(""), HasSubstr("another user's file"));
 }
 
@@ -159,8 +201,11 @@ TEST_F(HistoryFileTest, ALineThatDoesNotFitOnTheDiskIsAnError) {
         try {
             file.append(entry(2));
             _exit(1);
-        } catch (const std::system_error&) {
-            _exit(0);
+        } catch (const std::system_error& error) {
+            _exit(error.code() == std::errc::no_space_on_device &&
+                          std::string(error.what()).starts_with("could not append to " + path.string())
+                      ? 0
+                      : 2);
         }
     }
     int status = -1;

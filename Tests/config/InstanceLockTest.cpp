@@ -12,6 +12,7 @@
 
 #include <array>
 #include <csignal>
+#include <system_error>
 
 namespace tavo {
 namespace {
@@ -105,6 +106,41 @@ TEST(InstanceLock, TheLockOfAKilledProcessBlocksNobody) {
     const HoldingChild second(path);
     EXPECT_TRUE(second.holds);
     EXPECT_EQ(InstanceLock::holder(path), second.pid);
+}
+
+TEST(InstanceLock, ANoteOfAnotherHolderIsNotPassedOffAsItsOwn) {
+    const TemporaryDirectory folder;
+    const auto path = folder.path() / "tavo.lock";
+    const HoldingChild child(path, "its own");
+    for (const auto& content : {std::to_string(getpid()) + "\nanother's\n", std::to_string(child.pid),
+                                "1" + std::to_string(child.pid) + "\nanother's\n", std::string()}) {
+        folder.write("tavo.lock", content); // the very file, so that it stays locked
+        ASSERT_EQ(InstanceLock::holder(path), child.pid);
+        EXPECT_EQ(InstanceLock::noteOfHolder(path), "") << content;
+    }
+    folder.write("tavo.lock", std::to_string(child.pid) + "\nof two\nlines\n\n");
+    EXPECT_EQ(InstanceLock::noteOfHolder(path), "of two\nlines");
+}
+
+TEST(InstanceLock, ItsFileIsTheUsersAloneAndWithoutANoteHoldsTheProcessIDAlone) {
+    const TemporaryDirectory folder;
+    const auto path = folder.path() / "tavo.lock";
+    const HoldingChild child(path);
+    ASSERT_TRUE(child.holds);
+    EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms(0600));
+}
+
+TEST(InstanceLock, AFileThatCannotBeOpenedIsNamed) {
+    const TemporaryDirectory folder;
+    const auto path = folder.path() / "tavo.lock";
+    std::filesystem::create_directory(path);
+    try {
+        InstanceLock::acquire(path);
+        FAIL() << "a folder was locked";
+    } catch (const std::system_error& error) {
+        EXPECT_EQ(error.code(), std::errc::is_a_directory);
+        EXPECT_EQ(std::string(error.what()).find("could not lock " + path.string()), 0U) << error.what();
+    }
 }
 
 TEST(InstanceLock, ANoteIsReplacedWhileTheLockIsHeld) {

@@ -59,6 +59,28 @@ TEST_F(Journal, NamesAScopeOnceAndInOneOrder) {
     EXPECT_EQ(record.scopesInForce, (std::vector{PMSetScope::all, PMSetScope::ac}));
 }
 
+TEST_F(Journal, AcceptsTheNumbersAtTheEdge) {
+    write(R"json({"overrides":[{"pid":1,"startTime":0,"scopes":[],"user":0},
+                               {"pid":2147483647,"startTime":0,"scopes":[],"user":4294967294}],"scopesInForce":[]})json");
+    const auto record = journal.load();
+    ASSERT_EQ(record.overrides.size(), 2U);
+    EXPECT_EQ(record.overrides[0].user, 0U);
+    EXPECT_EQ(record.overrides[1].user, 4294967294U);
+}
+
+TEST_F(Journal, SaysWhatIsNoProcessAndWhatIsNoUser) {
+    for (const auto& [fields, words] : {std::pair{R"("pid":0,"startTime":2)", "this is no process."},
+                                        {R"("pid":4,"startTime":2,"user":-1)", "this is no user."}}) {
+        write(std::string(R"json({"overrides":[{)json") + fields + R"json(,"scopes":[]}],"scopesInForce":[]})json");
+        try {
+            journal.load();
+            FAIL() << fields;
+        } catch (const DecodingError& error) {
+            EXPECT_EQ(error.debugDescription(), words);
+        }
+    }
+}
+
 TEST_F(Journal, RefusesWhatIsNoRecord) {
     for (const auto* text :
          {"", "[]", "{", R"json({"overrides":[]})json", R"json({"scopesInForce":[]})json",

@@ -73,6 +73,17 @@ TEST_F(ActivityFileTest, AMissingOrDamagedFileSaysNothing) {
     EXPECT_EQ(file.readOfRunningTavo(), std::nullopt);
 }
 
+TEST_F(ActivityFileTest, AFileBeyondOneMebibyteIsNotRead) {
+    const LockHolder holder(paths.lockURL());
+    putDownTo(holder.pid(), startOf(holder.pid()));
+    const auto whole = fileContent(file.path());
+    const std::size_t limit = std::size_t{1} << 20U;
+    folder.write("activity.json", whole + std::string(limit - whole.size(), ' '));
+    EXPECT_EQ(file.readOfRunningTavo(), activity);
+    folder.write("activity.json", whole + std::string(limit - whole.size() + 1, ' '));
+    EXPECT_EQ(file.readOfRunningTavo(), std::nullopt);
+}
+
 TEST_F(ActivityFileTest, NamesItsWriterAndIsTheUsersAlone) {
     file.write(activity);
     const auto json = parseJson(fileContent(file.path()));

@@ -113,6 +113,52 @@ TEST_F(HistoryRecorderTest, ASuspendWhileNothingWasHeldIsNone) {
     EXPECT_THAT(entries(), SizeIs(2));
 }
 
+TEST_F(HistoryRecorderTest, ASuspendOfLessThanFiveSecondsIsNone) {
+    recorder.begin(now);
+    recordEveryMinute(awake(), 1);
+    suspended += std::chrono::seconds{4};
+    recordEveryMinute(awake(), 1);
+    EXPECT_THAT(entries(), SizeIs(2));
+    suspended += std::chrono::seconds{5};
+    recordEveryMinute(awake(), 1);
+    ASSERT_THAT(entries(), SizeIs(3));
+    EXPECT_EQ(entries().back().suspendedSeconds, 5);
+}
+
+TEST_F(HistoryRecorderTest, TheStartSaysWhenTheRunBeforeWasLastSeen) {
+    recorder.begin(now, now - std::chrono::hours{1});
+    ASSERT_THAT(entries(), SizeIs(1));
+    EXPECT_EQ(entries().front().lastSeen, now - std::chrono::hours{1});
+    EXPECT_EQ(entries().front().time, now);
+}
+
+TEST_F(HistoryRecorderTest, TheEndSaysWhyAndComesAfterTheSuspendBeforeIt) {
+    recorder.begin(now);
+    recordEveryMinute(awake(), 1);
+    suspended += std::chrono::hours{1};
+    recorder.end(now + std::chrono::hours{1}, "45 minutes are over");
+    const auto written = entries();
+    ASSERT_THAT(written, SizeIs(4));
+    EXPECT_EQ(written[2].event, HistoryEvent::suspend);
+    EXPECT_EQ(written[2].suspendedFrom, now);
+    EXPECT_EQ(written[3].why, "45 minutes are over");
+}
+
+TEST_F(HistoryRecorderTest, AProcessBeyondThoseThatFitOnTheLineIsNoChange) {
+    auto state = awake();
+    for (std::size_t number = 0; number < HistoryEntry::maxProcesses + 2; ++number) {
+        state.processes.push_back({.processID = static_cast<std::int32_t>(100 + number), .name = "node"});
+    }
+    recorder.record(state, now);
+    state.processes.pop_back();
+    recorder.record(state, now);
+    ASSERT_THAT(entries(), SizeIs(1));
+    EXPECT_THAT(entries().front().state.processes, SizeIs(HistoryEntry::maxProcesses));
+    state.processes.resize(HistoryEntry::maxProcesses - 1);
+    recorder.record(state, now);
+    EXPECT_THAT(entries(), SizeIs(2));
+}
+
 TEST_F(HistoryRecorderTest, AFailureIsSaidOnceAndTheStateIsWrittenAsSoonAsThatIsPossible) {
     std::filesystem::create_directory(path);
     recorder.begin(now);

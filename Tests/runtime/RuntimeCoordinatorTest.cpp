@@ -309,5 +309,22 @@ TEST_F(RuntimeCoordinatorTest, MatchesWithoutActivityAreNotEnoughWhenItIsRequire
     expectStopped(coordinator.evaluateAsGiven(process, at(120)), Reason::insufficientActivity, true, 120, codexMatches);
 }
 
+TEST_F(RuntimeCoordinatorTest, TheNextEvaluationIsAsSoonAsTheMonitorHasNews) {
+    RuntimeCoordinator watching(power,
+                                std::make_shared<ProcessWatcher>(table, ProcessWatcher::defaultActivityThreshold,
+                                                                 std::unordered_set<std::int32_t>{},
+                                                                 std::make_shared<WorkMonitor>(WorkRequirement{})),
+                                std::make_shared<WakeController>(runner, sleep), store);
+    process.trigger.requiresActivity = true;
+    runCodex();
+    EXPECT_EQ(watching.evaluateAsGiven(process, at(0)).suggestedNextEvaluationInterval, 30.0);
+    EXPECT_EQ(watching.evaluateAsGiven(process, at(20)).suggestedNextEvaluationInterval, 10.0);
+    const auto justBefore = at(30) - std::chrono::milliseconds{100};
+    EXPECT_EQ(watching.evaluateAsGiven(process, justBefore).suggestedNextEvaluationInterval, 1.0)
+        << "no more often than once a second";
+    EXPECT_EQ(watching.evaluateAsGiven(process, at(31)).suggestedNextEvaluationInterval, 60.0)
+        << "the end of the grace is further away than the ordinary rhythm";
+}
+
 } // namespace
 } // namespace tavo

@@ -28,6 +28,26 @@ TEST(SocketFraming, ABodyOfTheLongestLengthPassesAndOneByteMoreDoesNot) {
     EXPECT_THROW(RequestFrameReader().add("\xFF\xFF\xFF\xFF"s), SocketFramingError);
 }
 
+/// The words of the refusal.
+template <typename Operation>
+std::string refusalOf(Operation operation) {
+    try {
+        operation();
+    } catch (const SocketFramingError& error) {
+        return error.description();
+    }
+    return "accepted";
+}
+
+TEST(SocketFraming, ARefusalSaysHowMuchWasTooMuch) {
+    EXPECT_EQ(refusalOf([] { SocketFraming::request(std::string(SocketFraming::maxBodySize + 1, 'x')); }),
+              "a command of 65537 bytes is too long: 65536 are allowed.");
+    EXPECT_EQ(refusalOf([] { RequestFrameReader().add("\0\x01\0\x01"s); }),
+              "a message of 65537 bytes is too long: 65536 are allowed.");
+    EXPECT_EQ(refusalOf([] { ReplyFrameReader().add("\x04"); }),
+              "the privileged helper answered in a form that this version does not know.");
+}
+
 TEST(SocketFraming, AMessageThatIsTooLongIsCut) {
     const auto frame = SocketFraming::reply({std::nullopt, std::string(SocketFraming::maxBodySize + 7, 'm')});
     const auto reply = ReplyFrameReader().add(frame);

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <csignal>
 #include <future>
 #include <system_error>
 
@@ -99,10 +100,14 @@ TEST_F(InhibitorCommandRunnerTest, AnyOtherEndIsAFailedCommand) {
 }
 
 TEST_F(InhibitorCommandRunnerTest, AChildThatSaysNothingInTimeIsEnded) {
-    const auto pidFile = folder.path() / "pid";
-    const auto error = failureOf("echo $$ >'" + pidFile.string() + "'; read -r end", std::chrono::milliseconds{200});
+    const auto error = failureOf("exec sleep 600", std::chrono::milliseconds{200});
     EXPECT_EQ(error.kind(), WakeControlError::Kind::systemUnavailable);
     EXPECT_THAT(error.description(), HasSubstr("did not say within 0.2 seconds"));
+    const auto words = error.description();
+    const std::string before = "(process id ";
+    ASSERT_THAT(words, HasSubstr(before));
+    const auto pid = std::stoi(words.substr(words.find(before) + before.size()));
+    EXPECT_TRUE(waitUntil([&] { return kill(pid, 0) != 0; })) << "that its input is closed does not end it";
     EXPECT_EQ(assertionStatus->summary(), "");
 }
 
@@ -110,6 +115,13 @@ TEST_F(InhibitorCommandRunnerTest, AFirstLineThatIsNoHeldLockIsNoSuccess) {
     EXPECT_EQ(failureOf("echo hello; echo 'what is this' >&2").kind(), WakeControlError::Kind::commandFailed);
     EXPECT_EQ(failureOf("echo logind refused idle").kind(), WakeControlError::Kind::commandFailed);
     EXPECT_EQ(assertionStatus->summary(), "");
+}
+
+TEST_F(InhibitorCommandRunnerTest, AFloodOfWordsIsReadToItsEndAndCut) {
+    const auto error = failureOf("head -c 1000000 /dev/zero | tr '\\0' x >&2; exit 70");
+    EXPECT_EQ(error.kind(), WakeControlError::Kind::commandFailed);
+    EXPECT_GE(error.description().size(), 65536U);
+    EXPECT_LT(error.description().size(), 65536U + 4096U);
 }
 
 TEST_F(InhibitorCommandRunnerTest, AnUnfinishedFirstLineIsNoSuccess) {
