@@ -18,8 +18,14 @@ beginDesktop() {
     export XDG_RUNTIME_DIR=$work/runtime
     # Without these Qt takes on the looks of the desktop on which this runs.
     unset WAYLAND_DISPLAY XDG_CURRENT_DESKTOP QT_QPA_PLATFORMTHEME QT_STYLE_OVERRIDE
-    begin trayer --edge top --align right --width 20 --height 24
-    waitUntil 20 hasTray || give "no tray starts."
+    # On a busy machine it sometimes misses its own start.
+    local attempt
+    for attempt in 1 2 3 4; do
+        begin trayer --edge top --align right --width 20 --height 24
+        ! waitUntil 15 hasTray || return 0
+        end "$begun"
+    done
+    give "no tray starts, after $attempt attempts."
 }
 
 hasTray() { [ -n "$(xdotool search --onlyvisible --class trayer 2>/dev/null)" ]; }

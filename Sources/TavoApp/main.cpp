@@ -15,6 +15,7 @@
 #include "config/InstanceLock.h"
 #include "config/TavoStore.h"
 #include "system/BusAddresses.h"
+#include "system/FreedMemory.h"
 #include "system/ProgramLocation.h"
 #include "system/macos/ChildLocale.h"
 
@@ -191,6 +192,7 @@ int start(int count, char** values) {
 } // namespace tavo
 
 int main(int count, char** values) {
+    tavo::returnFreedMemory();
     tavo::prepareChildEnvironment();
     tavo::useInstalledUTF8Locale();
     auto arguments = tavo::withoutProcessSerialNumber(count, values);

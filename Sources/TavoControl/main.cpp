@@ -20,6 +20,7 @@
 #include "base/Text.h"
 #include "base/TrustedPath.h"
 #include "system/BusAddresses.h"
+#include "system/FreedMemory.h"
 #include "system/ProgramLocation.h"
 
 #include <fcntl.h>
@@ -153,6 +154,7 @@ int runProgram(int count, const char* const* values, const InheritedConditions& 
 } // namespace tavo
 
 int main(int count, char** values) {
+    tavo::returnFreedMemory();
     const auto conditions = tavo::InheritedConditions::capture();
     tavo::openClosedStreams();
     tavo::prepareChildEnvironment();

@@ -1,5 +1,6 @@
 #include "app/AsioMainLoop.h"
 
+#include "app/CommonSecond.h"
 #include "system/AsioTimer.h"
 
 #include <asio/executor_work_guard.hpp>
@@ -8,6 +9,7 @@
 #include <asio/signal_set.hpp>
 #include <asio/thread_pool.hpp>
 
+#include <optional>
 #include <utility>
 
 namespace tavo {
@@ -17,8 +19,7 @@ namespace {
 class LoopTimer final : public MainLoopTimer {
 public:
     LoopTimer(asio::io_context& context, double seconds, std::function<void()> work)
-        : timer(context,
-                std::chrono::duration_cast<std::chrono::steady_clock::duration>(std::chrono::duration<double>(seconds)),
+        : timer(context, timerExpiry(std::chrono::steady_clock::now(), std::chrono::duration<double>(seconds)),
                 std::move(work)) {}
 
 private:
@@ -30,7 +31,8 @@ private:
 struct AsioMainLoop::Implementation {
     asio::io_context context{1};
     asio::executor_work_guard<asio::io_context::executor_type> keepRunning{context.get_executor()};
-    asio::thread_pool background{1};
+    /// Most runs need none, and a thread has a stack.
+    std::optional<asio::thread_pool> background;
     std::vector<std::unique_ptr<asio::signal_set>> signalSets;
 
     void waitForSignal(asio::signal_set& signals, const std::function<void(int)>& handler) {
@@ -46,7 +48,9 @@ struct AsioMainLoop::Implementation {
 AsioMainLoop::AsioMainLoop() : implementation(std::make_unique<Implementation>()) {}
 
 AsioMainLoop::~AsioMainLoop() {
-    implementation->background.join();
+    if (implementation->background) {
+        implementation->background->join();
+    }
 }
 
 void AsioMainLoop::run() {
@@ -79,7 +83,10 @@ std::unique_ptr<MainLoopTimer> AsioMainLoop::startTimer(double seconds, std::fun
 }
 
 void AsioMainLoop::runInBackground(std::function<void()> work, std::function<void()> then) {
-    asio::post(implementation->background, [this, work = std::move(work), then = std::move(then)]() mutable {
+    if (!implementation->background) {
+        implementation->background.emplace(1);
+    }
+    asio::post(*implementation->background, [this, work = std::move(work), then = std::move(then)]() mutable {
         work();
         post(std::move(then));
     });

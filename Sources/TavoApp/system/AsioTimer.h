@@ -1,33 +1,27 @@
 #pragma once
 
 #include <asio/io_context.hpp>
-#include <asio/steady_timer.hpp>
 
 #include <chrono>
 #include <functional>
 #include <memory>
-#include <utility>
 
 namespace tavo {
 
 /// Calls a function once, later, from asio's loop. Destroying the timer calls it off, also from within the function.
 class AsioTimer {
 public:
-    AsioTimer(asio::io_context& loop, std::chrono::steady_clock::duration delay, std::function<void()> work)
-        : timer(loop, delay) {
-        timer.async_wait([weakSelf = std::weak_ptr(alive), work = std::move(work)](const asio::error_code& error) {
-            // A timer that was due already can no longer be cancelled, only told not to run.
-            if (!error && !weakSelf.expired()) {
-                work();
-            }
-        });
-    }
+    AsioTimer(asio::io_context& loop, std::chrono::steady_clock::duration delay, std::function<void()> work);
+    AsioTimer(asio::io_context& loop, std::chrono::steady_clock::time_point expiry, std::function<void()> work);
     AsioTimer(const AsioTimer&) = delete;
     AsioTimer& operator=(const AsioTimer&) = delete;
+    ~AsioTimer();
+
+    /// Of the implementation.
+    struct Wait;
 
 private:
-    std::shared_ptr<bool> alive = std::make_shared<bool>(true);
-    asio::steady_timer timer;
+    std::shared_ptr<Wait> wait;
 };
 
 } // namespace tavo

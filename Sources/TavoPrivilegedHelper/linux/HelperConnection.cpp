@@ -17,7 +17,7 @@ HelperConnection::HelperConnection(asio::local::stream_protocol::socket socket,
                                    std::shared_ptr<const PeerIdentification> peers, std::chrono::milliseconds deadline,
                                    std::shared_ptr<void> open)
     : socket(std::move(socket)), service(std::move(service)), peers(std::move(peers)), deadline(deadline),
-      open(std::move(open)), timer(this->socket.get_executor()) {}
+      open(std::move(open)) {}
 
 void HelperConnection::begin() {
     restartDeadline();
@@ -85,25 +85,22 @@ void HelperConnection::reply(const PrivilegedHelperReply& reply) {
 }
 
 void HelperConnection::finish() {
-    timer.cancel();
+    timer.reset();
     asio::error_code ignored; // the other end may be gone already
     socket.shutdown(asio::local::stream_protocol::socket::shutdown_both, ignored);
     socket.close(ignored);
 }
 
 void HelperConnection::restartDeadline() {
-    timer.expires_after(deadline);
-    timer.async_wait([weakSelf = weak_from_this()](const asio::error_code& error) {
-        const auto self = weakSelf.lock();
-        if (error || !self) {
-            return;
-        }
+    auto& loop = static_cast<asio::io_context&>(socket.get_executor().context());
+    expiry = std::chrono::steady_clock::now() + deadline;
+    timer.emplace(loop, expiry, [weakSelf = weak_from_this(), &loop] {
         // Serving somebody else may have taken longer than the deadline: a request that has arrived meanwhile is read
         // first.
-        asio::post(self->socket.get_executor(), [weakSelf] {
-            const auto stillThere = weakSelf.lock();
-            if (stillThere && stillThere->timer.expiry() <= asio::steady_timer::clock_type::now()) {
-                stillThere->finish();
+        asio::post(loop, [weakSelf] {
+            const auto self = weakSelf.lock();
+            if (self && self->expiry <= std::chrono::steady_clock::now()) {
+                self->finish();
             }
         });
     });

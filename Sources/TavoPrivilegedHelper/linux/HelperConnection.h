@@ -3,9 +3,9 @@
 #include "TavoPrivilegedHelper/HelperService.h"
 #include "TavoPrivilegedHelper/linux/PeerIdentification.h"
 #include "helper/linux/SocketFraming.h"
+#include "system/AsioTimer.h"
 
 #include <asio/local/stream_protocol.hpp>
-#include <asio/steady_timer.hpp>
 
 #include <array>
 #include <chrono>
@@ -39,7 +39,8 @@ private:
     std::shared_ptr<const PeerIdentification> peers;
     std::chrono::milliseconds deadline;
     std::shared_ptr<void> open;
-    asio::steady_timer timer;
+    std::chrono::steady_clock::time_point expiry;
+    std::optional<AsioTimer> timer;
     std::uint64_t acceptedAt = PeerIdentification::now();
     std::array<char, 4096> buffer{};
     RequestFrameReader reader;

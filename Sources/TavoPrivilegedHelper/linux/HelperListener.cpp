@@ -1,6 +1,7 @@
 #include "TavoPrivilegedHelper/linux/HelperListener.h"
 
 #include "TavoPrivilegedHelper/linux/HelperConnection.h"
+#include "system/AsioTimer.h"
 
 #include <sys/stat.h>
 
@@ -23,7 +24,7 @@ class HelperListener::Acceptor final : public std::enable_shared_from_this<Accep
 public:
     Acceptor(asio::io_context& loop, std::shared_ptr<const HelperService> service,
              std::shared_ptr<const PeerIdentification> peers, Limits limits)
-        : service(std::move(service)), peers(std::move(peers)), limits(limits), acceptor(loop), retryTimer(loop) {}
+        : service(std::move(service)), peers(std::move(peers)), limits(limits), loop(loop), acceptor(loop) {}
 
     void listenAt(const std::filesystem::path& place) {
         path = place;
@@ -64,7 +65,7 @@ public:
 
     void close() {
         asio::error_code ignored; // there is no other way to end it
-        retryTimer.cancel();
+        retryTimer.reset();
         if (passed) {
             acceptor.release(ignored); // the descriptor has an owner already
         } else {
@@ -124,9 +125,8 @@ private:
 
     /// Out of descriptors or memory, for the moment: other connections end.
     void retryLater() {
-        retryTimer.expires_after(pauseAfterFailure);
-        retryTimer.async_wait([weakSelf = weak_from_this()](const asio::error_code& error) {
-            if (const auto self = weakSelf.lock(); self && !error) {
+        retryTimer.emplace(loop, pauseAfterFailure, [weakSelf = weak_from_this()] {
+            if (const auto self = weakSelf.lock()) {
                 self->acceptIfThereIsRoom();
             }
         });
@@ -138,8 +138,9 @@ private:
     std::shared_ptr<const HelperService> service;
     std::shared_ptr<const PeerIdentification> peers;
     Limits limits;
+    asio::io_context& loop;
     asio::local::stream_protocol::acceptor acceptor;
-    asio::steady_timer retryTimer;
+    std::optional<AsioTimer> retryTimer;
     std::size_t open = 0;
     bool isAccepting = false;
     bool isPaused = false;

@@ -1,8 +1,12 @@
 #include "app/views/DrawnIcon.h"
 
+#include <QCoreApplication>
 #include <QIconEngine>
 #include <QPainter>
+#include <QTimer>
 #include <algorithm>
+#include <map>
+#include <memory>
 #include <utility>
 
 namespace tavo {
@@ -44,11 +48,26 @@ private:
     }
 
     /// Qt's own icon with this one picture, which scales it and greys it out.
-    QIcon pictureFor(const QSize& size) const { return draw(sideFor(size)); }
+    QIcon pictureFor(const QSize& size) {
+        const int side = sideFor(size);
+        if (const auto found = kept->find(side); found != kept->end()) {
+            return found->second;
+        }
+        if (kept->empty()) {
+            // Qt asks for a window's icon several times in a row, and then no more for hours.
+            QTimer::singleShot(0, qApp, [weakKept = std::weak_ptr(kept)] {
+                if (const auto strongKept = weakKept.lock()) {
+                    strongKept->clear();
+                }
+            });
+        }
+        return kept->emplace(side, draw(side)).first->second;
+    }
 
     std::vector<int> sides;
     std::function<QPixmap(int)> draw;
     QString name;
+    std::shared_ptr<std::map<int, QPixmap>> kept = std::make_shared<std::map<int, QPixmap>>();
 };
 
 } // namespace
