@@ -60,6 +60,8 @@ InhibitProgram::InhibitProgram(bool sleep) : event(newEventLoop()), report(STDOU
 
 int InhibitProgram::run() {
     const auto status = checked(sd_event_loop(event.get()), "run the event loop");
+    // First, since the others only ask for the same in other words, and each of them takes its time.
+    lock.reset();
     desktop.release();
     return status;
 }

@@ -6,9 +6,15 @@
 #include <sysexits.h>
 
 #include <csignal>
-#include <iostream>
+#include <cstdio>
+#include <string>
 
 namespace {
+
+void print(std::FILE* stream, const std::string& text) {
+    // Nobody could be told that this failed.
+    std::fputs(text.c_str(), stream);
+}
 
 int hold(bool sleep) {
     // A parent that closed our output gets no more reports; it ends the lock by closing our input.
@@ -25,13 +31,13 @@ int main(int argc, char** argv) {
     const auto options = tavo::parseInhibitOptions(argc, argv);
     switch (options.action) {
     case Action::showHelp:
-        std::cout << tavo::helpText();
+        print(stdout, tavo::helpText());
         return EX_OK;
     case Action::showVersion:
-        std::cout << tavo::versionText();
+        print(stdout, tavo::versionText());
         return EX_OK;
     case Action::rejectUsage:
-        std::cerr << options.problem << '\n';
+        print(stderr, options.problem + "\n");
         return EX_USAGE;
     case Action::hold:
         break;
@@ -40,7 +46,7 @@ int main(int argc, char** argv) {
     try {
         return hold(options.sleep);
     } catch (const std::system_error& error) {
-        std::cerr << "the computer is not kept awake: " << tavo::quotedMessage(error.what()) << '\n';
+        print(stderr, "the computer is not kept awake: " + tavo::quotedMessage(error.what()) + "\n");
         return EX_SOFTWARE;
     }
 }
