@@ -1,3 +1,4 @@
+#include "Crowd.h"
 #include "Support/ScriptedApplication.h"
 #include "Support/TemporaryDirectory.h"
 #include "app/Platform.h"
@@ -7,56 +8,23 @@
 #include "system/ProgramLocation.h"
 
 #include <fmt/format.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QTimer>
 #include <algorithm>
-#include <csignal>
-#include <vector>
 
 namespace {
 
 constexpr int processes = 5000;
 constexpr int evaluations = 30;
 
-/// Processes of this program's own that do nothing, for as long as this lives.
-class Crowd {
-public:
-    Crowd() {
-        for (int count = 0; count < processes; ++count) {
-            const pid_t child = fork();
-            if (child == 0) {
-                for (;;) {
-                    pause();
-                }
-            }
-            members.push_back(child);
-        }
-    }
-    Crowd(const Crowd&) = delete;
-    Crowd& operator=(const Crowd&) = delete;
-    ~Crowd() {
-        for (const pid_t child : members) {
-            kill(child, SIGKILL);
-        }
-        for (const pid_t child : members) {
-            waitpid(child, nullptr, 0);
-        }
-    }
-
-private:
-    std::vector<pid_t> members;
-};
-
 } // namespace
 
 /// Measures the longest time for which the window does not answer while Tavo examines 5,000 processes, and while it
 /// does nothing.
 int main(int count, char** values) {
-    const Crowd crowd;
+    const tavo::Crowd crowd(processes);
     QApplication application(count, values);
     const tavo::TemporaryDirectory folder;
     const auto store = std::make_shared<tavo::TavoStore>(tavo::TavoPaths{folder.path()});

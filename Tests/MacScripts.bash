@@ -2,7 +2,7 @@
 # and their first steps, with stand-ins for the programs that a Mac has. Usage: MacScripts.bash PROJECT
 set -euo pipefail
 project=$1
-scripts=(scripts/bootstrap scripts/build scripts/run scripts/test scripts/screenshots scripts/package scripts/release Benchmarks/compare
+scripts=(scripts/bootstrap scripts/build scripts/run scripts/test scripts/screenshots scripts/package scripts/release
     Resources/Completions/tavoctl.bash)
 
 fail() {

@@ -33,7 +33,7 @@ class Programs:
             self.ask(folder, (program,))
         if not self.hasCommands(("tavoctl",)):
             raise ValueError("tavoctl --help lists no commands")
-        for script in [*sorted((project / "scripts").iterdir()), project / ".ci/run", project / "Benchmarks/compare"]:
+        for script in [*sorted((project / "scripts").iterdir()), project / ".ci/run"]:
             if script.is_file() and not script.suffix:
                 name = str(script.relative_to(project))
                 # The comment at its top, and the words that it compares its arguments with.
