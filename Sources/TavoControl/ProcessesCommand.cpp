@@ -30,7 +30,7 @@ struct MatchedTree {
 
 std::vector<MatchedTree> matchedTrees(const std::vector<ProcessSample>& processes, const TriggerRule& rule) {
     const ProcessTreeIndex index(processes);
-    const TriggerMatcher matcher(rule);
+    TriggerMatcher matcher(rule);
     std::vector<MatchedTree> trees;
     for (const auto& process : processes) {
         if (!matcher.matches(process)) {

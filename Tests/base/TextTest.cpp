@@ -66,40 +66,5 @@ TEST(Text, ControlCharactersBecomeEscapesOfJson) {
     EXPECT_EQ(escapedControlsInJson("\"schön ✓ \\u001b\""), "\"schön ✓ \\u001b\"");
 }
 
-TEST(FoldedQuery, CaseDoesNotCount) {
-    EXPECT_TRUE(FoldedQuery("CODEX").isContainedIn("/usr/local/bin/codex --full-auto"));
-    EXPECT_TRUE(FoldedQuery("cursor").equals("Cursor"));
-    EXPECT_FALSE(FoldedQuery("cursor").equals("Cursor Helper"));
-    EXPECT_TRUE(FoldedQuery("straße").equals("STRASSE"));
-    EXPECT_TRUE(FoldedQuery("ΣΊΣΥΦΟΣ").equals("σίσυφος"));
-}
-
-TEST(FoldedQuery, DiacriticsDoNotCount) {
-    EXPECT_TRUE(FoldedQuery("resume").isContainedIn("open Résumé.txt"));
-    EXPECT_TRUE(FoldedQuery("RÉSUMÉ").isContainedIn("open resume.txt"));
-    EXPECT_TRUE(FoldedQuery("re\u0301sume").equals("résumé"));
-}
-
-TEST(FoldedQuery, MarksThatMakeAnotherLetterCount) {
-    EXPECT_FALSE(FoldedQuery("か").equals("が"));
-    EXPECT_FALSE(FoldedQuery("क").equals("क्"));
-}
-
-TEST(FoldedQuery, AnEmptyQueryIsNowhere) {
-    EXPECT_FALSE(FoldedQuery("").isContainedIn("anything"));
-    EXPECT_FALSE(FoldedQuery("").isContainedIn(""));
-    EXPECT_FALSE(FoldedQuery("\u0301").isContainedIn("é"));
-}
-
-TEST(FoldedQuery, ANonAsciiQueryIsNotInAsciiText) {
-    EXPECT_FALSE(FoldedQuery("日本").isContainedIn("nihon"));
-    EXPECT_FALSE(FoldedQuery("日本").equals("nihon"));
-    EXPECT_TRUE(FoldedQuery("日本").isContainedIn("/opt/日本語/bin"));
-}
-
-TEST(FoldedQuery, MalformedTextIsCompared) {
-    EXPECT_TRUE(FoldedQuery("codex").isContainedIn("\xFF/codex"));
-}
-
 } // namespace
 } // namespace tavo

@@ -15,6 +15,9 @@ bool isWhitespaceOrNewline(char32_t character);
 /// Replaces every malformed sequence by U+FFFD, so that the result is valid UTF-8. Never fails.
 std::string repairUTF8(std::string_view bytes);
 
+/// The same, into a text that takes no new memory when it was as long before.
+void repairUTF8(std::string_view bytes, std::string& repaired);
+
 /// Takes white space and newlines off both ends. The view points into `text`, which is UTF-8.
 std::string_view trimWhitespaceAndNewlines(std::string_view text);
 
@@ -37,28 +40,5 @@ std::string visibleControls(std::string_view text);
 
 /// The same for JSON text, in which C0 is escaped already: the others become escapes of JSON's own ("\u202e").
 std::string escapedControlsInJson(std::string_view json);
-
-/// A text folded so that neither case nor diacritics count: two texts are alike when their folded forms are equal.
-///
-/// Folding is Unicode's full case folding over the canonical decomposition, without the combining marks that modify a
-/// letter (accents, vowel points). Marks that make another letter (nukta, virama, kana voicing) stay.
-std::string foldedForComparison(std::string_view text);
-
-/// Compares texts with one query many times. The query is folded once, and ASCII text is compared without folding a
-/// copy.
-class FoldedQuery {
-public:
-    explicit FoldedQuery(std::string_view query);
-
-    /// Whether `text` holds the query somewhere. An empty query is nowhere to be found.
-    bool isContainedIn(std::string_view text) const;
-
-    /// Whether `text` is the query from end to end.
-    bool equals(std::string_view text) const;
-
-private:
-    std::string folded;
-    bool foldedIsAscii;
-};
 
 } // namespace tavo

@@ -14,7 +14,7 @@ ProcessWatchResult ProcessWatcher::evaluate(const TriggerRule& rule, TimePoint a
     const auto snapshot = snapshotProvider->snapshot(at);
     const ProcessTreeIndex index(snapshot.processes);
     const auto ignored = ignoredProcessTreePIDs(index);
-    const TriggerMatcher matcher(rule);
+    TriggerMatcher matcher(rule);
 
     const bool isMonitored = workMonitor && rule.requiresActivity;
     std::vector<ProcessTreeMeasurement> trees;

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "base/FoldedQuery.h"
 #include "base/RuntimeRecords.h"
-#include "base/Text.h"
 #include "config/TriggerRule.h"
 #include "runtime/ProcessTreeIndex.h"
 #include "runtime/WorkMonitor.h"
@@ -22,7 +22,7 @@ class TriggerMatcher {
 public:
     explicit TriggerMatcher(const TriggerRule& rule) : strategy(rule.matchStrategy), query(rule.query) {}
 
-    bool matches(const ProcessSample& sample) const {
+    bool matches(const ProcessSample& sample) {
         return strategy == TriggerMatchStrategy::executableName ? query.equals(sample.executableName)
                                                                 : query.isContainedIn(sample.commandLine);
     }
