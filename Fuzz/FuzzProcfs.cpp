@@ -27,12 +27,14 @@ void checkStat(std::string_view text) {
 }
 
 void checkTexts(std::string_view name, std::string_view cmdline) {
-    const auto commandLine = procfsCommandLine(cmdline);
+    std::string commandLineBuffer;
+    const auto commandLine = procfsCommandLine(cmdline, commandLineBuffer);
     require(repairUTF8(commandLine) == commandLine, "a command line is valid");
-    require(commandLine.find('\0') == std::string::npos, "a command line has no NUL");
+    require(commandLine.find('\0') == std::string_view::npos, "a command line has no NUL");
     require(trimWhitespace(commandLine) == commandLine, "a command line is trimmed");
 
-    const auto executable = procfsExecutableName(name, cmdline);
+    std::string nameBuffer;
+    const auto executable = procfsExecutableName(name, cmdline, nameBuffer);
     require(repairUTF8(executable) == executable, "a name is valid");
     require(trimWhitespace(executable) == executable, "a name is trimmed");
     const auto repaired = repairUTF8(name);

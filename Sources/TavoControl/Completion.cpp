@@ -69,7 +69,7 @@ std::vector<CompletionCandidate> executables(const ProcessListing& processes) {
     std::set<std::string> names;
     for (const auto& process : processes()) {
         if (!isOfKernel(process) && isHarmless(process.executableName)) {
-            names.insert(process.executableName);
+            names.emplace(process.executableName);
         }
     }
     return plain({names.begin(), names.end()});

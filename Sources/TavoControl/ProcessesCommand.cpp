@@ -36,8 +36,8 @@ std::vector<MatchedTree> matchedTrees(const std::vector<ProcessSample>& processe
         if (!matcher.matches(process)) {
             continue;
         }
-        MatchedTree tree{.commandLine = process.commandLine,
-                         .measured = {.rootPID = process.pid, .executableName = process.executableName},
+        MatchedTree tree{.commandLine = std::string(process.commandLine),
+                         .measured = {.rootPID = process.pid, .executableName = std::string(process.executableName)},
                          .activity = {}};
         for (const auto* member : index.collectProcessTree(process.pid)) {
             tree.measured.processIDs.insert(member->pid);

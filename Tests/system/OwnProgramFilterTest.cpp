@@ -36,8 +36,8 @@ std::vector<std::int32_t> blanked(const std::vector<ProcessSample>& processes, s
     for (std::size_t index = 0; index < processes.size(); ++index) {
         auto expected = processes[index];
         if (filtered.processes[index].commandLine.empty()) {
-            expected.executableName.clear();
-            expected.commandLine.clear();
+            expected.executableName = {};
+            expected.commandLine = {};
             ids.push_back(expected.pid);
         }
         EXPECT_EQ(filtered.processes[index], expected);

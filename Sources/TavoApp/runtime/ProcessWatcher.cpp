@@ -25,8 +25,8 @@ ProcessWatchResult ProcessWatcher::evaluate(const TriggerRule& rule, TimePoint a
             continue;
         }
         result.matchedProcesses.push_back({.pid = root.pid,
-                                           .executableName = root.executableName,
-                                           .commandLine = root.commandLine,
+                                           .executableName = std::string(root.executableName),
+                                           .commandLine = std::string(root.commandLine),
                                            .startTime = root.startTime});
 
         ProcessTreeActivityBaseline current;
@@ -42,7 +42,7 @@ ProcessWatchResult ProcessWatcher::evaluate(const TriggerRule& rule, TimePoint a
         result.totalCPUTimeDelta += delta;
         if (isMonitored) {
             trees.push_back({.rootPID = root.pid,
-                             .executableName = root.executableName,
+                             .executableName = std::string(root.executableName),
                              .totalCPUTime = current.totalCPUTime,
                              .processIDs = current.processIDs});
         } else if (countsAsActive(rule, previous, current, delta)) {

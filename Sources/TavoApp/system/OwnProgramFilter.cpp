@@ -1,11 +1,12 @@
 #include "system/OwnProgramFilter.h"
 
+#include "system/ProcessPlaces.h"
+
 #include <algorithm>
 #include <array>
 #include <cstddef>
 #include <optional>
 #include <string_view>
-#include <unordered_map>
 #include <unordered_set>
 #include <utility>
 #include <vector>
@@ -160,10 +161,7 @@ bool namesAsWord(std::string_view commandLine, std::string_view program) {
 class OwnProcesses {
 public:
     OwnProcesses(const std::vector<ProcessSample>& processes, std::int32_t ownPID)
-        : processes(processes), ownPIDs{ownPID} {
-        for (std::size_t index = 0; index < processes.size(); ++index) {
-            placeOfPID.emplace(processes[index].pid, index);
-        }
+        : processes(processes), placeOfPID(processes), ownPIDs{ownPID} {
         for (std::size_t index = 0; index < processes.size(); ++index) {
             const auto& process = processes[index];
             const auto program = ownProgram(process.executableName);
@@ -183,12 +181,12 @@ private:
         // The table may be inconsistent (an id reused while it was read), so parents may form a ring.
         for (std::size_t steps = 0; steps < processes.size(); ++steps) {
             const auto place = placeOfPID.find(parentPID);
-            if (place == placeOfPID.end() || !isWrapper(processes[place->second].executableName)) {
+            if (!place || !isWrapper(processes[*place].executableName)) {
                 return;
             }
-            const auto& ancestor = processes[place->second];
+            const auto& ancestor = processes[*place];
             if (namesAsWord(ancestor.commandLine, program)) {
-                places.push_back(place->second);
+                places.push_back(*place);
             }
             parentPID = ancestor.parentPID;
         }
@@ -205,7 +203,7 @@ private:
     }
 
     const std::vector<ProcessSample>& processes;
-    std::unordered_map<std::int32_t, std::size_t> placeOfPID;
+    ProcessPlaces placeOfPID;
     std::unordered_set<std::int32_t> ownPIDs;
     std::vector<std::size_t> places;
 };
@@ -220,8 +218,8 @@ ProcessSnapshot OwnProgramFilter::snapshot(TimePoint at) {
     // Blanked only when every walk is done: a walk needs the names.
     const OwnProcesses own(snapshot.processes, ownPID);
     for (const auto place : own.all()) {
-        snapshot.processes[place].executableName.clear();
-        snapshot.processes[place].commandLine.clear();
+        snapshot.processes[place].executableName = {};
+        snapshot.processes[place].commandLine = {};
     }
     return snapshot;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/DescribedError.h"
+#include "base/SharedText.h"
 #include "base/Time.h"
 
 #include <cstdint>
@@ -19,10 +20,10 @@ struct ProcessSample {
     double cpuTimeSeconds = 0;
 
     /// The file name of the executable, without its folder. Valid UTF-8.
-    std::string executableName;
+    SharedText executableName;
 
     /// The program and its arguments; the executable name where the system gives no arguments. Valid UTF-8.
-    std::string commandLine;
+    SharedText commandLine;
 
     /// When it started, see processStart(); absent where the table does not say.
     std::optional<std::uint64_t> startTime = {};

@@ -139,7 +139,7 @@ TEST(ProcfsProcessSnapshotProvider, AProcessWhoseFirstThreadHasExitedLivesAsLong
     ASSERT_TRUE(waitUntil([&] { return fileContent(stat).find(") Z ") != std::string::npos; }));
     const auto sample = sampleOf(program.pid());
     ASSERT_TRUE(sample);
-    EXPECT_EQ(sample->executableName, fs::path(TAVO_TEST_CHILD).filename());
+    EXPECT_EQ(sample->executableName, fs::path(TAVO_TEST_CHILD).filename().string());
     EXPECT_EQ(sample->commandLine, TAVO_TEST_CHILD " leave-a-thread an argument");
     program.closeInput();
     ASSERT_TRUE(waitUntil([&] { return !sampleOf(program.pid()); }));
@@ -207,8 +207,8 @@ TEST(ProcfsProcessSnapshotProvider, FindsThisProcessInTheRealTable) {
     const auto sample = sampleOf(getpid());
     ASSERT_TRUE(sample);
     EXPECT_EQ(sample->parentPID, getppid());
-    EXPECT_EQ(sample->executableName, fs::read_symlink("/proc/self/exe").filename());
-    EXPECT_THAT(sample->commandLine, testing::HasSubstr(sample->executableName));
+    EXPECT_EQ(sample->executableName, fs::read_symlink("/proc/self/exe").filename().string());
+    EXPECT_THAT(std::string(sample->commandLine), testing::HasSubstr(std::string(sample->executableName)));
 }
 
 TEST(ProcfsProcessSnapshotProvider, SeesTheTimeThatThisProcessUses) {

@@ -15,6 +15,16 @@ std::string statLine(const std::string& name) {
     return "42 (" + name + ") S 7 42 42 34816 42 4194304 2036 71264 0 7 150 25 113 32 20 0 1 0 3311 10375168 1152\n";
 }
 
+std::string commandLineOf(std::string_view cmdline) {
+    std::string buffer = "of another process";
+    return std::string(procfsCommandLine(cmdline, buffer));
+}
+
+std::string executableNameOf(std::string_view name, std::string_view cmdline) {
+    std::string buffer = "of another process";
+    return std::string(procfsExecutableName(name, cmdline, buffer));
+}
+
 TEST(ProcfsStat, HasIdParentAndTicks) {
     const auto line = statLine("bash");
     const auto stat = parseProcfsStat(line);
@@ -118,7 +128,7 @@ TEST(ProcfsCommandLine, HasItsArgumentsJoinedBySingleSpaces) {
         {"caf\xC3\xA9\0"s, "café"},
     };
     for (const auto& [cmdline, expected] : table) {
-        EXPECT_EQ(procfsCommandLine(cmdline), expected);
+        EXPECT_EQ(commandLineOf(cmdline), expected);
     }
 }
 
@@ -143,33 +153,33 @@ TEST(ProcfsExecutableName, IsCompletedFromTheFirstArgumentWhereItWasCut) {
         {"kworker/0:1H-kblockd", "", "kworker/0:1H-kblockd"},
     };
     for (const auto& [name, cmdline, expected] : table) {
-        EXPECT_EQ(procfsExecutableName(name, cmdline), expected);
+        EXPECT_EQ(executableNameOf(name, cmdline), expected);
     }
 }
 
 TEST(ProcfsExecutableName, MayHaveSpacesWhenTheArgumentsAreApart) {
-    EXPECT_EQ(procfsExecutableName("My Long Program", "/opt/My Long Program Name\0--flag\0"s), "My Long Program Name");
-    EXPECT_EQ(procfsExecutableName("My Long Program", "/opt/My Long Program\0"s), "My Long Program");
+    EXPECT_EQ(executableNameOf("My Long Program", "/opt/My Long Program Name\0--flag\0"s), "My Long Program Name");
+    EXPECT_EQ(executableNameOf("My Long Program", "/opt/My Long Program\0"s), "My Long Program");
 }
 
 TEST(ProcfsExecutableName, EndsAtASpaceWhenTheProcessWroteOneTextOverItsArguments) {
-    EXPECT_EQ(procfsExecutableName("long-program-na", "/opt/long-program-name --type=x --dir=/y/z\0\0\0"s),
+    EXPECT_EQ(executableNameOf("long-program-na", "/opt/long-program-name --type=x --dir=/y/z\0\0\0"s),
               "long-program-name");
-    EXPECT_EQ(procfsExecutableName("long-program-na", "/opt/long-program-name/long-program-name --x /y/z\0"s),
+    EXPECT_EQ(executableNameOf("long-program-na", "/opt/long-program-name/long-program-name --x /y/z\0"s),
               "long-program-name");
-    EXPECT_EQ(procfsExecutableName("long-program-na", "long-program-name: idle worker"s), "long-program-name:");
+    EXPECT_EQ(executableNameOf("long-program-na", "long-program-name: idle worker"s), "long-program-name:");
 }
 
 TEST(ProcfsExecutableName, IsValidUTF8EvenWhereItWasCutInsideACharacter) {
     const auto cut = "12345678901234\xC3"s; // the first byte of an é
-    EXPECT_EQ(procfsExecutableName(cut, ""), "12345678901234\uFFFD");
-    EXPECT_EQ(procfsExecutableName(cut, "/bin/12345678901234\xC3\xA9t\xC3\xA9\0x\0"s), "12345678901234été");
-    EXPECT_EQ(procfsExecutableName("\xFF\xFE", ""), "\uFFFD\uFFFD");
+    EXPECT_EQ(executableNameOf(cut, ""), "12345678901234\uFFFD");
+    EXPECT_EQ(executableNameOf(cut, "/bin/12345678901234\xC3\xA9t\xC3\xA9\0x\0"s), "12345678901234été");
+    EXPECT_EQ(executableNameOf("\xFF\xFE", ""), "\uFFFD\uFFFD");
 }
 
 TEST(ProcfsExecutableName, IsTrimmed) {
-    EXPECT_EQ(procfsExecutableName(" \tx ", ""), "x");
-    EXPECT_EQ(procfsExecutableName("a\nb", ""), "a\nb");
+    EXPECT_EQ(executableNameOf(" \tx ", ""), "x");
+    EXPECT_EQ(executableNameOf("a\nb", ""), "a\nb");
 }
 
 } // namespace

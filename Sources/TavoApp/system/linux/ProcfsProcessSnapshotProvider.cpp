@@ -79,18 +79,15 @@ public:
             cmdlineLength = 0;
         }
         const std::string_view arguments(cmdline.data(), *cmdlineLength);
-        auto name = procfsExecutableName(parsed->name, arguments);
-        auto commandLine = procfsCommandLine(arguments);
-        if (commandLine.empty()) {
-            commandLine = name;
-        }
+        const auto name = texts.keep(procfsExecutableName(parsed->name, arguments, buffer));
+        const auto commandLine = procfsCommandLine(arguments, buffer);
         return ProcessSample{.pid = parsed->pid,
                              .parentPID = parsed->parentPID,
                              .cpuTimeSeconds =
                                  (static_cast<double>(parsed->userTicks) + static_cast<double>(parsed->systemTicks)) /
                                  ticksPerSecond,
-                             .executableName = std::move(name),
-                             .commandLine = std::move(commandLine),
+                             .executableName = name,
+                             .commandLine = commandLine.empty() ? name : texts.keep(commandLine),
                              .startTime = procfsStartTicks({stat.data(), *statLength})};
     }
 
@@ -127,12 +124,13 @@ private:
             if (length == buffer.size()) {
                 buffer.resize(2 * buffer.size());
             }
-            const auto count = ::read(descriptor.get(), buffer.data() + length, buffer.size() - length);
-            if (count == 0) {
-                return length;
-            }
-            if (count > 0) {
+            const auto space = buffer.size() - length;
+            const auto count = ::read(descriptor.get(), buffer.data() + length, space);
+            if (count >= 0) {
                 length += static_cast<std::size_t>(count);
+                if (static_cast<std::size_t>(count) < space) {
+                    return length; // procfs gives less than was asked for at the end alone
+                }
             } else if (errno != EINTR) {
                 return fail(errno);
             }
@@ -152,6 +150,8 @@ private:
     std::string path;
     std::string stat;
     std::string cmdline;
+    std::string buffer;
+    TextKeeper texts;
     int lastError = 0;
 };
 

@@ -121,16 +121,15 @@ std::optional<std::uint64_t> procfsStartTicks(std::string_view text) {
     return takeNumber<std::uint64_t>(*fields);
 }
 
-std::string procfsCommandLine(std::string_view cmdline) {
-    auto joined = repairUTF8(withoutPadding(cmdline));
-    std::replace(joined.begin(), joined.end(), '\0', ' ');
-    const auto trimmed = trimWhitespace(joined);
-    return trimmed.size() == joined.size() ? std::move(joined) : std::string(trimmed);
+std::string_view procfsCommandLine(std::string_view cmdline, std::string& buffer) {
+    repairUTF8(withoutPadding(cmdline), buffer);
+    std::replace(buffer.begin(), buffer.end(), '\0', ' ');
+    return trimWhitespace(buffer);
 }
 
-std::string procfsExecutableName(std::string_view name, std::string_view cmdline) {
-    const auto whole = name.size() == maxKernelNameLength ? completed(name, cmdline) : name;
-    return std::string(trimWhitespace(repairUTF8(whole)));
+std::string_view procfsExecutableName(std::string_view name, std::string_view cmdline, std::string& buffer) {
+    repairUTF8(name.size() == maxKernelNameLength ? completed(name, cmdline) : name, buffer);
+    return trimWhitespace(buffer);
 }
 
 } // namespace tavo

@@ -43,7 +43,8 @@ std::optional<std::uint64_t> procfsStartTicks(std::string_view text);
 
 /// The command line that `/proc/PID/cmdline` holds, its arguments joined by single spaces, trimmed, in valid UTF-8.
 /// Empty for a process without arguments (kernel threads, zombies).
-std::string procfsCommandLine(std::string_view cmdline);
+/// @param buffer  what the result points into; its content is replaced, and its memory is used again.
+std::string_view procfsCommandLine(std::string_view cmdline, std::string& buffer);
 
 /// The executable's name in valid UTF-8, trimmed.
 ///
@@ -51,6 +52,7 @@ std::string procfsCommandLine(std::string_view cmdline);
 /// it. A process may overwrite its arguments with one text ("long-program-name --flag /x/y"): where there is one
 /// argument only, the name therefore ends at its first space after the 15 known bytes. A name that was changed by the
 /// process (a thread's name, a script's interpreter) matches no argument and stays.
-std::string procfsExecutableName(std::string_view name, std::string_view cmdline);
+/// @param buffer  as for procfsCommandLine().
+std::string_view procfsExecutableName(std::string_view name, std::string_view cmdline, std::string& buffer);
 
 } // namespace tavo

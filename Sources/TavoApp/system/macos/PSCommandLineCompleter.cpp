@@ -34,9 +34,12 @@ std::string_view withinColumn(std::string_view name) {
 
 /// Whether ps found nothing to show of a process but its name, which it puts in brackets then.
 bool isNameInBrackets(const ProcessSample& process) {
-    return process.commandLine.starts_with('(') &&
-           (process.commandLine == "(" + process.executableName + ")" ||
-            (process.commandLine == process.executableName && process.commandLine.ends_with(')')));
+    const auto name = process.executableName.view();
+    const auto commandLine = process.commandLine.view();
+    if (!commandLine.starts_with('(') || !commandLine.ends_with(')')) {
+        return false;
+    }
+    return commandLine == name || commandLine.substr(1, commandLine.size() - 2) == name;
 }
 
 } // namespace
@@ -50,7 +53,7 @@ ProcessSnapshot PSCommandLineCompleter::snapshot(TimePoint at) {
     const auto output = allCommandLines(at);
     const auto details = parse(output);
     for (auto& process : snapshot.processes) {
-        process.executableName = std::string(withinColumn(process.executableName));
+        process.executableName = withinColumn(process.executableName);
     }
     std::erase_if(snapshot.processes, [&details](const ProcessSample& process) {
         const auto found = details.find(process.pid);

@@ -106,8 +106,8 @@ ProcessSample PSProcessSnapshotProvider::parseProcessLine(std::string_view line)
     return {.pid = *pid,
             .parentPID = *parentPID,
             .cpuTimeSeconds = parseCPUTime(time),
-            .executableName = std::string(name),
-            .commandLine = std::string(arguments.empty() ? name : arguments)};
+            .executableName = name,
+            .commandLine = arguments.empty() ? name : arguments};
 }
 
 double PSProcessSnapshotProvider::parseCPUTime(std::string_view value) {
