@@ -99,6 +99,28 @@ TEST_F(ProcessWatcherTest, WithoutTheRequirementEveryMatchIsActiveAtOnce) {
     EXPECT_THAT(evaluate(busyCodex).activeProcessIDs, ElementsAre(10, 20));
 }
 
+TEST_F(ProcessWatcherTest, ARuleThatBeginsToRequireActivityComparesWithTheTreeAsItWas) {
+    auto withoutRequirement = busyCodex;
+    withoutRequirement.requiresActivity = false;
+    table->processes = {codex(1), other(11, 10, 0), codex(1, 20), other(21, 20, 0)};
+    evaluate(withoutRequirement);
+    table->processes = {codex(1), codex(1, 20), other(21, 20, 0)};
+    const auto result = evaluate(busyCodex);
+    EXPECT_THAT(result.activeProcessIDs, ElementsAre(10)) << "the child of the other one is still there";
+    EXPECT_EQ(result.totalCPUTimeDelta, 0.0);
+}
+
+TEST_F(ProcessWatcherTest, MatchesInEachOtherAreMeasuredAlikeWithAndWithoutTheRequirement) {
+    auto withoutRequirement = busyCodex;
+    withoutRequirement.requiresActivity = false;
+    ProcessWatcher another(table);
+    for (const double time : {1.0, 3.0, 2.0}) {
+        table->processes = {codex(time), codex(time, 11, 10), other(12, 11, time), codex(time, 13, 12),
+                            codex(1, 20, 20)};
+        EXPECT_EQ(evaluate(busyCodex).totalCPUTimeDelta, another.evaluate(withoutRequirement, {}).totalCPUTimeDelta);
+    }
+}
+
 TEST_F(ProcessWatcherTest, AMatchThatWentAwayStartsOver) {
     table->processes = {codex(1)};
     evaluate(busyCodex);

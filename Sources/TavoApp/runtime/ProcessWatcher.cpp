@@ -1,6 +1,9 @@
 #include "runtime/ProcessWatcher.h"
 
+#include "runtime/TreeTotals.h"
+
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace tavo {
@@ -12,49 +15,113 @@ ProcessWatcher::ProcessWatcher(std::shared_ptr<ProcessSnapshotProviding> snapsho
 
 ProcessWatchResult ProcessWatcher::evaluate(const TriggerRule& rule, TimePoint at) {
     const auto snapshot = snapshotProvider->snapshot(at);
-    const ProcessTreeIndex index(snapshot.processes);
-    const auto ignored = ignoredProcessTreePIDs(index);
-    TriggerMatcher matcher(rule);
+    const auto roots = matchesOf(rule, snapshot.processes);
+    if (rule.requiresActivity) {
+        completePreviousMembers();
+    }
+    auto baselines =
+        rule.requiresActivity ? measureMembers(roots, snapshot.processes) : measureWhole(roots, snapshot.processes);
 
     const bool isMonitored = workMonitor && rule.requiresActivity;
     std::vector<ProcessTreeMeasurement> trees;
     ProcessWatchResult result;
-    std::unordered_map<std::int32_t, ProcessTreeActivityBaseline> baselines;
-    for (const auto& root : snapshot.processes) {
-        if (ignored.contains(root.pid) || !matcher.matches(root)) {
-            continue;
-        }
-        result.matchedProcesses.push_back({.pid = root.pid,
-                                           .executableName = std::string(root.executableName),
-                                           .commandLine = std::string(root.commandLine),
-                                           .startTime = root.startTime});
-
-        ProcessTreeActivityBaseline current;
-        for (const auto* member : index.collectProcessTree(root.pid)) {
-            current.totalCPUTime += member->cpuTimeSeconds;
-            current.processIDs.insert(member->pid);
-        }
-        const auto found = previousBaselines.find(root.pid);
+    for (const auto* root : roots) {
+        result.matchedProcesses.push_back({.pid = root->pid,
+                                           .executableName = std::string(root->executableName),
+                                           .commandLine = std::string(root->commandLine),
+                                           .startTime = root->startTime});
+        const auto& current = baselines.at(root->pid);
+        const auto found = previousBaselines.find(root->pid);
         const auto* previous = found == previousBaselines.end() ? nullptr : &found->second;
         // A child that ended takes its CPU time with it, so a tree's total may shrink; growth is never negative. The
         // first sighting counts with its whole total.
         const double delta = std::max(0.0, current.totalCPUTime - (previous == nullptr ? 0.0 : previous->totalCPUTime));
         result.totalCPUTimeDelta += delta;
         if (isMonitored) {
-            trees.push_back({.rootPID = root.pid,
-                             .executableName = std::string(root.executableName),
+            trees.push_back({.rootPID = root->pid,
+                             .executableName = std::string(root->executableName),
                              .totalCPUTime = current.totalCPUTime,
                              .processIDs = current.processIDs});
         } else if (countsAsActive(rule, previous, current, delta)) {
-            result.activeProcessIDs.push_back(root.pid);
+            result.activeProcessIDs.push_back(root->pid);
         }
-        baselines.insert_or_assign(root.pid, std::move(current));
     }
     previousBaselines = std::move(baselines);
+    previousLinks.clear();
+    if (!rule.requiresActivity && !roots.empty()) {
+        std::transform(snapshot.processes.begin(), snapshot.processes.end(), std::back_inserter(previousLinks),
+                       [](const ProcessSample& process) { return Link(process.pid, process.parentPID); });
+    }
     if (isMonitored) {
         askWorkMonitor(trees, at, result);
     }
     return result;
+}
+
+std::vector<const ProcessSample*> ProcessWatcher::matchesOf(const TriggerRule& rule,
+                                                            const std::vector<ProcessSample>& processes) const {
+    const auto ignored = ignoredProcessTreePIDs(processes);
+    TriggerMatcher matcher(rule);
+    std::vector<const ProcessSample*> matches;
+    for (const auto& process : processes) {
+        if (!ignored.contains(process.pid) && matcher.matches(process)) {
+            matches.push_back(&process);
+        }
+    }
+    return matches;
+}
+
+/// The CPU time alone, which is all that a rule without a requirement asks for. One pass does for all roots together.
+ProcessWatcher::Baselines ProcessWatcher::measureWhole(const std::vector<const ProcessSample*>& roots,
+                                                       const std::vector<ProcessSample>& processes) {
+    if (roots.empty()) {
+        return {};
+    }
+    const auto times = cpuTimeOfEachTree(processes);
+    if (!times) {
+        return measureMembers(roots, processes);
+    }
+    Baselines baselines;
+    for (const auto* root : roots) {
+        const auto place = static_cast<std::size_t>(root - processes.data());
+        baselines[root->pid] = {.totalCPUTime = (*times)[place], .processIDs = {}};
+    }
+    return baselines;
+}
+
+ProcessWatcher::Baselines ProcessWatcher::measureMembers(const std::vector<const ProcessSample*>& roots,
+                                                         const std::vector<ProcessSample>& processes) {
+    if (roots.empty()) {
+        return {};
+    }
+    const ProcessTreeIndex index(processes);
+    Baselines baselines;
+    for (const auto* root : roots) {
+        ProcessTreeActivityBaseline measured;
+        for (const auto* member : index.collectProcessTree(root->pid)) {
+            measured.totalCPUTime += member->cpuTimeSeconds;
+            measured.processIDs.insert(member->pid);
+        }
+        baselines.insert_or_assign(root->pid, std::move(measured));
+    }
+    return baselines;
+}
+
+/// The rule has begun to require activity: the members of the trees as they were are needed after all.
+void ProcessWatcher::completePreviousMembers() {
+    if (previousLinks.empty()) {
+        return;
+    }
+    std::vector<ProcessSample> processes;
+    std::transform(previousLinks.begin(), previousLinks.end(), std::back_inserter(processes),
+                   [](const Link& link) { return ProcessSample{.pid = link.first, .parentPID = link.second}; });
+    const ProcessTreeIndex index(processes);
+    for (auto& [root, baseline] : previousBaselines) {
+        for (const auto* member : index.collectProcessTree(root)) {
+            baseline.processIDs.insert(member->pid);
+        }
+    }
+    previousLinks.clear();
 }
 
 bool ProcessWatcher::countsAsActive(const TriggerRule& rule, const ProcessTreeActivityBaseline* previous,
@@ -78,8 +145,10 @@ void ProcessWatcher::askWorkMonitor(const std::vector<ProcessTreeMeasurement>& t
     result.secondsUntilNews = workMonitor->secondsUntilNews();
 }
 
-std::unordered_set<std::int32_t> ProcessWatcher::ignoredProcessTreePIDs(const ProcessTreeIndex& index) const {
-    return ignoredPIDs.empty() ? std::unordered_set<std::int32_t>{} : index.descendantsAndSelf(ignoredPIDs);
+std::unordered_set<std::int32_t>
+ProcessWatcher::ignoredProcessTreePIDs(const std::vector<ProcessSample>& processes) const {
+    return ignoredPIDs.empty() ? std::unordered_set<std::int32_t>{}
+                               : ProcessTreeIndex(processes).descendantsAndSelf(ignoredPIDs);
 }
 
 } // namespace tavo

@@ -12,6 +12,7 @@
 #include <optional>
 #include <unordered_map>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 namespace tavo {
@@ -79,22 +80,37 @@ public:
 private:
     struct ProcessTreeActivityBaseline {
         double totalCPUTime = 0; ///< seconds, over the whole tree
+
+        /// Empty after an evaluation that did not ask for them: previousLinks has them then.
         std::unordered_set<std::int32_t> processIDs;
 
         bool operator==(const ProcessTreeActivityBaseline&) const = default;
     };
+    using Baselines = std::unordered_map<std::int32_t, ProcessTreeActivityBaseline>;
+
+    /// A process and its parent.
+    using Link = std::pair<std::int32_t, std::int32_t>;
+
+    std::vector<const ProcessSample*> matchesOf(const TriggerRule& rule,
+                                                const std::vector<ProcessSample>& processes) const;
+    static Baselines measureWhole(const std::vector<const ProcessSample*>& roots,
+                                  const std::vector<ProcessSample>& processes);
+    static Baselines measureMembers(const std::vector<const ProcessSample*>& roots,
+                                    const std::vector<ProcessSample>& processes);
+    void completePreviousMembers();
 
     bool countsAsActive(const TriggerRule& rule, const ProcessTreeActivityBaseline* previous,
                         const ProcessTreeActivityBaseline& current, double delta) const;
     void askWorkMonitor(const std::vector<ProcessTreeMeasurement>& trees, TimePoint at,
                         ProcessWatchResult& result) const;
-    std::unordered_set<std::int32_t> ignoredProcessTreePIDs(const ProcessTreeIndex& index) const;
+    std::unordered_set<std::int32_t> ignoredProcessTreePIDs(const std::vector<ProcessSample>& processes) const;
 
     std::shared_ptr<ProcessSnapshotProviding> snapshotProvider;
     double activityThreshold;
     std::unordered_set<std::int32_t> ignoredPIDs;
     std::shared_ptr<WorkMonitor> workMonitor;
-    std::unordered_map<std::int32_t, ProcessTreeActivityBaseline> previousBaselines;
+    Baselines previousBaselines;
+    std::vector<Link> previousLinks;
 };
 
 } // namespace tavo
