@@ -121,6 +121,22 @@ TEST_F(ProcessWatcherTest, MatchesInEachOtherAreMeasuredAlikeWithAndWithoutTheRe
     }
 }
 
+TEST_F(ProcessWatcherTest, AChainOfManyMatchesHasTheTimesOfItsTrees) {
+    auto withoutRequirement = busyCodex;
+    withoutRequirement.requiresActivity = false;
+    constexpr std::int32_t length = 200;
+    constexpr std::int32_t firstPID = 10;
+    table->processes.clear();
+    for (std::int32_t index = 0; index < length; ++index) {
+        table->processes.push_back(codex(1, firstPID + index, firstPID + index - 1));
+    }
+    // Each counts once for itself and for everything above it.
+    EXPECT_EQ(evaluate(withoutRequirement).totalCPUTimeDelta, length * (length + 1) / 2);
+    EXPECT_EQ(evaluate(busyCodex).totalCPUTimeDelta, 0.0);
+    table->processes.back() = codex(3, firstPID + length - 1, firstPID + length - 2);
+    EXPECT_EQ(evaluate(withoutRequirement).totalCPUTimeDelta, 2.0 * length);
+}
+
 TEST_F(ProcessWatcherTest, AMatchThatWentAwayStartsOver) {
     table->processes = {codex(1)};
     evaluate(busyCodex);

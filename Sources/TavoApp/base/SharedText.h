@@ -41,7 +41,9 @@ public:
     ~SharedText() = default;
 
     std::string_view view() const { return text; }
-    operator std::string_view() const { return text; } // NOLINT(google-explicit-constructor): it is text
+    operator std::string_view() const { return text; }         // NOLINT(google-explicit-constructor): it is text
+    operator std::string() const { return std::string(text); } // NOLINT(google-explicit-constructor)
+    std::size_t size() const { return text.size(); }
     bool empty() const { return text.empty(); }
 
     friend bool operator==(const SharedText& left, const SharedText& right) { return left.text == right.text; }

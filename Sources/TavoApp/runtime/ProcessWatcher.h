@@ -7,7 +7,9 @@
 #include "runtime/WorkMonitor.h"
 #include "system/ProcessSnapshot.h"
 
+#include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <unordered_map>
@@ -81,11 +83,12 @@ private:
     struct ProcessTreeActivityBaseline {
         double totalCPUTime = 0; ///< seconds, over the whole tree
 
-        /// Empty after an evaluation that did not ask for them: previousLinks has them then.
+        /// May be empty after an evaluation that did not ask for them: previousLinks has them then.
         std::unordered_set<std::int32_t> processIDs;
 
         bool operator==(const ProcessTreeActivityBaseline&) const = default;
     };
+    static constexpr auto noLimit = std::numeric_limits<std::size_t>::max();
     using Baselines = std::unordered_map<std::int32_t, ProcessTreeActivityBaseline>;
 
     /// A process and its parent.
@@ -95,8 +98,8 @@ private:
                                                 const std::vector<ProcessSample>& processes) const;
     static Baselines measureWhole(const std::vector<const ProcessSample*>& roots,
                                   const std::vector<ProcessSample>& processes);
-    static Baselines measureMembers(const std::vector<const ProcessSample*>& roots,
-                                    const std::vector<ProcessSample>& processes);
+    static std::optional<Baselines> measureMembers(const std::vector<const ProcessSample*>& roots,
+                                                   const std::vector<ProcessSample>& processes, std::size_t limit);
     void completePreviousMembers();
 
     bool countsAsActive(const TriggerRule& rule, const ProcessTreeActivityBaseline* previous,
