@@ -257,7 +257,8 @@ bringBack() {
     [ -z "$killedHelper" ] || expectWithin 30 hasHelperBack
     [ -z "$killedMain" ] || bringBackMain
     [ -z "$killedBeside" ] || bringBackBeside
-    waitUntil 30 isBack || fail "not as planned: $seen"
+    # An exec that could not take its lock, since the child was killed at its start, tries again after a minute.
+    waitUntil 90 isBack || fail "not as planned: $seen"
 }
 
 endMain() {
