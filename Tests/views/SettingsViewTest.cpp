@@ -109,6 +109,19 @@ TEST_F(SettingsViewTest, FirstItWelcomes) {
     EXPECT_TRUE(view->showsSettings());
 }
 
+TEST_F(SettingsViewTest, TheSettingsAreMadeWhenTheyAreFirstShown) {
+    open({}, false);
+    EXPECT_THAT(rows(), testing::IsEmpty());
+    view->setHint("a hint");
+    edit([](AppConfig& draft) { draft.batteryCutoffPercent = 31; });
+    view->setShowsSettings(true);
+    EXPECT_EQ(field("battery cutoff").text(), "31");
+    EXPECT_EQ(notice(), "a hint");
+    view->setShowsSettings(false);
+    view->setShowsSettings(true);
+    EXPECT_EQ(partsOf<TavoSystemSettings>(*view).size(), 1U);
+}
+
 TEST_F(SettingsViewTest, TheRowsOfAPreset) {
     open();
     EXPECT_THAT(rows(),

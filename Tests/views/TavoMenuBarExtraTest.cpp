@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <QAction>
+#include <QApplication>
 #include <QCursor>
 #include <QGuiApplication>
 #include <QScreen>
@@ -72,6 +73,22 @@ TEST_F(MenuBarExtraTest, TheIconIsDrawnOnceForEachState) {
     EXPECT_NE(extra->item()->icon().cacheKey(), paused);
     model->toggleEnabled();
     EXPECT_EQ(extra->item()->icon().cacheKey(), paused);
+}
+
+TEST_F(MenuBarExtraTest, ThePanelIsMadeWhenItIsFirstOpened) {
+    const auto isMade = [] {
+        const auto windows = QApplication::topLevelWidgets();
+        return std::any_of(windows.begin(), windows.end(),
+                           [](const QWidget* window) { return window->objectName() == "panel"; });
+    };
+    open();
+    EXPECT_FALSE(isMade());
+    model->toggleEnabled();
+    extra->closePanel();
+    EXPECT_FALSE(isMade());
+    extra->togglePanel();
+    EXPECT_TRUE(isMade());
+    EXPECT_TRUE(extra->panel().isVisible());
 }
 
 TEST_F(MenuBarExtraTest, SettingsInTheMenuComesToTheSettings) {

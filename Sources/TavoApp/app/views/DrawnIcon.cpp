@@ -23,6 +23,10 @@ public:
         pictureFor(place.size() * ratio).paint(painter, place, Qt::AlignCenter, mode, state);
     }
     QPixmap pixmap(const QSize& size, QIcon::Mode mode, QIcon::State state) override {
+        const int side = sideFor(size);
+        if (mode == QIcon::Normal && size == QSize(side, side)) {
+            return picture(side); // Qt's own icon would put a copy into its cache
+        }
         return pictureFor(size).pixmap(size, 1.0, mode, state);
     }
     QSize actualSize(const QSize& size, QIcon::Mode, QIcon::State) override {
@@ -47,15 +51,14 @@ private:
         return fitting == sides.end() ? sides.back() : *fitting;
     }
 
-    /// Qt's own icon with this one picture, which scales it and greys it out.
-    QIcon pictureFor(const QSize& size) {
-        const int side = sideFor(size);
+    const QPixmap& picture(int side) {
         if (const auto found = kept->find(side); found != kept->end()) {
             return found->second;
         }
         if (kept->empty()) {
-            // Qt asks for a window's icon several times in a row, and then no more for hours.
-            QTimer::singleShot(0, qApp, [weakKept = std::weak_ptr(kept)] {
+            // Qt asks for a window's icon several times in a row, and then no more for hours. A timer of no time at all
+            // would be due before other posted work.
+            QTimer::singleShot(1, qApp, [weakKept = std::weak_ptr(kept)] {
                 if (const auto strongKept = weakKept.lock()) {
                     strongKept->clear();
                 }
@@ -63,6 +66,9 @@ private:
         }
         return kept->emplace(side, draw(side)).first->second;
     }
+
+    /// Qt's own icon with this one picture, which scales it and greys it out.
+    QIcon pictureFor(const QSize& size) { return picture(sideFor(size)); }
 
     std::vector<int> sides;
     std::function<QPixmap(int)> draw;
