@@ -37,9 +37,9 @@ TEST_F(UnfinishedFileTest, AFileThatIsMadeIsWholeOrNotThereWheneverItsWriterIsKi
     KilledSaves saves;
     saves.folder = folder.path();
     saves.save = [&](int number) {
+        const UnfinishedFile remover(place);
         createFile(place.string() + "." + std::to_string(number), contentWith(number));
         std::filesystem::remove(place.string() + "." + std::to_string(number - 1));
-        UnfinishedFile remover(place);
     };
     saves.holds = [&](int number) {
         const auto next = place.string() + "." + std::to_string(number + 1);
