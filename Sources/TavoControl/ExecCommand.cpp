@@ -10,6 +10,7 @@
 #include "app/TavoAppModel.h"
 #include "base/ErrorText.h"
 #include "base/Text.h"
+#include "system/SuspendedTime.h"
 
 #include <fmt/format.h>
 
@@ -90,8 +91,9 @@ private:
             end(failure);
             return;
         }
-        bound.emplace(requestedBound, std::vector<WatchedProcess>(), loop, nullptr,
-                      [this](const std::string& why) { endKeepingAwake(why); });
+        bound.emplace(
+            requestedBound, std::vector<WatchedProcess>(), loop, nullptr,
+            [this](const std::string& why) { endKeepingAwake(why); }, timeSinceStart);
         follow();
     }
 

@@ -13,6 +13,7 @@
 #include "base/JsonCoding.h"
 #include "base/Text.h"
 #include "config/InstanceLock.h"
+#include "system/SuspendedTime.h"
 
 #include <fmt/format.h>
 #include <unistd.h>
@@ -84,7 +85,8 @@ private:
     void terminate() override { loop->stop(); }
 
     void begin() {
-        end.emplace(options.bound, processes, loop, exits, [this](const std::string& why) { endBecause(why); });
+        end.emplace(
+            options.bound, processes, loop, exits, [this](const std::string& why) { endBecause(why); }, timeSinceStart);
         model->evaluateNow();
         hasBegun = true;
         if (!model->evaluationFailure() && model->config().isEnabled &&
@@ -131,14 +133,14 @@ private:
         if (hasEnded || !hasBegun || isQuitting || isStopping) {
             return;
         }
-        if (model->evaluationFailure()) {
+        if (model->evaluationFailure() && !model->isTryingAgain()) {
             fail(model->evaluationFailure(), model->runtimeSnapshot().lastError.value_or("the evaluation failed."));
             return;
         }
         const auto& snapshot = model->runtimeSnapshot();
         const RuntimeStatusCopy stopped{"stopped", "nothing is kept awake until this run is continued"};
         const auto copy = isStopped ? stopped
-                          : model->hasLostAssertion()
+                          : model->hasLostAssertion() || model->isTryingAgain()
                               ? RuntimeStatusCopy{"not awake", "the lock was lost and is being taken again"}
                               : model->runtimeStatusCopy();
         const RunLine line{.reason = snapshot.lastDecisionReason,
@@ -176,7 +178,11 @@ private:
         if (!isStopped && model->runtimeSnapshot().lastDecisionReason == RuntimeDecisionReason::disabled) {
             return fmt::format("{}. for one run alone, name a trigger, as in tavoctl run --always", switchedOffNotice);
         }
-        return model->assertionNotice();
+        if (const auto notice = model->assertionNotice()) {
+            return notice;
+        }
+        // A state that cannot be written, or a lock that cannot be taken again.
+        return model->lastError();
     }
 
     void quit(const std::string& why = {}) {

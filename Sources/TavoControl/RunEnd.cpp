@@ -17,6 +17,9 @@ namespace {
 /// set.
 constexpr double maxWait = AppConfig::fixedPollIntervalSeconds;
 
+/// The clock is corrected by little all the time, and two clocks are read one after the other.
+constexpr std::chrono::seconds clockTolerance{5};
+
 bool isRunning(const WatchedProcess& process) {
     return process.startTime ? processStart(process.pid) == process.startTime
                              : kill(process.pid, 0) == 0 || errno == EPERM;
@@ -25,8 +28,11 @@ bool isRunning(const WatchedProcess& process) {
 } // namespace
 
 RunEnd::RunEnd(RunBound bound, std::vector<WatchedProcess> processes, std::shared_ptr<MainLoop> loop,
-               std::shared_ptr<ProcessExitNotifying> exits, std::function<void(const std::string& why)> onEnd)
+               std::shared_ptr<ProcessExitNotifying> exits, std::function<void(const std::string& why)> onEnd,
+               std::function<std::chrono::nanoseconds()> elapsed)
     : bound(std::move(bound)), processes(std::move(processes)), loop(std::move(loop)), onEnd(std::move(onEnd)),
+      elapsed(std::move(elapsed)), lastLook(this->loop->now()),
+      elapsedAtLastLook(this->elapsed ? this->elapsed() : std::chrono::nanoseconds{}),
       end(this->bound.deadline(this->loop->now())), boundText(this->bound.text(this->loop->now())) {
     if (!this->processes.empty() && exits) {
         watchProcesses(*exits);
@@ -59,12 +65,33 @@ void RunEnd::check() {
     if (isOver) {
         return;
     }
+    followClock();
     if (end && loop->now() >= *end) {
         finish(bound.timeEndText());
     } else if (!processes.empty() && !watch && !hasAnyProcess()) {
         finish(bound.processEndText());
     } else {
         rearm();
+    }
+}
+
+/// A clock that somebody sets makes no length longer or shorter, and no time of the day is more than a day away.
+void RunEnd::followClock() {
+    if (!elapsed || !end) {
+        return;
+    }
+    const auto now = loop->now();
+    const auto passed = elapsed();
+    const auto setBy = (now - lastLook) - (passed - elapsedAtLastLook);
+    lastLook = now;
+    elapsedAtLastLook = passed;
+    if (std::chrono::abs(setBy) <= clockTolerance) {
+        return;
+    }
+    if (bound.length) {
+        *end += std::chrono::duration_cast<TimePoint::duration>(setBy);
+    } else if (now < *end) {
+        end = bound.deadline(now);
     }
 }
 

@@ -3,6 +3,7 @@
 #include "TavoControl/RunBound.h"
 #include "app/MainLoop.h"
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -19,8 +20,10 @@ public:
     /// @param exits      may be null: the processes are then checked once a minute.
     /// @param onEnd      called once, on the main thread and never from within the constructor, with the reason. May
     ///                   destroy this.
+    /// @param elapsed    the time that passes, asleep or awake, whoever sets the clock; without it the clock is believed.
     RunEnd(RunBound bound, std::vector<WatchedProcess> processes, std::shared_ptr<MainLoop> loop,
-           std::shared_ptr<ProcessExitNotifying> exits, std::function<void(const std::string& why)> onEnd);
+           std::shared_ptr<ProcessExitNotifying> exits, std::function<void(const std::string& why)> onEnd,
+           std::function<std::chrono::nanoseconds()> elapsed = {});
     RunEnd(const RunEnd&) = delete;
     RunEnd& operator=(const RunEnd&) = delete;
     ~RunEnd() = default;
@@ -37,6 +40,7 @@ public:
 private:
     void watchProcesses(ProcessExitNotifying& exits);
     bool hasAnyProcess() const;
+    void followClock();
     void rearm();
     void finish(const std::string& why);
 
@@ -44,6 +48,9 @@ private:
     std::vector<WatchedProcess> processes;
     std::shared_ptr<MainLoop> loop;
     std::function<void(const std::string&)> onEnd;
+    std::function<std::chrono::nanoseconds()> elapsed;
+    TimePoint lastLook;
+    std::chrono::nanoseconds elapsedAtLastLook{};
     std::optional<TimePoint> end;
     std::string boundText;
     bool isOver = false;

@@ -2,6 +2,8 @@
 
 #include "base/ErrorText.h"
 
+#include <atomic>
+
 namespace tavo {
 
 namespace {
@@ -52,9 +54,9 @@ std::shared_ptr<TavoAppModel> TavoAppModel::make(std::shared_ptr<MainLoop> mainL
 TavoAppModel::TavoAppModel(std::shared_ptr<MainLoop> mainLoop, std::shared_ptr<const TavoStoring> store,
                            Platform platform, ApplicationControlling& application,
                            const std::optional<WorkRequirement>& whileWorking)
-    : mainLoop(std::move(mainLoop)), store(std::move(store)), configuration(this->store), platform(std::move(platform)),
-      application(application), work(whileWorking, this->store->paths()),
-      power(this->platform.powerEnvironment->currentStatus()) {
+    : mainLoop(std::move(mainLoop)), store(std::move(store)), record(std::make_shared<StateRecord>(this->store)),
+      configuration(this->store), platform(std::move(platform)), application(application),
+      work(whileWorking, this->store->paths()), power(this->platform.powerEnvironment->currentStatus()) {
     if (this->platform.endOrphanedAssertion) {
         this->platform.endOrphanedAssertion();
     }
@@ -80,7 +82,7 @@ void TavoAppModel::loadSnapshotAtStart() {
         snapshot = RuntimeSnapshot::idle();
     }
     if (snapshotInFile != snapshot) {
-        persistBestEffort(snapshot);
+        record->saveRuntimeSnapshot(snapshot);
     }
 }
 
@@ -112,8 +114,17 @@ void TavoAppModel::followSwitch() {
 }
 
 void TavoAppModel::observeAssertion() {
+    // A child that reports without end must not fill the loop's queue: what it said last is looked up anyway.
+    const auto isPosted = std::make_shared<std::atomic<bool>>(false);
     platform.assertionStatus->onChange(
-        onMainThread(mainLoop, weak_from_this(), [](TavoAppModel& model) { model.assertionChanged(); }));
+        [isPosted, post = onMainThread(mainLoop, weak_from_this(), [isPosted](TavoAppModel& model) {
+                       isPosted->store(false);
+                       model.assertionChanged();
+                   })] {
+            if (!isPosted->exchange(true)) {
+                post();
+            }
+        });
 }
 
 void TavoAppModel::observePower() {
@@ -144,6 +155,7 @@ void TavoAppModel::assertionChanged() {
             auto lost = snapshot;
             lost.isWakeAssertionActive = coordinator->wakeStatus().isActive;
             publish(ModelProperty::runtimeSnapshot, snapshot, lost);
+            retryInterval = lostAssertionInterval;
             scheduleNextEvaluation(lostAssertionInterval);
         }
     });

@@ -6,6 +6,7 @@
 #include "app/MatchedExits.h"
 #include "app/ModelProperty.h"
 #include "app/Platform.h"
+#include "app/StateRecord.h"
 #include "app/StatusCopy.h"
 #include "app/WorkSession.h"
 #include "helper/PrivilegedHelperInstaller.h"
@@ -101,7 +102,7 @@ public:
     /// True while an installation or a reset runs.
     bool isInstallingHelper() const { return isHelperWorkRunning; }
 
-    /// The text of the last failure; absent after a successful evaluation.
+    /// The text of the last failure; absent after an evaluation that succeeded and could be written down.
     const std::optional<std::string>& lastError() const { return lastErrorText; }
 
     /// Why the configuration file could not be read; absent once it has been read again.
@@ -138,8 +139,12 @@ public:
     /// Whether the matched programs work, as of the last evaluation; nothing unless that is required.
     std::optional<WorkActivity> workActivity() const { return work.activity(); }
 
-    /// The failure that stopped the loop; null while it runs.
+    /// The failure of the last evaluation; null when it succeeded. It stops the loop unless isTryingAgain().
     const std::exception_ptr& evaluationFailure() const { return failure; }
+
+    /// Whether an assertion that was lost could not be taken again so far, as while the system's service restarts. Until
+    /// it can, that is tried again and again.
+    bool isTryingAgain() const { return failure && timer; }
 
     /// Called on the main thread once after every operation that changed something.
     void onChange(std::function<void(ModelChanges)> observer) { changeObserver = std::move(observer); }
@@ -163,11 +168,12 @@ private:
 
     void evaluate();
     void applyFailure(const std::exception& error);
+    void tryAgainIfLost(const std::exception& error);
     void beginHistory() const;
     void recordHistory() const;
     void scheduleNextEvaluation(double seconds);
     bool stopAndRelease();
-    void persistBestEffort(const RuntimeSnapshot& toPersist) const;
+    void reportUnwritten();
     std::shared_ptr<RuntimeCoordinator> makeCoordinator() const;
     void rebuildCoordinator(bool restartIfEnabled);
     void releaseReplaced();
@@ -205,11 +211,15 @@ private:
 
     std::shared_ptr<MainLoop> mainLoop;
     std::shared_ptr<const TavoStoring> store;
+    std::shared_ptr<const StateRecord> record;
     ConfigurationDocument configuration;
     Platform platform;
     ApplicationControlling& application;
     WorkSession work;
     std::unique_ptr<MainLoopTimer> timer;
+
+    /// In seconds, until the next attempt to take a lost assertion again; absent while none is lost.
+    std::optional<double> retryInterval;
 
     RuntimeSnapshot snapshot;
     PowerStatus power;

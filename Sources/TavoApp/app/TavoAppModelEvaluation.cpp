@@ -1,8 +1,10 @@
 #include "app/TavoAppModel.h"
 #include "base/ErrorText.h"
+#include "base/WakeControlError.h"
 #include "helper/HelperBackedPrivilegedSleepController.h"
 
 #include <algorithm>
+#include <system_error>
 
 namespace tavo {
 
@@ -43,13 +45,15 @@ void TavoAppModel::evaluate() {
     try {
         const auto evaluation = coordinator->evaluateAsGiven(work.required(config()), mainLoop->now());
         failure = nullptr;
+        retryInterval.reset();
         work.evaluated(config());
         publish(ModelProperty::runtimeSnapshot, snapshot, evaluation.snapshot);
         exits->follow(snapshot.matchedProcesses);
         publish(ModelProperty::powerStatus, power, platform.powerEnvironment->currentStatus());
         // A power change during the evaluation has not been considered yet, so evaluate again at once.
         scheduleNextEvaluation(power == before ? evaluation.suggestedNextEvaluationInterval : 0.0);
-        publish(ModelProperty::lastError, lastErrorText, configuration.pendingSaveError());
+        clearError();
+        reportUnwritten();
     } catch (const std::exception& error) {
         failure = std::current_exception();
         applyFailure(error);
@@ -77,15 +81,30 @@ void TavoAppModel::applyFailure(const std::exception& error) {
     failed.lastDecisionReason = RuntimeDecisionReason::error;
     failed.lastError = errorText(error);
     publish(ModelProperty::runtimeSnapshot, snapshot, failed);
-    persistBestEffort(snapshot);
+    record->saveRuntimeSnapshot(snapshot);
     watchHelperIfNeeded();
+    tryAgainIfLost(error);
 }
 
-void TavoAppModel::persistBestEffort(const RuntimeSnapshot& toPersist) const {
-    try {
-        store->saveRuntimeSnapshot(toPersist);
-    } catch (const std::exception&) {
-        // The snapshot is shown already; the file is only its record.
+/// The system says nothing when it can hold off sleep again, and neither does a package whose upgrade is under way.
+void TavoAppModel::tryAgainIfLost(const std::exception& error) {
+    const auto* const refusal = dynamic_cast<const WakeControlError*>(&error);
+    const bool mayPass = refusal != nullptr ? refusal->kind() != WakeControlError::Kind::closedLidRequiresPrivilege
+                                            : dynamic_cast<const std::system_error*>(&error) != nullptr;
+    if (!retryInterval || !mayPass || coordinator->wakeStatus().isActive) {
+        return;
+    }
+    const auto interval = *retryInterval;
+    retryInterval = std::min(2 * interval, double{AppConfig::fixedPollIntervalSeconds});
+    scheduleNextEvaluation(interval);
+}
+
+/// The configuration counts more than the state, which the next evaluation writes again.
+void TavoAppModel::reportUnwritten() {
+    if (const auto problem = configuration.pendingSaveError()) {
+        fail(*problem);
+    } else if (record->problem()) {
+        fail(*record->problem());
     }
 }
 
@@ -161,7 +180,7 @@ std::shared_ptr<RuntimeCoordinator> TavoAppModel::makeCoordinator() const {
                                          std::unordered_set<std::int32_t>(), work.workMonitor()),
         std::make_shared<WakeController>(platform.assertionRunner, std::move(sleepController),
                                          platform.wakePlanBuilder),
-        store);
+        record);
 }
 
 /// Retries to end the overrides that replaced coordinators could not end.
@@ -230,6 +249,7 @@ bool TavoAppModel::stopAndRelease() {
     releaseReplaced();
     try {
         publish(ModelProperty::runtimeSnapshot, snapshot, coordinator->stop(mainLoop->now()).snapshot);
+        reportUnwritten();
         return true;
     } catch (const std::exception& error) {
         fail(errorText(error));

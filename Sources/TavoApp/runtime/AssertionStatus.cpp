@@ -35,6 +35,7 @@ void AssertionStatus::record(Token token, AssertionReport report) {
         if (token != current) {
             return;
         }
+        const auto before = latestReports;
         if (report.isFromDesktopService() && report.state == AssertionReportState::held) {
             // The portal is asked only while no other desktop service holds; its request ends without a word.
             std::erase_if(latestReports, [](const auto& other) { return other.service == AssertionService::portal; });
@@ -49,6 +50,9 @@ void AssertionStatus::record(Token token, AssertionReport report) {
             latestReports.push_back(std::move(report));
         } else {
             *earlier = std::move(report);
+        }
+        if (latestReports == before) {
+            return; // a child that repeats itself wakes nobody
         }
     }
     changed();

@@ -111,6 +111,20 @@ TEST_F(InhibitorCommandRunnerTest, AChildThatSaysNothingInTimeIsEnded) {
     EXPECT_EQ(assertionStatus->summary(), "");
 }
 
+TEST_F(InhibitorCommandRunnerTest, AChildThatWritesAndWritesWithoutSayingItIsEndedInTime) {
+    for (const auto* flood : {"exec cat /dev/zero", "exec cat /dev/zero >&2", "while :; do echo; done >&2"}) {
+        EXPECT_THAT(failureOf(flood, std::chrono::milliseconds{200}).description(), HasSubstr("did not say within 0.2"))
+            << flood;
+    }
+}
+
+TEST_F(InhibitorCommandRunnerTest, AFloodInBetweenHidesNoReport) {
+    const auto handle = start("echo logind held idle; head -c 1000000 /dev/zero; echo; echo logind held idle:sleep; "
+                              "exec sleep 1000");
+    EXPECT_TRUE(isSummary("idle:sleep (logind)"));
+    handle->stop();
+}
+
 TEST_F(InhibitorCommandRunnerTest, AFirstLineThatIsNoHeldLockIsNoSuccess) {
     EXPECT_EQ(failureOf("echo hello; echo 'what is this' >&2").kind(), WakeControlError::Kind::commandFailed);
     EXPECT_EQ(failureOf("echo logind refused idle").kind(), WakeControlError::Kind::commandFailed);

@@ -33,19 +33,22 @@ public:
     /// Waits for a line of the standard output, taken by takeLine(); for ever when `deadline` is absent.
     Outcome waitForLine(std::optional<std::chrono::steady_clock::time_point> deadline) {
         while (lines.find('\n') == std::string::npos) {
+            if (deadline && std::chrono::steady_clock::now() >= *deadline) {
+                return Outcome::silence; // a child that writes and writes may say nothing all the same
+            }
             std::array<pollfd, 2> waiting{{{output.get(), POLLIN, 0}, {error.get(), POLLIN, 0}}};
             if (!output && !error) {
                 return Outcome::end;
             }
             const int ready = poll(waiting.data(), waiting.size(), millisecondsUntil(deadline));
-            if (ready == 0) {
-                return Outcome::silence;
-            }
-            if (ready < 0) {
-                continue; // a signal came in between
+            if (ready <= 0) {
+                continue; // the deadline, or a signal that came in between
             }
             receive(output, waiting[0], lines);
             receive(error, waiting[1], errorText);
+            if (lines.size() >= maxKept && lines.find('\n') == std::string::npos) {
+                lines.clear(); // no report is as long as that
+            }
         }
         return Outcome::line;
     }
@@ -69,8 +72,9 @@ private:
         return static_cast<int>(std::max<std::chrono::milliseconds::rep>(left.count(), 0));
     }
 
+    static constexpr std::size_t maxKept = 65536;
+
     static void receive(FileDescriptor& stream, const pollfd& state, std::string& text) {
-        constexpr std::size_t maxKept = 65536;
         if (!stream || state.revents == 0) {
             return;
         }

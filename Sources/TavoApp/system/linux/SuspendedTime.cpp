@@ -15,4 +15,10 @@ std::chrono::seconds suspendedTime() {
     return std::chrono::seconds(nanoseconds / nanosecondsASecond);
 }
 
+std::chrono::nanoseconds timeSinceStart() {
+    timespec all{};
+    clock_gettime(CLOCK_BOOTTIME, &all);
+    return std::chrono::seconds(all.tv_sec) + std::chrono::nanoseconds(all.tv_nsec);
+}
+
 } // namespace tavo

@@ -13,4 +13,8 @@ std::chrono::seconds suspendedTime() {
     return std::chrono::seconds(all > awake ? (all - awake) / nanosecondsASecond : 0);
 }
 
+std::chrono::nanoseconds timeSinceStart() {
+    return std::chrono::nanoseconds(clock_gettime_nsec_np(CLOCK_MONOTONIC_RAW));
+}
+
 } // namespace tavo
