@@ -2,6 +2,7 @@
 
 #include "TavoControl/Console.h"
 #include "TavoControl/ExitStatus.h"
+#include "TavoControl/StatusReport.h"
 #include "app/StatusCopy.h"
 #include "base/JsonCoding.h"
 #include "base/Text.h"
@@ -112,7 +113,7 @@ void printTable(const std::vector<MatchedTree>& trees, const TriggerRule& rule, 
         console.print(fmt::format("{:>8}  {:<20} {:>5} {:>9.2f}s  {}{}", tree.measured.rootPID,
                                   visibleControls(tree.measured.executableName), tree.measured.processIDs.size(),
                                   tree.measured.totalCPUTime, columns(tree.activity ? nowText(*tree.activity) : ""),
-                                  visibleControls(tree.commandLine)));
+                                  visibleControls(shownCommandLine(tree.commandLine))));
     }
 }
 

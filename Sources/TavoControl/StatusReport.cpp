@@ -120,7 +120,8 @@ std::string StatusReport::heldText() const {
 }
 
 std::string StatusReport::watchedText(const MatchedProcessSnapshot& process) const {
-    auto text = fmt::format(listEntry, process.commandLine.value_or(process.executableName), process.pid);
+    auto text =
+        fmt::format(listEntry, shownCommandLine(process.commandLine.value_or(process.executableName)), process.pid);
     if (facts.activity) {
         for (const auto& tree : facts.activity->trees) {
             text += tree.pid == process.pid ? ": " + tree.text() : "";
@@ -205,6 +206,14 @@ std::vector<std::string> StatusReport::lines(const Console& console) const {
             fmt::format("  {:<10} {}", console.styled("notice", Emphasis::warning), visibleControls(notice)));
     }
     return result;
+}
+
+std::string shownCommandLine(const std::string& commandLine) {
+    constexpr std::size_t maxBytes = 4096; // a single character may be of any length
+    constexpr std::size_t maxCharacters = 1000;
+    const auto start = repairUTF8(std::string_view(commandLine).substr(0, maxBytes));
+    const auto length = prefixLength(start, maxCharacters);
+    return length < start.size() || start.size() < commandLine.size() ? start.substr(0, length) + "..." : commandLine;
 }
 
 } // namespace tavo

@@ -88,4 +88,7 @@ private:
     StatusFacts facts;
 };
 
+/// A command line as it is shown to people: a process may have 2 MiB of arguments, which nobody reads in a terminal.
+std::string shownCommandLine(const std::string& commandLine);
+
 } // namespace tavo

@@ -14,7 +14,6 @@ struct TavoStoring {
 
     /// The validated configuration of the file, or the default one when there is no file (nothing is written then).
     /// @throws std::system_error when the file cannot be read, DecodingError naming the key (or when there is far more
-    ///         than a state).(or when there is far more
     ///         than a configuration), TavoValidationError, and UntrustedPathError.
     virtual AppConfig loadConfig() const = 0;
 
@@ -28,8 +27,7 @@ struct TavoStoring {
     virtual void saveConfig(const AppConfig& config) const = 0;
 
     /// The snapshot of the file, or the idle one when there is no file.
-    /// @throws std::system_error when the file cannot be read, DecodingError naming the key (or when there is far more
-    ///         than a state).
+    /// @throws std::system_error when the file cannot be read, DecodingError naming the key.
     virtual RuntimeSnapshot loadRuntimeSnapshot() const = 0;
 
     /// @throws std::system_error, with the previous file whole.
