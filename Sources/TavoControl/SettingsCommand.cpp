@@ -105,11 +105,16 @@ ExitStatus SettingsCommand::change(const ChangeOptions& options) const {
         LoginOptionsFile(platform.loginOptionsFile).write(*options.loginOptions);
     }
     if (options.login || after.launchAtLoginEnabled != before.launchAtLoginEnabled) {
-        if (const auto rest = platform.setLaunchAtLogin(after.launchAtLoginEnabled)) {
-            rest();
+        if (after.launchAtLoginEnabled) {
+            enableLogin(before, after);
+        } else {
+            // Nothing is saved before that is done: a command that is killed meanwhile has changed nothing.
+            (void)platform.setLaunchAtLogin(false);
         }
         // That may have taken seconds, in which somebody else may have edited the file.
+        const bool wasLaunched = before.launchAtLoginEnabled;
         before = loadConfigOrExplain(store);
+        before.launchAtLoginEnabled = wasLaunched;
         after = changed(before, options, wasEnabled);
     }
     if (before != after) {
@@ -134,6 +139,34 @@ ExitStatus SettingsCommand::change(const ChangeOptions& options) const {
         std::rethrow_exception(unwritten);
     }
     return status;
+}
+
+/// The change is saved before the system loads what it is to start, which may take seconds: of a command that is killed
+/// meanwhile the file and the next login agree.
+void SettingsCommand::enableLogin(const AppConfig& before, const AppConfig& after) const {
+    if (before != after) {
+        store.saveConfig(after);
+    }
+    try {
+        if (const auto rest = platform.setLaunchAtLogin(true)) {
+            rest();
+        }
+    } catch (...) {
+        if (before != after) {
+            takeBackLogin();
+        }
+        throw;
+    }
+}
+
+void SettingsCommand::takeBackLogin() const {
+    try {
+        auto config = store.loadConfig();
+        config.launchAtLoginEnabled = false;
+        store.saveConfig(config);
+    } catch (const std::exception&) {
+        // The failure of the login itself is what the user is told.
+    }
 }
 
 void SettingsCommand::printChange(const AppConfig& before, const AppConfig& after) const {

@@ -25,6 +25,8 @@ public:
 
 private:
     AppConfig changed(const AppConfig& config, const ChangeOptions& options, bool wasEnabled) const;
+    void enableLogin(const AppConfig& before, const AppConfig& after) const;
+    void takeBackLogin() const;
     void printChange(const AppConfig& before, const AppConfig& after) const;
     ExitStatus updateRunningTavo(const AppConfig& config) const;
     bool waitForNewState(const std::function<bool()>& isNew) const;
