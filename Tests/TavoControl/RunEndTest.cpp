@@ -28,6 +28,24 @@ protected:
                                        [this](const std::string& why) { reasons.push_back(why); });
     }
 
+    /// With a clock of its own, which nobody sets.
+    void beginByElapsed(const RunBound& bound) {
+        end = std::make_unique<RunEnd>(
+            bound, std::vector<WatchedProcess>(), loop, exits,
+            [this](const std::string& why) { reasons.push_back(why); }, [this] { return elapsed; });
+    }
+
+    /// Minute by minute.
+    void pass(minutes time) {
+        for (; time > minutes{0}; time -= minutes{1}) {
+            elapsed += minutes{1};
+            loop->advance(minutes{1});
+        }
+    }
+
+    static constexpr hours year{24 * 365};
+    std::chrono::nanoseconds elapsed{};
+
     std::shared_ptr<ManualMainLoop> loop = std::make_shared<ManualMainLoop>(*parseISO8601("2026-01-31T09:00:00Z"));
     std::shared_ptr<ScriptedProcessExits> exits = std::make_shared<ScriptedProcessExits>();
     std::vector<std::string> reasons;
@@ -62,6 +80,48 @@ TEST_F(RunEndTest, AClockThatIsSetBackMeansLonger) {
     EXPECT_THAT(reasons, IsEmpty());
     loop->advance(minutes{1});
     EXPECT_EQ(reasons.size(), 1U);
+}
+
+TEST_F(RunEndTest, AClockThatIsSetByAYearMakesNoLengthLongerOrShorter) {
+    for (const auto setBack : {year, -year}) {
+        reasons.clear();
+        beginByElapsed({.length = minutes{90}});
+        pass(minutes{30});
+        loop->setBack(setBack);
+        end->check();
+        pass(minutes{59});
+        EXPECT_THAT(reasons, IsEmpty());
+        pass(minutes{2});
+        EXPECT_THAT(reasons, ElementsAre("the 1h30m are over"));
+    }
+}
+
+TEST_F(RunEndTest, OfALengthTheTimeAsleepCountsAndAClockSetMeanwhileDoesNot) {
+    beginByElapsed({.length = hours{3}});
+    elapsed += hours{2};
+    loop->setBack(year);
+    end->check();
+    EXPECT_THAT(reasons, IsEmpty());
+    pass(minutes{61});
+    EXPECT_THAT(reasons, ElementsAre("the 3h are over"));
+}
+
+TEST_F(RunEndTest, ATimeOfTheDayIsTheNextOneAfterAClockIsSetBackByAYear) {
+    const auto until = RunBound{.until = TimeOfDay{.hour = 18, .minute = 30}};
+    beginByElapsed(until);
+    pass(minutes{2});
+    loop->setBack(year);
+    end->check();
+    EXPECT_EQ(end->deadline(), until.deadline(loop->now()));
+    pass(std::chrono::duration_cast<minutes>(*end->deadline() - loop->now()) + minutes{1});
+    EXPECT_THAT(reasons, ElementsAre("it is 18:30"));
+}
+
+TEST_F(RunEndTest, ATimeOfTheDayThatAClockHasPassedIsOver) {
+    beginByElapsed({.until = TimeOfDay{.hour = 18, .minute = 30}});
+    loop->setBack(-year);
+    end->check();
+    EXPECT_THAT(reasons, ElementsAre("it is 18:30"));
 }
 
 TEST_F(RunEndTest, WithoutABoundNothingIsArmed) {
