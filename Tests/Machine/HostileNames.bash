@@ -8,7 +8,7 @@ folder=$(mktemp -d)
 tavoctl() { "$TAVO_BIN/tavoctl" "$@" --root "$root"; }
 cp "$(command -v sleep)" "$folder/sleeper"
 started=()
-trap 'kill "${started[@]}" 2>/dev/null || true' EXIT
+atExit 'kill "${started[@]}" 2>/dev/null'
 
 # startAs NAME FIRST ARGUMENT...: a program with NAME in the process table and these arguments, which ignores all but the
 # first; FIRST is the name that it gives itself.

@@ -69,7 +69,7 @@ done
 root=$folder/disk
 mkdir "$root"
 mount -t tmpfs -o size=64k,mode=0700 tmpfs "$root"
-trap 'umount "$root"' EXIT
+atExit 'umount "$root" 2>/dev/null'
 "$TAVO_BIN/tavoctl" --root "$root" preset always >/dev/null
 beginRun "$root"
 expectWithin "$soon" stateSays "$root" disabled
@@ -107,7 +107,6 @@ endRun TERM
 expectHeld ''
 expectEqual '' "$(find "$root" -name '*.unfinished-*')" "temporary files"
 umount "$root"
-trap - EXIT
 
 # The folder goes while a lock is held, and is made again by the next evaluation.
 root=$folder/gone
