@@ -23,17 +23,24 @@
 namespace tavo {
 namespace {
 
+/// Whoever reads from them never waits.
+std::array<FileDescriptor, 2> owned(const std::array<int, 2>& ends) {
+    for (const int end : ends) {
+        checked(fcntl(end, F_SETFL, O_NONBLOCK) == 0 ? 0 : -errno, "make a descriptor non-blocking");
+    }
+    return {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
+}
+
 std::array<FileDescriptor, 2> makePair() {
     std::array<int, 2> ends{};
-    checked(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, ends.data()) == 0 ? 0 : -errno,
-            "make a socket pair");
-    return {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
+    checked(socketpair(AF_UNIX, SOCK_STREAM, 0, ends.data()) == 0 ? 0 : -errno, "make a socket pair");
+    return owned(ends);
 }
 
 std::array<FileDescriptor, 2> makePipe() {
     std::array<int, 2> ends{};
-    checked(pipe2(ends.data(), O_CLOEXEC | O_NONBLOCK) == 0 ? 0 : -errno, "make a pipe");
-    return {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
+    checked(pipe(ends.data()) == 0 ? 0 : -errno, "make a pipe");
+    return owned(ends);
 }
 
 EventLoop makeLoop() {

@@ -10,6 +10,7 @@
 #include "system/linux/ProcessDescriptor.h"
 
 #include <asio/io_context.hpp>
+#include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -135,7 +136,7 @@ Outcome outcomeOf(std::future<PrivilegedHelperResponse> answer) {
 /// The helper's socket, at which this program stands between the two.
 class MiddleMan {
 public:
-    MiddleMan() : listening(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    MiddleMan() : listening(::socket(AF_UNIX, SOCK_STREAM, 0)) {
         sockaddr_un address{};
         address.sun_family = AF_UNIX;
         path.native().copy(address.sun_path, sizeof(address.sun_path) - 1);
@@ -148,7 +149,7 @@ public:
     /// Lets a client send a command. Then carries it to the helper, and the reply back, with what happens between them.
     void converse(MachineStandIn& machine, const PrivilegedHelperCommand& command, const Disturbance& disturbance) {
         auto answer = std::async(std::launch::async, [&] { return SocketPrivilegedHelperClient(path).send(command); });
-        FileDescriptor client(accept4(listening.get(), nullptr, nullptr, SOCK_CLOEXEC));
+        FileDescriptor client(accept(listening.get(), nullptr, nullptr));
         const auto request = receiveRequest(client, SocketFraming::request(command.encoded()).size());
         const auto disturbed = disturbance.applyTo(request, false);
         const auto reply = carry(machine, disturbed, disturbance);
@@ -174,10 +175,11 @@ private:
     /// Gives the helper's reply; empty when it hangs up without one.
     std::string carry(MachineStandIn& machine, const std::string& request, const Disturbance& disturbance) {
         std::array<int, 2> ends{};
-        if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, ends.data()) != 0) {
+        if (socketpair(AF_UNIX, SOCK_STREAM, 0, ends.data()) != 0) {
             throw std::system_error(errno, std::generic_category(), "make a socket pair");
         }
         FileDescriptor own(ends[0]);
+        fcntl(own.get(), F_SETFL, O_NONBLOCK);
         const auto isOpen = std::make_shared<int>();
         constexpr std::chrono::seconds noDeadline{3600};
         std::make_shared<HelperConnection>(

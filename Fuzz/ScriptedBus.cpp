@@ -66,7 +66,7 @@ void sendWithDescriptors(const FileDescriptor& client, std::string bytes, std::s
 
 } // namespace
 
-ScriptedBus::ScriptedBus() : listening(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+ScriptedBus::ScriptedBus() : listening(socket(AF_UNIX, SOCK_STREAM, 0)) {
     const auto path = (folder.path() / "bus").string();
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
@@ -87,7 +87,7 @@ ScriptedBus::~ScriptedBus() {
 void ScriptedBus::serve() {
     for (;;) {
         {
-            const FileDescriptor client(accept4(listening.get(), nullptr, nullptr, SOCK_CLOEXEC));
+            const FileDescriptor client(accept(listening.get(), nullptr, nullptr));
             if (!client) {
                 return;
             }
