@@ -16,6 +16,7 @@
 
 #include <algorithm>
 #include <array>
+#include <csignal>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -266,6 +267,36 @@ private:
     std::array<int, 2> input{};
     pid_t child = -1;
 };
+
+TEST(ProcfsProcessSnapshotProvider, ATableThatChangesAllTheTimeIsReadWithoutHolesAndWithoutEnd) {
+    // A child that makes processes as fast as it can, for as long as this test reads.
+    const auto busy = fork();
+    if (busy == 0) {
+        for (;;) {
+            const auto child = vfork();
+            if (child == 0) {
+                _exit(0);
+            }
+            waitpid(child, nullptr, 0);
+        }
+    }
+    ProcfsProcessSnapshotProvider provider;
+    const auto openFiles = [] { return std::distance(fs::directory_iterator("/proc/self/fd"), {}); };
+    const auto before = openFiles();
+    for (int reading = 0; reading < 100; ++reading) {
+        const auto processes = provider.snapshot(someMoment).processes;
+        const auto has = [&](pid_t wanted) {
+            return std::count_if(processes.begin(), processes.end(), [&](const auto& p) { return p.pid == wanted; });
+        };
+        EXPECT_EQ(has(getpid()), 1);
+        EXPECT_EQ(has(busy), 1);
+        EXPECT_TRUE(std::is_sorted(processes.begin(), processes.end(),
+                                   [](const auto& left, const auto& right) { return left.pid < right.pid; }));
+    }
+    EXPECT_EQ(openFiles(), before);
+    kill(busy, SIGKILL);
+    EXPECT_EQ(waitpid(busy, nullptr, 0), busy);
+}
 
 TEST(ProcfsProcessSnapshotProvider, CompletesTheLongNameOfARealChild) {
     const FolderTree tree;
