@@ -43,10 +43,11 @@ char asciiLower(char unit) {
     return unit >= 'A' && unit <= 'Z' ? static_cast<char>(unit - 'A' + 'a') : unit;
 }
 
-/// The first character's length, by what its first byte says. Comparisons that are added up take no branch, which
-/// nobody could predict in a text that mixes alphabets.
+/// The first character's length, by what its first byte says. A table takes no branch, which nobody could predict in a
+/// text that mixes alphabets.
 std::size_t lengthByLead(unsigned char lead) {
-    return 1U + (lead >= 0x80 ? 1U : 0U) + (lead >= 0xE0 ? 1U : 0U) + (lead >= 0xF0 ? 1U : 0U);
+    constexpr std::array<std::uint8_t, 16> lengths{1, 1, 1, 1, 1, 1, 1, 1, 2, 2, 2, 2, 2, 2, 3, 4};
+    return lengths[lead >> 4U];
 }
 
 constexpr std::size_t maxLength = 4;
@@ -70,7 +71,7 @@ std::size_t firstPlace(std::uint32_t sequence) {
 }
 
 std::size_t secondPlace(std::uint32_t sequence) {
-    return placeBy(0x85EBCA6BU, sequence);
+    return (std::size_t{1} << TextFolder::placeBits) + placeBy(0x85EBCA6BU, sequence);
 }
 
 } // namespace
@@ -113,15 +114,16 @@ std::size_t TextFolder::foldRemembered(const char* const start, std::size_t size
     while (in < end && out <= full) {
         const auto length = lengthByLead(static_cast<unsigned char>(*in));
         const auto sequence = sequenceAt(in, length);
-        const auto& first = latest[firstPlace(sequence)];
-        const auto& second = driven[secondPlace(sequence)];
-        const auto* known = first.sequence == sequence ? &first : &second;
-        if (known->sequence != sequence) {
+        const auto first = firstPlace(sequence);
+        // Which of the two it is cannot be predicted either.
+        const auto isElsewhere = static_cast<std::size_t>(remembered[first].sequence != sequence);
+        const auto& known = remembered[first + isElsewhere * (secondPlace(sequence) - first)];
+        if (known.sequence != sequence) {
             break;
         }
         // All of them, of which some count: a copy of fixed size takes no call.
-        std::memcpy(out, known->folded.data(), sizeof(known->folded));
-        out += known->length;
+        std::memcpy(out, known.folded.data(), sizeof(known.folded));
+        out += known.length;
         in += length;
     }
     used = static_cast<std::size_t>(out - buffer.data());
@@ -139,9 +141,9 @@ std::size_t TextFolder::lookUp(std::string_view text) {
         std::array<char, maxLength> bytes{};
         std::copy_n(text.begin(), first.length, bytes.begin());
         const auto sequence = sequenceAt(bytes.data(), first.length);
-        auto& place = latest[firstPlace(sequence)];
+        auto& place = remembered[firstPlace(sequence)];
         if (place.sequence != Folding::none) {
-            driven[secondPlace(place.sequence)] = place;
+            remembered[secondPlace(place.sequence)] = place;
         }
         place = {.sequence = sequence, .length = static_cast<std::uint8_t>(piece.size())};
         std::copy(piece.begin(), piece.end(), place.folded.begin());

@@ -37,11 +37,9 @@ private:
     std::size_t lookUp(std::string_view text);
     void makeSpaceFor(std::size_t bytes);
 
-    std::array<Folding, std::size_t{1} << placeBits> latest{};
-
-    /// Those that others have driven from their places in `latest`, by another order, so that the letters of a text
-    /// do not keep driving each other out.
-    std::array<Folding, std::size_t{1} << placeBits> driven{};
+    /// The first half has those that were looked up last, the second half those that others have driven from there, each
+    /// half in an order of its own, so that the letters of a text do not keep driving each other out.
+    std::array<Folding, std::size_t{2} << placeBits> remembered{};
     std::string buffer;
     std::size_t used = 0;
 };

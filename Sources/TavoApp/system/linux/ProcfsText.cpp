@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstring>
 #include <utility>
 
 namespace tavo {
@@ -43,10 +44,26 @@ void skipFields(std::string_view& text, int count) {
     }
 }
 
+/// The last ')' that a space follows.
+std::size_t nameEndOf(std::string_view text) {
+    if (text.empty()) {
+        return std::string_view::npos;
+    }
+    auto length = text.size();
+    // Most of the line lies behind it: memrchr() looks at many bytes at once.
+    while (const auto* found = static_cast<const char*>(memrchr(text.data(), ')', length))) {
+        length = static_cast<std::size_t>(found - text.data());
+        if (length + 1 < text.size() && found[1] == ' ') {
+            return length;
+        }
+    }
+    return std::string_view::npos;
+}
+
 /// The fields after the name. The name may itself hold ')' and spaces, so the fixed fields start after the last one.
 std::optional<std::string_view> fieldsAfterName(std::string_view text) {
     const auto nameStart = text.find(" (");
-    const auto nameEnd = text.rfind(") ");
+    const auto nameEnd = nameEndOf(text);
     if (nameStart == std::string_view::npos || nameEnd == std::string_view::npos || nameEnd < nameStart + 2) {
         return std::nullopt;
     }
