@@ -20,14 +20,15 @@ public:
 
     void paint(QPainter* painter, const QRect& place, QIcon::Mode mode, QIcon::State state) override {
         const double ratio = painter->device() == nullptr ? 1.0 : painter->device()->devicePixelRatio();
-        pictureFor(place.size() * ratio).paint(painter, place, Qt::AlignCenter, mode, state);
+        const auto size = place.size() * ratio;
+        if (isAsDrawn(size, mode)) {
+            painter->drawPixmap(place, picture(sideFor(size)));
+        } else {
+            pictureFor(size).paint(painter, place, Qt::AlignCenter, mode, state);
+        }
     }
     QPixmap pixmap(const QSize& size, QIcon::Mode mode, QIcon::State state) override {
-        const int side = sideFor(size);
-        if (mode == QIcon::Normal && size == QSize(side, side)) {
-            return picture(side); // Qt's own icon would put a copy into its cache
-        }
-        return pictureFor(size).pixmap(size, 1.0, mode, state);
+        return isAsDrawn(size, mode) ? picture(sideFor(size)) : pictureFor(size).pixmap(size, 1.0, mode, state);
     }
     QSize actualSize(const QSize& size, QIcon::Mode, QIcon::State) override {
         const int side = std::min({sideFor(size), size.width(), size.height()});
@@ -49,6 +50,13 @@ private:
     int sideFor(const QSize& size) const {
         const auto fitting = std::lower_bound(sides.begin(), sides.end(), std::max(size.width(), size.height()));
         return fitting == sides.end() ? sides.back() : *fitting;
+    }
+
+    /// Whether nothing is left to do to the picture. Qt's own icon would put a copy into a cache, for which the program
+    /// wakes up half a minute later.
+    bool isAsDrawn(const QSize& size, QIcon::Mode mode) const {
+        const int side = sideFor(size);
+        return mode == QIcon::Normal && size == QSize(side, side);
     }
 
     const QPixmap& picture(int side) {
