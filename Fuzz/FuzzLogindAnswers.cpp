@@ -9,7 +9,6 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -29,7 +28,7 @@ struct Expectation {
 
 std::uint32_t numberOf(std::string_view bytes) {
     std::uint32_t number = 0;
-    std::memcpy(&number, bytes.data(), std::min(bytes.size(), sizeof(number)));
+    bytes.copy(reinterpret_cast<char*>(&number), sizeof(number));
     return number;
 }
 
