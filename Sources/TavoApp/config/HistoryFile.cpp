@@ -58,6 +58,10 @@ FileDescriptor openOwn(const std::filesystem::path& path, int flags, const std::
     return file;
 }
 
+FileDescriptor openForAppending(const std::filesystem::path& path, int more = 0) {
+    return openOwn(path, O_RDWR | O_APPEND | more, "could not append to");
+}
+
 struct stat statusOf(const FileDescriptor& file, const std::filesystem::path& path) {
     struct stat status {};
     if (fstat(file.get(), &status) != 0) {
@@ -124,11 +128,11 @@ void HistoryFile::append(const HistoryEntry& entry) const {
 
 void HistoryFile::appendLine(const std::string& line) const {
     const auto place = placeOf(path);
-    auto file = openOwn(path, O_RDWR | O_APPEND | O_CREAT, "could not append to");
+    auto file = openForAppending(path, O_CREAT);
     auto status = statusOf(file, path);
     if (static_cast<std::size_t>(status.st_size) + line.size() > turnOverAt && status.st_size > 0 &&
         (turnOver(file, place, placeOf(oldPath())) || !isStillAt(place, status))) {
-        file = openOwn(path, O_RDWR | O_APPEND | O_CREAT, "could not append to");
+        file = openForAppending(path, O_CREAT);
         status = statusOf(file, path);
     }
     if ((status.st_mode & (S_IRWXG | S_IRWXO)) != 0 && fchmod(file.get(), S_IRUSR | S_IWUSR) != 0) {
@@ -176,7 +180,7 @@ void HistoryFile::readInto(HistoryContent& content, const std::filesystem::path&
 
 std::optional<std::string> HistoryFile::problem() const {
     try {
-        const auto file = openOwn(path, O_RDWR | O_APPEND, "could not append to");
+        const auto file = openForAppending(path);
         const auto folder = trustedFolder(path.parent_path());
         std::error_code ignored; // a folder that cannot be examined cannot be written either
         if (!file && std::filesystem::exists(folder, ignored) && access(folder.c_str(), W_OK | X_OK) != 0) {
