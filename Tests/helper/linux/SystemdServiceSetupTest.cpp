@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <system_error>
 
 namespace tavo {
 namespace {
@@ -448,6 +449,25 @@ TEST(SystemdStaging, IsAFolderOfTheCallersOwnOutsideTheConfiguration) {
         EXPECT_EQ(std::filesystem::status(staging).permissions(), std::filesystem::perms::owner_all);
         std::filesystem::remove(staging);
     }
+}
+
+TEST(SystemdServiceSetup, AFolderInWhichNothingCanBeStagedIsNamed) {
+    const TemporaryDirectory folder;
+    const auto locked = folder.path() / "locked";
+    std::filesystem::create_directory(locked);
+    std::filesystem::permissions(locked, std::filesystem::perms(0555));
+    std::filesystem::permissions(folder.path(), std::filesystem::perms(0755));
+    const Variable temporary("TMPDIR", locked.c_str());
+    const bool isRoot = geteuid() == 0; // who stages in /tmp, and writes everywhere
+    ASSERT_TRUE(!isRoot || seteuid(65534) == 0);
+    std::string message;
+    try {
+        SystemdServiceSetup().makeStagingDirectory(TavoPaths{folder.path() / "Tavo"});
+    } catch (const std::system_error& error) {
+        message = error.what();
+    }
+    ASSERT_TRUE(!isRoot || seteuid(0) == 0);
+    EXPECT_THAT(message, StartsWith("could not make a folder in " + locked.string() + ": "));
 }
 
 } // namespace
