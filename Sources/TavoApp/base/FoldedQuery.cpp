@@ -5,6 +5,7 @@
 #include <utf8proc.h>
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 
 namespace tavo {
@@ -54,11 +55,13 @@ constexpr std::size_t maxLength = 4;
 
 /// The first `length` bytes of the four that can be read at `start`, as one number.
 std::uint32_t sequenceAt(const char* start, std::size_t length) {
-    const auto byteAt = [start](std::size_t index) {
-        return std::uint32_t{static_cast<unsigned char>(start[index])} << (8 * index);
-    };
-    const auto word = byteAt(0) | byteAt(1) | byteAt(2) | byteAt(3); // a single load
-    return word & (~std::uint32_t{0} >> (8 * (maxLength - length)));
+    using Bytes = std::array<std::uint8_t, maxLength>;
+    constexpr std::array<std::uint32_t, maxLength + 1> masks{
+        0, std::bit_cast<std::uint32_t>(Bytes{0xFF, 0, 0, 0}), std::bit_cast<std::uint32_t>(Bytes{0xFF, 0xFF, 0, 0}),
+        std::bit_cast<std::uint32_t>(Bytes{0xFF, 0xFF, 0xFF, 0}), 0xFFFFFFFF};
+    std::uint32_t word = 0;
+    std::memcpy(&word, start, sizeof(word));
+    return word & masks[length];
 }
 
 /// Fibonacci hashing, with the upper bits, so that the letters of one alphabet and of several lie apart.
