@@ -45,6 +45,7 @@ struct ScriptedSurroundings {
     ScriptedApplication application;
 
     std::string machineNoun = "computer";
+    bool goesOnWithoutState = false;
 
     Platform platform() {
         Platform platform;
@@ -64,6 +65,7 @@ struct ScriptedSurroundings {
         platform.launchAtLogin = login;
         platform.desktopApp = desktopApp;
         platform.machineNoun = machineNoun;
+        platform.goesOnWithoutState = goesOnWithoutState;
         return platform;
     }
 

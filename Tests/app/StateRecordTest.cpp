@@ -10,6 +10,7 @@ TEST_F(TavoAppModelTest, AStateThatCannotBeWrittenCostsNoLockAndStopsNoEvaluatio
     config.isEnabled = true;
     table->processes = {{.pid = 7, .parentPID = 1, .executableName = "codex", .commandLine = "codex"}};
     disk->hasNoRoomForState = true;
+    goesOnWithoutState = true;
     startWith(config);
     EXPECT_EQ(model->runtimeSnapshot().lastDecisionReason, Reason::active);
     EXPECT_TRUE(runner->children.back()->isRunning());
@@ -27,10 +28,23 @@ TEST_F(TavoAppModelTest, AStateThatCannotBeWrittenCostsNoLockAndStopsNoEvaluatio
     EXPECT_EQ(model->lastError(), std::nullopt);
 }
 
+TEST_F(TavoAppModelTest, AStateThatCannotBeWrittenIsAFailedEvaluationWhereNothingElseIsAsked) {
+    disk->hasNoRoomForState = true;
+    startWith(enabled());
+    EXPECT_NE(model->evaluationFailure(), nullptr);
+    EXPECT_EQ(model->lastError(), "could not write: no space left on device.");
+    EXPECT_EQ(model->runtimeSnapshot().lastDecisionReason, Reason::error);
+    EXPECT_EQ(loop->armedTimers(), 0U);
+    disk->hasNoRoomForState = false;
+    model->evaluateNow();
+    EXPECT_EQ(model->evaluationFailure(), nullptr);
+    EXPECT_EQ(saved().lastDecisionReason, Reason::active);
+}
+
 TEST(StateRecord, KeepsTheProblemUntilAStateIsWritten) {
     const TemporaryDirectory folder;
     const auto disk = std::make_shared<FailingStore>(std::make_shared<TavoStore>(TavoPaths{folder.path()}));
-    const StateRecord record(disk);
+    const StateRecord record(disk, StateRecord::Failures::areRemembered);
     record.saveRuntimeSnapshot({.isEnabled = true});
     EXPECT_EQ(record.problem(), std::nullopt);
     EXPECT_TRUE(record.loadRuntimeSnapshot().isEnabled);
@@ -41,6 +55,16 @@ TEST(StateRecord, KeepsTheProblemUntilAStateIsWritten) {
     disk->hasNoRoomForState = false;
     record.saveRuntimeSnapshot({});
     EXPECT_EQ(record.problem(), std::nullopt);
+}
+
+TEST(StateRecord, StopsTheCallerOnlyWhereThatIsWanted) {
+    const TemporaryDirectory folder;
+    const auto disk = std::make_shared<FailingStore>(std::make_shared<TavoStore>(TavoPaths{folder.path()}));
+    const StateRecord record(disk, StateRecord::Failures::stopTheCaller);
+    disk->hasNoRoomForState = true;
+    EXPECT_ANY_THROW(record.saveRuntimeSnapshot({}));
+    record.note({});
+    EXPECT_TRUE(record.problem());
 }
 
 } // namespace

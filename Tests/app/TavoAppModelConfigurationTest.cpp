@@ -90,8 +90,7 @@ TEST_F(TavoAppModelTest, ASwitchOffThatTheStateFileDoesNotTakeIsTriedAgain) {
     startWith(enabled());
     disk->hasNoRoomForState = true;
     model->toggleEnabled();
-    EXPECT_EQ(model->lastError(), "could not write: no space left on device. tavo goes on all the same, but its status "
-                                  "is out of date elsewhere.");
+    EXPECT_EQ(model->lastError(), "could not write: no space left on device.");
     EXPECT_FALSE(runner->children.back()->isRunning());
     EXPECT_EQ(loop->armedTimers(), 1U);
     disk->hasNoRoomForState = false;

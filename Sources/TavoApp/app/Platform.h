@@ -103,6 +103,10 @@ struct Platform {
     /// The options for the app's start at login, see LoginOptionsFile; empty where none are kept.
     std::filesystem::path loginOptionsFile;
 
+    /// Whether evaluations go on while their results cannot be written down, as on a full disk. Otherwise that is a failed
+    /// evaluation like any other, which stops the loop until somebody does something.
+    bool goesOnWithoutState = false;
+
     /// Whether the app itself reads that file when it starts, since launch at login passes no options.
     bool appReadsLoginOptions = false;
 

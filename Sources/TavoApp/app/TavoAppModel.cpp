@@ -54,7 +54,10 @@ std::shared_ptr<TavoAppModel> TavoAppModel::make(std::shared_ptr<MainLoop> mainL
 TavoAppModel::TavoAppModel(std::shared_ptr<MainLoop> mainLoop, std::shared_ptr<const TavoStoring> store,
                            Platform platform, ApplicationControlling& application,
                            const std::optional<WorkRequirement>& whileWorking)
-    : mainLoop(std::move(mainLoop)), store(std::move(store)), record(std::make_shared<StateRecord>(this->store)),
+    : mainLoop(std::move(mainLoop)), store(std::move(store)),
+      record(std::make_shared<StateRecord>(this->store, platform.goesOnWithoutState
+                                                            ? StateRecord::Failures::areRemembered
+                                                            : StateRecord::Failures::stopTheCaller)),
       configuration(this->store), platform(std::move(platform)), application(application),
       work(whileWorking, this->store->paths()), power(this->platform.powerEnvironment->currentStatus()) {
     if (this->platform.endOrphanedAssertion) {
@@ -82,7 +85,7 @@ void TavoAppModel::loadSnapshotAtStart() {
         snapshot = RuntimeSnapshot::idle();
     }
     if (snapshotInFile != snapshot) {
-        record->saveRuntimeSnapshot(snapshot);
+        record->note(snapshot);
     }
 }
 

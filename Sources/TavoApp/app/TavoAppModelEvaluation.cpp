@@ -81,7 +81,7 @@ void TavoAppModel::applyFailure(const std::exception& error) {
     failed.lastDecisionReason = RuntimeDecisionReason::error;
     failed.lastError = errorText(error);
     publish(ModelProperty::runtimeSnapshot, snapshot, failed);
-    record->saveRuntimeSnapshot(snapshot);
+    record->note(snapshot);
     watchHelperIfNeeded();
     tryAgainIfLost(error);
 }

@@ -52,6 +52,7 @@ Platform makePlatform(const std::filesystem::path& programPath, const TavoPaths&
         }
     };
     platform.machineNoun = "computer";
+    platform.goesOnWithoutState = true;
     platform.launchAtLogin = std::make_shared<AutostartLoginManager>();
     platform.headlessLaunch = std::make_shared<UserServiceManager>(UserServiceLayout{}, platform.commandRunner);
     platform.helperClient = std::make_shared<SocketPrivilegedHelperClient>();
