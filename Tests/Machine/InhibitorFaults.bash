@@ -19,7 +19,7 @@ standIn() {
 
 status() { "$TAVO_BIN/tavoctl" --root "$root" status; }
 # A state is written before a lock goes, so only a lock that stays away contradicts it.
-claimsAwake() { status | grep -q '^keeping computer awake'; }
+claimsAwake() { grep -q '^keeping computer awake' <<<"$(status)"; }
 
 # expectRefused STATUS MESSAGE: a run ends with this status, and nothing has claimed to keep awake.
 expectRefused() {
@@ -81,7 +81,7 @@ done
 # It cannot be started at all any more, and later it can: the run goes on by itself.
 rm "$holder"
 expectWithin 20 holds tavo ''
-saysSo() { status | grep -q '^not awake\|^needs attention'; }
+saysSo() { grep -q '^not awake\|^needs attention' <<<"$(status)"; }
 expectWithin 20 saysSo
 expectWithin "$soon" not claimsAwake
 cp "$real" "$holder"

@@ -7,7 +7,7 @@ requireMachine LogindFaults
 root=$(mktemp -d)/tavo
 patience=90 # a restart on a busy machine, and the pauses between attempts
 status() { timeout 60 "$TAVO_BIN/tavoctl" --root "$root" status || [ $? -ne 124 ] || fail "tavoctl status hangs"; }
-claimsAwake() { status | grep -q '^keeping computer awake'; }
+claimsAwake() { grep -q '^keeping computer awake' <<<"$(status)"; }
 cpuTicks() { awk '{ print $14 + $15 }' "/proc/$1/stat"; }
 answers() { timeout 5 busctl call org.freedesktop.login1 /org/freedesktop/login1 org.freedesktop.login1.Manager \
     ListInhibitors >/dev/null 2>&1; }

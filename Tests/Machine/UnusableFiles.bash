@@ -3,6 +3,9 @@
 soon=20 # on a machine that does many other things
 
 folder=$(mktemp -d)
+# One on which a device can be opened, unlike /run.
+mount --no-mtab -t tmpfs -o mode=0700 tmpfs "$folder"
+atExit 'umount --lazy "$folder"'
 files=(config.json state.json history.jsonl tavo.lock run.conf activity.json)
 
 # tavoctl ARGUMENTS...: with what it says in $said and its status in $ended; hangs for nobody.

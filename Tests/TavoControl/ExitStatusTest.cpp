@@ -97,7 +97,7 @@ TEST_F(ConfigurationErrorTest, SaysWhichFileWhyAndWhatToDoAndLeavesTheFile) {
 
 TEST_F(ConfigurationErrorTest, AFileThatCannotBeReadIsExplainedToo) {
     std::filesystem::create_directory(folder.path() / "config.json");
-    EXPECT_THAT(sentence(), HasSubstr("which is a folder and not a file; move it away; fix it"));
+    EXPECT_THAT(sentence(), HasSubstr("which is a folder and not a file; fix it"));
 }
 
 } // namespace

@@ -162,7 +162,7 @@ TEST_F(RunOptionsFileTest, WhatIsNoReadableFileIsRefusedAndStays) {
     const auto names = AllOf(StartsWith("the options in " + path.string() + " cannot be used: "),
                              HasSubstr("move it away to run by config.json alone."));
     std::filesystem::create_directory(path);
-    EXPECT_THAT(refusal(), AllOf(names, HasSubstr("directory")));
+    EXPECT_THAT(refusal(), AllOf(names, HasSubstr("run.conf, which is a folder and not a file; fix")));
     std::filesystem::remove(path);
     ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
     EXPECT_THAT(refusal(), names);

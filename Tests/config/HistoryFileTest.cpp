@@ -160,22 +160,23 @@ TEST_F(HistoryFileTest, TwoWritersLoseNothingWhenAFileIsTurnedOver) {
 TEST_F(HistoryFileTest, LinksPipesAndFoldersAreRefused) {
     const auto elsewhere = folder.write("elsewhere", "mine\n");
     std::filesystem::create_directories(path.parent_path());
-    const auto expectRefused = [&](const std::string& what) {
+    const auto expectRefused = [&](const std::string& kind) {
         const auto [append, read] = refusals();
-        EXPECT_THAT(append, StartsWith("could not append to" + what + " " + path.string() + ": "));
-        EXPECT_THAT(file.problem().value_or(""), StartsWith("could not append to" + what + " " + path.string() + ": "));
-        EXPECT_THAT(read, StartsWith("could not read" + what + " " + path.string() + ": "));
+        const auto rest = path.string() + ", which is " + kind + " and not a file; move it away";
+        EXPECT_THAT(append, StartsWith("could not append to " + rest));
+        EXPECT_THAT(file.problem().value_or(""), StartsWith("could not append to " + rest));
+        EXPECT_THAT(read, StartsWith("could not read " + rest));
         std::filesystem::remove(path);
     };
     std::filesystem::create_symlink(elsewhere, path);
-    expectRefused(" a link,");
+    expectRefused("a link");
     EXPECT_EQ(fileContent(elsewhere), "mine\n");
     ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
-    expectRefused(" something that is no file,");
+    expectRefused("a pipe");
     std::filesystem::create_directory(path);
     EXPECT_THAT(refusals().first, StartsWith("could not append to " + path.string() + ": "));
     EXPECT_THAT(file.problem().value_or(""), StartsWith("could not append to " + path.string() + ": "));
-    EXPECT_THAT(refusals().second, StartsWith("could not read something that is no file, " + path.string() + ": "));
+    EXPECT_THAT(refusals().second, StartsWith("could not read " + path.string() + ", which is a folder"));
 }
 
 TEST_F(HistoryFileTest, AnotherUsersFileIsRefused) {

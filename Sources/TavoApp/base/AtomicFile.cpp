@@ -101,7 +101,7 @@ std::string readWholeFile(const std::filesystem::path& path, std::size_t limit) 
         throw FileError(errno, "could not read", path);
     }
     if (!S_ISREG(status.st_mode)) {
-        throw FileError::noFile(status.st_mode, "could not read", path);
+        throw FileError::noFile(status.st_mode, "could not read", path, "");
     }
     std::string content;
     constexpr std::size_t chunk = 65536;

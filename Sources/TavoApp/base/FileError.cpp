@@ -55,10 +55,11 @@ FileError::FileError(int code, const std::string& attempt, const std::filesystem
 FileError::FileError(int code, std::string text)
     : std::system_error(code, std::generic_category()), text(std::move(text)) {}
 
-FileError FileError::noFile(mode_t mode, const std::string& attempt, const std::filesystem::path& path) {
+FileError FileError::noFile(mode_t mode, const std::string& attempt, const std::filesystem::path& path,
+                            std::string_view remedy) {
     const auto kind = kindOf(mode);
     return {S_ISDIR(mode) ? EISDIR : EINVAL,
-            fmt::format("{} {}, which is {} and not a file; move it away", attempt, path.string(), kind)};
+            fmt::format("{} {}, which is {} and not a file{}", attempt, path.string(), kind, remedy)};
 }
 
 } // namespace tavo

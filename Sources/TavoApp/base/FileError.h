@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <string>
+#include <string_view>
 #include <system_error>
 
 namespace tavo {
@@ -16,8 +17,10 @@ public:
     FileError(int code, const std::string& attempt, const std::filesystem::path& path);
 
     /// Something else lies where a file should: a folder, a pipe, a device.
-    /// @param mode  what the system says of it, see inode(7).
-    static FileError noFile(mode_t mode, const std::string& attempt, const std::filesystem::path& path);
+    /// @param mode    what the system says of it, see inode(7).
+    /// @param remedy  as the end of the sentence; empty for a caller whose own sentence goes on with one.
+    static FileError noFile(mode_t mode, const std::string& attempt, const std::filesystem::path& path,
+                            std::string_view remedy = "; move it away");
 
     const char* what() const noexcept override { return text.c_str(); }
 
