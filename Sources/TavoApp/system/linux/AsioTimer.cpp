@@ -75,13 +75,13 @@ private:
         }
         itimerspec time{};
         if (!waits.empty()) {
-            const auto sinceEpoch = waits.begin()->first.time_since_epoch();
-            const auto seconds = std::chrono::floor<std::chrono::seconds>(sinceEpoch);
+            // Tools that give a process another clock take every absolute time for one of that clock.
+            const auto left = std::max<Clock::duration>(waits.begin()->first - Clock::now(), Clock::duration(1));
+            const auto seconds = std::chrono::floor<std::chrono::seconds>(left);
             time.it_value.tv_sec = seconds.count();
-            // An expiry of zero would disarm it.
-            time.it_value.tv_nsec = std::max<long>((sinceEpoch - seconds).count(), 1);
+            time.it_value.tv_nsec = (left - seconds).count();
         }
-        timerfd_settime(descriptor.native_handle(), TFD_TIMER_ABSTIME, &time, nullptr);
+        timerfd_settime(descriptor.native_handle(), 0, &time, nullptr);
         if (waits.empty() && isAwaited) {
             // A pending wait would keep the loop running.
             isAwaited = false;
